@@ -1,0 +1,16 @@
+#pragma once
+
+#include <QString>
+#include <QStringList>
+#include <optional>
+
+// Copying and moving the selection into folders, beside the originals, or into a new folder.
+class CopyMoveActions {
+public:
+    static QStringList copyFiles(const QStringList& selectedURLs, const QString& destination);
+    static QStringList copyFilesToChosenDirectory(const QStringList& selectedURLs);
+    static QStringList copyFilesBesideOriginal(const QStringList& selectedURLs);
+    static QStringList moveFiles(const QStringList& selectedURLs, const QString& destination);
+    static QStringList moveFilesToChosenDirectory(const QStringList& selectedURLs);
+    static QStringList moveSelectionToNewFolder(const QStringList& selectedURLs);
+};

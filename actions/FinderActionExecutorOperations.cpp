@@ -1,0 +1,198 @@
+// The shared operations of the executor: resolving inputs, prompts, revealing results, path text.
+#include "actions/FinderActionExecutionError.h"
+#include "actions/FinderActionExecutor.h"
+#include "catalogue/AppPreferencesPersistence.h"
+#include "platform/MainThread.h"
+#include "platform/Platform.h"
+
+#include <QDir>
+#include <QFileInfo>
+#include <QStandardPaths>
+#include <QUrl>
+
+#include <algorithm>
+
+namespace {
+
+bool isDirectory(const QString& path) { return QFileInfo(path).isDir(); }
+
+QString parentOf(const QString& path)
+{
+    QString trimmed = path;
+    while (trimmed.size() > 1 && trimmed.endsWith(QLatin1Char('/')))
+        trimmed.chop(1);
+    const qsizetype slash = trimmed.lastIndexOf(QLatin1Char('/'));
+    if (slash <= 0)
+        return QStringLiteral("/");
+    return trimmed.left(slash);
+}
+
+QString directoryFor(const QString& path) { return isDirectory(path) ? path : parentOf(path); }
+
+// A path whose item exists, symbolic links included even when they dangle.
+bool itemExists(const QString& path)
+{
+    const QFileInfo info(path);
+    return info.exists() || info.isSymLink();
+}
+
+} // namespace
+
+QString FinderActionExecutor::targetDirectory(const QStringList& selectedURLs, const std::optional<QString>& targetedURL)
+{
+    if (!selectedURLs.isEmpty())
+        return directoryFor(selectedURLs.first());
+    if (targetedURL)
+        return directoryFor(*targetedURL);
+    throw FinderActionExecutionError::noTargetDirectory();
+}
+
+QStringList FinderActionExecutor::effectiveURLs(const QStringList& selectedURLs, const std::optional<QString>& targetedURL)
+{
+    if (!selectedURLs.isEmpty())
+        return selectedURLs;
+    if (targetedURL)
+        return {*targetedURL};
+    return {};
+}
+
+QStringList FinderActionExecutor::validatedSourceURLs(const QStringList& urls)
+{
+    if (urls.isEmpty())
+        throw FinderActionExecutionError::noSelection();
+    QStringList standardized;
+    standardized.reserve(urls.size());
+    for (const QString& url : urls) {
+        const QString path = QDir::cleanPath(url);
+        if (!itemExists(path))
+            throw FinderActionExecutionError::sourceItemMissing(path);
+        standardized.append(path);
+    }
+    return standardized;
+}
+
+QString FinderActionExecutor::standardDirectory(StandardDirectory directory)
+{
+    // The numbers are the search-path codes the message has always shown on macOS.
+    const auto [location, code] = [directory]() -> std::pair<QStandardPaths::StandardLocation, int> {
+        switch (directory) {
+        case StandardDirectory::desktop:
+            return {QStandardPaths::DesktopLocation, 12};
+        case StandardDirectory::downloads:
+            return {QStandardPaths::DownloadLocation, 15};
+        case StandardDirectory::documents:
+            break;
+        }
+        return {QStandardPaths::DocumentsLocation, 9};
+    }();
+    const QString path = QStandardPaths::writableLocation(location);
+    if (path.isEmpty())
+        throw FinderActionExecutionError::destinationDirectoryUnavailable(QString::number(code));
+    return path;
+}
+
+std::optional<QString> FinderActionExecutor::chooseDestinationDirectory(const QString& prompt)
+{
+    std::optional<QString> answer;
+    runOnMainThread([&] { answer = Platform::prompts().chooseDirectory(prompt); });
+    return answer;
+}
+
+std::optional<QString> FinderActionExecutor::promptText(const QString& title, const QString& message)
+{
+    std::optional<QString> answer;
+    runOnMainThread([&] { answer = Platform::prompts().promptText(title, message); });
+    return answer;
+}
+
+std::optional<std::pair<QString, QString>> FinderActionExecutor::promptTwoTexts(const QString& title,
+                                                                                const QString& firstLabel,
+                                                                                const QString& secondLabel)
+{
+    std::optional<std::pair<QString, QString>> answer;
+    runOnMainThread([&] { answer = Platform::prompts().promptTwoTexts(title, firstLabel, secondLabel); });
+    return answer;
+}
+
+void FinderActionExecutor::revealInFinder(const QStringList& urls)
+{
+    if (urls.isEmpty())
+        throw FinderActionExecutionError::noSelection();
+    Platform::workspace().selectItems(urls);
+}
+
+void FinderActionExecutor::revealURLInFinder(const QString& url)
+{
+    if (isDirectory(url))
+        Platform::workspace().openUrl(QUrl::fromLocalFile(url));
+    else
+        Platform::workspace().selectItems({url});
+}
+
+void FinderActionExecutor::revealURLsInFinder(const QStringList& urls)
+{
+    QStringList items;
+    for (const QString& url : urls) {
+        if (isDirectory(url))
+            Platform::workspace().openUrl(QUrl::fromLocalFile(url));
+        else
+            items.append(url);
+    }
+    if (!items.isEmpty())
+        Platform::workspace().selectItems(items);
+}
+
+void FinderActionExecutor::openContainingFolders(const QStringList& urls)
+{
+    QStringList folders;
+    for (const QString& url : urls) {
+        const QFileInfo info(url);
+        if (!info.exists())
+            continue;
+        folders.append(info.isDir() ? QDir::cleanPath(url) : parentOf(QDir::cleanPath(url)));
+    }
+    std::sort(folders.begin(), folders.end());
+    folders.erase(std::unique(folders.begin(), folders.end()), folders.end());
+    for (const QString& folder : folders)
+        Platform::workspace().openUrl(QUrl::fromLocalFile(folder));
+}
+
+void FinderActionExecutor::revealCreatedItemsIfWanted(const QStringList& urls)
+{
+    if (AppPreferencesPersistence::load().revealCreatedItems)
+        openContainingFolders(urls);
+}
+
+void FinderActionExecutor::revealActionResultsIfWanted(const QStringList& urls)
+{
+    if (AppPreferencesPersistence::load().revealActionResults)
+        openContainingFolders(urls);
+}
+
+QString FinderActionExecutor::normalizedPathText(const QString& text)
+{
+    QString result = text.trimmed();
+    if (result.size() >= 2
+        && ((result.startsWith(QLatin1Char('"')) && result.endsWith(QLatin1Char('"')))
+            || (result.startsWith(QLatin1Char('\'')) && result.endsWith(QLatin1Char('\'')))))
+        result = result.mid(1, result.size() - 2);
+    result.replace(QStringLiteral("\\ "), QStringLiteral(" "));
+    return result;
+}
+
+std::optional<QString> FinderActionExecutor::fileURL(const QString& pathText)
+{
+    const QString text = normalizedPathText(pathText);
+    QString path;
+    const QUrl url(text, QUrl::StrictMode);
+    if (url.isValid() && url.isLocalFile()) {
+        path = url.toLocalFile();
+    } else if (text == QLatin1String("~") || text.startsWith(QLatin1String("~/"))) {
+        path = QDir::homePath() + text.mid(1);
+    } else {
+        path = text;
+    }
+    if (path.isEmpty() || !QDir::isAbsolutePath(path) || !itemExists(path))
+        return std::nullopt;
+    return path;
+}

@@ -1,0 +1,14 @@
+#pragma once
+
+#include <QString>
+#include <QStringList>
+#include <optional>
+
+enum class KestroPathCopyFormat { fullPath, name, parentFolder, shellEscapedPath, markdownLink, fileNameList };
+
+// Paths and names of the selection to the clipboard, in six formats.
+class PathCopyActions {
+public:
+    static void copyPaths(const QStringList& selectedURLs, const std::optional<QString>& targetedURL, KestroPathCopyFormat format);
+    static void copyToPasteboard(const QString& text);
+};

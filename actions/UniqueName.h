@@ -1,0 +1,16 @@
+#pragma once
+
+#include <QString>
+
+// The unique-name rule: a wanted name that exists becomes stem + " " + n + "." + extension for n = 2, 3, ...
+// Nothing is ever overwritten. The test and the later creation are not atomic.
+class UniqueName {
+public:
+    // The first free path in folder for stem and extension (extension without its dot, possibly empty).
+    static QString path(const QString& folder, const QString& stem, const QString& extension);
+    // The first free path in folder for an existing item's name; only the last extension is kept apart,
+    // so "a.tar.gz" becomes "a.tar 2.gz".
+    static QString pathForItemName(const QString& folder, const QString& itemName);
+    // Splits a name the way the unique-name rule sees it: ("a.tar", "gz"), (".gitignore", "").
+    static std::pair<QString, QString> splitExtension(const QString& itemName);
+};

@@ -1,0 +1,3 @@
+#include "app/KestroCommandLine.h"
+
+int main(int argc, char* argv[]) { return KestroCommandLine::run(argc, argv); }

@@ -1,0 +1,57 @@
+#include "catalogue/AppPreferencesStore.h"
+
+#include "catalogue/AppPreferencesPersistence.h"
+#include "catalogue/LaunchAtLoginController.h"
+#include "platform/Platform.h"
+
+AppPreferencesStore::AppPreferencesStore(QObject* parent)
+    : QObject(parent)
+{
+    const AppPreferences stored = AppPreferencesPersistence::load();
+    m_revealCreatedItems = stored.revealCreatedItems;
+    m_revealActionResults = stored.revealActionResults;
+    // The system, not the file, knows whether we start at login; the file follows it.
+    m_launchAtLogin = Platform::loginItems().isEnabled();
+    if (stored.launchAtLogin != m_launchAtLogin)
+        save();
+}
+
+void AppPreferencesStore::setRevealCreatedItems(bool value)
+{
+    if (value == m_revealCreatedItems)
+        return;
+    m_revealCreatedItems = value;
+    save();
+    emit revealCreatedItemsChanged(value);
+}
+
+void AppPreferencesStore::setRevealActionResults(bool value)
+{
+    if (value == m_revealActionResults)
+        return;
+    m_revealActionResults = value;
+    save();
+    emit revealActionResultsChanged(value);
+}
+
+void AppPreferencesStore::setLaunchAtLogin(bool value)
+{
+    const bool old = m_launchAtLogin;
+    m_launchAtLogin = value;
+    emit launchAtLoginChanged(value);
+    if (m_isRollingBackLaunchAtLogin || value == old)
+        return;
+    try {
+        LaunchAtLoginController::setEnabled(value);
+        save();
+    } catch (const std::exception&) {
+        m_isRollingBackLaunchAtLogin = true;
+        setLaunchAtLogin(old);
+        m_isRollingBackLaunchAtLogin = false;
+    }
+}
+
+void AppPreferencesStore::save() const
+{
+    AppPreferencesPersistence::save({m_revealCreatedItems, m_revealActionResults, m_launchAtLogin});
+}

@@ -1,0 +1,34 @@
+#pragma once
+
+#include "catalogue/AppPreferences.h"
+
+#include <QObject>
+
+// The host's preferences as the settings window sees them. Launch at login mirrors the system's state;
+// a change the system refuses is rolled back.
+class AppPreferencesStore : public QObject {
+    Q_OBJECT
+public:
+    explicit AppPreferencesStore(QObject* parent = nullptr);
+
+    bool revealCreatedItems() const { return m_revealCreatedItems; }
+    bool revealActionResults() const { return m_revealActionResults; }
+    bool launchAtLogin() const { return m_launchAtLogin; }
+
+    void setRevealCreatedItems(bool value);
+    void setRevealActionResults(bool value);
+    void setLaunchAtLogin(bool value);
+
+signals:
+    void revealCreatedItemsChanged(bool value);
+    void revealActionResultsChanged(bool value);
+    void launchAtLoginChanged(bool value);
+
+private:
+    void save() const;
+
+    bool m_isRollingBackLaunchAtLogin = false;
+    bool m_revealCreatedItems = false;
+    bool m_revealActionResults = true;
+    bool m_launchAtLogin = false;
+};

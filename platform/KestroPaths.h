@@ -1,0 +1,28 @@
+#pragma once
+
+#include <QString>
+
+// Every fixed location Kestro reads or writes. All of them follow HOME, the XDG variables and
+// KESTRO_TMPDIR, so tests and a second account never touch each other's files.
+class KestroPaths {
+public:
+    static QString homeDirectory();
+    // Where the host keeps its property lists (the copy it reads back).
+    static QString applicationSupportDirectory();
+    // The second copy of the lists, read by the file-manager integration.
+    static QString extensionDirectory();
+    static QString extensionQueueDirectory();
+    // The machine-wide temporary root: KESTRO_TMPDIR, else /tmp.
+    static QString temporaryRoot();
+    static QString sharedQueueDirectory();
+    static QString diagnosticLogPath();
+    // The user's own temporary folder for staging work (TMPDIR, else /tmp).
+    static QString userTemporaryDirectory();
+    // A per-user folder for the single-instance socket and its lock.
+    static QString runtimeDirectory();
+    static QString autostartDirectory();
+    static QString applicationsDirectory();
+
+private:
+    static QString xdgDirectory(const char* variable, const QString& fallbackUnderHome);
+};

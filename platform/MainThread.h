@@ -1,0 +1,7 @@
+#pragma once
+
+#include <functional>
+
+// Runs work on the application's main thread and waits for it: directly when already there, else through a
+// blocking queued call. Without an application object the work runs on the calling thread.
+void runOnMainThread(const std::function<void()>& work);

@@ -1,0 +1,192 @@
+#include "platform/PropertyListFile.h"
+
+#include "platform/KestroPaths.h"
+
+#include <QDateTime>
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+#include <QSaveFile>
+#include <QTimeZone>
+
+#include <plist/plist.h>
+
+#include <cstdlib>
+#include <limits>
+#include <memory>
+
+namespace {
+
+// Property-list dates count seconds from 2001-01-01 00:00:00 UTC.
+const QDateTime referenceDate(QDate(2001, 1, 1), QTime(0, 0), QTimeZone::utc());
+
+struct PlistDeleter {
+    void operator()(void* node) const { plist_free(static_cast<plist_t>(node)); }
+};
+using PlistPointer = std::unique_ptr<void, PlistDeleter>;
+
+QVariant toVariant(plist_t node)
+{
+    switch (plist_get_node_type(node)) {
+    case PLIST_BOOLEAN: {
+        uint8_t value = 0;
+        plist_get_bool_val(node, &value);
+        return bool(value);
+    }
+    case PLIST_UINT: {
+        uint64_t value = 0;
+        plist_get_uint_val(node, &value);
+        // Negative integers arrive as their two's-complement bit pattern.
+        return qint64(value);
+    }
+    case PLIST_REAL: {
+        double value = 0;
+        plist_get_real_val(node, &value);
+        return value;
+    }
+    case PLIST_STRING: {
+        char* value = nullptr;
+        plist_get_string_val(node, &value);
+        QString text = QString::fromUtf8(value ? value : "");
+        std::free(value);
+        return text;
+    }
+    case PLIST_DATA: {
+        char* value = nullptr;
+        uint64_t length = 0;
+        plist_get_data_val(node, &value, &length);
+        QByteArray bytes(value ? value : "", value ? qsizetype(length) : 0);
+        std::free(value);
+        return bytes;
+    }
+    case PLIST_DATE: {
+        int32_t seconds = 0;
+        int32_t microseconds = 0;
+        plist_get_date_val(node, &seconds, &microseconds);
+        return referenceDate.addMSecs(qint64(seconds) * 1000 + microseconds / 1000);
+    }
+    case PLIST_ARRAY: {
+        QVariantList list;
+        const uint32_t count = plist_array_get_size(node);
+        for (uint32_t index = 0; index < count; ++index)
+            list.append(toVariant(plist_array_get_item(node, index)));
+        return list;
+    }
+    case PLIST_DICT: {
+        QVariantMap map;
+        plist_dict_iter iterator = nullptr;
+        plist_dict_new_iter(node, &iterator);
+        for (;;) {
+            char* key = nullptr;
+            plist_t value = nullptr;
+            plist_dict_next_item(node, iterator, &key, &value);
+            if (!value) {
+                std::free(key);
+                break;
+            }
+            map.insert(QString::fromUtf8(key ? key : ""), toVariant(value));
+            std::free(key);
+        }
+        std::free(iterator);
+        return map;
+    }
+    default:
+        return {};
+    }
+}
+
+plist_t fromVariant(const QVariant& value)
+{
+    switch (value.typeId()) {
+    case QMetaType::Bool:
+        return plist_new_bool(value.toBool() ? 1 : 0);
+    case QMetaType::Int:
+    case QMetaType::LongLong:
+    case QMetaType::UInt:
+    case QMetaType::ULongLong:
+        return plist_new_uint(uint64_t(value.toLongLong()));
+    case QMetaType::Double:
+    case QMetaType::Float:
+        return plist_new_real(value.toDouble());
+    case QMetaType::QByteArray: {
+        const QByteArray bytes = value.toByteArray();
+        return plist_new_data(bytes.constData(), uint64_t(bytes.size()));
+    }
+    case QMetaType::QDateTime: {
+        const qint64 milliseconds = referenceDate.msecsTo(value.toDateTime());
+        return plist_new_date(int32_t(milliseconds / 1000), int32_t((milliseconds % 1000) * 1000));
+    }
+    case QMetaType::QVariantList:
+    case QMetaType::QStringList: {
+        plist_t array = plist_new_array();
+        for (const QVariant& item : value.toList())
+            plist_array_append_item(array, fromVariant(item));
+        return array;
+    }
+    case QMetaType::QVariantMap: {
+        plist_t dictionary = plist_new_dict();
+        const QVariantMap map = value.toMap();
+        for (auto it = map.cbegin(); it != map.cend(); ++it)
+            plist_dict_set_item(dictionary, it.key().toUtf8().constData(), fromVariant(it.value()));
+        return dictionary;
+    }
+    default:
+        return plist_new_string(value.toString().toUtf8().constData());
+    }
+}
+
+} // namespace
+
+std::optional<QVariant> PropertyListFile::parse(const QByteArray& bytes)
+{
+    if (bytes.isEmpty() || bytes.size() > std::numeric_limits<int32_t>::max())
+        return std::nullopt;
+    plist_t root = nullptr;
+    if (plist_is_binary(bytes.constData(), uint32_t(bytes.size())))
+        plist_from_bin(bytes.constData(), uint32_t(bytes.size()), &root);
+    else
+        plist_from_xml(bytes.constData(), uint32_t(bytes.size()), &root);
+    if (!root)
+        return std::nullopt;
+    PlistPointer owner(root);
+    return toVariant(root);
+}
+
+std::optional<QVariant> PropertyListFile::read(const QString& path)
+{
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly))
+        return std::nullopt;
+    return parse(file.readAll());
+}
+
+QByteArray PropertyListFile::toXml(const QVariant& value)
+{
+    PlistPointer root(fromVariant(value));
+    char* xml = nullptr;
+    uint32_t length = 0;
+    plist_to_xml(static_cast<plist_t>(root.get()), &xml, &length);
+    QByteArray bytes(xml ? xml : "", xml ? qsizetype(length) : 0);
+    std::free(xml);
+    return bytes;
+}
+
+bool PropertyListFile::write(const QString& path, const QVariant& value)
+{
+    if (!QDir().mkpath(QFileInfo(path).absolutePath()))
+        return false;
+    QSaveFile file(path);
+    if (!file.open(QIODevice::WriteOnly))
+        return false;
+    const QByteArray bytes = toXml(value);
+    if (file.write(bytes) != bytes.size())
+        return false;
+    return file.commit();
+}
+
+bool PropertyListFile::writeBothCopies(const QString& fileName, const QVariant& value)
+{
+    const bool written = write(KestroPaths::applicationSupportDirectory() + QLatin1Char('/') + fileName, value);
+    write(KestroPaths::extensionDirectory() + QLatin1Char('/') + fileName, value);
+    return written;
+}

@@ -1,0 +1,21 @@
+#pragma once
+
+#include <QString>
+#include <QVariant>
+#include <optional>
+
+// Property lists on disk through libplist. Reading takes XML or binary; writing produces XML.
+// Values map to QVariant: dictionaries to QVariantMap, arrays to QVariantList, strings, booleans,
+// integers (qint64), reals, dates (QDateTime) and data (QByteArray).
+class PropertyListFile {
+public:
+    // The parsed top-level value, or nothing when the file is missing, unreadable or not a property list.
+    static std::optional<QVariant> read(const QString& path);
+    static std::optional<QVariant> parse(const QByteArray& bytes);
+    static QByteArray toXml(const QVariant& value);
+    // Creates the folder, then writes atomically (temporary file, then rename). False on any failure.
+    static bool write(const QString& path, const QVariant& value);
+    // Writes the same bytes to the application's folder and the extension's folder under fileName.
+    // True when the first (the one that is read back) was written.
+    static bool writeBothCopies(const QString& fileName, const QVariant& value);
+};

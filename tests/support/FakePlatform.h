@@ -1,0 +1,106 @@
+#pragma once
+
+#include "platform/Platform.h"
+
+#include <QList>
+#include <QStringList>
+#include <memory>
+#include <optional>
+#include <utility>
+
+// Fakes that record what was asked and answer as told.
+class FakeWorkspace : public Workspace {
+public:
+    QList<QUrl> openedUrls;
+    QList<QStringList> selections;
+    QList<std::pair<QString, QStringList>> launches;
+    QStringList terminals;
+    QHash<QString, QString> installedApplications;
+    bool openUrlSucceeds = true;
+
+    bool openUrl(const QUrl& url) override;
+    void selectItems(const QStringList& paths) override { selections.append(paths); }
+    void openWithApplication(const QString& applicationPath, const QStringList& paths) override
+    {
+        launches.append({applicationPath, paths});
+    }
+    QString applicationPath(const QString& identifier) override { return installedApplications.value(identifier); }
+    void openTerminal(const QString& directory) override { terminals.append(directory); }
+};
+
+class FakeClipboard : public Clipboard {
+public:
+    QString contents;
+    bool refuses = false;
+    int writes = 0;
+
+    bool setText(const QString& text) override;
+    QString text() override { return contents; }
+};
+
+class FakePrompts : public Prompts {
+public:
+    // Each queue is consumed front first; an empty queue answers "cancelled".
+    QList<std::optional<QString>> textAnswers;
+    QList<std::optional<std::pair<QString, QString>>> twoTextAnswers;
+    QList<std::optional<QString>> directoryAnswers;
+    QList<std::optional<QString>> featureRequestAnswers;
+    QStringList asked; // titles, labels and button prompts, in order
+
+    std::optional<QString> promptText(const QString& title, const QString& message) override;
+    std::optional<std::pair<QString, QString>> promptTwoTexts(const QString& title, const QString& firstLabel,
+                                                              const QString& secondLabel) override;
+    std::optional<QString> chooseDirectory(const QString& buttonLabel) override;
+    std::optional<QString> requestFeatureText() override;
+};
+
+class FakeFileManagerScripting : public FileManagerScripting {
+public:
+    QStringList selection;
+    std::optional<QString> frontWindow;
+    QStringList scriptsRun;
+
+    QStringList runListScript(const QString& source) override;
+    std::optional<QString> runStringScript(const QString& source) override;
+    QString runScriptOutput(const QString& source) override;
+};
+
+class FakeTrash : public Trash {
+public:
+    QStringList trashed;
+    QStringList refused; // paths that fail
+
+    void moveToTrash(const QString& path) override;
+};
+
+class FakeLoginItems : public LoginItems {
+public:
+    bool enabled = false;
+    bool refuses = false;
+    int registrations = 0;
+    int unregistrations = 0;
+
+    bool isEnabled() override { return enabled; }
+    void setEnabled(bool value) override;
+};
+
+class FakeNotifications : public Notifications {
+public:
+    QStringList settingsReasons;
+    int actionsQueued = 0;
+
+    void postSettingsChanged(const QString& reason) override { settingsReasons.append(reason); }
+    void postActionQueued() override { ++actionsQueued; }
+};
+
+// Installs a fresh set of fakes and hands them out to the test.
+struct FakePlatform {
+    static void install();
+    static FakeWorkspace& workspace();
+    static FakeClipboard& clipboard();
+    static FakePrompts& prompts();
+    static FakeFileManagerScripting& scripting();
+    static FakeTrash& trash();
+    static FakeLoginItems& loginItems();
+    static FakeNotifications& notifications();
+};

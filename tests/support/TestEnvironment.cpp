@@ -1,0 +1,73 @@
+#include "support/TestEnvironment.h"
+
+#include "platform/Platform.h"
+#include "support/FakePlatform.h"
+
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+
+namespace {
+const char* const variables[] = {"HOME",       "XDG_CONFIG_HOME", "XDG_DATA_HOME", "XDG_CACHE_HOME",
+                                 "XDG_RUNTIME_DIR", "TMPDIR",     "KESTRO_TMPDIR"};
+}
+
+TestEnvironment::TestEnvironment()
+{
+    for (const char* name : variables)
+        m_saved.append({name, qgetenv(name)});
+    const QString base = m_root.path();
+    for (const char* folder : {"home", "kestro-tmp", "tmp", "runtime"})
+        QDir().mkpath(base + QLatin1Char('/') + QLatin1String(folder));
+    QFile::setPermissions(base + QStringLiteral("/runtime"), QFileDevice::ReadOwner | QFileDevice::WriteOwner | QFileDevice::ExeOwner);
+    qputenv("HOME", (base + QStringLiteral("/home")).toUtf8());
+    qunsetenv("XDG_CONFIG_HOME");
+    qunsetenv("XDG_DATA_HOME");
+    qunsetenv("XDG_CACHE_HOME");
+    qputenv("XDG_RUNTIME_DIR", (base + QStringLiteral("/runtime")).toUtf8());
+    qputenv("TMPDIR", (base + QStringLiteral("/tmp")).toUtf8());
+    qputenv("KESTRO_TMPDIR", (base + QStringLiteral("/kestro-tmp")).toUtf8());
+    FakePlatform::install();
+}
+
+TestEnvironment::~TestEnvironment()
+{
+    Platform::reset();
+    for (const auto& [name, value] : m_saved) {
+        if (value.isNull())
+            qunsetenv(name.constData());
+        else
+            qputenv(name.constData(), value);
+    }
+}
+
+QString TestEnvironment::home() const { return m_root.path() + QStringLiteral("/home"); }
+QString TestEnvironment::kestroTmp() const { return m_root.path() + QStringLiteral("/kestro-tmp"); }
+
+QString TestEnvironment::makeFolder(const QString& name) const
+{
+    const QString path = m_root.path() + QLatin1Char('/') + name;
+    QDir().mkpath(path);
+    return path;
+}
+
+QString TestEnvironment::writeFile(const QString& path, const QByteArray& bytes) const
+{
+    const QString full = QDir::isAbsolutePath(path) ? path : m_root.path() + QLatin1Char('/') + path;
+    QDir().mkpath(QFileInfo(full).absolutePath());
+    QFile file(full);
+    file.open(QIODevice::WriteOnly);
+    file.write(bytes);
+    return full;
+}
+
+QString TestEnvironment::logText() const
+{
+    return QString::fromUtf8(readAll(kestroTmp() + QStringLiteral("/kestro-app-action.log")));
+}
+
+QByteArray readAll(const QString& path)
+{
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+}
