@@ -2,6 +2,7 @@
 
 #include "platform/Platform.h"
 
+#include <QHash>
 #include <QList>
 #include <QStringList>
 #include <memory>
