@@ -1,13 +1,20 @@
 #include "actions/ScheduledDeletionActions.h"
 
-#include "actions/FamilyNotBuilt.h"
+#include "actions/DiagnosticLog.h"
+#include "stores/ScheduledDeletionStore.h"
 
-void ScheduledDeletionActions::scheduleDeletion(const QStringList&, double, const QString&)
+void ScheduledDeletionActions::scheduleDeletion(const QStringList& selectedURLs, double timeInterval,
+                                                const QString& label)
 {
-    throw FamilyNotBuilt();
+    const QList<ScheduledDeletionItem> added = ScheduledDeletionStore::schedule(selectedURLs, timeInterval);
+    QStringList paths;
+    for (const ScheduledDeletionItem& item : added)
+        paths.append(item.path);
+    DiagnosticLog::append(QStringLiteral("scheduled deletion interval=") + label + QStringLiteral(" paths=")
+                          + DiagnosticLog::listText(paths));
 }
 
-void ScheduledDeletionActions::scheduleDeletion(const QStringList&, int)
+void ScheduledDeletionActions::scheduleDeletion(const QStringList& selectedURLs, int days)
 {
-    throw FamilyNotBuilt();
+    scheduleDeletion(selectedURLs, double(days) * 24 * 60 * 60, QString::number(days) + QLatin1Char('d'));
 }

@@ -3,6 +3,8 @@
 #include "actions/ActionRequirements.h"
 #include "app/DisplayEnvironment.h"
 #include "app/KestroHost.h"
+#include "app/LaunchOrigin.h"
+#include "app/SettingsScreenshots.h"
 #include "app/SingleInstance.h"
 #include "app/StandardOutputClipboard.h"
 #include "app/WidgetPrompts.h"
@@ -12,6 +14,8 @@
 
 #include <QApplication>
 #include <QCommandLineParser>
+#include <QIcon>
+#include <QTimer>
 #include <QThread>
 #include <QUrlQuery>
 
@@ -127,17 +131,37 @@ bool forwardToRunningHost(int argc, char* argv[], const QStringList& message)
     return SingleInstance::sendToRunningInstance(message);
 }
 
+// Test and measurement hooks, not for users: KESTRO_REPORT_READY prints one line on standard error when the
+// host is ready; KESTRO_SCREENSHOT_DIR saves pictures of the settings pages and the tray menu there, then quits.
+void connectHooks(KestroHost& host)
+{
+    const bool reportReady = !qEnvironmentVariableIsEmpty("KESTRO_REPORT_READY");
+    const QString screenshots = qEnvironmentVariable("KESTRO_SCREENSHOT_DIR");
+    QObject::connect(&host, &KestroHost::ready, &host, [&host, reportReady, screenshots] {
+        if (reportReady)
+            print(stderr, QStringLiteral("kestro: ready\n"));
+        if (!screenshots.isEmpty()) {
+            QTimer::singleShot(300, &host, [&host, screenshots] {
+                const bool saved = SettingsScreenshots::capture(host, screenshots);
+                QCoreApplication::exit(saved ? 0 : 1);
+            });
+        }
+    });
+}
+
 int runHost(int argc, char* argv[], const Options& options)
 {
     DisplayEnvironment::useOffscreenWithoutDisplay();
     QApplication application(argc, argv);
     QApplication::setQuitOnLastWindowClosed(false);
+    QApplication::setWindowIcon(QIcon(QStringLiteral(":/kestro/kestro.svg")));
     if (DisplayEnvironment::isInteractive())
         Platform::setPrompts(std::make_shared<WidgetPrompts>());
 
-    KestroHost host(options.loginItem);
-    // Two launches at once: the one that loses the lock hands its request to the winner.
-    for (int attempt = 0; !host.listen(); ++attempt) {
+    // Two launches at once: the one that loses the lock hands its request to the winner. Nothing of the host
+    // exists before the lock is ours, so a losing launch writes no file and runs no queue.
+    SingleInstance instance;
+    for (int attempt = 0; !instance.listen(); ++attempt) {
         if (SingleInstance::sendToRunningInstance(messageFor(options)))
             return 0;
         if (attempt == 50) {
@@ -146,9 +170,16 @@ int runHost(int argc, char* argv[], const Options& options)
         }
         QThread::msleep(100);
     }
+    KestroHost host(options.loginItem || LaunchOrigin::wasLikelyLaunchedAtLogin());
+    QObject::connect(&instance, &SingleInstance::messageReceived, &host, &KestroHost::handleMessage);
+    connectHooks(host);
+    host.finishLaunching();
     if (!options.url.isEmpty())
         host.openURL(QUrl(options.url));
-    return application.exec();
+    const int status = application.exec();
+    // Quitting waits for a queued action in hand to finish.
+    host.shutDown();
+    return status;
 }
 
 } // namespace

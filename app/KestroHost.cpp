@@ -1,29 +1,140 @@
 #include "app/KestroHost.h"
 
 #include "actions/DiagnosticLog.h"
+#include "app/KestroMainWindow.h"
+#include "app/MenuBarController.h"
 #include "catalogue/AppPreferencesStore.h"
+#include "catalogue/FeatureSettingsStore.h"
 #include "intake/FinderSelectionModel.h"
+#include "intake/KestroQueuedActionRunner.h"
+#include "settings-ui/SettingsContentView.h"
+#include "stores/CustomDestinationStore.h"
+#include "stores/CustomShortcutActionStore.h"
+#include "stores/FinderViewPresetStore.h"
+#include "stores/ScheduledDeletionListStore.h"
+#include "stores/ScheduledDeletionRunner.h"
+
+#include <QPointer>
+#include <QTimer>
 
 KestroHost::KestroHost(bool launchedAtLogin, QObject* parent)
     : QObject(parent)
-    , m_launchedAtLogin(launchedAtLogin)
-    , m_preferences(new AppPreferencesStore(this))
+    , m_shouldPresentMainWindow(!launchedAtLogin)
     , m_selectionModel(new FinderSelectionModel(this))
+    , m_featureSettings(new FeatureSettingsStore(this))
+    , m_customDestinations(new CustomDestinationStore(this))
+    , m_customShortcutActions(new CustomShortcutActionStore(this))
+    , m_finderViewPresets(new FinderViewPresetStore(this))
+    , m_preferences(new AppPreferencesStore(this))
+    , m_scheduledDeletions(new ScheduledDeletionListStore(this))
 {
-    connect(&m_instance, &SingleInstance::messageReceived, this, &KestroHost::handleMessage);
+    DiagnosticLog::append(QStringLiteral("KestroApp init"));
+    m_queueRunner = new KestroQueuedActionRunner(this);
+    connect(
+        m_queueRunner, &KestroQueuedActionRunner::passFinished, this,
+        [this] {
+            if (m_firstDrainDone)
+                return;
+            m_firstDrainDone = true;
+            noteReady();
+        },
+        Qt::QueuedConnection);
+    m_queueRunner->start();
+    m_deletionRunner = new ScheduledDeletionRunner(this);
+    m_deletionRunner->start();
+    connect(this, &KestroHost::showRequested, this, &KestroHost::reopen);
 }
 
-KestroHost::~KestroHost() = default;
+KestroHost::~KestroHost()
+{
+    shutDown();
+    // The window holds views of the stores; it goes before them.
+    delete mainWindow();
+    delete m_menuBar;
+    m_menuBar = nullptr;
+}
 
-bool KestroHost::listen() { return m_instance.listen(); }
+void KestroHost::finishLaunching()
+{
+    m_menuBar = new MenuBarController(
+        *m_featureSettings, *m_customDestinations, [this] { return createMainWindow(); }, this);
+    m_hasTray = m_menuBar->install();
+    // Without a tray the window is the only way in: a normal start shows it (a start at login still waits for
+    // the user to start Kestro again, which brings it up).
+    m_trayInstalled = true;
+    DiagnosticLog::append(QStringLiteral("app launched"));
+    m_queueRunner->drain();
+    runLaunchPresentation();
+    noteReady();
+}
+
+void KestroHost::shutDown()
+{
+    if (m_queueRunner)
+        m_queueRunner->stop();
+    if (m_deletionRunner)
+        m_deletionRunner->stop();
+}
+
+void KestroHost::runLaunchPresentation()
+{
+    // The same step three times: the window may not be ready at the first try.
+    QPointer<KestroHost> self(this);
+    for (int delay : {0, 150, 450}) {
+        QTimer::singleShot(delay, this, [self] {
+            if (self)
+                self->presentationStep();
+        });
+    }
+}
+
+void KestroHost::presentationStep()
+{
+    if (m_shouldPresentMainWindow) {
+        m_menuBar->showMainWindow();
+    } else if (KestroMainWindow* window = mainWindow()) {
+        window->hide();
+    }
+}
+
+void KestroHost::reopen()
+{
+    m_shouldPresentMainWindow = true;
+    presentationStep();
+}
+
+KestroMainWindow* KestroHost::mainWindow() const { return m_menuBar ? m_menuBar->mainWindow() : nullptr; }
+
+SettingsContentView* KestroHost::contentView() const
+{
+    KestroMainWindow* window = mainWindow();
+    return window ? static_cast<SettingsContentView*>(window->content()) : nullptr;
+}
+
+KestroMainWindow* KestroHost::createMainWindow()
+{
+    const SettingsStores stores{*m_featureSettings,       *m_preferences,       *m_customDestinations,
+                                *m_customShortcutActions, *m_finderViewPresets, *m_scheduledDeletions};
+    return new KestroMainWindow(new SettingsContentView(stores));
+}
 
 void KestroHost::openURL(const QUrl& url) { m_selectionModel->handleIncomingURL(url); }
 
 void KestroHost::handleMessage(const QStringList& message)
 {
+    if (message.isEmpty())
+        return;
     const QString& command = message.constFirst();
     if (command == QLatin1String("open-url") && message.size() >= 2)
         openURL(QUrl(message.at(1)));
     else if (command == QLatin1String("show"))
         emit showRequested();
+}
+
+void KestroHost::noteReady()
+{
+    if (m_readyAnnounced || !isReady())
+        return;
+    m_readyAnnounced = true;
+    emit ready();
 }

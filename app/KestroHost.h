@@ -1,35 +1,81 @@
 #pragma once
 
-#include "app/SingleInstance.h"
-
 #include <QObject>
 #include <QUrl>
 
 class AppPreferencesStore;
+class CustomDestinationStore;
+class CustomShortcutActionStore;
+class FeatureSettingsStore;
 class FinderSelectionModel;
+class FinderViewPresetStore;
+class KestroMainWindow;
+class KestroQueuedActionRunner;
+class MenuBarController;
+class ScheduledDeletionListStore;
+class ScheduledDeletionRunner;
+class SettingsContentView;
 
-// The long-running host: owns the stores and the URL road, and takes the requests of later launches.
+// The long-running host. Constructing it creates the stores (in a fixed order), logs "KestroApp init",
+// runs the queue once and starts its polling, and starts the scheduled-deletion runner; finishLaunching()
+// then installs the tray, logs "app launched", drains the queue again and shows or hides the window.
 class KestroHost : public QObject {
     Q_OBJECT
 public:
     explicit KestroHost(bool launchedAtLogin, QObject* parent = nullptr);
     ~KestroHost() override;
 
-    // Becomes the one host of this user; false when another host already runs.
-    bool listen();
+    void finishLaunching();
+    // Stops polling and the deletion runner; a queued action in hand finishes first.
+    void shutDown();
+
     void openURL(const QUrl& url);
+    // A message from a later launch: ["open-url", url] or ["show"].
     void handleMessage(const QStringList& message);
+    // The user started Kestro again while it runs: show the window.
+    void reopen();
+
+    bool shouldPresentMainWindow() const { return m_shouldPresentMainWindow; }
+    bool hasTray() const { return m_hasTray; }
+    // True once the tray is installed and the queue's first pass is done.
+    bool isReady() const { return m_trayInstalled && m_firstDrainDone; }
 
     FinderSelectionModel& selectionModel() { return *m_selectionModel; }
+    FeatureSettingsStore& featureSettings() { return *m_featureSettings; }
+    CustomDestinationStore& customDestinations() { return *m_customDestinations; }
+    CustomShortcutActionStore& customShortcutActions() { return *m_customShortcutActions; }
+    FinderViewPresetStore& finderViewPresets() { return *m_finderViewPresets; }
     AppPreferencesStore& preferences() { return *m_preferences; }
+    ScheduledDeletionListStore& scheduledDeletions() { return *m_scheduledDeletions; }
+    KestroQueuedActionRunner& queueRunner() { return *m_queueRunner; }
+    MenuBarController& menuBar() { return *m_menuBar; }
+    // The main window, created on first use.
+    KestroMainWindow* mainWindow() const;
+    SettingsContentView* contentView() const;
 
 signals:
-    // A later launch without a request asks the host to show itself.
     void showRequested();
+    void ready();
 
 private:
-    bool m_launchedAtLogin;
-    SingleInstance m_instance;
-    AppPreferencesStore* m_preferences;
+    KestroMainWindow* createMainWindow();
+    void runLaunchPresentation();
+    void presentationStep();
+    void noteReady();
+
+    bool m_shouldPresentMainWindow;
+    bool m_hasTray = false;
+    bool m_trayInstalled = false;
+    bool m_firstDrainDone = false;
+    bool m_readyAnnounced = false;
     FinderSelectionModel* m_selectionModel;
+    FeatureSettingsStore* m_featureSettings;
+    CustomDestinationStore* m_customDestinations;
+    CustomShortcutActionStore* m_customShortcutActions;
+    FinderViewPresetStore* m_finderViewPresets;
+    AppPreferencesStore* m_preferences;
+    ScheduledDeletionListStore* m_scheduledDeletions;
+    KestroQueuedActionRunner* m_queueRunner = nullptr;
+    ScheduledDeletionRunner* m_deletionRunner = nullptr;
+    MenuBarController* m_menuBar = nullptr;
 };

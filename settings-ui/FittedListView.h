@@ -1,0 +1,18 @@
+#pragma once
+
+#include <QListView>
+
+// A list inside a scrolling page: as tall as its rows (no scroll bar of its own), drawn with the settings
+// row delegate, and reorderable by dragging when its model allows moves.
+class FittedListView : public QListView {
+    Q_OBJECT
+public:
+    explicit FittedListView(QWidget* parent = nullptr);
+
+    void setModel(QAbstractItemModel* model) override;
+    void setReorderable(bool reorderable);
+    QSize sizeHint() const override;
+    QSize minimumSizeHint() const override;
+    // The rows selected, as offsets in the list.
+    QSet<qsizetype> selectedOffsets() const;
+};

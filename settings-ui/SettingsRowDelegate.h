@@ -1,0 +1,29 @@
+#pragma once
+
+#include <QStyledItemDelegate>
+
+// Draws the rows of the settings lists: a drag handle where the row can be dragged, an optional symbol tile,
+// a title over a grey explanation, and a switch where the row is checkable. A click on the switch flips it;
+// hovering the handle explains it.
+class SettingsRowDelegate : public QStyledItemDelegate {
+    Q_OBJECT
+public:
+    enum Role {
+        SubtitleRole = Qt::UserRole + 100, // QString: the grey second line
+        WarningRole,                       // bool: the second line reads as a warning
+    };
+    static constexpr int rowHeight = 52;
+
+    using QStyledItemDelegate::QStyledItemDelegate;
+
+    static QRect switchRect(const QRect& row);
+    static QRect handleRect(const QRect& row);
+    static QString handleHelpText();
+
+    QSize sizeHint(const QStyleOptionViewItem& option, const QModelIndex& index) const override;
+    void paint(QPainter* painter, const QStyleOptionViewItem& option, const QModelIndex& index) const override;
+    bool editorEvent(QEvent* event, QAbstractItemModel* model, const QStyleOptionViewItem& option,
+                     const QModelIndex& index) override;
+    bool helpEvent(QHelpEvent* event, QAbstractItemView* view, const QStyleOptionViewItem& option,
+                   const QModelIndex& index) override;
+};

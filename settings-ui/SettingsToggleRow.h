@@ -1,0 +1,25 @@
+#pragma once
+
+#include <QWidget>
+
+class ToggleSwitch;
+
+// One setting: its symbol, title and explanation, and the switch that turns it on or off.
+class SettingsToggleRow : public QWidget {
+    Q_OBJECT
+public:
+    SettingsToggleRow(const QString& systemImage, const QString& title, const QString& explanation,
+                      QWidget* parent = nullptr);
+
+    ToggleSwitch* toggle() const { return m_switch; }
+    QString title() const { return m_titleText; }
+    // Shows the value without reporting it as the user's change.
+    void setChecked(bool on);
+
+signals:
+    void toggled(bool on);
+
+private:
+    QString m_titleText;
+    ToggleSwitch* m_switch;
+};
