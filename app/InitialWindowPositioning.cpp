@@ -7,13 +7,11 @@
 #include <algorithm>
 #include <cstdlib>
 
-bool InitialWindowPositioning::needsResize(const QSize& frameSize)
-{
+bool InitialWindowPositioning::needsResize(const QSize& frameSize) {
     return std::abs(frameSize.width() - defaultWidth) > 1 || std::abs(frameSize.height() - defaultHeight) > 1;
 }
 
-QPoint InitialWindowPositioning::origin(const QRect& visibleArea, const QSize& frameSize)
-{
+QPoint InitialWindowPositioning::origin(const QRect& visibleArea, const QSize& frameSize) {
     // QRect's right() and bottom() are the last pixels inside; the far edges are one further.
     const int areaRight = visibleArea.x() + visibleArea.width();
     const int areaBottom = visibleArea.y() + visibleArea.height();
@@ -22,8 +20,7 @@ QPoint InitialWindowPositioning::origin(const QRect& visibleArea, const QSize& f
     return {x, y};
 }
 
-void InitialWindowPositioning::apply(QWidget* window)
-{
+void InitialWindowPositioning::apply(QWidget* window) {
     if (needsResize(window->frameGeometry().size()))
         window->resize(defaultWidth, defaultHeight);
     QScreen* screen = window->screen();

@@ -26,8 +26,7 @@ KestroHost::KestroHost(bool launchedAtLogin, QObject* parent)
     , m_customShortcutActions(new CustomShortcutActionStore(this))
     , m_finderViewPresets(new FinderViewPresetStore(this))
     , m_preferences(new AppPreferencesStore(this))
-    , m_scheduledDeletions(new ScheduledDeletionListStore(this))
-{
+    , m_scheduledDeletions(new ScheduledDeletionListStore(this)) {
     DiagnosticLog::append(QStringLiteral("KestroApp init"));
     m_queueRunner = new KestroQueuedActionRunner(this);
     connect(
@@ -45,8 +44,7 @@ KestroHost::KestroHost(bool launchedAtLogin, QObject* parent)
     connect(this, &KestroHost::showRequested, this, &KestroHost::reopen);
 }
 
-KestroHost::~KestroHost()
-{
+KestroHost::~KestroHost() {
     shutDown();
     // The window holds views of the stores; it goes before them.
     delete mainWindow();
@@ -54,8 +52,7 @@ KestroHost::~KestroHost()
     m_menuBar = nullptr;
 }
 
-void KestroHost::finishLaunching()
-{
+void KestroHost::finishLaunching() {
     m_menuBar = new MenuBarController(
         *m_featureSettings, *m_customDestinations, [this] { return createMainWindow(); }, this);
     m_hasTray = m_menuBar->install();
@@ -68,16 +65,14 @@ void KestroHost::finishLaunching()
     noteReady();
 }
 
-void KestroHost::shutDown()
-{
+void KestroHost::shutDown() {
     if (m_queueRunner)
         m_queueRunner->stop();
     if (m_deletionRunner)
         m_deletionRunner->stop();
 }
 
-void KestroHost::runLaunchPresentation()
-{
+void KestroHost::runLaunchPresentation() {
     // The same step three times: the window may not be ready at the first try.
     QPointer<KestroHost> self(this);
     for (int delay : {0, 150, 450}) {
@@ -88,8 +83,7 @@ void KestroHost::runLaunchPresentation()
     }
 }
 
-void KestroHost::presentationStep()
-{
+void KestroHost::presentationStep() {
     if (m_shouldPresentMainWindow) {
         m_menuBar->showMainWindow();
     } else if (KestroMainWindow* window = mainWindow()) {
@@ -97,31 +91,31 @@ void KestroHost::presentationStep()
     }
 }
 
-void KestroHost::reopen()
-{
+void KestroHost::reopen() {
     m_shouldPresentMainWindow = true;
     presentationStep();
 }
 
-KestroMainWindow* KestroHost::mainWindow() const { return m_menuBar ? m_menuBar->mainWindow() : nullptr; }
+KestroMainWindow* KestroHost::mainWindow() const {
+    return m_menuBar ? m_menuBar->mainWindow() : nullptr;
+}
 
-SettingsContentView* KestroHost::contentView() const
-{
+SettingsContentView* KestroHost::contentView() const {
     KestroMainWindow* window = mainWindow();
     return window ? static_cast<SettingsContentView*>(window->content()) : nullptr;
 }
 
-KestroMainWindow* KestroHost::createMainWindow()
-{
+KestroMainWindow* KestroHost::createMainWindow() {
     const SettingsStores stores{*m_featureSettings,       *m_preferences,       *m_customDestinations,
                                 *m_customShortcutActions, *m_finderViewPresets, *m_scheduledDeletions};
     return new KestroMainWindow(new SettingsContentView(stores));
 }
 
-void KestroHost::openURL(const QUrl& url) { m_selectionModel->handleIncomingURL(url); }
+void KestroHost::openURL(const QUrl& url) {
+    m_selectionModel->handleIncomingURL(url);
+}
 
-void KestroHost::handleMessage(const QStringList& message)
-{
+void KestroHost::handleMessage(const QStringList& message) {
     if (message.isEmpty())
         return;
     const QString& command = message.constFirst();
@@ -131,8 +125,7 @@ void KestroHost::handleMessage(const QStringList& message)
         emit showRequested();
 }
 
-void KestroHost::noteReady()
-{
+void KestroHost::noteReady() {
     if (m_readyAnnounced || !isReady())
         return;
     m_readyAnnounced = true;

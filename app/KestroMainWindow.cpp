@@ -11,8 +11,7 @@ const QString KestroMainWindow::identifier = QStringLiteral("KestroMainWindow");
 
 KestroMainWindow::KestroMainWindow(QWidget* content, QWidget* parent)
     : QWidget(parent, Qt::Window)
-    , m_content(content)
-{
+    , m_content(content) {
     setObjectName(identifier);
     setWindowTitle(QStringLiteral("Kestro"));
     setWindowIcon(QIcon(QStringLiteral(":/kestro/kestro.svg")));
@@ -23,8 +22,7 @@ KestroMainWindow::KestroMainWindow(QWidget* content, QWidget* parent)
     resize(InitialWindowPositioning::defaultWidth, InitialWindowPositioning::defaultHeight);
 }
 
-void KestroMainWindow::present()
-{
+void KestroMainWindow::present() {
     if (isMinimized())
         showNormal();
     show();
@@ -32,8 +30,7 @@ void KestroMainWindow::present()
     activateWindow();
 }
 
-void KestroMainWindow::showEvent(QShowEvent* event)
-{
+void KestroMainWindow::showEvent(QShowEvent* event) {
     QWidget::showEvent(event);
     if (m_positioned)
         return;
@@ -43,8 +40,7 @@ void KestroMainWindow::showEvent(QShowEvent* event)
     QTimer::singleShot(0, this, [this] { InitialWindowPositioning::apply(this); });
 }
 
-void KestroMainWindow::closeEvent(QCloseEvent* event)
-{
+void KestroMainWindow::closeEvent(QCloseEvent* event) {
     if (objectName() != identifier) {
         QWidget::closeEvent(event);
         return;

@@ -6,8 +6,8 @@
 
 #include <ctime>
 
-bool LaunchOrigin::wasLikelyLaunchedAtLogin(const QStringList& arguments, bool loginItemEnabled, double uptimeSeconds)
-{
+bool LaunchOrigin::wasLikelyLaunchedAtLogin(const QStringList& arguments, bool loginItemEnabled,
+                                            double uptimeSeconds) {
     if (arguments.contains(QStringLiteral("--login-item")))
         return true;
     if (!loginItemEnabled)
@@ -15,16 +15,14 @@ bool LaunchOrigin::wasLikelyLaunchedAtLogin(const QStringList& arguments, bool l
     return uptimeSeconds < recentBootSeconds;
 }
 
-bool LaunchOrigin::wasLikelyLaunchedAtLogin()
-{
+bool LaunchOrigin::wasLikelyLaunchedAtLogin() {
     const QStringList arguments = QCoreApplication::arguments();
     if (arguments.contains(QStringLiteral("--login-item")))
         return true;
     return wasLikelyLaunchedAtLogin(arguments, Platform::loginItems().isEnabled(), systemUptimeSeconds());
 }
 
-double LaunchOrigin::systemUptimeSeconds()
-{
+double LaunchOrigin::systemUptimeSeconds() {
     timespec now{};
     if (clock_gettime(CLOCK_BOOTTIME, &now) != 0)
         return 1e12;

@@ -8,7 +8,8 @@ class LaunchOrigin {
 public:
     static constexpr double recentBootSeconds = 180.0;
 
-    static bool wasLikelyLaunchedAtLogin(const QStringList& arguments, bool loginItemEnabled, double uptimeSeconds);
+    static bool wasLikelyLaunchedAtLogin(const QStringList& arguments, bool loginItemEnabled,
+                                         double uptimeSeconds);
     // Reads the arguments, the login item and the system's uptime.
     static bool wasLikelyLaunchedAtLogin();
     // Seconds since boot; a large value when unknown, so that an unknown uptime never hides the window.

@@ -12,13 +12,13 @@
 #include <QPushButton>
 #include <QSystemTrayIcon>
 
-MenuBarController::MenuBarController(FeatureSettingsStore& featureSettings, CustomDestinationStore& destinations,
-                                     WindowFactory createWindow, QObject* parent)
+MenuBarController::MenuBarController(FeatureSettingsStore& featureSettings,
+                                     CustomDestinationStore& destinations, WindowFactory createWindow,
+                                     QObject* parent)
     : QObject(parent)
     , m_featureSettings(featureSettings)
     , m_destinations(destinations)
-    , m_createWindow(std::move(createWindow))
-{
+    , m_createWindow(std::move(createWindow)) {
     m_presentError = [](const QString& description) {
         QMessageBox alert(QMessageBox::Warning, QStringLiteral("Kestro"), tr("Kestro 操作失败"));
         alert.setInformativeText(description);
@@ -28,10 +28,11 @@ MenuBarController::MenuBarController(FeatureSettingsStore& featureSettings, Cust
     };
 }
 
-MenuBarController::~MenuBarController() { delete m_menu; }
+MenuBarController::~MenuBarController() {
+    delete m_menu;
+}
 
-bool MenuBarController::install()
-{
+bool MenuBarController::install() {
     if (!m_menu) {
         m_menu = new QMenu;
         m_menu->setObjectName(QStringLiteral("KestroStatusMenu"));
@@ -47,14 +48,14 @@ bool MenuBarController::install()
             if (reason == QSystemTrayIcon::Trigger)
                 handleStatusItemClick();
         });
-        // Shown even without a tray now: one that appears later (an indicator loaded after login) picks it up.
+        // Shown even without a tray now: one that appears later (an indicator loaded after login) picks it
+        // up.
         m_tray->show();
     }
     return QSystemTrayIcon::isSystemTrayAvailable();
 }
 
-void MenuBarController::buildMenu(QMenu* menu)
-{
+void MenuBarController::buildMenu(QMenu* menu) {
     menu->clear();
     // clear() leaves the sub-menus the menu owns; they go with their items.
     for (QMenu* submenu : menu->findChildren<QMenu*>(Qt::FindDirectChildrenOnly))
@@ -67,12 +68,14 @@ void MenuBarController::buildMenu(QMenu* menu)
     for (const auto& entry : content.quickOpenDestinations) {
         QAction* action = quickOpen->addAction(entry.title);
         action->setData(entry.payload);
-        connect(action, &QAction::triggered, this, [this, path = entry.payload] { openQuickOpenDestination(path); });
+        connect(action, &QAction::triggered, this,
+                [this, path = entry.payload] { openQuickOpenDestination(path); });
     }
     for (const auto& entry : content.quickOpenActions) {
         QAction* action = quickOpen->addAction(entry.title);
         action->setData(entry.payload);
-        connect(action, &QAction::triggered, this, [this, id = entry.payload] { performQuickOpenAction(id); });
+        connect(action, &QAction::triggered, this,
+                [this, id = entry.payload] { performQuickOpenAction(id); });
     }
     if (quickOpen->isEmpty())
         quickOpen->addAction(tr("没有已启用的打开功能"))->setEnabled(false);
@@ -82,7 +85,8 @@ void MenuBarController::buildMenu(QMenu* menu)
         for (const auto& entry : content.customActions) {
             QAction* action = custom->addAction(entry.title);
             action->setData(entry.payload);
-            connect(action, &QAction::triggered, this, [this, id = entry.payload] { performCustomAction(id); });
+            connect(action, &QAction::triggered, this,
+                    [this, id = entry.payload] { performCustomAction(id); });
         }
         if (custom->isEmpty())
             custom->addAction(tr("还没有自定义动作"))->setEnabled(false);
@@ -94,22 +98,19 @@ void MenuBarController::buildMenu(QMenu* menu)
     quit->setShortcut(QKeySequence(Qt::CTRL | Qt::Key_Q));
 }
 
-void MenuBarController::showMainWindow()
-{
+void MenuBarController::showMainWindow() {
     if (!m_window && m_createWindow)
         m_window = m_createWindow();
     if (m_window)
         m_window->present();
 }
 
-void MenuBarController::resetAndOpenMainWindow()
-{
+void MenuBarController::resetAndOpenMainWindow() {
     resetTransientWindowState();
     showMainWindow();
 }
 
-void MenuBarController::resetTransientWindowState()
-{
+void MenuBarController::resetTransientWindowState() {
     // A modal dialog left open (a sheet, a prompt nobody answered) would keep the window from coming forward.
     if (QWidget* modal = QApplication::activeModalWidget()) {
         if (auto* dialog = qobject_cast<QDialog*>(modal))
@@ -123,8 +124,7 @@ void MenuBarController::resetTransientWindowState()
     }
 }
 
-void MenuBarController::handleStatusItemClick()
-{
+void MenuBarController::handleStatusItemClick() {
     if (m_window && m_window->isVisible() && m_window->isActiveWindow()) {
         m_window->hide();
         return;
@@ -132,17 +132,21 @@ void MenuBarController::handleStatusItemClick()
     showMainWindow();
 }
 
-void MenuBarController::openQuickOpenDestination(const QString& path)
-{
-    run([&] { FinderActionExecutor::perform(QStringLiteral("quickOpenPath"), {}, std::nullopt, path, std::nullopt); });
+void MenuBarController::openQuickOpenDestination(const QString& path) {
+    run([&] {
+        FinderActionExecutor::perform(QStringLiteral("quickOpenPath"), {}, std::nullopt, path, std::nullopt);
+    });
 }
 
-void MenuBarController::performQuickOpenAction(const QString& actionID) { performWithContext(actionID); }
+void MenuBarController::performQuickOpenAction(const QString& actionID) {
+    performWithContext(actionID);
+}
 
-void MenuBarController::performCustomAction(const QString& actionID) { performWithContext(actionID); }
+void MenuBarController::performCustomAction(const QString& actionID) {
+    performWithContext(actionID);
+}
 
-void MenuBarController::performWithContext(const QString& actionID)
-{
+void MenuBarController::performWithContext(const QString& actionID) {
     run([&] {
         const QStringList selection = FinderCurrentContext::readSelectedURLs();
         const std::optional<QString> target = FinderCurrentContext::readTargetedURL();
@@ -150,8 +154,7 @@ void MenuBarController::performWithContext(const QString& actionID)
     });
 }
 
-void MenuBarController::run(const std::function<void()>& action)
-{
+void MenuBarController::run(const std::function<void()>& action) {
     try {
         action();
     } catch (const std::exception& error) {
@@ -159,10 +162,11 @@ void MenuBarController::run(const std::function<void()>& action)
     }
 }
 
-void MenuBarController::quitApp() { QCoreApplication::quit(); }
+void MenuBarController::quitApp() {
+    QCoreApplication::quit();
+}
 
-void MenuBarController::showActionError(const QString& description)
-{
+void MenuBarController::showActionError(const QString& description) {
     if (m_presentError)
         m_presentError(description);
 }

@@ -2,9 +2,9 @@
 
 #include "app/StatusMenuContent.h"
 
+#include <functional>
 #include <QObject>
 #include <QPointer>
-#include <functional>
 
 class CustomDestinationStore;
 class FeatureSettingsStore;

@@ -17,16 +17,14 @@
 
 namespace {
 
-void settle()
-{
+void settle() {
     for (int round = 0; round < 5; ++round) {
         QApplication::processEvents();
         QThread::msleep(40);
     }
 }
 
-bool save(const QPixmap& picture, const QString& path)
-{
+bool save(const QPixmap& picture, const QString& path) {
     if (!picture.isNull() && picture.save(path, "PNG"))
         return true;
     std::fprintf(stderr, "kestro: could not save %s\n", qPrintable(path));
@@ -35,8 +33,7 @@ bool save(const QPixmap& picture, const QString& path)
 
 } // namespace
 
-bool SettingsScreenshots::capture(KestroHost& host, const QString& directory)
-{
+bool SettingsScreenshots::capture(KestroHost& host, const QString& directory) {
     if (!QDir().mkpath(directory)) {
         std::fprintf(stderr, "kestro: could not create %s\n", qPrintable(directory));
         return false;
@@ -55,7 +52,9 @@ bool SettingsScreenshots::capture(KestroHost& host, const QString& directory)
     for (qsizetype index = 0; index < features.size(); ++index) {
         content->showPage(SettingsPage::of(features.at(index)));
         settle();
-        const QString name = QStringLiteral("feature-%1-%2.png").arg(index + 1, 2, 10, QLatin1Char('0')).arg(features.at(index).id());
+        const QString name = QStringLiteral("feature-%1-%2.png")
+                                 .arg(index + 1, 2, 10, QLatin1Char('0'))
+                                 .arg(features.at(index).id());
         saved &= save(window->grab(), folder.filePath(name));
     }
     content->showPage(SettingsPage::preferences());

@@ -7,18 +7,18 @@
 #include <QFileInfo>
 
 StatusMenuContent StatusMenuContent::gather(const FeatureSettingsStore& featureSettings,
-                                            const CustomDestinationStore& destinations)
-{
+                                            const CustomDestinationStore& destinations) {
     StatusMenuContent content;
     content.quickOpenEnabled = featureSettings.isEnabled(KestroFeature::quickOpen);
     if (content.quickOpenEnabled) {
-        for (const CustomDestination& destination : destinations.destinations(CustomDestinationKind::quickOpen)) {
+        for (const CustomDestination& destination :
+             destinations.destinations(CustomDestinationKind::quickOpen)) {
             if (QFileInfo::exists(destination.path))
                 content.quickOpenDestinations.append({destination.name, destination.path});
         }
         for (const KestroFeatureChild& child : featureSettings.orderedChildren(KestroFeature::quickOpen)) {
-            const bool offered = child.actionID == QLatin1String("quickOpenClipboardPath")
-                || child.actionID == QLatin1String("quickOpenTypedPath");
+            const bool offered = child.actionID == QLatin1String("quickOpenClipboardPath") ||
+                                 child.actionID == QLatin1String("quickOpenTypedPath");
             if (offered && featureSettings.isEnabled(child))
                 content.quickOpenActions.append({child.title, child.actionID});
         }

@@ -14,14 +14,14 @@ CustomDestinationSection::CustomDestinationSection(CustomDestinationStore& store
               for (const CustomDestination& destination : store.destinations(kind)) {
                   const bool exists = QFileInfo::exists(destination.path);
                   rows.append({destination.name,
-                               exists ? destination.path : tr("已不存在：%1").arg(destination.path), !exists});
+                               exists ? destination.path : tr("已不存在：%1").arg(destination.path),
+                               !exists});
               }
               return rows;
           },
           parent)
     , m_store(store)
-    , m_kind(kind)
-{
+    , m_kind(kind) {
     model()->setMover([this](const QSet<qsizetype>& offsets, qsizetype destination) {
         m_store.moveDestinations(m_kind, offsets, destination);
     });
@@ -29,8 +29,9 @@ CustomDestinationSection::CustomDestinationSection(CustomDestinationStore& store
     setEmptyTexts(tr("列表为空"));
     addSelectionButton(tr("移除"), [this](int row) { m_store.removeDestinations(m_kind, {row}); });
     addButton(CustomDestinationKinds::addButtonTitle(kind), [this] { m_store.addDestination(m_kind); });
-    connect(&m_store, &CustomDestinationStore::destinationsChanged, this, [this](CustomDestinationKind changed) {
-        if (changed == m_kind)
-            reload();
-    });
+    connect(&m_store, &CustomDestinationStore::destinationsChanged, this,
+            [this](CustomDestinationKind changed) {
+                if (changed == m_kind)
+                    reload();
+            });
 }

@@ -10,7 +10,8 @@ class CustomDestinationStore;
 class CustomDestinationSection : public UserListSection {
     Q_OBJECT
 public:
-    CustomDestinationSection(CustomDestinationStore& store, CustomDestinationKind kind, QWidget* parent = nullptr);
+    CustomDestinationSection(CustomDestinationStore& store, CustomDestinationKind kind,
+                             QWidget* parent = nullptr);
 
 private:
     CustomDestinationStore& m_store;

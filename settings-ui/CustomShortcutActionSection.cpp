@@ -24,10 +24,10 @@ CustomShortcutActionSection::CustomShortcutActionSection(CustomShortcutActionSto
               return rows;
           },
           parent)
-    , m_store(store)
-{
-    model()->setMover(
-        [this](const QSet<qsizetype>& offsets, qsizetype destination) { m_store.moveActions(offsets, destination); });
+    , m_store(store) {
+    model()->setMover([this](const QSet<qsizetype>& offsets, qsizetype destination) {
+        m_store.moveActions(offsets, destination);
+    });
     model()->setRenamer([this](int row, const QString& name) {
         if (row < m_store.actions().size())
             m_store.update(m_store.actions().at(row), name);

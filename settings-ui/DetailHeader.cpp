@@ -6,11 +6,11 @@
 #include <QLabel>
 #include <QVBoxLayout>
 
-DetailHeader::DetailHeader(const QString& systemImage, const QString& title, const QString& summary, QWidget* parent)
+DetailHeader::DetailHeader(const QString& systemImage, const QString& title, const QString& summary,
+                           QWidget* parent)
     : QWidget(parent)
     , m_title(new QLabel(title))
-    , m_summary(new QLabel(summary))
-{
+    , m_summary(new QLabel(summary)) {
     setSizePolicy(QSizePolicy::Preferred, QSizePolicy::Maximum);
     auto* layout = new QHBoxLayout(this);
     layout->setContentsMargins(0, 0, 0, 4);
@@ -35,5 +35,9 @@ DetailHeader::DetailHeader(const QString& systemImage, const QString& title, con
     layout->addLayout(texts, 1);
 }
 
-QString DetailHeader::title() const { return m_title->text(); }
-QString DetailHeader::summary() const { return m_summary->text(); }
+QString DetailHeader::title() const {
+    return m_title->text();
+}
+QString DetailHeader::summary() const {
+    return m_summary->text();
+}

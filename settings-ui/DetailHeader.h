@@ -8,7 +8,8 @@ class QLabel;
 class DetailHeader : public QWidget {
     Q_OBJECT
 public:
-    DetailHeader(const QString& systemImage, const QString& title, const QString& summary, QWidget* parent = nullptr);
+    DetailHeader(const QString& systemImage, const QString& title, const QString& summary,
+                 QWidget* parent = nullptr);
 
     QString title() const;
     QString summary() const;

@@ -4,12 +4,12 @@
 #include "settings-ui/SettingsRowDelegate.h"
 #include "settings-ui/SymbolIcons.h"
 
-FeatureChildListModel::FeatureChildListModel(FeatureSettingsStore& store, KestroFeature feature, QObject* parent)
+FeatureChildListModel::FeatureChildListModel(FeatureSettingsStore& store, KestroFeature feature,
+                                             QObject* parent)
     : QAbstractListModel(parent)
     , m_store(store)
     , m_feature(feature)
-    , m_children(store.orderedChildren(feature))
-{
+    , m_children(store.orderedChildren(feature)) {
     connect(&m_store, &FeatureSettingsStore::childOrderChanged, this, [this](KestroFeature changed) {
         if (changed == m_feature)
             followOrder();
@@ -20,13 +20,11 @@ FeatureChildListModel::FeatureChildListModel(FeatureSettingsStore& store, Kestro
     });
 }
 
-int FeatureChildListModel::rowCount(const QModelIndex& parent) const
-{
+int FeatureChildListModel::rowCount(const QModelIndex& parent) const {
     return parent.isValid() ? 0 : int(m_children.size());
 }
 
-QVariant FeatureChildListModel::data(const QModelIndex& index, int role) const
-{
+QVariant FeatureChildListModel::data(const QModelIndex& index, int role) const {
     if (!index.isValid() || index.row() >= m_children.size())
         return {};
     const KestroFeatureChild& child = m_children.at(index.row());
@@ -38,7 +36,8 @@ QVariant FeatureChildListModel::data(const QModelIndex& index, int role) const
     case Qt::ToolTipRole:
         return child.summary;
     case Qt::DecorationRole:
-        return SymbolIcons::tile(child.systemImage, SymbolIcons::tint(m_feature.systemImage()), 28, child.title);
+        return SymbolIcons::tile(child.systemImage, SymbolIcons::tint(m_feature.systemImage()), 28,
+                                 child.title);
     case Qt::CheckStateRole:
         return m_store.isEnabled(child) ? Qt::Checked : Qt::Unchecked;
     default:
@@ -46,8 +45,7 @@ QVariant FeatureChildListModel::data(const QModelIndex& index, int role) const
     }
 }
 
-bool FeatureChildListModel::setData(const QModelIndex& index, const QVariant& value, int role)
-{
+bool FeatureChildListModel::setData(const QModelIndex& index, const QVariant& value, int role) {
     if (role != Qt::CheckStateRole || !index.isValid() || index.row() >= m_children.size())
         return false;
     m_store.setEnabled(value.toInt() == Qt::Checked, m_children.at(index.row()));
@@ -55,22 +53,24 @@ bool FeatureChildListModel::setData(const QModelIndex& index, const QVariant& va
     return true;
 }
 
-Qt::ItemFlags FeatureChildListModel::flags(const QModelIndex& index) const
-{
+Qt::ItemFlags FeatureChildListModel::flags(const QModelIndex& index) const {
     if (!index.isValid())
         return Qt::ItemIsDropEnabled;
     return Qt::ItemIsEnabled | Qt::ItemIsSelectable | Qt::ItemIsDragEnabled | Qt::ItemIsUserCheckable;
 }
 
-Qt::DropActions FeatureChildListModel::supportedDropActions() const { return Qt::MoveAction; }
-Qt::DropActions FeatureChildListModel::supportedDragActions() const { return Qt::MoveAction; }
+Qt::DropActions FeatureChildListModel::supportedDropActions() const {
+    return Qt::MoveAction;
+}
+Qt::DropActions FeatureChildListModel::supportedDragActions() const {
+    return Qt::MoveAction;
+}
 
 bool FeatureChildListModel::moveRows(const QModelIndex& sourceParent, int sourceRow, int count,
-                                     const QModelIndex& destinationParent, int destinationChild)
-{
+                                     const QModelIndex& destinationParent, int destinationChild) {
     const int size = int(m_children.size());
-    if (sourceParent.isValid() || destinationParent.isValid() || count <= 0 || sourceRow < 0
-        || sourceRow + count > size || destinationChild < 0 || destinationChild > size)
+    if (sourceParent.isValid() || destinationParent.isValid() || count <= 0 || sourceRow < 0 ||
+        sourceRow + count > size || destinationChild < 0 || destinationChild > size)
         return false;
     if (destinationChild >= sourceRow && destinationChild <= sourceRow + count)
         return false;
@@ -87,8 +87,7 @@ bool FeatureChildListModel::moveRows(const QModelIndex& sourceParent, int source
     return true;
 }
 
-void FeatureChildListModel::followOrder()
-{
+void FeatureChildListModel::followOrder() {
     if (m_moving)
         return;
     beginResetModel();

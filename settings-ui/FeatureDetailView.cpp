@@ -16,8 +16,7 @@ FeatureDetailView::FeatureDetailView(const SettingsStores& stores, KestroFeature
     : QScrollArea(parent)
     , m_feature(feature)
     , m_header(new DetailHeader(feature.systemImage(), feature.title(), feature.summary()))
-    , m_enableRow(new SettingsToggleRow(QString(), tr("在 Finder 右键菜单中启用"), QString()))
-{
+    , m_enableRow(new SettingsToggleRow(QString(), tr("在 Finder 右键菜单中启用"), QString())) {
     setObjectName(QStringLiteral("feature-") + feature.id());
     setWidgetResizable(true);
     setFrameShape(QFrame::NoFrame);
@@ -48,8 +47,7 @@ FeatureDetailView::FeatureDetailView(const SettingsStores& stores, KestroFeature
     setWidget(page);
 }
 
-QWidget* FeatureDetailView::makeUserSection(const SettingsStores& stores)
-{
+QWidget* FeatureDetailView::makeUserSection(const SettingsStores& stores) {
     switch (m_feature.value()) {
     case KestroFeature::copyFile:
         return new CustomDestinationSection(stores.customDestinations, CustomDestinationKind::copy);
@@ -58,7 +56,8 @@ QWidget* FeatureDetailView::makeUserSection(const SettingsStores& stores)
     case KestroFeature::quickOpen:
         return new CustomDestinationSection(stores.customDestinations, CustomDestinationKind::quickOpen);
     case KestroFeature::openWith:
-        return new CustomDestinationSection(stores.customDestinations, CustomDestinationKind::openApplication);
+        return new CustomDestinationSection(stores.customDestinations,
+                                            CustomDestinationKind::openApplication);
     case KestroFeature::customActions:
         return new CustomShortcutActionSection(stores.customShortcutActions);
     case KestroFeature::viewOptions:

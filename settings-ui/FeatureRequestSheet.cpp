@@ -10,8 +10,7 @@
 
 FeatureRequestSheet::FeatureRequestSheet(QWidget* parent)
     : QDialog(parent)
-    , m_editor(new QPlainTextEdit)
-{
+    , m_editor(new QPlainTextEdit) {
     setWindowTitle(tr("请求新功能"));
     setWindowModality(Qt::WindowModal);
     auto* layout = new QVBoxLayout(this);
@@ -34,15 +33,16 @@ FeatureRequestSheet::FeatureRequestSheet(QWidget* parent)
     buttons->addButton(tr("取消"), QDialogButtonBox::RejectRole);
     layout->addWidget(buttons);
     // An empty wish has nothing to send.
-    const auto updateSubmit = [this] { m_submit->setEnabled(!m_editor->toPlainText().trimmed().isEmpty()); };
+    const auto updateSubmit = [this] {
+        m_submit->setEnabled(!m_editor->toPlainText().trimmed().isEmpty());
+    };
     connect(m_editor, &QPlainTextEdit::textChanged, this, updateSubmit);
     updateSubmit();
     connect(buttons, &QDialogButtonBox::accepted, this, &FeatureRequestSheet::submit);
     connect(buttons, &QDialogButtonBox::rejected, this, &QDialog::reject);
 }
 
-void FeatureRequestSheet::submit()
-{
+void FeatureRequestSheet::submit() {
     const QString text = m_editor->toPlainText();
     if (text.trimmed().isEmpty())
         return;

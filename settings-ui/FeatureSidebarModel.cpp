@@ -6,8 +6,7 @@
 FeatureSidebarModel::FeatureSidebarModel(FeatureSettingsStore& store, QObject* parent)
     : QAbstractListModel(parent)
     , m_store(store)
-    , m_features(store.orderedFeatures())
-{
+    , m_features(store.orderedFeatures()) {
     connect(&m_store, &FeatureSettingsStore::featureOrderChanged, this, &FeatureSidebarModel::followStore);
     connect(&m_store, &FeatureSettingsStore::enabledFeatureIDsChanged, this, [this] {
         if (!m_features.isEmpty())
@@ -15,22 +14,21 @@ FeatureSidebarModel::FeatureSidebarModel(FeatureSettingsStore& store, QObject* p
     });
 }
 
-std::optional<KestroFeature> FeatureSidebarModel::feature(int row) const
-{
+std::optional<KestroFeature> FeatureSidebarModel::feature(int row) const {
     if (row < 0 || row >= m_features.size())
         return std::nullopt;
     return m_features.at(row);
 }
 
-int FeatureSidebarModel::rowOf(KestroFeature feature) const { return int(m_features.indexOf(feature)); }
+int FeatureSidebarModel::rowOf(KestroFeature feature) const {
+    return int(m_features.indexOf(feature));
+}
 
-int FeatureSidebarModel::rowCount(const QModelIndex& parent) const
-{
+int FeatureSidebarModel::rowCount(const QModelIndex& parent) const {
     return parent.isValid() ? 0 : int(m_features.size());
 }
 
-QVariant FeatureSidebarModel::data(const QModelIndex& index, int role) const
-{
+QVariant FeatureSidebarModel::data(const QModelIndex& index, int role) const {
     const auto feature = this->feature(index.row());
     if (!index.isValid() || !feature)
         return {};
@@ -54,22 +52,24 @@ QVariant FeatureSidebarModel::data(const QModelIndex& index, int role) const
     }
 }
 
-Qt::ItemFlags FeatureSidebarModel::flags(const QModelIndex& index) const
-{
+Qt::ItemFlags FeatureSidebarModel::flags(const QModelIndex& index) const {
     if (!index.isValid())
         return Qt::ItemIsDropEnabled;
     return Qt::ItemIsEnabled | Qt::ItemIsSelectable | Qt::ItemIsDragEnabled;
 }
 
-Qt::DropActions FeatureSidebarModel::supportedDropActions() const { return Qt::MoveAction; }
-Qt::DropActions FeatureSidebarModel::supportedDragActions() const { return Qt::MoveAction; }
+Qt::DropActions FeatureSidebarModel::supportedDropActions() const {
+    return Qt::MoveAction;
+}
+Qt::DropActions FeatureSidebarModel::supportedDragActions() const {
+    return Qt::MoveAction;
+}
 
 bool FeatureSidebarModel::moveRows(const QModelIndex& sourceParent, int sourceRow, int count,
-                                   const QModelIndex& destinationParent, int destinationChild)
-{
+                                   const QModelIndex& destinationParent, int destinationChild) {
     const int size = int(m_features.size());
-    if (sourceParent.isValid() || destinationParent.isValid() || count <= 0 || sourceRow < 0
-        || sourceRow + count > size || destinationChild < 0 || destinationChild > size)
+    if (sourceParent.isValid() || destinationParent.isValid() || count <= 0 || sourceRow < 0 ||
+        sourceRow + count > size || destinationChild < 0 || destinationChild > size)
         return false;
     // Dropping a block onto itself or right after itself moves nothing.
     if (destinationChild >= sourceRow && destinationChild <= sourceRow + count)
@@ -87,8 +87,7 @@ bool FeatureSidebarModel::moveRows(const QModelIndex& sourceParent, int sourceRo
     return true;
 }
 
-void FeatureSidebarModel::followStore()
-{
+void FeatureSidebarModel::followStore() {
     if (m_moving)
         return;
     const QList<KestroFeature> features = m_store.orderedFeatures();

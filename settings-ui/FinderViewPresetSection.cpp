@@ -14,8 +14,8 @@ FinderViewPresetSection::FinderViewPresetSection(FinderViewPresetStore& store, Q
           [&store] {
               QList<UserListModel::Row> rows;
               for (const FinderViewPreset& preset : store.presets())
-                  rows.append({preset.name, FinderViewModes::title(preset.viewMode) + QStringLiteral(" · ")
-                                                + FinderSortModes::title(preset.sortMode)});
+                  rows.append({preset.name, FinderViewModes::title(preset.viewMode) + QStringLiteral(" · ") +
+                                                FinderSortModes::title(preset.sortMode)});
               return rows;
           },
           parent)
@@ -23,10 +23,10 @@ FinderViewPresetSection::FinderViewPresetSection(FinderViewPresetStore& store, Q
     , m_editor(new QWidget)
     , m_name(new QLineEdit)
     , m_view(new QComboBox)
-    , m_sort(new QComboBox)
-{
-    model()->setMover(
-        [this](const QSet<qsizetype>& offsets, qsizetype destination) { m_store.movePresets(offsets, destination); });
+    , m_sort(new QComboBox) {
+    model()->setMover([this](const QSet<qsizetype>& offsets, qsizetype destination) {
+        m_store.movePresets(offsets, destination);
+    });
     listView()->setReorderable(true);
     setEmptyTexts(tr("还没有显示方案"));
 
@@ -81,8 +81,7 @@ FinderViewPresetSection::FinderViewPresetSection(FinderViewPresetStore& store, Q
     showSelected();
 }
 
-void FinderViewPresetSection::showSelected()
-{
+void FinderViewPresetSection::showSelected() {
     const int row = selectedRow();
     const bool shown = row >= 0 && row < m_store.presets().size();
     m_editor->setVisible(shown);

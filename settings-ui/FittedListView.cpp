@@ -5,8 +5,7 @@
 #include <QSet>
 
 FittedListView::FittedListView(QWidget* parent)
-    : QListView(parent)
-{
+    : QListView(parent) {
     setItemDelegate(new SettingsRowDelegate(this));
     setVerticalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
     setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
@@ -19,8 +18,7 @@ FittedListView::FittedListView(QWidget* parent)
     setEditTriggers(QAbstractItemView::NoEditTriggers);
 }
 
-void FittedListView::setReorderable(bool reorderable)
-{
+void FittedListView::setReorderable(bool reorderable) {
     setDragEnabled(reorderable);
     setAcceptDrops(reorderable);
     setDropIndicatorShown(reorderable);
@@ -29,8 +27,7 @@ void FittedListView::setReorderable(bool reorderable)
     setDragDropOverwriteMode(false);
 }
 
-void FittedListView::setModel(QAbstractItemModel* newModel)
-{
+void FittedListView::setModel(QAbstractItemModel* newModel) {
     QListView::setModel(newModel);
     if (!newModel)
         return;
@@ -42,8 +39,7 @@ void FittedListView::setModel(QAbstractItemModel* newModel)
     updateGeometry();
 }
 
-QSize FittedListView::sizeHint() const
-{
+QSize FittedListView::sizeHint() const {
     int height = 2 * frameWidth();
     if (model()) {
         for (int row = 0; row < model()->rowCount(rootIndex()); ++row)
@@ -52,10 +48,11 @@ QSize FittedListView::sizeHint() const
     return {QListView::sizeHint().width(), std::max(height, 4)};
 }
 
-QSize FittedListView::minimumSizeHint() const { return {100, sizeHint().height()}; }
+QSize FittedListView::minimumSizeHint() const {
+    return {100, sizeHint().height()};
+}
 
-QSet<qsizetype> FittedListView::selectedOffsets() const
-{
+QSet<qsizetype> FittedListView::selectedOffsets() const {
     QSet<qsizetype> offsets;
     for (const QModelIndex& index : selectionModel()->selectedRows())
         offsets.insert(index.row());

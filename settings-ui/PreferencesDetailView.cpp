@@ -9,28 +9,28 @@
 #include <QSysInfo>
 #include <QVBoxLayout>
 
-QString PreferencesDetailView::launchAtLoginExplanation()
-{
-    const QString system = QSysInfo::kernelType() == QLatin1String("darwin") ? QStringLiteral("macOS")
-                                                                               : QStringLiteral("Linux");
+QString PreferencesDetailView::launchAtLoginExplanation() {
+    const QString system =
+        QSysInfo::kernelType() == QLatin1String("darwin") ? QStringLiteral("macOS") : QStringLiteral("Linux");
     return tr("登录 %1 后自动启动 Kestro，让 Finder 右键菜单随时可用。").arg(system);
 }
 
 PreferencesDetailView::PreferencesDetailView(const SettingsStores& stores, QWidget* parent)
     : QScrollArea(parent)
-    , m_revealCreated(new SettingsToggleRow(
-          QStringLiteral("checkmark.circle"), tr("创建后定位新项目"),
-          tr("创建文件或文件夹后，让 Finder 高亮新项目。关闭后只在当前目录静默创建。")))
-    , m_revealResults(new SettingsToggleRow(
-          QStringLiteral("folder"), tr("处理后定位结果"),
-          tr("复制、移动、重命名、图片和 PDF 处理完成后，在 Finder 中显示结果文件。")))
-    , m_launchAtLogin(new SettingsToggleRow(QStringLiteral("power"), tr("登录时启动"), launchAtLoginExplanation()))
-    , m_grouping(new SettingsToggleRow(QStringLiteral("contextualmenu.and.cursorarrow"), tr("放入 Kestro 菜单"),
+    , m_revealCreated(
+          new SettingsToggleRow(QStringLiteral("checkmark.circle"), tr("创建后定位新项目"),
+                                tr("创建文件或文件夹后，让 Finder 高亮新项目。关闭后只在当前目录静默创建。")))
+    , m_revealResults(
+          new SettingsToggleRow(QStringLiteral("folder"), tr("处理后定位结果"),
+                                tr("复制、移动、重命名、图片和 PDF 处理完成后，在 Finder 中显示结果文件。")))
+    , m_launchAtLogin(
+          new SettingsToggleRow(QStringLiteral("power"), tr("登录时启动"), launchAtLoginExplanation()))
+    , m_grouping(new SettingsToggleRow(QStringLiteral("contextualmenu.and.cursorarrow"),
+                                       tr("放入 Kestro 菜单"),
                                        tr("开启后，所有功能都收在右键菜单的一个 Kestro 子菜单里。")))
     , m_collapsed(new SettingsToggleRow(
           QStringLiteral("rectangle.stack"), tr("折叠一级功能"),
-          tr("开启后，右键菜单会先显示一级功能目录；关闭后，会直接展开显示所有具体操作。")))
-{
+          tr("开启后，右键菜单会先显示一级功能目录；关闭后，会直接展开显示所有具体操作。"))) {
     setObjectName(QStringLiteral("preferences"));
     setWidgetResizable(true);
     setFrameShape(QFrame::NoFrame);
@@ -38,8 +38,8 @@ PreferencesDetailView::PreferencesDetailView(const SettingsStores& stores, QWidg
     auto* layout = new QVBoxLayout(page);
     layout->setContentsMargins(24, 20, 24, 24);
     layout->setSpacing(16);
-    layout->addWidget(
-        new DetailHeader(QStringLiteral("gearshape"), tr("偏好设置"), tr("控制 Kestro 执行右键操作后的 Finder 行为。")));
+    layout->addWidget(new DetailHeader(QStringLiteral("gearshape"), tr("偏好设置"),
+                                       tr("控制 Kestro 执行右键操作后的 Finder 行为。")));
 
     auto* behaviour = new SettingsSection(tr("操作之后"));
     behaviour->addRow(m_revealCreated);
@@ -63,10 +63,14 @@ PreferencesDetailView::PreferencesDetailView(const SettingsStores& stores, QWidg
     m_grouping->setChecked(settings.groupsFeaturesUnderKestro());
     m_collapsed->setChecked(settings.menuLayout() == FinderMenuLayout::collapsed);
 
-    connect(m_revealCreated, &SettingsToggleRow::toggled, &preferences, &AppPreferencesStore::setRevealCreatedItems);
-    connect(m_revealResults, &SettingsToggleRow::toggled, &preferences, &AppPreferencesStore::setRevealActionResults);
-    connect(m_launchAtLogin, &SettingsToggleRow::toggled, &preferences, &AppPreferencesStore::setLaunchAtLogin);
-    connect(m_grouping, &SettingsToggleRow::toggled, &settings, &FeatureSettingsStore::setGroupsFeaturesUnderKestro);
+    connect(m_revealCreated, &SettingsToggleRow::toggled, &preferences,
+            &AppPreferencesStore::setRevealCreatedItems);
+    connect(m_revealResults, &SettingsToggleRow::toggled, &preferences,
+            &AppPreferencesStore::setRevealActionResults);
+    connect(m_launchAtLogin, &SettingsToggleRow::toggled, &preferences,
+            &AppPreferencesStore::setLaunchAtLogin);
+    connect(m_grouping, &SettingsToggleRow::toggled, &settings,
+            &FeatureSettingsStore::setGroupsFeaturesUnderKestro);
     connect(m_collapsed, &SettingsToggleRow::toggled, &settings, [&settings](bool on) {
         settings.setMenuLayout(on ? FinderMenuLayout::collapsed : FinderMenuLayout::expanded);
     });
@@ -76,9 +80,11 @@ PreferencesDetailView::PreferencesDetailView(const SettingsStores& stores, QWidg
             &SettingsToggleRow::setChecked);
     connect(&preferences, &AppPreferencesStore::revealActionResultsChanged, m_revealResults,
             &SettingsToggleRow::setChecked);
-    connect(&preferences, &AppPreferencesStore::launchAtLoginChanged, m_launchAtLogin, &SettingsToggleRow::setChecked);
+    connect(&preferences, &AppPreferencesStore::launchAtLoginChanged, m_launchAtLogin,
+            &SettingsToggleRow::setChecked);
     connect(&settings, &FeatureSettingsStore::groupsFeaturesUnderKestroChanged, m_grouping,
             &SettingsToggleRow::setChecked);
-    connect(&settings, &FeatureSettingsStore::menuLayoutChanged, m_collapsed,
-            [this](FinderMenuLayout layout) { m_collapsed->setChecked(layout == FinderMenuLayout::collapsed); });
+    connect(
+        &settings, &FeatureSettingsStore::menuLayoutChanged, m_collapsed,
+        [this](FinderMenuLayout layout) { m_collapsed->setChecked(layout == FinderMenuLayout::collapsed); });
 }

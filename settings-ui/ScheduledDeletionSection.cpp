@@ -13,14 +13,14 @@ ScheduledDeletionSection::ScheduledDeletionSection(ScheduledDeletionListStore& s
               for (const ScheduledDeletionItem& item : store.items()) {
                   const QFileInfo info(item.path);
                   const QString name = info.fileName().isEmpty() ? item.path : info.fileName();
-                  const QString when = item.deleteAt.toLocalTime().toString(QStringLiteral("yyyy-MM-dd HH:mm"));
+                  const QString when =
+                      item.deleteAt.toLocalTime().toString(QStringLiteral("yyyy-MM-dd HH:mm"));
                   rows.append({name, tr("%1 · %2 移到废纸篓").arg(item.path, when)});
               }
               return rows;
           },
           parent)
-    , m_store(store)
-{
+    , m_store(store) {
     setEmptyTexts(tr("暂无定时清理项目"));
     addSelectionButton(tr("取消清理"), [this](int row) {
         if (row < m_store.items().size())

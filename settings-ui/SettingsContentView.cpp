@@ -14,8 +14,7 @@ SettingsContentView::SettingsContentView(const SettingsStores& stores, QWidget* 
     : QWidget(parent)
     , m_stores(stores)
     , m_sidebar(new SettingsSidebar(stores.featureSettings))
-    , m_detail(new QStackedWidget)
-{
+    , m_detail(new QStackedWidget) {
     setObjectName(QStringLiteral("ContentView"));
     auto* layout = new QHBoxLayout(this);
     layout->setContentsMargins(0, 0, 0, 0);
@@ -34,15 +33,17 @@ SettingsContentView::SettingsContentView(const SettingsStores& stores, QWidget* 
     layout->addWidget(m_detail, 1);
 
     connect(m_sidebar, &SettingsSidebar::pageSelected, this, &SettingsContentView::showPage);
-    connect(m_sidebar, &SettingsSidebar::featureRequestClicked, this, &SettingsContentView::openFeatureRequestSheet);
+    connect(m_sidebar, &SettingsSidebar::featureRequestClicked, this,
+            &SettingsContentView::openFeatureRequestSheet);
     const QList<KestroFeature> features = stores.featureSettings.orderedFeatures();
     showPage(features.isEmpty() ? SettingsPage::preferences() : SettingsPage::of(features.constFirst()));
 }
 
-SettingsPage SettingsContentView::currentPage() const { return m_sidebar->currentPage(); }
+SettingsPage SettingsContentView::currentPage() const {
+    return m_sidebar->currentPage();
+}
 
-void SettingsContentView::showPage(const SettingsPage& page)
-{
+void SettingsContentView::showPage(const SettingsPage& page) {
     if (!(m_sidebar->currentPage() == page))
         m_sidebar->select(page); // comes back here through pageSelected
     QWidget* widget = page.feature ? static_cast<QWidget*>(featurePage(*page.feature))
@@ -50,10 +51,11 @@ void SettingsContentView::showPage(const SettingsPage& page)
     m_detail->setCurrentWidget(widget);
 }
 
-QWidget* SettingsContentView::currentDetail() const { return m_detail->currentWidget(); }
+QWidget* SettingsContentView::currentDetail() const {
+    return m_detail->currentWidget();
+}
 
-FeatureDetailView* SettingsContentView::featurePage(KestroFeature feature)
-{
+FeatureDetailView* SettingsContentView::featurePage(KestroFeature feature) {
     FeatureDetailView*& page = m_featurePages[feature];
     if (!page) {
         page = new FeatureDetailView(m_stores, feature);
@@ -62,8 +64,7 @@ FeatureDetailView* SettingsContentView::featurePage(KestroFeature feature)
     return page;
 }
 
-PreferencesDetailView* SettingsContentView::preferencesPage()
-{
+PreferencesDetailView* SettingsContentView::preferencesPage() {
     if (!m_preferencesPage) {
         m_preferencesPage = new PreferencesDetailView(m_stores);
         m_detail->addWidget(m_preferencesPage);
@@ -71,8 +72,7 @@ PreferencesDetailView* SettingsContentView::preferencesPage()
     return m_preferencesPage;
 }
 
-void SettingsContentView::openFeatureRequestSheet()
-{
+void SettingsContentView::openFeatureRequestSheet() {
     auto* sheet = new FeatureRequestSheet(window());
     sheet->setAttribute(Qt::WA_DeleteOnClose);
     sheet->setObjectName(QStringLiteral("FeatureRequestSheet"));

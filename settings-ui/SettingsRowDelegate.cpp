@@ -15,34 +15,36 @@ constexpr int handleWidth = 22;
 constexpr int tileSize = 28;
 constexpr int padding = 8;
 
-bool draggable(const QModelIndex& index) { return index.flags().testFlag(Qt::ItemIsDragEnabled); }
-bool checkable(const QModelIndex& index) { return index.data(Qt::CheckStateRole).isValid(); }
+bool draggable(const QModelIndex& index) {
+    return index.flags().testFlag(Qt::ItemIsDragEnabled);
+}
+bool checkable(const QModelIndex& index) {
+    return index.data(Qt::CheckStateRole).isValid();
+}
 } // namespace
 
-QRect SettingsRowDelegate::switchRect(const QRect& row)
-{
+QRect SettingsRowDelegate::switchRect(const QRect& row) {
     const QSize size = ToggleSwitch::switchSize();
     return {row.right() - padding - size.width() + 1, row.center().y() - size.height() / 2 + 1, size.width(),
             size.height()};
 }
 
-QRect SettingsRowDelegate::handleRect(const QRect& row)
-{
+QRect SettingsRowDelegate::handleRect(const QRect& row) {
     return {row.left() + 2, row.top(), handleWidth, row.height()};
 }
 
-QString SettingsRowDelegate::handleHelpText() { return tr("拖拽调整顺序"); }
+QString SettingsRowDelegate::handleHelpText() {
+    return tr("拖拽调整顺序");
+}
 
-QSize SettingsRowDelegate::sizeHint(const QStyleOptionViewItem& option, const QModelIndex& index) const
-{
+QSize SettingsRowDelegate::sizeHint(const QStyleOptionViewItem& option, const QModelIndex& index) const {
     const bool twoLines = !index.data(SubtitleRole).toString().isEmpty();
     const int height = twoLines ? rowHeight : option.fontMetrics.height() + 2 * padding + 8;
     return {200, std::max(height, tileSize + 2 * padding)};
 }
 
 void SettingsRowDelegate::paint(QPainter* painter, const QStyleOptionViewItem& styleOption,
-                                const QModelIndex& index) const
-{
+                                const QModelIndex& index) const {
     QStyleOptionViewItem option = styleOption;
     initStyleOption(&option, index);
     painter->save();
@@ -113,15 +115,15 @@ void SettingsRowDelegate::paint(QPainter* painter, const QStyleOptionViewItem& s
     painter->restore();
 }
 
-bool SettingsRowDelegate::editorEvent(QEvent* event, QAbstractItemModel* model, const QStyleOptionViewItem& option,
-                                      const QModelIndex& index)
-{
+bool SettingsRowDelegate::editorEvent(QEvent* event, QAbstractItemModel* model,
+                                      const QStyleOptionViewItem& option, const QModelIndex& index) {
     if (!checkable(index) || !index.flags().testFlag(Qt::ItemIsEnabled))
         return QStyledItemDelegate::editorEvent(event, model, option, index);
     bool flip = false;
     if (event->type() == QEvent::MouseButtonRelease) {
         const auto* mouse = static_cast<QMouseEvent*>(event);
-        flip = mouse->button() == Qt::LeftButton && switchRect(option.rect).contains(mouse->position().toPoint());
+        flip = mouse->button() == Qt::LeftButton &&
+               switchRect(option.rect).contains(mouse->position().toPoint());
     } else if (event->type() == QEvent::MouseButtonDblClick || event->type() == QEvent::MouseButtonPress) {
         const auto* mouse = static_cast<QMouseEvent*>(event);
         // Swallow the press on the switch so it does not start a drag or an edit.
@@ -137,10 +139,10 @@ bool SettingsRowDelegate::editorEvent(QEvent* event, QAbstractItemModel* model, 
     return model->setData(index, on ? Qt::Unchecked : Qt::Checked, Qt::CheckStateRole);
 }
 
-bool SettingsRowDelegate::helpEvent(QHelpEvent* event, QAbstractItemView* view, const QStyleOptionViewItem& option,
-                                    const QModelIndex& index)
-{
-    if (event->type() == QEvent::ToolTip && draggable(index) && handleRect(option.rect).contains(event->pos())) {
+bool SettingsRowDelegate::helpEvent(QHelpEvent* event, QAbstractItemView* view,
+                                    const QStyleOptionViewItem& option, const QModelIndex& index) {
+    if (event->type() == QEvent::ToolTip && draggable(index) &&
+        handleRect(option.rect).contains(event->pos())) {
         QToolTip::showText(event->globalPos(), handleHelpText(), view);
         return true;
     }

@@ -6,12 +6,12 @@
 
 SettingsSection::SettingsSection(const QString& title, QWidget* parent)
     : QFrame(parent)
-    , m_title(new QLabel(title))
-{
+    , m_title(new QLabel(title)) {
     setObjectName(QStringLiteral("SettingsSection"));
     setFrameShape(QFrame::StyledPanel);
-    setStyleSheet(QStringLiteral("#SettingsSection { background: palette(base); border: 1px solid palette(mid); "
-                                 "border-radius: 10px; }"));
+    setStyleSheet(
+        QStringLiteral("#SettingsSection { background: palette(base); border: 1px solid palette(mid); "
+                       "border-radius: 10px; }"));
     m_body = new QVBoxLayout(this);
     m_body->setContentsMargins(14, 10, 14, 12);
     m_body->setSpacing(6);
@@ -28,8 +28,7 @@ SettingsSection::SettingsSection(const QString& title, QWidget* parent)
     m_title->setVisible(!title.isEmpty());
 }
 
-void SettingsSection::addRow(QWidget* row)
-{
+void SettingsSection::addRow(QWidget* row) {
     if (m_rows->count() > 0) {
         auto* line = new QFrame;
         line->setFrameShape(QFrame::HLine);
@@ -40,10 +39,11 @@ void SettingsSection::addRow(QWidget* row)
     m_rows->addWidget(row);
 }
 
-void SettingsSection::addFooter(QWidget* widget) { m_body->addWidget(widget); }
+void SettingsSection::addFooter(QWidget* widget) {
+    m_body->addWidget(widget);
+}
 
-void SettingsSection::addHeaderWidget(QWidget* widget)
-{
+void SettingsSection::addHeaderWidget(QWidget* widget) {
     m_title->setVisible(true);
     m_header->addWidget(widget, 0, Qt::AlignRight);
 }

@@ -13,8 +13,7 @@
 namespace {
 enum ExtraRow { preferencesRow = 0, featureRequestRow = 1 };
 
-QWidget* brandHeader()
-{
+QWidget* brandHeader() {
     auto* header = new QWidget;
     header->setObjectName(QStringLiteral("SidebarBrandHeader"));
     auto* layout = new QHBoxLayout(header);
@@ -39,8 +38,7 @@ QWidget* brandHeader()
     return header;
 }
 
-void styleList(QAbstractItemView* view)
-{
+void styleList(QAbstractItemView* view) {
     view->setFrameShape(QFrame::NoFrame);
     view->setIconSize(QSize(22, 22));
     view->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
@@ -48,10 +46,11 @@ void styleList(QAbstractItemView* view)
     view->setAttribute(Qt::WA_MacShowFocusRect, false);
     view->viewport()->setAutoFillBackground(false);
     // The selection keeps its colour when the window is not the active one.
-    view->setStyleSheet(QStringLiteral("QListView { background: transparent; outline: 0; } "
-                                       "QListView::item { padding: 3px 4px; border-radius: 6px; } "
-                                       "QListView::item:selected { background: #2f7cf6; color: white; } "
-                                       "QListView::item:hover:!selected { background: rgba(0, 0, 0, 0.06); }"));
+    view->setStyleSheet(
+        QStringLiteral("QListView { background: transparent; outline: 0; } "
+                       "QListView::item { padding: 3px 4px; border-radius: 6px; } "
+                       "QListView::item:selected { background: #2f7cf6; color: white; } "
+                       "QListView::item:hover:!selected { background: rgba(0, 0, 0, 0.06); }"));
 }
 } // namespace
 
@@ -59,8 +58,7 @@ SettingsSidebar::SettingsSidebar(FeatureSettingsStore& store, QWidget* parent)
     : QWidget(parent)
     , m_model(new FeatureSidebarModel(store, this))
     , m_features(new QListView)
-    , m_extras(new QListWidget)
-{
+    , m_extras(new QListWidget) {
     setObjectName(QStringLiteral("SettingsSidebar"));
     setMinimumWidth(200);
     auto* layout = new QVBoxLayout(this);
@@ -80,12 +78,10 @@ SettingsSidebar::SettingsSidebar(FeatureSettingsStore& store, QWidget* parent)
     layout->addWidget(m_features, 1);
 
     styleList(m_extras);
-    auto* preferences = new QListWidgetItem(QIcon(SymbolIcons::tile(QStringLiteral("gearshape"),
-                                                                    QColor(0x60, 0x6b, 0x7d), 22)),
-                                            tr("偏好设置"));
-    auto* request = new QListWidgetItem(QIcon(SymbolIcons::tile(QStringLiteral("envelope"),
-                                                                QColor(0x2f, 0x7c, 0xf6), 22)),
-                                        tr("请求新功能"));
+    auto* preferences = new QListWidgetItem(
+        QIcon(SymbolIcons::tile(QStringLiteral("gearshape"), QColor(0x60, 0x6b, 0x7d), 22)), tr("偏好设置"));
+    auto* request = new QListWidgetItem(
+        QIcon(SymbolIcons::tile(QStringLiteral("envelope"), QColor(0x2f, 0x7c, 0xf6), 22)), tr("请求新功能"));
     m_extras->addItem(preferences);
     m_extras->addItem(request);
     m_extras->setFixedHeight(2 * (m_extras->sizeHintForRow(0) + 2) + 4);
@@ -109,8 +105,7 @@ SettingsSidebar::SettingsSidebar(FeatureSettingsStore& store, QWidget* parent)
     });
 }
 
-void SettingsSidebar::select(const SettingsPage& page)
-{
+void SettingsSidebar::select(const SettingsPage& page) {
     m_selecting = true;
     const bool changed = !(page == m_page);
     m_page = page;

@@ -8,12 +8,11 @@
 #include <QSignalBlocker>
 #include <QVBoxLayout>
 
-SettingsToggleRow::SettingsToggleRow(const QString& systemImage, const QString& title, const QString& explanation,
-                                     QWidget* parent)
+SettingsToggleRow::SettingsToggleRow(const QString& systemImage, const QString& title,
+                                     const QString& explanation, QWidget* parent)
     : QWidget(parent)
     , m_titleText(title)
-    , m_switch(new ToggleSwitch)
-{
+    , m_switch(new ToggleSwitch) {
     auto* layout = new QHBoxLayout(this);
     layout->setContentsMargins(0, 8, 0, 8);
     layout->setSpacing(12);
@@ -43,8 +42,7 @@ SettingsToggleRow::SettingsToggleRow(const QString& systemImage, const QString& 
     connect(m_switch, &ToggleSwitch::toggled, this, &SettingsToggleRow::toggled);
 }
 
-void SettingsToggleRow::setChecked(bool on)
-{
+void SettingsToggleRow::setChecked(bool on) {
     const QSignalBlocker blocker(m_switch);
     m_switch->setChecked(on);
 }

@@ -7,8 +7,7 @@
 
 namespace {
 
-const QHash<QString, QString>& themeNames()
-{
+const QHash<QString, QString>& themeNames() {
     static const QHash<QString, QString> names{
         {QStringLiteral("doc.badge.plus"), QStringLiteral("document-new")},
         {QStringLiteral("folder"), QStringLiteral("folder")},
@@ -75,8 +74,7 @@ const QHash<QString, QString>& themeNames()
     return names;
 }
 
-void useAdwaitaWhereTheDesktopNamesNoTheme()
-{
+void useAdwaitaWhereTheDesktopNamesNoTheme() {
     static const bool done = [] {
         if (QIcon::themeName().isEmpty() || QIcon::themeName() == QLatin1String("hicolor"))
             QIcon::setThemeName(QStringLiteral("Adwaita"));
@@ -87,8 +85,7 @@ void useAdwaitaWhereTheDesktopNamesNoTheme()
 
 } // namespace
 
-QIcon SymbolIcons::themeIcon(const QString& systemImage)
-{
+QIcon SymbolIcons::themeIcon(const QString& systemImage) {
     useAdwaitaWhereTheDesktopNamesNoTheme();
     const QString name = themeNames().value(systemImage);
     if (name.isEmpty())
@@ -100,16 +97,16 @@ QIcon SymbolIcons::themeIcon(const QString& systemImage)
     return icon;
 }
 
-QColor SymbolIcons::tint(const QString& systemImage)
-{
-    static const QColor palette[] = {QColor(0x2f, 0x7c, 0xf6), QColor(0x34, 0xa8, 0x53), QColor(0xf0, 0x8c, 0x1a),
-                                     QColor(0xd9, 0x48, 0x5b), QColor(0x8e, 0x5c, 0xd9), QColor(0x1f, 0xa2, 0xb8),
+QColor SymbolIcons::tint(const QString& systemImage) {
+    static const QColor palette[] = {QColor(0x2f, 0x7c, 0xf6), QColor(0x34, 0xa8, 0x53),
+                                     QColor(0xf0, 0x8c, 0x1a), QColor(0xd9, 0x48, 0x5b),
+                                     QColor(0x8e, 0x5c, 0xd9), QColor(0x1f, 0xa2, 0xb8),
                                      QColor(0x60, 0x6b, 0x7d), QColor(0xc6, 0x5d, 0x2e)};
     return palette[qHash(systemImage) % (sizeof(palette) / sizeof(palette[0]))];
 }
 
-QPixmap SymbolIcons::tile(const QString& systemImage, const QColor& tint, int size, const QString& fallbackLetter)
-{
+QPixmap SymbolIcons::tile(const QString& systemImage, const QColor& tint, int size,
+                          const QString& fallbackLetter) {
     const qreal ratio = qApp ? qApp->devicePixelRatio() : 1.0;
     QPixmap pixmap(QSize(size, size) * ratio);
     pixmap.setDevicePixelRatio(ratio);

@@ -4,18 +4,19 @@
 #include <QPainterPath>
 
 ToggleSwitch::ToggleSwitch(QWidget* parent)
-    : QAbstractButton(parent)
-{
+    : QAbstractButton(parent) {
     setCheckable(true);
     setCursor(Qt::PointingHandCursor);
     setFocusPolicy(Qt::StrongFocus);
     setSizePolicy(QSizePolicy::Fixed, QSizePolicy::Fixed);
 }
 
-QSize ToggleSwitch::sizeHint() const { return switchSize(); }
+QSize ToggleSwitch::sizeHint() const {
+    return switchSize();
+}
 
-void ToggleSwitch::paintSwitch(QPainter& painter, const QRectF& rect, bool on, bool enabled, const QPalette& palette)
-{
+void ToggleSwitch::paintSwitch(QPainter& painter, const QRectF& rect, bool on, bool enabled,
+                               const QPalette& palette) {
     painter.save();
     painter.setRenderHint(QPainter::Antialiasing);
     const qreal radius = rect.height() / 2;
@@ -33,11 +34,11 @@ void ToggleSwitch::paintSwitch(QPainter& painter, const QRectF& rect, bool on, b
     painter.restore();
 }
 
-void ToggleSwitch::paintEvent(QPaintEvent*)
-{
+void ToggleSwitch::paintEvent(QPaintEvent*) {
     QPainter painter(this);
     const QSize size = switchSize();
-    const QRectF area((width() - size.width()) / 2.0, (height() - size.height()) / 2.0, size.width(), size.height());
+    const QRectF area((width() - size.width()) / 2.0, (height() - size.height()) / 2.0, size.width(),
+                      size.height());
     paintSwitch(painter, area, isChecked(), isEnabled(), palette());
     if (hasFocus()) {
         painter.setRenderHint(QPainter::Antialiasing);

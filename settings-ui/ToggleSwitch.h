@@ -10,7 +10,8 @@ public:
 
     QSize sizeHint() const override;
     // Draws the switch into a rectangle, so list delegates show the same control as the pages.
-    static void paintSwitch(QPainter& painter, const QRectF& rect, bool on, bool enabled, const QPalette& palette);
+    static void paintSwitch(QPainter& painter, const QRectF& rect, bool on, bool enabled,
+                            const QPalette& palette);
     static QSize switchSize() { return {40, 22}; }
 
 protected:

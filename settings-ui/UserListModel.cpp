@@ -5,12 +5,9 @@
 UserListModel::UserListModel(RowsProvider rows, QObject* parent)
     : QAbstractListModel(parent)
     , m_provider(std::move(rows))
-    , m_rows(m_provider())
-{
-}
+    , m_rows(m_provider()) {}
 
-void UserListModel::reload()
-{
+void UserListModel::reload() {
     if (m_moving)
         return;
     beginResetModel();
@@ -18,10 +15,11 @@ void UserListModel::reload()
     endResetModel();
 }
 
-int UserListModel::rowCount(const QModelIndex& parent) const { return parent.isValid() ? 0 : int(m_rows.size()); }
+int UserListModel::rowCount(const QModelIndex& parent) const {
+    return parent.isValid() ? 0 : int(m_rows.size());
+}
 
-QVariant UserListModel::data(const QModelIndex& index, int role) const
-{
+QVariant UserListModel::data(const QModelIndex& index, int role) const {
     if (!index.isValid() || index.row() >= m_rows.size())
         return {};
     const Row& row = m_rows.at(index.row());
@@ -41,16 +39,14 @@ QVariant UserListModel::data(const QModelIndex& index, int role) const
     }
 }
 
-bool UserListModel::setData(const QModelIndex& index, const QVariant& value, int role)
-{
+bool UserListModel::setData(const QModelIndex& index, const QVariant& value, int role) {
     if (role != Qt::EditRole || !m_renamer || !index.isValid() || index.row() >= m_rows.size())
         return false;
     m_renamer(index.row(), value.toString());
     return true;
 }
 
-Qt::ItemFlags UserListModel::flags(const QModelIndex& index) const
-{
+Qt::ItemFlags UserListModel::flags(const QModelIndex& index) const {
     if (!index.isValid())
         return m_mover ? Qt::ItemIsDropEnabled : Qt::NoItemFlags;
     Qt::ItemFlags flags = Qt::ItemIsEnabled | Qt::ItemIsSelectable;
@@ -61,15 +57,18 @@ Qt::ItemFlags UserListModel::flags(const QModelIndex& index) const
     return flags;
 }
 
-Qt::DropActions UserListModel::supportedDropActions() const { return Qt::MoveAction; }
-Qt::DropActions UserListModel::supportedDragActions() const { return Qt::MoveAction; }
+Qt::DropActions UserListModel::supportedDropActions() const {
+    return Qt::MoveAction;
+}
+Qt::DropActions UserListModel::supportedDragActions() const {
+    return Qt::MoveAction;
+}
 
 bool UserListModel::moveRows(const QModelIndex& sourceParent, int sourceRow, int count,
-                             const QModelIndex& destinationParent, int destinationChild)
-{
+                             const QModelIndex& destinationParent, int destinationChild) {
     const int size = int(m_rows.size());
-    if (!m_mover || sourceParent.isValid() || destinationParent.isValid() || count <= 0 || sourceRow < 0
-        || sourceRow + count > size || destinationChild < 0 || destinationChild > size)
+    if (!m_mover || sourceParent.isValid() || destinationParent.isValid() || count <= 0 || sourceRow < 0 ||
+        sourceRow + count > size || destinationChild < 0 || destinationChild > size)
         return false;
     if (destinationChild >= sourceRow && destinationChild <= sourceRow + count)
         return false;

@@ -1,8 +1,8 @@
 #pragma once
 
+#include <functional>
 #include <QAbstractListModel>
 #include <QSet>
-#include <functional>
 
 // The rows of one of the user's own lists (destinations, custom actions, view presets, pending deletions),
 // read from its store through a function and written back through the store's move and rename operations.
@@ -33,8 +33,8 @@ public:
     Qt::ItemFlags flags(const QModelIndex& index) const override;
     Qt::DropActions supportedDropActions() const override;
     Qt::DropActions supportedDragActions() const override;
-    bool moveRows(const QModelIndex& sourceParent, int sourceRow, int count, const QModelIndex& destinationParent,
-                  int destinationChild) override;
+    bool moveRows(const QModelIndex& sourceParent, int sourceRow, int count,
+                  const QModelIndex& destinationParent, int destinationChild) override;
 
 private:
     RowsProvider m_provider;

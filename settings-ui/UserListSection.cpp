@@ -13,8 +13,7 @@ UserListSection::UserListSection(const QString& title, UserListModel::RowsProvid
     , m_list(new FittedListView)
     , m_empty(new QWidget)
     , m_emptyTitle(new QLabel)
-    , m_emptyExplanation(new QLabel)
-{
+    , m_emptyExplanation(new QLabel) {
     m_list->setModel(m_model);
     m_list->setAccessibleName(title);
     addRow(m_list);
@@ -48,23 +47,20 @@ UserListSection::UserListSection(const QString& title, UserListModel::RowsProvid
     updateState();
 }
 
-void UserListSection::setEmptyTexts(const QString& title, const QString& explanation)
-{
+void UserListSection::setEmptyTexts(const QString& title, const QString& explanation) {
     m_emptyTitle->setText(title);
     m_emptyExplanation->setText(explanation);
     m_emptyExplanation->setVisible(!explanation.isEmpty());
 }
 
-QPushButton* UserListSection::addButton(const QString& text, std::function<void()> action)
-{
+QPushButton* UserListSection::addButton(const QString& text, std::function<void()> action) {
     auto* button = new QPushButton(text);
     m_buttons->addWidget(button);
     connect(button, &QPushButton::clicked, this, [action = std::move(action)] { action(); });
     return button;
 }
 
-QPushButton* UserListSection::addSelectionButton(const QString& text, std::function<void(int row)> action)
-{
+QPushButton* UserListSection::addSelectionButton(const QString& text, std::function<void(int row)> action) {
     auto* button = new QPushButton(text);
     m_buttons->insertWidget(0, button);
     m_selectionButtons.append(button);
@@ -77,20 +73,17 @@ QPushButton* UserListSection::addSelectionButton(const QString& text, std::funct
     return button;
 }
 
-int UserListSection::selectedRow() const
-{
+int UserListSection::selectedRow() const {
     const QModelIndexList rows = m_list->selectionModel()->selectedRows();
     return rows.isEmpty() ? -1 : rows.constFirst().row();
 }
 
-void UserListSection::reload()
-{
+void UserListSection::reload() {
     m_model->reload();
     updateState();
 }
 
-void UserListSection::updateState()
-{
+void UserListSection::updateState() {
     const bool empty = m_model->rowCount() == 0;
     m_list->setVisible(!empty);
     m_empty->setVisible(empty);
