@@ -4,6 +4,9 @@
 #include "platform/KestroPaths.h"
 #include "platform/PropertyListFile.h"
 
+#include <QFile>
+#include <QFileInfo>
+
 #include <algorithm>
 
 namespace {
@@ -105,6 +108,18 @@ std::optional<FeatureSettings> FeatureSettingsPersistence::settingsFromPropertyL
     settings.childOrderByFeatureID =
         stringListMap(map.value(childOrderByFeatureIDKey)).value_or(QMap<QString, QStringList>());
     return settings;
+}
+
+void FeatureSettingsPersistence::keepUnreadableCopy() noexcept {
+    try {
+        const QString path = applicationFileURL();
+        if (QFileInfo(path).size() <= 0)
+            return;
+        const QString copy = path + QStringLiteral(".unreadable");
+        QFile::remove(copy);
+        QFile::copy(path, copy);
+    } catch (...) {
+    }
 }
 
 QVariantMap FeatureSettingsPersistence::propertyList(const FeatureSettings& settings) {

@@ -17,6 +17,9 @@ public:
     // dictionary, or lacks "enabledFeatureIDs". Keys of the wrong type load as their empty values.
     static std::optional<FeatureSettings> loadSettings();
     static std::optional<FeatureSettings> settingsFromPropertyList(const QVariant& root);
+    // Keeps a file that exists but could not be loaded as "FeatureSettings.plist.unreadable" before the
+    // defaults replace it, so a damaged file is never lost without a trace. Never throws.
+    static void keepUnreadableCopy() noexcept;
     // The dictionary written to disk, with both sets as sorted arrays so the file is stable.
     static QVariantMap propertyList(const FeatureSettings& settings);
 

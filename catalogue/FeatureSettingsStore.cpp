@@ -22,6 +22,8 @@ FeatureSettingsStore::FeatureSettingsStore(QObject* parent)
     : QObject(parent) {
     const std::optional<FeatureSettings> stored = FeatureSettingsPersistence::loadSettings();
     // Without a usable file the defaults are saved as they stand; the next start validates them.
+    if (!stored)
+        FeatureSettingsPersistence::keepUnreadableCopy();
     m_settings =
         stored ? FeatureSettingsNormalization::atStartUp(*stored) : FeatureSettingsDefaults::settings();
     save();
