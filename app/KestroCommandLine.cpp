@@ -106,7 +106,7 @@ int runPerform(int argc, char* argv[], const QString& text)
     Platform::setClipboard(std::make_shared<StandardOutputClipboard>(createSystemClipboard()));
 
     FinderSelectionModel model;
-    if (model.handleIncomingURL(url))
+    if (model.handleIncomingURL(text))
         return 0;
     const QString error = model.lastErrorDescription().isEmpty()
         ? QStringLiteral("Not a kestro://finder-action or kestro://feature-request URL: %1").arg(text)
@@ -147,7 +147,7 @@ int runHost(int argc, char* argv[], const Options& options)
         QThread::msleep(100);
     }
     if (!options.url.isEmpty())
-        host.openURL(QUrl(options.url));
+        host.openURL(options.url);
     return application.exec();
 }
 

@@ -17,13 +17,13 @@ KestroHost::~KestroHost() = default;
 
 bool KestroHost::listen() { return m_instance.listen(); }
 
-void KestroHost::openURL(const QUrl& url) { m_selectionModel->handleIncomingURL(url); }
+void KestroHost::openURL(const QString& url) { m_selectionModel->handleIncomingURL(url); }
 
 void KestroHost::handleMessage(const QStringList& message)
 {
     const QString& command = message.constFirst();
     if (command == QLatin1String("open-url") && message.size() >= 2)
-        openURL(QUrl(message.at(1)));
+        openURL(message.at(1));
     else if (command == QLatin1String("show"))
         emit showRequested();
 }

@@ -17,7 +17,7 @@ public:
 
     // Becomes the one host of this user; false when another host already runs.
     bool listen();
-    void openURL(const QUrl& url);
+    void openURL(const QString& url);
     void handleMessage(const QStringList& message);
 
     FinderSelectionModel& selectionModel() { return *m_selectionModel; }
