@@ -110,7 +110,7 @@ int runPerform(int argc, char* argv[], const QString& text) {
     Platform::setClipboard(std::make_shared<StandardOutputClipboard>(createSystemClipboard()));
 
     FinderSelectionModel model;
-    if (model.handleIncomingURL(url))
+    if (model.handleIncomingURL(text))
         return 0;
     const QString error =
         model.lastErrorDescription().isEmpty()
@@ -173,7 +173,7 @@ int runHost(int argc, char* argv[], const Options& options) {
     connectHooks(host);
     host.finishLaunching();
     if (!options.url.isEmpty())
-        host.openURL(QUrl(options.url));
+        host.openURL(options.url);
     const int status = application.exec();
     // Quitting waits for a queued action in hand to finish.
     host.shutDown();

@@ -111,7 +111,7 @@ KestroMainWindow* KestroHost::createMainWindow() {
     return new KestroMainWindow(new SettingsContentView(stores));
 }
 
-void KestroHost::openURL(const QUrl& url) {
+void KestroHost::openURL(const QString& url) {
     m_selectionModel->handleIncomingURL(url);
 }
 
@@ -120,7 +120,7 @@ void KestroHost::handleMessage(const QStringList& message) {
         return;
     const QString& command = message.constFirst();
     if (command == QLatin1String("open-url") && message.size() >= 2)
-        openURL(QUrl(message.at(1)));
+        openURL(message.at(1));
     else if (command == QLatin1String("show"))
         emit showRequested();
 }

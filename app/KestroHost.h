@@ -29,7 +29,7 @@ public:
     // Stops polling and the deletion runner; a queued action in hand finishes first.
     void shutDown();
 
-    void openURL(const QUrl& url);
+    void openURL(const QString& url);
     // A message from a later launch: ["open-url", url] or ["show"].
     void handleMessage(const QStringList& message);
     // The user started Kestro again while it runs: show the window.
