@@ -14,7 +14,8 @@ CustomDestinationSection::CustomDestinationSection(CustomDestinationStore& store
               for (const CustomDestination& destination : store.destinations(kind)) {
                   const bool exists = QFileInfo::exists(destination.path);
                   rows.append({destination.name,
-                               exists ? destination.path : tr("已不存在：%1").arg(destination.path),
+                               exists ? UserListModel::displayPath(destination.path)
+                                      : tr("已不存在：%1").arg(UserListModel::displayPath(destination.path)),
                                !exists});
               }
               return rows;

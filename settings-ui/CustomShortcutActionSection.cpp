@@ -13,10 +13,11 @@ CustomShortcutActionSection::CustomShortcutActionSection(CustomShortcutActionSto
               for (const CustomShortcutAction& action : store.actions()) {
                   if (action.kind == CustomShortcutAction::Kind::script) {
                       const bool exists = QFileInfo::exists(action.scriptPath);
-                      rows.append({action.name,
-                                   exists ? tr("脚本：%1").arg(action.scriptPath)
-                                          : tr("脚本已不存在：%1").arg(action.scriptPath),
-                                   !exists});
+                      rows.append(
+                          {action.name,
+                           exists ? tr("脚本：%1").arg(UserListModel::displayPath(action.scriptPath))
+                                  : tr("脚本已不存在：%1").arg(UserListModel::displayPath(action.scriptPath)),
+                           !exists});
                   } else {
                       rows.append({action.name, tr("快捷指令：%1").arg(action.shortcutName)});
                   }

@@ -15,7 +15,8 @@ ScheduledDeletionSection::ScheduledDeletionSection(ScheduledDeletionListStore& s
                   const QString name = info.fileName().isEmpty() ? item.path : info.fileName();
                   const QString when =
                       item.deleteAt.toLocalTime().toString(QStringLiteral("yyyy-MM-dd HH:mm"));
-                  rows.append({name, tr("%1 · %2 移到废纸篓").arg(item.path, when)});
+                  rows.append(
+                      {name, tr("%1 · %2 移到废纸篓").arg(UserListModel::displayPath(item.path), when)});
               }
               return rows;
           },

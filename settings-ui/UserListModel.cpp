@@ -1,11 +1,23 @@
 #include "settings-ui/UserListModel.h"
 
+#include "platform/KestroPaths.h"
 #include "settings-ui/SettingsRowDelegate.h"
 
 UserListModel::UserListModel(RowsProvider rows, QObject* parent)
     : QAbstractListModel(parent)
     , m_provider(std::move(rows))
     , m_rows(m_provider()) {}
+
+QString UserListModel::displayPath(const QString& path) {
+    const QString home = KestroPaths::homeDirectory();
+    if (home.isEmpty() || home == QLatin1String("/"))
+        return path;
+    if (path == home)
+        return QStringLiteral("~");
+    if (path.startsWith(home + QLatin1Char('/')))
+        return QStringLiteral("~") + path.mid(home.size());
+    return path;
+}
 
 void UserListModel::reload() {
     if (m_moving)

@@ -20,6 +20,9 @@ public:
 
     explicit UserListModel(RowsProvider rows, QObject* parent = nullptr);
 
+    // A path as the rows show it: the home folder as "~".
+    static QString displayPath(const QString& path);
+
     // Without a mover the rows cannot be dragged; without a renamer they cannot be edited.
     void setMover(Mover mover) { m_mover = std::move(mover); }
     void setRenamer(Renamer renamer) { m_renamer = std::move(renamer); }

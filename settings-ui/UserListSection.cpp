@@ -88,6 +88,8 @@ void UserListSection::updateState() {
     m_list->setVisible(!empty);
     m_empty->setVisible(empty);
     const bool selected = selectedRow() >= 0;
-    for (QPushButton* button : m_selectionButtons)
+    for (QPushButton* button : m_selectionButtons) {
+        button->setVisible(!empty);
         button->setEnabled(selected);
+    }
 }

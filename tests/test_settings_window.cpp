@@ -339,6 +339,11 @@ private slots:
         section->reload();
         QVERIFY(section->model()->rows().at(row).warning);
         QVERIFY(section->model()->rows().at(row).subtitle.contains(folder));
+        // Paths under the home folder read from "~"; a sibling that merely starts alike does not.
+        QCOMPARE(UserListModel::displayPath(environment.home() + QStringLiteral("/Downloads/a b")),
+                 QStringLiteral("~/Downloads/a b"));
+        QCOMPARE(UserListModel::displayPath(environment.home() + QStringLiteral("2/x")),
+                 environment.home() + QStringLiteral("2/x"));
         QVERIFY(QTest::qWaitForWindowExposed(window.view.get()));
         section->listView()->repaint(); // the long name is elided, not a crash
 
