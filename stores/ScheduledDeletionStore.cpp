@@ -13,6 +13,7 @@
 #include <QLockFile>
 #include <QMutex>
 #include <QSet>
+#include <QTimeZone>
 #include <QUuid>
 
 #include <algorithm>
@@ -53,7 +54,9 @@ QList<ScheduledDeletionItem> ScheduledDeletionStore::schedule(const QStringList&
                                                               const QDateTime& now) {
     if (paths.isEmpty())
         throw FinderActionExecutionError::noSelection();
-    const QDateTime deleteAt = now.addMSecs(qint64(interval * 1000));
+    // The file keeps whole seconds; what is returned is what will be read back.
+    const QDateTime scheduledAt = QDateTime::fromSecsSinceEpoch(now.toSecsSinceEpoch(), QTimeZone::utc());
+    const QDateTime deleteAt = scheduledAt.addMSecs(qint64(interval * 1000));
 
     QStringList newPaths;
     for (const QString& path : paths) {
@@ -65,7 +68,8 @@ QList<ScheduledDeletionItem> ScheduledDeletionStore::schedule(const QStringList&
 
     QList<ScheduledDeletionItem> added;
     for (const QString& path : newPaths)
-        added.append({QUuid::createUuid().toString(QUuid::WithoutBraces).toUpper(), path, now, deleteAt});
+        added.append(
+            {QUuid::createUuid().toString(QUuid::WithoutBraces).toUpper(), path, scheduledAt, deleteAt});
     {
         const ScheduleLock lock;
         QList<ScheduledDeletionItem> items = ScheduledDeletionPersistence::load();
