@@ -110,7 +110,8 @@ QStringList ImageActions::resizeImages(const QStringList& selectedURLs) {
         // Written back in the format the file really holds, whatever its name says.
         const QByteArray format = ImageFileIO::detectedFormat(path);
         const QImage scaled = image.scaled(*size, Qt::IgnoreAspectRatio, Qt::SmoothTransformation);
-        ImageFileIO::save(scaled, path, format, format == "jpeg" ? defaultJPEGQuality : -1);
+        ImageFileIO::save(scaled, path, format, format == "jpeg" ? defaultJPEGQuality : -1,
+                          ImageFileIO::Target::replacing);
         resized.append(path);
     }
     FinderActionExecutor::revealActionResultsIfWanted(resized);

@@ -1,7 +1,9 @@
 #include "actions/ImageFileIO.h"
 
+#include "actions/AtomicFileWriter.h"
 #include "actions/FinderActionExecutionError.h"
 
+#include <QBuffer>
 #include <QColorSpace>
 #include <QCoreApplication>
 #include <QFileInfo>
@@ -45,22 +47,26 @@ bool ImageFileIO::canWrite(const QByteArray& format) {
     return QImageWriter::supportedImageFormats().contains(format);
 }
 
-void ImageFileIO::save(const QImage& image, const QString& path, const QByteArray& format, int quality) {
+void ImageFileIO::save(const QImage& image, const QString& path, const QByteArray& format, int quality,
+                       Target target) {
     if (!canWrite(format))
         throw FinderActionExecutionError::commandFailed(
             tr("这个系统无法写入 %1 格式的图片：%2").arg(QString::fromLatin1(format).toUpper(), path));
-    QSaveFile file(path);
-    if (!file.open(QIODevice::WriteOnly))
-        throw FinderActionExecutionError::commandFailed(tr("无法写入“%1”：%2").arg(path, file.errorString()));
-    QImageWriter writer(&file, format);
+    QByteArray bytes;
+    QBuffer buffer(&bytes);
+    buffer.open(QIODevice::WriteOnly);
+    QImageWriter writer(&buffer, format);
     if (quality >= 0)
         writer.setQuality(quality);
-    if (!writer.write(image)) {
-        file.cancelWriting();
+    if (!writer.write(image))
         throw FinderActionExecutionError::commandFailed(
             tr("无法写入“%1”：%2").arg(path, writer.errorString()));
+    if (target == Target::newFile) {
+        AtomicFileWriter::writeNewFile(path, bytes);
+        return;
     }
-    if (!file.commit())
+    QSaveFile file(path);
+    if (!file.open(QIODevice::WriteOnly) || file.write(bytes) != bytes.size() || !file.commit())
         throw FinderActionExecutionError::commandFailed(tr("无法写入“%1”：%2").arg(path, file.errorString()));
 }
 
