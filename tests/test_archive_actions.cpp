@@ -14,13 +14,12 @@
 
 namespace {
 
-QStringList namesIn(const QString& folder)
-{
-    return QDir(folder).entryList(QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot, QDir::Name);
+QStringList namesIn(const QString& folder) {
+    return QDir(folder).entryList(QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot,
+                                  QDir::Name);
 }
 
-QStringList fileNames(const QStringList& paths)
-{
+QStringList fileNames(const QStringList& paths) {
     QStringList names;
     for (const QString& path : paths)
         names.append(QFileInfo(path).fileName());
@@ -28,30 +27,28 @@ QStringList fileNames(const QStringList& paths)
 }
 
 // Every item below a folder as "relative path=contents" (folders as "relative path/"), sorted.
-QStringList tree(const QString& folder)
-{
+QStringList tree(const QString& folder) {
     QStringList lines;
     QDirIterator it(folder, QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot,
                     QDirIterator::Subdirectories);
     while (it.hasNext()) {
         const QString path = it.next();
         const QString relative = QDir(folder).relativeFilePath(path);
-        lines.append(it.fileInfo().isDir() ? relative + '/' : relative + '=' + QString::fromUtf8(readAll(path)));
+        lines.append(it.fileInfo().isDir() ? relative + '/'
+                                           : relative + '=' + QString::fromUtf8(readAll(path)));
     }
     lines.sort();
     return lines;
 }
 
-void noRevealing()
-{
+void noRevealing() {
     AppPreferences preferences;
     preferences.revealActionResults = false;
     QVERIFY(AppPreferencesPersistence::save(preferences));
 }
 
 // Packs folder's contents with the real zip tool, independently of the code under test.
-void zipFolder(const QString& folder, const QString& archive, const QStringList& extra = {})
-{
+void zipFolder(const QString& folder, const QString& archive, const QStringList& extra = {}) {
     QProcess zip;
     zip.setWorkingDirectory(folder);
     zip.start("/usr/bin/zip", QStringList{"-qr"} + extra + QStringList{archive, "."});
@@ -59,8 +56,7 @@ void zipFolder(const QString& folder, const QString& archive, const QStringList&
     QCOMPARE(zip.exitCode(), 0);
 }
 
-template <typename Action> std::optional<FinderActionExecutionError> errorOf(Action action)
-{
+template <typename Action> std::optional<FinderActionExecutionError> errorOf(Action action) {
     try {
         action();
     } catch (const FinderActionExecutionError& error) {
@@ -94,8 +90,7 @@ private slots:
     void revealRule();
 };
 
-void TestArchiveActions::archiveNames()
-{
+void TestArchiveActions::archiveNames() {
     TestEnvironment env;
     noRevealing();
     const QString folder = env.makeFolder("names");
@@ -105,17 +100,17 @@ void TestArchiveActions::archiveNames()
     QCOMPARE(ArchiveActions::compressToZIP({report}, std::nullopt), QStringList{folder + "/Report.zip"});
     QCOMPARE(ArchiveActions::compressToZIP({report}, std::nullopt), QStringList{folder + "/Report 2.zip"});
     QCOMPARE(ArchiveActions::compressToZIP({photos}, std::nullopt), QStringList{folder + "/Photos.zip"});
-    QCOMPARE(ArchiveActions::compressToZIP({report, photos}, std::nullopt), QStringList{folder + "/Archive.zip"});
+    QCOMPARE(ArchiveActions::compressToZIP({report, photos}, std::nullopt),
+             QStringList{folder + "/Archive.zip"});
     QCOMPARE(ArchiveActions::zipEntries(folder + "/Photos.zip"), (QStringList{"Photos/", "Photos/one.jpg"}));
     QCOMPARE(ArchiveActions::zipEntries(folder + "/Report 2.zip"), QStringList{"Report.pdf"});
     // Nothing is left behind: no staging folder in the temporary folder, no half-written archive.
     QVERIFY(namesIn(env.root() + "/tmp").isEmpty());
-    QCOMPARE(namesIn(folder),
-             (QStringList{"Archive.zip", "Photos", "Photos.zip", "Report 2.zip", "Report.pdf", "Report.zip"}));
+    QCOMPARE(namesIn(folder), (QStringList{"Archive.zip", "Photos", "Photos.zip", "Report 2.zip",
+                                           "Report.pdf", "Report.zip"}));
 }
 
-void TestArchiveActions::logLineListsEntries()
-{
+void TestArchiveActions::logLineListsEntries() {
     TestEnvironment env;
     noRevealing();
     const QString folder = env.makeFolder("log");
@@ -133,8 +128,7 @@ void TestArchiveActions::logLineListsEntries()
     Q_UNUSED(b);
 }
 
-void TestArchiveActions::sameNamesFromTwoFoldersBothArrive()
-{
+void TestArchiveActions::sameNamesFromTwoFoldersBothArrive() {
     TestEnvironment env;
     noRevealing();
     const QString first = env.writeFile("one/a.txt", "first");
@@ -148,8 +142,7 @@ void TestArchiveActions::sameNamesFromTwoFoldersBothArrive()
                                      "a 2.txt=second", "a.txt=first"}));
 }
 
-void TestArchiveActions::packsTheTargetWithoutSelection()
-{
+void TestArchiveActions::packsTheTargetWithoutSelection() {
     TestEnvironment env;
     noRevealing();
     const QString project = env.makeFolder("parent/Project");
@@ -159,12 +152,13 @@ void TestArchiveActions::packsTheTargetWithoutSelection()
              (QStringList{"Project/", "Project/main.cpp"}));
     QCOMPARE(errorOf([] { ArchiveActions::compressToZIP({}, std::nullopt); })->errorCase(),
              FinderActionExecutionError::Case::noSelection);
-    QCOMPARE(errorOf([&] { ArchiveActions::compressToZIP({env.root() + "/parent/gone"}, std::nullopt); })->errorCase(),
+    QCOMPARE(errorOf([&] {
+                 ArchiveActions::compressToZIP({env.root() + "/parent/gone"}, std::nullopt);
+             })->errorCase(),
              FinderActionExecutionError::Case::sourceItemMissing);
 }
 
-void TestArchiveActions::roundTripWithAwkwardNames()
-{
+void TestArchiveActions::roundTripWithAwkwardNames() {
     TestEnvironment env;
     noRevealing();
     const QString source = env.makeFolder("source");
@@ -178,7 +172,8 @@ void TestArchiveActions::roundTripWithAwkwardNames()
 
     const QString out = env.makeFolder("-out");
     QVERIFY(QFile::rename(archive.first(), out + "/-Archive.zip"));
-    const QStringList results = ArchiveActions::extractZIPs({out + "/-Archive.zip"}, ArchiveExtractionMode::currentFolder);
+    const QStringList results =
+        ArchiveActions::extractZIPs({out + "/-Archive.zip"}, ArchiveExtractionMode::currentFolder);
     QCOMPARE(results.size(), items.size());
     QVERIFY(QFile::remove(out + "/-Archive.zip"));
     QFile::remove(source + "/Archive.zip");
@@ -187,8 +182,7 @@ void TestArchiveActions::roundTripWithAwkwardNames()
         QVERIFY(QFileInfo(result).exists());
 }
 
-void TestArchiveActions::unpackingNeverReplaces()
-{
+void TestArchiveActions::unpackingNeverReplaces() {
     TestEnvironment env;
     noRevealing();
     const QString packed = env.makeFolder("packed");
@@ -199,7 +193,8 @@ void TestArchiveActions::unpackingNeverReplaces()
     env.writeFile(folder + "/a.txt", "mine");
     env.writeFile(folder + "/docs/keep", "my docs");
 
-    const QStringList results = ArchiveActions::extractZIPs({folder + "/x.zip"}, ArchiveExtractionMode::currentFolder);
+    const QStringList results =
+        ArchiveActions::extractZIPs({folder + "/x.zip"}, ArchiveExtractionMode::currentFolder);
     QCOMPARE(results, (QStringList{folder + "/a 2.txt", folder + "/docs 2"}));
     QCOMPARE(readAll(folder + "/a.txt"), QByteArray("mine"));
     QCOMPARE(readAll(folder + "/a 2.txt"), QByteArray("from the archive"));
@@ -208,12 +203,12 @@ void TestArchiveActions::unpackingNeverReplaces()
     QCOMPARE(namesIn(folder), (QStringList{"a 2.txt", "a.txt", "docs", "docs 2", "x.zip"}));
 
     // Unpacked a second time, the archive's items take the next numbers.
-    const QStringList again = ArchiveActions::extractZIPs({folder + "/x.zip"}, ArchiveExtractionMode::currentFolder);
+    const QStringList again =
+        ArchiveActions::extractZIPs({folder + "/x.zip"}, ArchiveExtractionMode::currentFolder);
     QCOMPARE(fileNames(again), (QStringList{"a 3.txt", "docs 3"}));
 }
 
-void TestArchiveActions::sameNameFolderIsUnique()
-{
+void TestArchiveActions::sameNameFolderIsUnique() {
     TestEnvironment env;
     noRevealing();
     const QString packed = env.makeFolder("packed");
@@ -223,27 +218,27 @@ void TestArchiveActions::sameNameFolderIsUnique()
     zipFolder(packed, folder + "/v1.2.ZIP");
     env.writeFile(folder + "/Photos/old.jpg", "old");
 
-    const QStringList results =
-        ArchiveActions::extractZIPs({folder + "/Photos.zip", folder + "/v1.2.ZIP"}, ArchiveExtractionMode::sameNameFolder);
+    const QStringList results = ArchiveActions::extractZIPs({folder + "/Photos.zip", folder + "/v1.2.ZIP"},
+                                                            ArchiveExtractionMode::sameNameFolder);
     QCOMPARE(results, (QStringList{folder + "/Photos 2", folder + "/v1.2"}));
     QCOMPARE(tree(folder + "/Photos"), QStringList{"old.jpg=old"});
     QCOMPARE(tree(folder + "/Photos 2"), QStringList{"p.jpg=picture"});
     QCOMPARE(tree(folder + "/v1.2"), QStringList{"p.jpg=picture"});
-    QCOMPARE(fileNames(ArchiveActions::extractZIPs({folder + "/v1.2.ZIP"}, ArchiveExtractionMode::sameNameFolder)),
-             QStringList{"v1.2 2"});
-    QCOMPARE(namesIn(folder), (QStringList{"Photos", "Photos 2", "Photos.zip", "v1.2", "v1.2 2", "v1.2.ZIP"}));
+    QCOMPARE(
+        fileNames(ArchiveActions::extractZIPs({folder + "/v1.2.ZIP"}, ArchiveExtractionMode::sameNameFolder)),
+        QStringList{"v1.2 2"});
+    QCOMPARE(namesIn(folder),
+             (QStringList{"Photos", "Photos 2", "Photos.zip", "v1.2", "v1.2 2", "v1.2.ZIP"}));
 }
 
-void TestArchiveActions::damagedArchivesLeaveNothing_data()
-{
+void TestArchiveActions::damagedArchivesLeaveNothing_data() {
     QTest::addColumn<int>("damage");
     QTest::newRow("not a zip") << 0;
     QTest::newRow("truncated") << 1;
     QTest::newRow("bad checksum") << 2;
 }
 
-void TestArchiveActions::damagedArchivesLeaveNothing()
-{
+void TestArchiveActions::damagedArchivesLeaveNothing() {
     QFETCH(int, damage);
     TestEnvironment env;
     noRevealing();
@@ -266,30 +261,28 @@ void TestArchiveActions::damagedArchivesLeaveNothing()
         const auto error = errorOf([&] { ArchiveActions::extractZIPs({folder + "/broken.zip"}, mode); });
         QVERIFY(error);
         QCOMPARE(error->errorCase(), FinderActionExecutionError::Case::commandFailed);
-        QVERIFY2(error->errorDescription().startsWith("无法解压“broken.zip”"), qPrintable(error->errorDescription()));
+        QVERIFY2(error->errorDescription().startsWith("无法解压“broken.zip”"),
+                 qPrintable(error->errorDescription()));
         QCOMPARE(namesIn(folder), (QStringList{"broken.zip", "first.txt"}));
         QCOMPARE(readAll(folder + "/first.txt"), QByteArray("mine"));
     }
 }
 
-void TestArchiveActions::encryptedArchiveFailsWithoutWaiting()
-{
+void TestArchiveActions::encryptedArchiveFailsWithoutWaiting() {
     TestEnvironment env;
     noRevealing();
     const QString packed = env.makeFolder("packed");
     env.writeFile(packed + "/secret.txt", "secret");
     const QString folder = env.makeFolder("user");
     zipFolder(packed, folder + "/locked.zip", {"-P", "password"});
-    const auto error = errorOf([&] {
-        ArchiveActions::extractZIPs({folder + "/locked.zip"}, ArchiveExtractionMode::currentFolder);
-    });
+    const auto error = errorOf(
+        [&] { ArchiveActions::extractZIPs({folder + "/locked.zip"}, ArchiveExtractionMode::currentFolder); });
     QVERIFY(error);
     QCOMPARE(error->errorCase(), FinderActionExecutionError::Case::commandFailed);
     QCOMPARE(namesIn(folder), QStringList{"locked.zip"});
 }
 
-void TestArchiveActions::wildcardArchiveNameIsTakenLiterally()
-{
+void TestArchiveActions::wildcardArchiveNameIsTakenLiterally() {
     TestEnvironment env;
     noRevealing();
     const QString one = env.makeFolder("one");
@@ -301,15 +294,16 @@ void TestArchiveActions::wildcardArchiveNameIsTakenLiterally()
     zipFolder(two, folder + "/p1.zip");
     zipFolder(two, folder + "/p?.zip");
     QCOMPARE(ArchiveActions::zipEntries(folder + "/p[1].zip"), QStringList{"mine.txt"});
-    QCOMPARE(fileNames(ArchiveActions::extractZIPs({folder + "/p[1].zip"}, ArchiveExtractionMode::currentFolder)),
-             QStringList{"mine.txt"});
-    QCOMPARE(fileNames(ArchiveActions::extractZIPs({folder + "/p?.zip"}, ArchiveExtractionMode::currentFolder)),
-             QStringList{"other.txt"});
+    QCOMPARE(
+        fileNames(ArchiveActions::extractZIPs({folder + "/p[1].zip"}, ArchiveExtractionMode::currentFolder)),
+        QStringList{"mine.txt"});
+    QCOMPARE(
+        fileNames(ArchiveActions::extractZIPs({folder + "/p?.zip"}, ArchiveExtractionMode::currentFolder)),
+        QStringList{"other.txt"});
     QCOMPARE(namesIn(folder), (QStringList{"mine.txt", "other.txt", "p1.zip", "p?.zip", "p[1].zip"}));
 }
 
-void TestArchiveActions::onlyZipArchivesAreUnpacked()
-{
+void TestArchiveActions::onlyZipArchivesAreUnpacked() {
     TestEnvironment env;
     noRevealing();
     const QString packed = env.makeFolder("packed");
@@ -317,20 +311,22 @@ void TestArchiveActions::onlyZipArchivesAreUnpacked()
     const QString folder = env.makeFolder("user");
     zipFolder(packed, folder + "/a.zip");
     env.writeFile(folder + "/b.txt", "b");
-    QCOMPARE(ArchiveActions::extractZIPs({folder + "/a.zip", folder + "/b.txt"}, ArchiveExtractionMode::currentFolder),
+    QCOMPARE(ArchiveActions::extractZIPs({folder + "/a.zip", folder + "/b.txt"},
+                                         ArchiveExtractionMode::currentFolder),
              QStringList{folder + "/inside.txt"});
-    QCOMPARE(errorOf([&] { ArchiveActions::extractZIPs({folder + "/b.txt"}, ArchiveExtractionMode::currentFolder); })
-                 ->errorCase(),
+    QCOMPARE(errorOf([&] {
+                 ArchiveActions::extractZIPs({folder + "/b.txt"}, ArchiveExtractionMode::currentFolder);
+             })->errorCase(),
              FinderActionExecutionError::Case::noSelection);
-    QCOMPARE(errorOf([&] { ArchiveActions::extractZIPs({folder + "/gone.zip"}, ArchiveExtractionMode::sameNameFolder); })
-                 ->errorCase(),
+    QCOMPARE(errorOf([&] {
+                 ArchiveActions::extractZIPs({folder + "/gone.zip"}, ArchiveExtractionMode::sameNameFolder);
+             })->errorCase(),
              FinderActionExecutionError::Case::sourceItemMissing);
     QVERIFY(ArchiveActions::zipEntries(folder + "/gone.zip").isEmpty());
     QVERIFY(ArchiveActions::zipEntries(folder + "/b.txt").isEmpty());
 }
 
-void TestArchiveActions::manyItems()
-{
+void TestArchiveActions::manyItems() {
     TestEnvironment env;
     noRevealing();
     const QString folder = env.makeFolder("many");
@@ -341,15 +337,15 @@ void TestArchiveActions::manyItems()
     QCOMPARE(ArchiveActions::zipEntries(archive).size(), 2000);
     const QString out = env.makeFolder("out");
     QVERIFY(QFile::rename(archive, out + "/many.zip"));
-    const QStringList results = ArchiveActions::extractZIPs({out + "/many.zip"}, ArchiveExtractionMode::currentFolder);
+    const QStringList results =
+        ArchiveActions::extractZIPs({out + "/many.zip"}, ArchiveExtractionMode::currentFolder);
     QCOMPARE(results.size(), 2000);
     // Reported in file-manager order: "f 2" before "f 10".
     QCOMPARE(fileNames(results.mid(0, 3)), (QStringList{"f 0.txt", "f 1.txt", "f 2.txt"}));
     QCOMPARE(readAll(out + "/f 1999.txt"), QByteArray("1999"));
 }
 
-void TestArchiveActions::revealRule()
-{
+void TestArchiveActions::revealRule() {
     TestEnvironment env;
     const QString folder = env.makeFolder("reveal");
     const QString file = env.writeFile(folder + "/a.txt", "a");

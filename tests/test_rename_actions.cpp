@@ -14,13 +14,12 @@
 
 namespace {
 
-QStringList namesIn(const QString& folder)
-{
-    return QDir(folder).entryList(QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot, QDir::Name);
+QStringList namesIn(const QString& folder) {
+    return QDir(folder).entryList(QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot,
+                                  QDir::Name);
 }
 
-QStringList fileNames(const QStringList& paths)
-{
+QStringList fileNames(const QStringList& paths) {
     QStringList names;
     for (const QString& path : paths)
         names.append(QFileInfo(path).fileName());
@@ -28,23 +27,20 @@ QStringList fileNames(const QStringList& paths)
 }
 
 // Files named as given, each holding its own name, so a test can tell which item ended where.
-QStringList makeFiles(const TestEnvironment& env, const QString& folder, const QStringList& names)
-{
+QStringList makeFiles(const TestEnvironment& env, const QString& folder, const QStringList& names) {
     QStringList paths;
     for (const QString& name : names)
         paths.append(env.writeFile(folder + QLatin1Char('/') + name, name.toUtf8()));
     return paths;
 }
 
-void noRevealing()
-{
+void noRevealing() {
     AppPreferences preferences;
     preferences.revealActionResults = false;
     QVERIFY(AppPreferencesPersistence::save(preferences));
 }
 
-FinderActionExecutionError::Case caseOf(const std::function<void()>& action)
-{
+FinderActionExecutionError::Case caseOf(const std::function<void()>& action) {
     try {
         action();
     } catch (const FinderActionExecutionError& error) {
@@ -86,8 +82,7 @@ private slots:
     void exclusiveRenameRefusesTakenNames();
 };
 
-void TestRenameActions::finderOrderHoldsInEveryLocale_data()
-{
+void TestRenameActions::finderOrderHoldsInEveryLocale_data() {
     QTest::addColumn<QLocale>("locale");
     QTest::newRow("C") << QLocale::c();
     QTest::newRow("en_US") << QLocale(QLocale::English, QLocale::UnitedStates);
@@ -95,20 +90,20 @@ void TestRenameActions::finderOrderHoldsInEveryLocale_data()
     QTest::newRow("de_DE") << QLocale(QLocale::German, QLocale::Germany);
 }
 
-void TestRenameActions::finderOrderHoldsInEveryLocale()
-{
+void TestRenameActions::finderOrderHoldsInEveryLocale() {
     QFETCH(QLocale, locale);
     const LocaleScope scope(locale);
-    QStringList paths = {"/x/file 10.txt", "/y/File 2.txt", "/x/b", "/x/A", "/z/file 1.txt", "/x/Item 9", "/x/item 100"};
+    QStringList paths = {"/x/file 10.txt", "/y/File 2.txt", "/x/b",       "/x/A",
+                         "/z/file 1.txt",  "/x/Item 9",     "/x/item 100"};
     FinderNameOrder::sortByName(paths);
-    QCOMPARE(fileNames(paths), (QStringList{"A", "b", "file 1.txt", "File 2.txt", "file 10.txt", "Item 9", "item 100"}));
+    QCOMPARE(fileNames(paths),
+             (QStringList{"A", "b", "file 1.txt", "File 2.txt", "file 10.txt", "Item 9", "item 100"}));
     const FinderNameOrder order;
     QVERIFY(order.lessThan("File 2", "file 10"));
     QVERIFY(!order.lessThan("file 10", "File 2"));
 }
 
-void TestRenameActions::finderOrderIsStableForEqualNames()
-{
+void TestRenameActions::finderOrderIsStableForEqualNames() {
     const LocaleScope scope(QLocale::c());
     QStringList forward = {"/one/a.txt", "/two/A.txt", "/three/a.txt"};
     FinderNameOrder::sortByName(forward);
@@ -118,8 +113,7 @@ void TestRenameActions::finderOrderIsStableForEqualNames()
     QCOMPARE(backward, (QStringList{"/three/a.txt", "/two/A.txt", "/one/a.txt"}));
 }
 
-void TestRenameActions::sequentialNumbersInFinderOrder()
-{
+void TestRenameActions::sequentialNumbersInFinderOrder() {
     TestEnvironment env;
     noRevealing();
     const QString folder = env.makeFolder("trip");
@@ -133,8 +127,7 @@ void TestRenameActions::sequentialNumbersInFinderOrder()
     QCOMPARE(readAll(folder + "/Trip 003"), QByteArray("c"));
 }
 
-void TestRenameActions::sequentialUnderCLocaleCountsByValue()
-{
+void TestRenameActions::sequentialUnderCLocaleCountsByValue() {
     TestEnvironment env;
     noRevealing();
     const LocaleScope scope(QLocale::c());
@@ -147,8 +140,7 @@ void TestRenameActions::sequentialUnderCLocaleCountsByValue()
     QCOMPARE(readAll(folder + "/N 003.txt"), QByteArray("File 10.txt"));
 }
 
-void TestRenameActions::sequentialCancelledUsesFile()
-{
+void TestRenameActions::sequentialCancelledUsesFile() {
     TestEnvironment env;
     noRevealing();
     const QString folder = env.makeFolder("cancel");
@@ -158,16 +150,17 @@ void TestRenameActions::sequentialCancelledUsesFile()
     QCOMPARE(namesIn(folder), (QStringList{"File 001.md", "File 002.md"}));
 }
 
-void TestRenameActions::thousandthItemHasFourDigits()
-{
+void TestRenameActions::thousandthItemHasFourDigits() {
     const RenameOptions options{QStringLiteral("Scan"), {}};
-    QCOMPARE(RenameActions::renamedName("p.tif", RenameMode::sequential, options, 0), QString("Scan 001.tif"));
-    QCOMPARE(RenameActions::renamedName("p.tif", RenameMode::sequential, options, 998), QString("Scan 999.tif"));
-    QCOMPARE(RenameActions::renamedName("p.tif", RenameMode::sequential, options, 999), QString("Scan 1000.tif"));
+    QCOMPARE(RenameActions::renamedName("p.tif", RenameMode::sequential, options, 0),
+             QString("Scan 001.tif"));
+    QCOMPARE(RenameActions::renamedName("p.tif", RenameMode::sequential, options, 998),
+             QString("Scan 999.tif"));
+    QCOMPARE(RenameActions::renamedName("p.tif", RenameMode::sequential, options, 999),
+             QString("Scan 1000.tif"));
 }
 
-void TestRenameActions::prefixAndSuffix()
-{
+void TestRenameActions::prefixAndSuffix() {
     TestEnvironment env;
     noRevealing();
     const QString folder = env.makeFolder("affix");
@@ -175,20 +168,20 @@ void TestRenameActions::prefixAndSuffix()
     FakePlatform::prompts().textAnswers = {QStringLiteral("2024-")};
     items = RenameActions::renameFiles(items, RenameMode::addPrefix);
     QCOMPARE(FakePlatform::prompts().asked, (QStringList{"添加前缀", "输入要添加到文件名前面的文字。"}));
-    QCOMPARE(namesIn(folder), (QStringList{"2024-.profile", "2024-archive.tar.gz", "2024-notes.txt", "2024-plain"}));
+    QCOMPARE(namesIn(folder),
+             (QStringList{"2024-.profile", "2024-archive.tar.gz", "2024-notes.txt", "2024-plain"}));
 
     FakePlatform::prompts().asked.clear();
     FakePlatform::prompts().textAnswers = {QStringLiteral("_v2")};
     RenameActions::renameFiles(items, RenameMode::addSuffix);
     QCOMPARE(FakePlatform::prompts().asked, (QStringList{"添加后缀", "输入要添加到扩展名前面的文字。"}));
     // ".profile" became "2024-.profile", whose extension is now "profile".
-    QCOMPARE(namesIn(folder),
-             (QStringList{"2024-_v2.profile", "2024-archive.tar_v2.gz", "2024-notes_v2.txt", "2024-plain_v2"}));
+    QCOMPARE(namesIn(folder), (QStringList{"2024-_v2.profile", "2024-archive.tar_v2.gz", "2024-notes_v2.txt",
+                                           "2024-plain_v2"}));
     QCOMPARE(readAll(folder + "/2024-archive.tar_v2.gz"), QByteArray("archive.tar.gz"));
 }
 
-void TestRenameActions::cancelledPromptsRenameNothing()
-{
+void TestRenameActions::cancelledPromptsRenameNothing() {
     TestEnvironment env;
     noRevealing();
     const QString folder = env.makeFolder("cancelled");
@@ -199,13 +192,12 @@ void TestRenameActions::cancelledPromptsRenameNothing()
         QCOMPARE(namesIn(folder), (QStringList{"a.txt", "b.txt"}));
     }
     QCOMPARE(FakePlatform::prompts().asked,
-             (QStringList{"添加前缀", "输入要添加到文件名前面的文字。", "添加后缀", "输入要添加到扩展名前面的文字。",
-                          "查找并替换", "查找", "替换为"}));
+             (QStringList{"添加前缀", "输入要添加到文件名前面的文字。", "添加后缀",
+                          "输入要添加到扩展名前面的文字。", "查找并替换", "查找", "替换为"}));
     QVERIFY(FakePlatform::workspace().openedUrls.isEmpty());
 }
 
-void TestRenameActions::findReplaceSearchesTheStemOnly()
-{
+void TestRenameActions::findReplaceSearchesTheStemOnly() {
     TestEnvironment env;
     noRevealing();
     const QString folder = env.makeFolder("replace");
@@ -222,17 +214,18 @@ void TestRenameActions::findReplaceSearchesTheStemOnly()
     QCOMPARE(namesIn(folder), (QStringList{"Apple.a", "Bbnbnb.tbr.gz"}));
 }
 
-void TestRenameActions::collisionsNeverOverwrite()
-{
+void TestRenameActions::collisionsNeverOverwrite() {
     TestEnvironment env;
     noRevealing();
     const QString folder = env.makeFolder("collide");
     makeFiles(env, folder, {"xx", "b.txt", "b 2.txt"});
     const QStringList items = makeFiles(env, folder, {"x", "a.txt"});
     FakePlatform::prompts().textAnswers = {QStringLiteral("x")};
-    QCOMPARE(fileNames(RenameActions::renameFiles({items.at(0)}, RenameMode::addPrefix)), QStringList{"xx 2"});
+    QCOMPARE(fileNames(RenameActions::renameFiles({items.at(0)}, RenameMode::addPrefix)),
+             QStringList{"xx 2"});
     FakePlatform::prompts().twoTextAnswers = {std::pair<QString, QString>("a", "b")};
-    QCOMPARE(fileNames(RenameActions::renameFiles({items.at(1)}, RenameMode::findReplace)), QStringList{"b 3.txt"});
+    QCOMPARE(fileNames(RenameActions::renameFiles({items.at(1)}, RenameMode::findReplace)),
+             QStringList{"b 3.txt"});
     QCOMPARE(readAll(folder + "/xx"), QByteArray("xx"));
     QCOMPARE(readAll(folder + "/xx 2"), QByteArray("x"));
     QCOMPARE(readAll(folder + "/b.txt"), QByteArray("b.txt"));
@@ -249,8 +242,7 @@ void TestRenameActions::collisionsNeverOverwrite()
     QCOMPARE(readAll(pair + "/x 2.txt"), QByteArray("x11.txt"));
 }
 
-void TestRenameActions::caseOnlyChangeGoesThroughHiddenName()
-{
+void TestRenameActions::caseOnlyChangeGoesThroughHiddenName() {
     TestEnvironment env;
     noRevealing();
     const QString folder = env.makeFolder("case");
@@ -268,8 +260,7 @@ void TestRenameActions::caseOnlyChangeGoesThroughHiddenName()
     QVERIFY(!namesIn(folder).join('|').contains(".kestro-renaming-"));
 }
 
-void TestRenameActions::caseOnlyChangeOntoAnotherItemKeepsIt()
-{
+void TestRenameActions::caseOnlyChangeOntoAnotherItemKeepsIt() {
     TestEnvironment env;
     noRevealing();
     const QString folder = env.makeFolder("sensitive");
@@ -281,22 +272,22 @@ void TestRenameActions::caseOnlyChangeOntoAnotherItemKeepsIt()
     QCOMPARE(namesIn(folder).size(), 2);
 }
 
-void TestRenameActions::awkwardNames()
-{
+void TestRenameActions::awkwardNames() {
     TestEnvironment env;
     noRevealing();
     const QString folder = env.makeFolder("awkward");
-    const QStringList names = {"-n dash.txt", "blank name.txt", "quo\"te's.txt", "new\nline.txt", "straße.txt", "中文 é"};
+    const QStringList names = {"-n dash.txt",   "blank name.txt", "quo\"te's.txt",
+                               "new\nline.txt", "straße.txt",     "中文 é"};
     const QStringList items = makeFiles(env, folder, names);
     RenameActions::renameFiles(items, RenameMode::uppercase);
-    const QStringList expected = {"-N DASH.txt", "BLANK NAME.txt", "QUO\"TE'S.txt", "NEW\nLINE.txt", "STRASSE.txt", "中文 É"};
+    const QStringList expected = {"-N DASH.txt",   "BLANK NAME.txt", "QUO\"TE'S.txt",
+                                  "NEW\nLINE.txt", "STRASSE.txt",    "中文 É"};
     for (qsizetype i = 0; i < names.size(); ++i)
         QCOMPARE(readAll(folder + '/' + expected.at(i)), names.at(i).toUtf8());
     QCOMPARE(namesIn(folder).size(), names.size());
 }
 
-void TestRenameActions::badInputLosesNothing()
-{
+void TestRenameActions::badInputLosesNothing() {
     TestEnvironment env;
     noRevealing();
     const QString folder = env.makeFolder("bad");
@@ -305,7 +296,9 @@ void TestRenameActions::badInputLosesNothing()
     QCOMPARE(caseOf([] { RenameActions::renameFiles({}, RenameMode::uppercase); }),
              FinderActionExecutionError::Case::noSelection);
     // A vanished item stops the batch before anything is renamed or asked.
-    QCOMPARE(caseOf([&] { RenameActions::renameFiles({items.at(0), folder + "/gone.txt"}, RenameMode::addPrefix); }),
+    QCOMPARE(caseOf([&] {
+                 RenameActions::renameFiles({items.at(0), folder + "/gone.txt"}, RenameMode::addPrefix);
+             }),
              FinderActionExecutionError::Case::sourceItemMissing);
     QVERIFY(FakePlatform::prompts().asked.isEmpty());
     // A rule that makes a name no folder can hold is refused before the first rename.
@@ -318,8 +311,7 @@ void TestRenameActions::badInputLosesNothing()
     QCOMPARE(namesIn(folder), (QStringList{"a.txt", "b.txt"}));
 }
 
-void TestRenameActions::nestedSelectionFollowsRenamedFolder()
-{
+void TestRenameActions::nestedSelectionFollowsRenamedFolder() {
     TestEnvironment env;
     noRevealing();
     const QString folder = env.makeFolder("nested");
@@ -333,8 +325,7 @@ void TestRenameActions::nestedSelectionFollowsRenamedFolder()
     Q_UNUSED(other);
 }
 
-void TestRenameActions::largeSelection()
-{
+void TestRenameActions::largeSelection() {
     TestEnvironment env;
     noRevealing();
     const QString folder = env.makeFolder("many");
@@ -351,8 +342,7 @@ void TestRenameActions::largeSelection()
     QCOMPARE(namesIn(folder).size(), 2000);
 }
 
-void TestRenameActions::revealRule()
-{
+void TestRenameActions::revealRule() {
     TestEnvironment env;
     const QString folder = env.makeFolder("reveal");
     const QStringList items = makeFiles(env, folder, {"a.txt"});
@@ -370,8 +360,7 @@ void TestRenameActions::revealRule()
     QVERIFY(QFileInfo::exists(folder + "/a.txt"));
 }
 
-void TestRenameActions::exclusiveRenameRefusesTakenNames()
-{
+void TestRenameActions::exclusiveRenameRefusesTakenNames() {
     TestEnvironment env;
     const QString folder = env.makeFolder("exclusive");
     const QString first = env.writeFile(folder + "/first", "1");

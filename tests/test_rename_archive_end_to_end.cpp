@@ -8,13 +8,12 @@
 
 namespace {
 
-QStringList namesIn(const QString& folder)
-{
-    return QDir(folder).entryList(QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot, QDir::Name);
+QStringList namesIn(const QString& folder) {
+    return QDir(folder).entryList(QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot,
+                                  QDir::Name);
 }
 
-QString requestURL(const QString& actionID, const QStringList& paths, const QString& target)
-{
+QString requestURL(const QString& actionID, const QStringList& paths, const QString& target) {
     QString url = QStringLiteral("kestro://finder-action?actionID=") + actionID;
     for (const QString& path : paths)
         url += QStringLiteral("&path=") + QString::fromLatin1(QUrl::toPercentEncoding(path));
@@ -27,8 +26,7 @@ struct Outcome {
 };
 
 // Runs one request in a separate kestro process that sees this test's private home and temporary folders.
-Outcome perform(const QString& actionID, const QStringList& paths, const QString& target)
-{
+Outcome perform(const QString& actionID, const QStringList& paths, const QString& target) {
     QProcess kestro;
     QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
     environment.remove(QStringLiteral("DISPLAY"));
@@ -59,8 +57,7 @@ private:
     std::unique_ptr<TestEnvironment> m_env;
 };
 
-void TestRenameArchiveEndToEnd::init()
-{
+void TestRenameArchiveEndToEnd::init() {
     // The previous environment goes first: its destructor puts back the variables it found.
     m_env.reset();
     m_env = std::make_unique<TestEnvironment>();
@@ -69,8 +66,7 @@ void TestRenameArchiveEndToEnd::init()
     QVERIFY(AppPreferencesPersistence::save(preferences));
 }
 
-void TestRenameArchiveEndToEnd::changesCase()
-{
+void TestRenameArchiveEndToEnd::changesCase() {
     const QString folder = m_env->makeFolder("case");
     const QString readme = m_env->writeFile(folder + "/README.MD", "readme");
     const QString dash = m_env->writeFile(folder + "/-n größe\nzwei.txt", "dash");
@@ -83,8 +79,7 @@ void TestRenameArchiveEndToEnd::changesCase()
     QCOMPARE(readAll(folder + "/-N GRÖSSE\nZWEI.txt"), QByteArray("dash"));
 }
 
-void TestRenameArchiveEndToEnd::unansweredPromptRenamesNothing()
-{
+void TestRenameArchiveEndToEnd::unansweredPromptRenamesNothing() {
     // Without a display the prompt answers "cancelled": no prefix, so nothing changes and nothing fails.
     const QString folder = m_env->makeFolder("prefix");
     const QString file = m_env->writeFile(folder + "/a.txt", "a");
@@ -93,8 +88,7 @@ void TestRenameArchiveEndToEnd::unansweredPromptRenamesNothing()
     QCOMPARE(namesIn(folder), QStringList{"a.txt"});
 }
 
-void TestRenameArchiveEndToEnd::packsAndUnpacks()
-{
+void TestRenameArchiveEndToEnd::packsAndUnpacks() {
     const QString folder = m_env->makeFolder("pack");
     const QString a = m_env->writeFile(folder + "/a.txt", "archived a");
     const QString b = m_env->writeFile(folder + "/-b c.txt", "archived b");
@@ -117,8 +111,7 @@ void TestRenameArchiveEndToEnd::packsAndUnpacks()
     QCOMPARE(readAll(out + "/Archive/-b c.txt"), QByteArray("archived b"));
 }
 
-void TestRenameArchiveEndToEnd::damagedArchiveFails()
-{
+void TestRenameArchiveEndToEnd::damagedArchiveFails() {
     const QString folder = m_env->makeFolder("damaged");
     const QString archive = m_env->writeFile(folder + "/bad.zip", "PK\x03\x04 but nothing more");
     const Outcome outcome = perform("extractZIPHere", {archive}, folder);
