@@ -11,4 +11,6 @@ class PathCopyActions {
 public:
     static void copyPaths(const QStringList& selectedURLs, const std::optional<QString>& targetedURL, KestroPathCopyFormat format);
     static void copyToPasteboard(const QString& text);
+    // One item's line in a format.
+    static QString line(const QString& path, KestroPathCopyFormat format);
 };

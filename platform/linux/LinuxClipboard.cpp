@@ -6,6 +6,8 @@
 #include <QClipboard>
 #include <QCoreApplication>
 #include <QGuiApplication>
+#include <QMimeData>
+#include <QUrl>
 
 namespace {
 QClipboard* guiClipboard()
@@ -35,6 +37,22 @@ QString LinuxClipboard::text()
             result = clipboard->text();
     });
     return result;
+}
+
+QStringList LinuxClipboard::filePaths()
+{
+    QStringList paths;
+    runOnMainThread([&] {
+        QClipboard* clipboard = guiClipboard();
+        const QMimeData* data = clipboard ? clipboard->mimeData() : nullptr;
+        if (!data || !data->hasUrls())
+            return;
+        for (const QUrl& url : data->urls()) {
+            if (url.isLocalFile())
+                paths.append(url.toLocalFile());
+        }
+    });
+    return paths;
 }
 
 std::shared_ptr<Clipboard> createSystemClipboard() { return std::make_shared<LinuxClipboard>(); }
