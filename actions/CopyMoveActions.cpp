@@ -19,10 +19,11 @@ namespace {
 
 enum class Transfer { copy, move };
 
-QString itemName(const QString& path) { return QFileInfo(path).fileName(); }
+QString itemName(const QString& path) {
+    return QFileInfo(path).fileName();
+}
 
-QStringList transfer(Transfer kind, const QStringList& selectedURLs, const QString& destination)
-{
+QStringList transfer(Transfer kind, const QStringList& selectedURLs, const QString& destination) {
     const QStringList sources = FinderActionExecutor::validatedSourceURLs(selectedURLs);
     const QString folder = CopyMoveActions::validatedDestinationDirectory(destination);
     QStringList results;
@@ -38,10 +39,9 @@ QStringList transfer(Transfer kind, const QStringList& selectedURLs, const QStri
     return results;
 }
 
-QString chosenDirectory(const char* buttonLabel)
-{
-    const std::optional<QString> chosen =
-        FinderActionExecutor::chooseDestinationDirectory(QCoreApplication::translate("CopyMoveActions", buttonLabel));
+QString chosenDirectory(const char* buttonLabel) {
+    const std::optional<QString> chosen = FinderActionExecutor::chooseDestinationDirectory(
+        QCoreApplication::translate("CopyMoveActions", buttonLabel));
     if (!chosen)
         throw FinderActionExecutionError::noSelection();
     return *chosen;
@@ -49,42 +49,37 @@ QString chosenDirectory(const char* buttonLabel)
 
 } // namespace
 
-QString CopyMoveActions::validatedDestinationDirectory(const QString& destination)
-{
+QString CopyMoveActions::validatedDestinationDirectory(const QString& destination) {
     const QString folder = QDir::cleanPath(destination);
     if (folder.isEmpty() || !QFileInfo(folder).isDir())
         throw FinderActionExecutionError::destinationDirectoryUnavailable(destination);
     return folder;
 }
 
-QStringList CopyMoveActions::copyFiles(const QStringList& selectedURLs, const QString& destination)
-{
+QStringList CopyMoveActions::copyFiles(const QStringList& selectedURLs, const QString& destination) {
     return transfer(Transfer::copy, selectedURLs, destination);
 }
 
-QStringList CopyMoveActions::moveFiles(const QStringList& selectedURLs, const QString& destination)
-{
+QStringList CopyMoveActions::moveFiles(const QStringList& selectedURLs, const QString& destination) {
     return transfer(Transfer::move, selectedURLs, destination);
 }
 
-QStringList CopyMoveActions::copyFilesToChosenDirectory(const QStringList& selectedURLs)
-{
+QStringList CopyMoveActions::copyFilesToChosenDirectory(const QStringList& selectedURLs) {
     return copyFiles(selectedURLs, chosenDirectory("复制"));
 }
 
-QStringList CopyMoveActions::moveFilesToChosenDirectory(const QStringList& selectedURLs)
-{
+QStringList CopyMoveActions::moveFilesToChosenDirectory(const QStringList& selectedURLs) {
     return moveFiles(selectedURLs, chosenDirectory("移动"));
 }
 
-QStringList CopyMoveActions::copyFilesBesideOriginal(const QStringList& selectedURLs)
-{
+QStringList CopyMoveActions::copyFilesBesideOriginal(const QStringList& selectedURLs) {
     const QStringList sources = FinderActionExecutor::validatedSourceURLs(selectedURLs);
     QStringList results;
     for (const QString& source : sources) {
         const QFileInfo info(source);
         const auto [stem, extension] = UniqueName::splitExtension(info.fileName());
-        const QString target = UniqueName::path(info.absolutePath(), stem + QStringLiteral(" copy"), extension);
+        const QString target =
+            UniqueName::path(info.absolutePath(), stem + QStringLiteral(" copy"), extension);
         FileTransfer::copy(source, target);
         results.append(target);
     }
@@ -92,12 +87,11 @@ QStringList CopyMoveActions::copyFilesBesideOriginal(const QStringList& selected
     return results;
 }
 
-QStringList CopyMoveActions::moveSelectionToNewFolder(const QStringList& selectedURLs)
-{
+QStringList CopyMoveActions::moveSelectionToNewFolder(const QStringList& selectedURLs) {
     // Checked before the folder is made, so a vanished item leaves no empty folder behind.
     const QStringList sources = FinderActionExecutor::validatedSourceURLs(selectedURLs);
-    const QString folder =
-        UniqueName::pathForItemName(QFileInfo(sources.first()).absolutePath(), QStringLiteral("New Folder With Items"));
+    const QString folder = UniqueName::pathForItemName(QFileInfo(sources.first()).absolutePath(),
+                                                       QStringLiteral("New Folder With Items"));
     if (::mkdir(QFile::encodeName(folder).constData(), 0777) != 0)
         throw PlatformError(QCoreApplication::translate("CopyMoveActions", "无法创建文件夹“%1”：%2")
                                 .arg(folder, QString::fromLocal8Bit(std::strerror(errno))));

@@ -1,8 +1,8 @@
 #pragma once
 
+#include <optional>
 #include <QString>
 #include <QStringList>
-#include <optional>
 
 // Copying and moving the selection into folders, beside the originals, or into a new folder. Every item
 // lands under a free name (the unique-name rule); nothing is overwritten, and when one item fails the items

@@ -9,9 +9,7 @@ public:
     enum Case { visualStudioCode, cursor };
 
     KestroExternalApplication(Case applicationCase)
-        : m_case(applicationCase)
-    {
-    }
+        : m_case(applicationCase) {}
 
     Case applicationCase() const { return m_case; }
     QString bundleIdentifier() const;

@@ -21,7 +21,9 @@
 
 namespace {
 
-QString tr(const char* text) { return QCoreApplication::translate("OpenActions", text); }
+QString tr(const char* text) {
+    return QCoreApplication::translate("OpenActions", text);
+}
 
 // Shared by the launch on the main thread and the thread that waits for it; the waiter may give up first.
 struct LaunchOutcome {
@@ -31,25 +33,24 @@ struct LaunchOutcome {
 };
 
 // What counts as an application here: a bundle folder (macOS), a desktop entry or an executable file.
-bool looksLikeApplication(const QFileInfo& info)
-{
+bool looksLikeApplication(const QFileInfo& info) {
     if (info.isDir())
         return true;
     return info.isFile() && (info.fileName().endsWith(QLatin1String(".desktop")) || info.isExecutable());
 }
 
-QString homeFolder() { return QDir::homePath(); }
+QString homeFolder() {
+    return QDir::homePath();
+}
 
-QString standardFolderOrHome(QStandardPaths::StandardLocation location)
-{
+QString standardFolderOrHome(QStandardPaths::StandardLocation location) {
     const QString folder = QStandardPaths::writableLocation(location);
     return folder.isEmpty() ? homeFolder() : folder;
 }
 
 // The system-wide applications folder: the last of the standard application folders that exists
 // (/usr/share/applications with the usual XDG data folders, /Applications on macOS).
-QString applicationsFolder()
-{
+QString applicationsFolder() {
     const QStringList folders = QStandardPaths::standardLocations(QStandardPaths::ApplicationsLocation);
     for (auto it = folders.crbegin(); it != folders.crend(); ++it) {
         if (QFileInfo(*it).isDir())
@@ -60,23 +61,21 @@ QString applicationsFolder()
 
 } // namespace
 
-void OpenActions::openInTerminal(const QStringList& selectedURLs, const std::optional<QString>& targetedURL)
-{
+void OpenActions::openInTerminal(const QStringList& selectedURLs, const std::optional<QString>& targetedURL) {
     const QString folder = FinderActionExecutor::targetDirectory(selectedURLs, targetedURL);
     if (!Platform::workspace().openTerminal(folder))
         throw FinderActionExecutionError::applicationNotFound(QStringLiteral("Terminal"));
 }
 
 void OpenActions::openInApplication(KestroExternalApplication application, const QStringList& selectedURLs,
-                                    const std::optional<QString>& targetedURL)
-{
+                                    const std::optional<QString>& targetedURL) {
     const QString folder = FinderActionExecutor::targetDirectory(selectedURLs, targetedURL);
     openURLs({folder}, application.installedURL());
 }
 
-void OpenActions::openWithApplicationPath(const QStringList& selectedURLs, const std::optional<QString>& targetedURL,
-                                          const std::optional<QString>& applicationURL)
-{
+void OpenActions::openWithApplicationPath(const QStringList& selectedURLs,
+                                          const std::optional<QString>& targetedURL,
+                                          const std::optional<QString>& applicationURL) {
     if (!applicationURL || applicationURL->isEmpty())
         throw FinderActionExecutionError::applicationNotFound(tr("指定应用"));
     const QString application = QDir::cleanPath(*applicationURL);
@@ -91,8 +90,8 @@ void OpenActions::openWithApplicationPath(const QStringList& selectedURLs, const
     openURLs(urls, application);
 }
 
-void OpenActions::openURLs(const QStringList& urls, const QString& application, std::chrono::milliseconds bound)
-{
+void OpenActions::openURLs(const QStringList& urls, const QString& application,
+                           std::chrono::milliseconds bound) {
     const auto outcome = std::make_shared<LaunchOutcome>();
     const auto launch = [outcome, urls, application] {
         std::optional<QString> error;
@@ -124,14 +123,14 @@ void OpenActions::openURLs(const QStringList& urls, const QString& application, 
         error = outcome->error;
     }
     if (error) {
-        DiagnosticLog::append(QStringLiteral("open application failed ") + subject + QStringLiteral(" error=") + *error);
+        DiagnosticLog::append(QStringLiteral("open application failed ") + subject +
+                              QStringLiteral(" error=") + *error);
         throw FinderActionExecutionError::commandFailed(*error);
     }
     DiagnosticLog::append(QStringLiteral("open application succeeded ") + subject);
 }
 
-std::optional<QString> OpenActions::defaultQuickOpenURL(const QString& actionID)
-{
+std::optional<QString> OpenActions::defaultQuickOpenURL(const QString& actionID) {
     if (actionID == QLatin1String("quickOpenDesktop"))
         return standardFolderOrHome(QStandardPaths::DesktopLocation);
     if (actionID == QLatin1String("quickOpenDownloads"))
@@ -144,8 +143,7 @@ std::optional<QString> OpenActions::defaultQuickOpenURL(const QString& actionID)
     return homeFolder();
 }
 
-void OpenActions::quickOpenFolder(const QString& actionID, const std::optional<QString>& destinationURL)
-{
+void OpenActions::quickOpenFolder(const QString& actionID, const std::optional<QString>& destinationURL) {
     const std::optional<QString> folder = destinationURL ? destinationURL : defaultQuickOpenURL(actionID);
     if (!folder || folder->isEmpty())
         throw FinderActionExecutionError::noSelection();
@@ -155,8 +153,7 @@ void OpenActions::quickOpenFolder(const QString& actionID, const std::optional<Q
         throw PlatformError(tr("没有能打开文件夹“%1”的文件管理器。").arg(*folder));
 }
 
-void OpenActions::quickOpenTypedPath()
-{
+void OpenActions::quickOpenTypedPath() {
     const std::optional<QString> answer =
         FinderActionExecutor::promptText(tr("打开指定路径"), tr("输入要打开的文件或文件夹路径。"));
     if (!answer)
@@ -168,8 +165,7 @@ void OpenActions::quickOpenTypedPath()
     FinderActionExecutor::revealURLInFinder(*path);
 }
 
-QStringList OpenActions::validFileURLs(const QString& text)
-{
+QStringList OpenActions::validFileURLs(const QString& text) {
     static const QRegularExpression lineBreaks(QStringLiteral("\\r\\n|\\r|\\n"));
     QStringList paths;
     for (const QString& piece : text.split(lineBreaks)) {
@@ -180,8 +176,7 @@ QStringList OpenActions::validFileURLs(const QString& text)
     return paths;
 }
 
-void OpenActions::quickOpenClipboardPath()
-{
+void OpenActions::quickOpenClipboardPath() {
     Clipboard& clipboard = Platform::clipboard();
     QStringList files;
     for (const QString& path : clipboard.filePaths()) {

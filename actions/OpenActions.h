@@ -2,10 +2,10 @@
 
 #include "actions/KestroExternalApplication.h"
 
-#include <QString>
-#include <QStringList>
 #include <chrono>
 #include <optional>
+#include <QString>
+#include <QStringList>
 
 // Opening things: a terminal, code editors, any application, well-known folders, typed and copied paths.
 class OpenActions {
@@ -13,7 +13,8 @@ public:
     static void openInTerminal(const QStringList& selectedURLs, const std::optional<QString>& targetedURL);
     static void openInApplication(KestroExternalApplication application, const QStringList& selectedURLs,
                                   const std::optional<QString>& targetedURL);
-    static void openWithApplicationPath(const QStringList& selectedURLs, const std::optional<QString>& targetedURL,
+    static void openWithApplicationPath(const QStringList& selectedURLs,
+                                        const std::optional<QString>& targetedURL,
                                         const std::optional<QString>& applicationURL);
     // Opens the items with the application on the main thread and waits for the launch at most `bound`;
     // logs the outcome. The application keeps starting when the wait runs out.

@@ -10,22 +10,19 @@
 
 namespace {
 
-QString parentOf(const QString& path)
-{
+QString parentOf(const QString& path) {
     const qsizetype slash = path.lastIndexOf(QLatin1Char('/'));
     return slash <= 0 ? QStringLiteral("/") : path.left(slash);
 }
 
-QString lastComponent(const QString& path)
-{
+QString lastComponent(const QString& path) {
     if (path == QLatin1String("/"))
         return path;
     return path.mid(path.lastIndexOf(QLatin1Char('/')) + 1);
 }
 
 // A folder's file URL ends in a slash, as the file manager hands folders over.
-QString fileURLString(const QString& path)
-{
+QString fileURLString(const QString& path) {
     QString url = QUrl::fromLocalFile(path).toString(QUrl::FullyEncoded);
     if (QFileInfo(path).isDir() && !url.endsWith(QLatin1Char('/')))
         url.append(QLatin1Char('/'));
@@ -34,8 +31,7 @@ QString fileURLString(const QString& path)
 
 } // namespace
 
-QString PathCopyActions::line(const QString& item, KestroPathCopyFormat format)
-{
+QString PathCopyActions::line(const QString& item, KestroPathCopyFormat format) {
     const QString path = QDir::cleanPath(item);
     switch (format) {
     case KestroPathCopyFormat::fullPath:
@@ -46,16 +42,17 @@ QString PathCopyActions::line(const QString& item, KestroPathCopyFormat format)
     case KestroPathCopyFormat::parentFolder:
         return parentOf(path);
     case KestroPathCopyFormat::shellEscapedPath:
-        return QLatin1Char('\'') + QString(path).replace(QLatin1Char('\''), QStringLiteral("'\\''")) + QLatin1Char('\'');
+        return QLatin1Char('\'') + QString(path).replace(QLatin1Char('\''), QStringLiteral("'\\''")) +
+               QLatin1Char('\'');
     case KestroPathCopyFormat::markdownLink:
-        return QLatin1Char('[') + lastComponent(path) + QStringLiteral("](") + fileURLString(path) + QLatin1Char(')');
+        return QLatin1Char('[') + lastComponent(path) + QStringLiteral("](") + fileURLString(path) +
+               QLatin1Char(')');
     }
     return path;
 }
 
 void PathCopyActions::copyPaths(const QStringList& selectedURLs, const std::optional<QString>& targetedURL,
-                                KestroPathCopyFormat format)
-{
+                                KestroPathCopyFormat format) {
     const QStringList items = FinderActionExecutor::effectiveURLs(selectedURLs, targetedURL);
     if (items.isEmpty())
         throw FinderActionExecutionError::noSelection();
@@ -66,8 +63,7 @@ void PathCopyActions::copyPaths(const QStringList& selectedURLs, const std::opti
     copyToPasteboard(lines.join(QLatin1Char('\n')));
 }
 
-void PathCopyActions::copyToPasteboard(const QString& text)
-{
+void PathCopyActions::copyToPasteboard(const QString& text) {
     if (!Platform::clipboard().setText(text))
         throw FinderActionExecutionError::pasteboardWriteFailed();
 }

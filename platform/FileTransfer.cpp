@@ -18,12 +18,15 @@
 
 namespace {
 
-QString tr(const char* text) { return QCoreApplication::translate("FileTransfer", text); }
+QString tr(const char* text) {
+    return QCoreApplication::translate("FileTransfer", text);
+}
 
-QString systemMessage(int error) { return QString::fromLocal8Bit(std::strerror(error)); }
+QString systemMessage(int error) {
+    return QString::fromLocal8Bit(std::strerror(error));
+}
 
-[[noreturn]] void fail(const char* message, const QByteArray& path, int error)
-{
+[[noreturn]] void fail(const char* message, const QByteArray& path, int error) {
     throw PlatformError(tr(message).arg(QFile::decodeName(path), systemMessage(error)));
 }
 
@@ -31,11 +34,8 @@ QString systemMessage(int error) { return QString::fromLocal8Bit(std::strerror(e
 struct Descriptor {
     int fd = -1;
     explicit Descriptor(int value)
-        : fd(value)
-    {
-    }
-    ~Descriptor()
-    {
+        : fd(value) {}
+    ~Descriptor() {
         if (fd >= 0)
             ::close(fd);
     }
@@ -43,16 +43,14 @@ struct Descriptor {
     Descriptor& operator=(const Descriptor&) = delete;
 };
 
-QByteArray joined(const QByteArray& folder, const char* name)
-{
+QByteArray joined(const QByteArray& folder, const char* name) {
     QByteArray path = folder;
     if (!path.endsWith('/'))
         path.append('/');
     return path.append(name);
 }
 
-void copyContents(int from, int to, const QByteArray& sourcePath)
-{
+void copyContents(int from, int to, const QByteArray& sourcePath) {
     static thread_local std::vector<char> buffer(256 * 1024);
     for (;;) {
         const ssize_t got = ::read(from, buffer.data(), buffer.size());
@@ -78,8 +76,7 @@ void copyContents(int from, int to, const QByteArray& sourcePath)
 // Copies the entry `name` of the folder `sourceFolder` to `targetName` in `targetFolder` (both may be
 // AT_FDCWD with absolute names). sourcePath names the entry in messages.
 void copyEntry(int sourceFolder, const char* name, const QByteArray& sourcePath, int targetFolder,
-               const char* targetName)
-{
+               const char* targetName) {
     struct stat status {};
     if (::fstatat(sourceFolder, name, &status, AT_SYMLINK_NOFOLLOW) != 0)
         fail("无法读取“%1”：%2", sourcePath, errno);
@@ -115,7 +112,8 @@ void copyEntry(int sourceFolder, const char* name, const QByteArray& sourcePath,
     }
 
     if (!S_ISDIR(status.st_mode))
-        throw PlatformError(tr("“%1”是特殊文件（管道、套接字或设备），无法复制。").arg(QFile::decodeName(sourcePath)));
+        throw PlatformError(
+            tr("“%1”是特殊文件（管道、套接字或设备），无法复制。").arg(QFile::decodeName(sourcePath)));
 
     if (::mkdirat(targetFolder, targetName, 0700) != 0)
         fail("无法复制“%1”：%2", sourcePath, errno);
@@ -153,8 +151,7 @@ void copyEntry(int sourceFolder, const char* name, const QByteArray& sourcePath,
 // Removes an item and everything under it without following symbolic links. With makeWritable, folders
 // are opened up first (used on our own partial copies, whose folders may carry read-only permissions).
 // Returns 0, or the first errno met.
-int removeTree(int folder, const char* name, bool makeWritable)
-{
+int removeTree(int folder, const char* name, bool makeWritable) {
     struct stat status {};
     if (::fstatat(folder, name, &status, AT_SYMLINK_NOFOLLOW) != 0)
         return errno == ENOENT ? 0 : errno;
@@ -186,8 +183,7 @@ int removeTree(int folder, const char* name, bool makeWritable)
 }
 
 // rename(2) that refuses to replace an existing target. Returns 0 or errno.
-int renameWithoutReplacing(const QByteArray& from, const QByteArray& to)
-{
+int renameWithoutReplacing(const QByteArray& from, const QByteArray& to) {
 #if defined(RENAME_NOREPLACE)
     if (::renameat2(AT_FDCWD, from.constData(), AT_FDCWD, to.constData(), RENAME_NOREPLACE) == 0)
         return 0;
@@ -201,11 +197,12 @@ int renameWithoutReplacing(const QByteArray& from, const QByteArray& to)
     return ::rename(from.constData(), to.constData()) == 0 ? 0 : errno;
 }
 
-QString parentFolder(const QString& path) { return QFileInfo(path).absolutePath(); }
+QString parentFolder(const QString& path) {
+    return QFileInfo(path).absolutePath();
+}
 
 // A folder cannot be copied or moved into itself or one of its own subfolders.
-void refuseNestedTarget(const QString& source, const QString& target, const char* message)
-{
+void refuseNestedTarget(const QString& source, const QString& target, const char* message) {
     const QFileInfo sourceInfo(source);
     if (sourceInfo.isSymLink() || !sourceInfo.isDir())
         return;
@@ -213,22 +210,23 @@ void refuseNestedTarget(const QString& source, const QString& target, const char
     const QString targetFolder = QFileInfo(parentFolder(target)).canonicalFilePath();
     if (sourceFolder.isEmpty() || targetFolder.isEmpty())
         return;
-    if (targetFolder == sourceFolder || targetFolder.startsWith(sourceFolder + QLatin1Char('/'))
-        || sourceFolder == QLatin1String("/"))
+    if (targetFolder == sourceFolder || targetFolder.startsWith(sourceFolder + QLatin1Char('/')) ||
+        sourceFolder == QLatin1String("/"))
         throw PlatformError(tr(message).arg(source));
 }
 
 } // namespace
 
-QString FileTransfer::temporaryPrefix() { return QStringLiteral(".kestro-partial-"); }
+QString FileTransfer::temporaryPrefix() {
+    return QStringLiteral(".kestro-partial-");
+}
 
-void FileTransfer::copy(const QString& source, const QString& target)
-{
+void FileTransfer::copy(const QString& source, const QString& target) {
     refuseNestedTarget(source, target, "不能把文件夹“%1”复制到它自己里面。");
     const QByteArray sourcePath = QFile::encodeName(source);
     const QByteArray targetPath = QFile::encodeName(target);
-    const QByteArray partial = QFile::encodeName(parentFolder(target) + QLatin1Char('/') + temporaryPrefix()
-                                                 + QUuid::createUuid().toString(QUuid::WithoutBraces));
+    const QByteArray partial = QFile::encodeName(parentFolder(target) + QLatin1Char('/') + temporaryPrefix() +
+                                                 QUuid::createUuid().toString(QUuid::WithoutBraces));
     try {
         copyEntry(AT_FDCWD, sourcePath.constData(), sourcePath, AT_FDCWD, partial.constData());
     } catch (...) {
@@ -241,8 +239,7 @@ void FileTransfer::copy(const QString& source, const QString& target)
     }
 }
 
-void FileTransfer::move(const QString& source, const QString& target)
-{
+void FileTransfer::move(const QString& source, const QString& target) {
     refuseNestedTarget(source, target, "不能把文件夹“%1”移动到它自己里面。");
     const QByteArray sourcePath = QFile::encodeName(source);
     const QByteArray targetPath = QFile::encodeName(target);
@@ -254,6 +251,6 @@ void FileTransfer::move(const QString& source, const QString& target)
     // Another file system: the source goes only once its copy is complete under the final name.
     copy(source, target);
     if (const int removeError = removeTree(AT_FDCWD, sourcePath.constData(), false))
-        throw PlatformError(tr("已复制到“%1”，但无法删除原来的“%2”：%3")
-                                .arg(target, source, systemMessage(removeError)));
+        throw PlatformError(
+            tr("已复制到“%1”，但无法删除原来的“%2”：%3").arg(target, source, systemMessage(removeError)));
 }

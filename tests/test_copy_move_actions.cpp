@@ -16,13 +16,11 @@
 namespace {
 
 QStringList perform(const QString& actionID, const QStringList& selection,
-                    const std::optional<QString>& destination = std::nullopt)
-{
+                    const std::optional<QString>& destination = std::nullopt) {
     return FinderActionExecutor::perform(actionID, selection, std::nullopt, destination, std::nullopt);
 }
 
-FinderActionExecutionError::Case failureOf(const std::function<void()>& action)
-{
+FinderActionExecutionError::Case failureOf(const std::function<void()>& action) {
     try {
         action();
     } catch (const FinderActionExecutionError& error) {
@@ -31,13 +29,12 @@ FinderActionExecutionError::Case failureOf(const std::function<void()>& action)
     throw std::runtime_error("the action did not fail");
 }
 
-QStringList entriesOf(const QString& folder)
-{
-    return QDir(folder).entryList(QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot, QDir::Name);
+QStringList entriesOf(const QString& folder) {
+    return QDir(folder).entryList(QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot,
+                                  QDir::Name);
 }
 
-void setRevealResults(bool on)
-{
+void setRevealResults(bool on) {
     AppPreferences preferences;
     preferences.revealActionResults = on;
     QVERIFY(AppPreferencesPersistence::save(preferences));
@@ -49,8 +46,7 @@ class TestCopyMoveActions : public QObject {
     Q_OBJECT
 
 private slots:
-    void copiesUnderFreeNames()
-    {
+    void copiesUnderFreeNames() {
         TestEnvironment environment;
         setRevealResults(false);
         const QString destination = environment.makeFolder(QStringLiteral("dst"));
@@ -63,9 +59,11 @@ private slots:
         const QString photos = environment.makeFolder(QStringLiteral("src/Photos"));
         environment.writeFile(photos + QStringLiteral("/p.jpg"), "jpg");
 
-        const QStringList results = perform(QStringLiteral("copyFilesToFolder"), {a, tar, photos}, destination);
+        const QStringList results =
+            perform(QStringLiteral("copyFilesToFolder"), {a, tar, photos}, destination);
 
-        QCOMPARE(results, (QStringList{destination + QStringLiteral("/a 3.txt"), destination + QStringLiteral("/a.tar 2.gz"),
+        QCOMPARE(results, (QStringList{destination + QStringLiteral("/a 3.txt"),
+                                       destination + QStringLiteral("/a.tar 2.gz"),
                                        destination + QStringLiteral("/Photos 2")}));
         QCOMPARE(readAll(results[0]), QByteArray("new a"));
         QCOMPARE(readAll(results[1]), QByteArray("new tar"));
@@ -76,12 +74,12 @@ private slots:
         QVERIFY(FakePlatform::workspace().openedUrls.isEmpty());
     }
 
-    void awkwardNamesSurviveCopyAndMove()
-    {
+    void awkwardNamesSurviveCopyAndMove() {
         TestEnvironment environment;
         setRevealResults(false);
         const QStringList names = {QStringLiteral("-n"), QStringLiteral("it's \"here\".txt"),
-                                   QStringLiteral("two\nlines"), QStringLiteral("文件 ✓.md"), QStringLiteral("--")};
+                                   QStringLiteral("two\nlines"), QStringLiteral("文件 ✓.md"),
+                                   QStringLiteral("--")};
         QStringList sources;
         for (const QString& name : names)
             sources << environment.writeFile(QStringLiteral("src/") + name, name.toUtf8());
@@ -99,8 +97,7 @@ private slots:
         QCOMPARE(entriesOf(environment.root() + QStringLiteral("/src")), QStringList());
     }
 
-    void copiesBesideTheOriginal()
-    {
+    void copiesBesideTheOriginal() {
         TestEnvironment environment;
         setRevealResults(true);
         const QString report = environment.writeFile(QStringLiteral("work/report.pdf"), "pdf");
@@ -112,19 +109,20 @@ private slots:
         const QStringList first = perform(QStringLiteral("copyBesideOriginal"), {report, makefile, docs});
         const QStringList second = perform(QStringLiteral("copyBesideOriginal"), {report, docs});
 
-        QCOMPARE(first, (QStringList{folder + QStringLiteral("/report copy.pdf"), folder + QStringLiteral("/Makefile copy"),
+        QCOMPARE(first, (QStringList{folder + QStringLiteral("/report copy.pdf"),
+                                     folder + QStringLiteral("/Makefile copy"),
                                      folder + QStringLiteral("/Docs copy")}));
-        QCOMPARE(second, (QStringList{folder + QStringLiteral("/report copy 2.pdf"), folder + QStringLiteral("/Docs copy 2")}));
+        QCOMPARE(second, (QStringList{folder + QStringLiteral("/report copy 2.pdf"),
+                                      folder + QStringLiteral("/Docs copy 2")}));
         QCOMPARE(readAll(second[0]), QByteArray("pdf"));
         QCOMPARE(readAll(second[1] + QStringLiteral("/d.txt")), QByteArray("d"));
         // With the preference on, each action opens the files' folder once and each copied folder itself.
         QCOMPARE(FakePlatform::workspace().openedUrls,
-                 (QList<QUrl>{QUrl::fromLocalFile(folder), QUrl::fromLocalFile(first[2]), QUrl::fromLocalFile(folder),
-                              QUrl::fromLocalFile(second[1])}));
+                 (QList<QUrl>{QUrl::fromLocalFile(folder), QUrl::fromLocalFile(first[2]),
+                              QUrl::fromLocalFile(folder), QUrl::fromLocalFile(second[1])}));
     }
 
-    void theChooserAsksAndCancelLosesNothing()
-    {
+    void theChooserAsksAndCancelLosesNothing() {
         TestEnvironment environment;
         setRevealResults(false);
         const QString file = environment.writeFile(QStringLiteral("src/f.txt"), "f");
@@ -143,23 +141,29 @@ private slots:
         QVERIFY(!QFileInfo::exists(file));
     }
 
-    void badInputIsRefusedBeforeAnythingHappens()
-    {
+    void badInputIsRefusedBeforeAnythingHappens() {
         TestEnvironment environment;
         const QString present = environment.writeFile(QStringLiteral("src/present.txt"), "p");
         const QString missing = environment.root() + QStringLiteral("/src/missing.txt");
         const QString destination = environment.makeFolder(QStringLiteral("dst"));
         const QString notAFolder = environment.writeFile(QStringLiteral("dst-file"), "keep");
 
-        QCOMPARE(failureOf([&] { perform(QStringLiteral("copyFilesToFolder"), {present, missing}, destination); }),
+        QCOMPARE(failureOf([&] {
+                     perform(QStringLiteral("copyFilesToFolder"), {present, missing}, destination);
+                 }),
                  FinderActionExecutionError::Case::sourceItemMissing);
         QCOMPARE(failureOf([&] { perform(QStringLiteral("moveFilesToFolder"), {present}, notAFolder); }),
                  FinderActionExecutionError::Case::destinationDirectoryUnavailable);
-        QCOMPARE(failureOf([&] { perform(QStringLiteral("moveFilesToFolder"), {present}, destination + QStringLiteral("/gone")); }),
+        QCOMPARE(failureOf([&] {
+                     perform(QStringLiteral("moveFilesToFolder"), {present},
+                             destination + QStringLiteral("/gone"));
+                 }),
                  FinderActionExecutionError::Case::destinationDirectoryUnavailable);
         QCOMPARE(failureOf([&] { perform(QStringLiteral("moveSelectionToNewFolder"), {}); }),
                  FinderActionExecutionError::Case::noSelection);
-        QCOMPARE(failureOf([&] { perform(QStringLiteral("moveSelectionToNewFolder"), {present, missing}); }),
+        QCOMPARE(failureOf([&] {
+                     perform(QStringLiteral("moveSelectionToNewFolder"), {present, missing});
+                 }),
                  FinderActionExecutionError::Case::sourceItemMissing);
         QCOMPARE(failureOf([&] { perform(QStringLiteral("copyBesideOriginal"), {}); }),
                  FinderActionExecutionError::Case::noSelection);
@@ -169,8 +173,7 @@ private slots:
         QCOMPARE(readAll(notAFolder), QByteArray("keep"));
     }
 
-    void aLaterFailureKeepsEarlierResults()
-    {
+    void aLaterFailureKeepsEarlierResults() {
         TestEnvironment environment;
         setRevealResults(true);
         const QString first = environment.writeFile(QStringLiteral("src/first.txt"), "1");
@@ -179,15 +182,15 @@ private slots:
         const QString last = environment.writeFile(QStringLiteral("src/last.txt"), "3");
         const QString destination = environment.makeFolder(QStringLiteral("dst"));
 
-        QVERIFY_THROWS_EXCEPTION(PlatformError, perform(QStringLiteral("copyFilesToFolder"), {first, pipe, last}, destination));
+        QVERIFY_THROWS_EXCEPTION(
+            PlatformError, perform(QStringLiteral("copyFilesToFolder"), {first, pipe, last}, destination));
 
         QCOMPARE(entriesOf(destination), QStringList{QStringLiteral("first.txt")});
         QVERIFY(QFileInfo::exists(first) && QFileInfo::exists(last));
         QVERIFY(FakePlatform::workspace().openedUrls.isEmpty());
     }
 
-    void aReadOnlyDestinationIsAClearError()
-    {
+    void aReadOnlyDestinationIsAClearError() {
         if (::geteuid() == 0)
             QSKIP("permissions do not bind the superuser");
         TestEnvironment environment;
@@ -200,26 +203,27 @@ private slots:
         } catch (const PlatformError& error) {
             QVERIFY2(error.errorDescription().contains(file), qPrintable(error.errorDescription()));
         }
-        QVERIFY_THROWS_EXCEPTION(PlatformError, perform(QStringLiteral("moveFilesToFolder"), {file}, destination));
+        QVERIFY_THROWS_EXCEPTION(PlatformError,
+                                 perform(QStringLiteral("moveFilesToFolder"), {file}, destination));
         QCOMPARE(readAll(file), QByteArray("f"));
         ::chmod(QFile::encodeName(destination).constData(), 0755);
     }
 
-    void movesToTheStandardFolders()
-    {
+    void movesToTheStandardFolders() {
         TestEnvironment environment;
         setRevealResults(false);
         const QString desktop = environment.makeFolder(QStringLiteral("home/Desktop"));
         const QString documents = environment.makeFolder(QStringLiteral("home/Documents"));
         const QString file = environment.writeFile(QStringLiteral("src/n.txt"), "n");
 
-        QCOMPARE(perform(QStringLiteral("copyFilesToDocuments"), {file}), QStringList{documents + QStringLiteral("/n.txt")});
-        QCOMPARE(perform(QStringLiteral("moveFilesToDesktop"), {file}), QStringList{desktop + QStringLiteral("/n.txt")});
+        QCOMPARE(perform(QStringLiteral("copyFilesToDocuments"), {file}),
+                 QStringList{documents + QStringLiteral("/n.txt")});
+        QCOMPARE(perform(QStringLiteral("moveFilesToDesktop"), {file}),
+                 QStringList{desktop + QStringLiteral("/n.txt")});
         QVERIFY(!QFileInfo::exists(file));
     }
 
-    void gathersTheSelectionIntoANewFolder()
-    {
+    void gathersTheSelectionIntoANewFolder() {
         TestEnvironment environment;
         setRevealResults(true);
         const QString work = environment.makeFolder(QStringLiteral("work"));
@@ -234,20 +238,21 @@ private slots:
         const QString gathered = work + QStringLiteral("/New Folder With Items");
         QCOMPARE(first, QStringList{gathered});
         QCOMPARE(second, QStringList{gathered + QStringLiteral(" 2")});
-        QCOMPARE(entriesOf(gathered), (QStringList{QStringLiteral("a 2.txt"), QStringLiteral("a.txt"), QStringLiteral("sub")}));
+        QCOMPARE(entriesOf(gathered),
+                 (QStringList{QStringLiteral("a 2.txt"), QStringLiteral("a.txt"), QStringLiteral("sub")}));
         QCOMPARE(readAll(gathered + QStringLiteral("/a 2.txt")), QByteArray("other a"));
         QCOMPARE(entriesOf(second.first()), QStringList{QStringLiteral("b.txt")});
         QCOMPARE(FakePlatform::workspace().openedUrls,
                  (QList<QUrl>{QUrl::fromLocalFile(gathered), QUrl::fromLocalFile(second.first())}));
     }
 
-    void aLargeSelectionCopiesEveryItem()
-    {
+    void aLargeSelectionCopiesEveryItem() {
         TestEnvironment environment;
         setRevealResults(false);
         QStringList sources;
         for (int i = 0; i < 1000; ++i)
-            sources << environment.writeFile(QStringLiteral("many/item %1.txt").arg(i), QByteArray::number(i));
+            sources << environment.writeFile(QStringLiteral("many/item %1.txt").arg(i),
+                                             QByteArray::number(i));
         const QString destination = environment.makeFolder(QStringLiteral("dst"));
 
         const QStringList results = perform(QStringLiteral("copyFilesToFolder"), sources, destination);

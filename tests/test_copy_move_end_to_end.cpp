@@ -14,8 +14,7 @@ struct Run {
     QString errorText;
 };
 
-QString requestURL(const QString& actionID, const QStringList& paths, const QString& destination = {})
-{
+QString requestURL(const QString& actionID, const QStringList& paths, const QString& destination = {}) {
     QString url = QStringLiteral("kestro://finder-action?actionID=") + actionID;
     for (const QString& path : paths)
         url += QStringLiteral("&path=") + QString::fromLatin1(QUrl::toPercentEncoding(path));
@@ -24,8 +23,7 @@ QString requestURL(const QString& actionID, const QStringList& paths, const QStr
     return url;
 }
 
-Run perform(const QString& url)
-{
+Run perform(const QString& url) {
     QProcess process;
     process.setProcessEnvironment(QProcessEnvironment::systemEnvironment());
     process.start(qEnvironmentVariable("KESTRO_BINARY"), {QStringLiteral("--perform"), url});
@@ -34,9 +32,9 @@ Run perform(const QString& url)
     return {process.exitCode(), QString::fromUtf8(process.readAllStandardError()).trimmed()};
 }
 
-QStringList entriesOf(const QString& folder)
-{
-    return QDir(folder).entryList(QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot, QDir::Name);
+QStringList entriesOf(const QString& folder) {
+    return QDir(folder).entryList(QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot,
+                                  QDir::Name);
 }
 
 } // namespace
@@ -45,14 +43,12 @@ class TestCopyMoveEndToEnd : public QObject {
     Q_OBJECT
 
 private slots:
-    void initTestCase()
-    {
+    void initTestCase() {
         if (!QFileInfo(qEnvironmentVariable("KESTRO_BINARY")).isExecutable())
             QSKIP("KESTRO_BINARY does not name the built executable");
     }
 
-    void copiesMovesAndCopiesBeside()
-    {
+    void copiesMovesAndCopiesBeside() {
         TestEnvironment environment;
         AppPreferences preferences;
         preferences.revealActionResults = false;
@@ -65,24 +61,25 @@ private slots:
 
         Run run = perform(requestURL(QStringLiteral("copyFilesToFolder"), {odd, tree}, destination));
         QCOMPARE(run.exitCode, 0);
-        QCOMPARE(entriesOf(destination), (QStringList{QStringLiteral("-it's & \"odd\" 报告.txt"), QStringLiteral("Tree"),
-                                                      QStringLiteral("Tree 2")}));
+        QCOMPARE(entriesOf(destination), (QStringList{QStringLiteral("-it's & \"odd\" 报告.txt"),
+                                                      QStringLiteral("Tree"), QStringLiteral("Tree 2")}));
         QCOMPARE(readAll(destination + QStringLiteral("/Tree 2/inner.txt")), QByteArray("inner"));
         QCOMPARE(readAll(destination + QStringLiteral("/Tree/keep.txt")), QByteArray("keep"));
 
         run = perform(requestURL(QStringLiteral("copyBesideOriginal"), {odd}));
         QCOMPARE(run.exitCode, 0);
-        QCOMPARE(readAll(environment.root() + QStringLiteral("/src/-it's & \"odd\" 报告 copy.txt")), QByteArray("odd"));
+        QCOMPARE(readAll(environment.root() + QStringLiteral("/src/-it's & \"odd\" 报告 copy.txt")),
+                 QByteArray("odd"));
 
         const QString moved = environment.makeFolder(QStringLiteral("moved"));
         run = perform(requestURL(QStringLiteral("moveFilesToFolder"), {odd, tree}, moved));
         QCOMPARE(run.exitCode, 0);
-        QCOMPARE(entriesOf(moved), (QStringList{QStringLiteral("-it's & \"odd\" 报告.txt"), QStringLiteral("Tree")}));
+        QCOMPARE(entriesOf(moved),
+                 (QStringList{QStringLiteral("-it's & \"odd\" 报告.txt"), QStringLiteral("Tree")}));
         QVERIFY(!QFileInfo::exists(odd) && !QFileInfo::exists(tree));
     }
 
-    void failuresExitNonZeroAndLoseNothing()
-    {
+    void failuresExitNonZeroAndLoseNothing() {
         TestEnvironment environment;
         AppPreferences preferences;
         preferences.revealActionResults = false;

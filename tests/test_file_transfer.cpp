@@ -16,19 +16,17 @@
 
 namespace {
 
-QString linkText(const QString& path)
-{
+QString linkText(const QString& path) {
     char buffer[4096];
     const ssize_t length = ::readlink(QFile::encodeName(path).constData(), buffer, sizeof buffer);
     return length < 0 ? QString() : QString::fromUtf8(buffer, int(length));
 }
 
 // Every entry under a folder, relative, with a kind marker and the link target or the file's bytes.
-QStringList describeTree(const QString& root)
-{
+QStringList describeTree(const QString& root) {
     QStringList lines;
-    const QFileInfoList entries =
-        QDir(root).entryInfoList(QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot, QDir::Name);
+    const QFileInfoList entries = QDir(root).entryInfoList(
+        QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot, QDir::Name);
     for (const QFileInfo& entry : entries) {
         const QString name = entry.fileName();
         if (entry.isSymLink()) {
@@ -38,20 +36,21 @@ QStringList describeTree(const QString& root)
             for (const QString& child : describeTree(entry.filePath()))
                 lines << name + QLatin1Char('/') + child;
         } else {
-            lines << QStringLiteral("F %1 %2").arg(name, QString::fromLatin1(readAll(entry.filePath()).toHex()));
+            lines << QStringLiteral("F %1 %2").arg(name,
+                                                   QString::fromLatin1(readAll(entry.filePath()).toHex()));
         }
     }
     return lines;
 }
 
-QStringList entriesOf(const QString& folder)
-{
-    return QDir(folder).entryList(QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot, QDir::Name);
+QStringList entriesOf(const QString& folder) {
+    return QDir(folder).entryList(QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot,
+                                  QDir::Name);
 }
 
-const QString awkwardNames[] = {QStringLiteral("blank name.txt"), QStringLiteral("it's \"quoted\".md"),
-                                QStringLiteral("-rf"),            QStringLiteral("line\nbreak"),
-                                QStringLiteral("报告 ü.pdf"),      QStringLiteral(".hidden")};
+const QString awkwardNames[] = {
+    QStringLiteral("blank name.txt"), QStringLiteral("it's \"quoted\".md"), QStringLiteral("-rf"),
+    QStringLiteral("line\nbreak"),    QStringLiteral("报告 ü.pdf"),         QStringLiteral(".hidden")};
 
 } // namespace
 
@@ -59,8 +58,7 @@ class TestFileTransfer : public QObject {
     Q_OBJECT
 
 private slots:
-    void copiesATreeWithLinksModesAndTimes()
-    {
+    void copiesATreeWithLinksModesAndTimes() {
         TestEnvironment environment;
         const QString source = environment.makeFolder(QStringLiteral("src/Project"));
         for (const QString& name : awkwardNames)
@@ -75,7 +73,8 @@ private slots:
         const timespec past[2] = {{1000000000, 0}, {1000000000, 0}};
         QVERIFY(::utimensat(AT_FDCWD, oldFile.constData(), past, 0) == 0);
 
-        const QString target = environment.makeFolder(QStringLiteral("dst")) + QStringLiteral("/Project copy");
+        const QString target =
+            environment.makeFolder(QStringLiteral("dst")) + QStringLiteral("/Project copy");
         FileTransfer::copy(source, target);
 
         QCOMPARE(describeTree(target), describeTree(source));
@@ -96,8 +95,7 @@ private slots:
         QCOMPARE(entriesOf(QFileInfo(target).absolutePath()), QStringList{QStringLiteral("Project copy")});
     }
 
-    void copiesAReadOnlyFolderAndALinkAtTheTop()
-    {
+    void copiesAReadOnlyFolderAndALinkAtTheTop() {
         TestEnvironment environment;
         const QString locked = environment.makeFolder(QStringLiteral("src/locked"));
         environment.writeFile(locked + QStringLiteral("/inside.txt"), "x");
@@ -117,8 +115,7 @@ private slots:
         ::chmod(QFile::encodeName(destination + QStringLiteral("/locked")).constData(), 0755);
     }
 
-    void aFailedCopyLeavesNothingUnderAnyName()
-    {
+    void aFailedCopyLeavesNothingUnderAnyName() {
         TestEnvironment environment;
         const QString source = environment.makeFolder(QStringLiteral("src/Mixed"));
         environment.writeFile(source + QStringLiteral("/a.txt"), "a");
@@ -131,14 +128,14 @@ private slots:
             FileTransfer::copy(source, destination + QStringLiteral("/Mixed"));
             QFAIL("copying a pipe succeeded");
         } catch (const PlatformError& error) {
-            QVERIFY2(error.errorDescription().contains(QStringLiteral("pipe")), qPrintable(error.errorDescription()));
+            QVERIFY2(error.errorDescription().contains(QStringLiteral("pipe")),
+                     qPrintable(error.errorDescription()));
         }
         QCOMPARE(entriesOf(destination), QStringList());
         QCOMPARE(readAll(source + QStringLiteral("/sub/b.txt")), QByteArray("b"));
     }
 
-    void neverReplacesAnExistingTarget()
-    {
+    void neverReplacesAnExistingTarget() {
         TestEnvironment environment;
         const QString source = environment.writeFile(QStringLiteral("src/new.txt"), "new");
         const QString target = environment.writeFile(QStringLiteral("dst/new.txt"), "old");
@@ -150,21 +147,22 @@ private slots:
         QCOMPARE(entriesOf(QFileInfo(target).absolutePath()), QStringList{QStringLiteral("new.txt")});
     }
 
-    void refusesToPutAFolderInsideItself()
-    {
+    void refusesToPutAFolderInsideItself() {
         TestEnvironment environment;
         const QString source = environment.makeFolder(QStringLiteral("Folder"));
         const QString inner = environment.makeFolder(QStringLiteral("Folder/inner"));
 
-        QVERIFY_THROWS_EXCEPTION(PlatformError, FileTransfer::copy(source, inner + QStringLiteral("/Folder")));
-        QVERIFY_THROWS_EXCEPTION(PlatformError, FileTransfer::move(source, inner + QStringLiteral("/Folder")));
-        QVERIFY_THROWS_EXCEPTION(PlatformError, FileTransfer::copy(source, source + QStringLiteral("/Folder")));
+        QVERIFY_THROWS_EXCEPTION(PlatformError,
+                                 FileTransfer::copy(source, inner + QStringLiteral("/Folder")));
+        QVERIFY_THROWS_EXCEPTION(PlatformError,
+                                 FileTransfer::move(source, inner + QStringLiteral("/Folder")));
+        QVERIFY_THROWS_EXCEPTION(PlatformError,
+                                 FileTransfer::copy(source, source + QStringLiteral("/Folder")));
         QCOMPARE(entriesOf(inner), QStringList());
         QCOMPARE(entriesOf(source), QStringList{QStringLiteral("inner")});
     }
 
-    void movesWithinAFileSystemByRenaming()
-    {
+    void movesWithinAFileSystemByRenaming() {
         TestEnvironment environment;
         const QString source = environment.makeFolder(QStringLiteral("src/Tree"));
         environment.writeFile(source + QStringLiteral("/f"), "f");
@@ -180,13 +178,14 @@ private slots:
         QVERIFY(!QFileInfo::exists(source));
     }
 
-    void movesAcrossFileSystemsOnlyOnceTheCopyIsComplete()
-    {
+    void movesAcrossFileSystemsOnlyOnceTheCopyIsComplete() {
         TestEnvironment environment;
         QTemporaryDir otherDevice(QStringLiteral("/dev/shm/kestro-test-XXXXXX"));
-        struct stat here {}, there {};
-        if (!otherDevice.isValid() || ::stat(QFile::encodeName(environment.root()).constData(), &here) != 0
-            || ::stat(QFile::encodeName(otherDevice.path()).constData(), &there) != 0 || here.st_dev == there.st_dev)
+        struct stat here {
+        }, there{};
+        if (!otherDevice.isValid() || ::stat(QFile::encodeName(environment.root()).constData(), &here) != 0 ||
+            ::stat(QFile::encodeName(otherDevice.path()).constData(), &there) != 0 ||
+            here.st_dev == there.st_dev)
             QSKIP("no second file system at /dev/shm");
 
         const QString good = environment.makeFolder(QStringLiteral("src/Good"));
@@ -200,7 +199,8 @@ private slots:
         const QString bad = environment.makeFolder(QStringLiteral("src/Bad"));
         environment.writeFile(bad + QStringLiteral("/two.txt"), "2");
         QVERIFY(::mkfifo(QFile::encodeName(bad + QStringLiteral("/pipe")).constData(), 0600) == 0);
-        QVERIFY_THROWS_EXCEPTION(PlatformError, FileTransfer::move(bad, otherDevice.path() + QStringLiteral("/Bad")));
+        QVERIFY_THROWS_EXCEPTION(PlatformError,
+                                 FileTransfer::move(bad, otherDevice.path() + QStringLiteral("/Bad")));
         QCOMPARE(readAll(bad + QStringLiteral("/two.txt")), QByteArray("2"));
         QVERIFY(QFileInfo::exists(bad + QStringLiteral("/pipe")));
         QCOMPARE(entriesOf(otherDevice.path()), QStringList{QStringLiteral("Good")});

@@ -17,8 +17,7 @@ public:
     ScopedVariable(const char* name, const QByteArray& value)
         : m_name(name)
         , m_saved(qgetenv(name))
-        , m_wasSet(qEnvironmentVariableIsSet(name))
-    {
+        , m_wasSet(qEnvironmentVariableIsSet(name)) {
         value.isNull() ? qunsetenv(name) : qputenv(name, value);
     }
     ~ScopedVariable() { m_wasSet ? qputenv(m_name, m_saved) : qunsetenv(m_name); }
@@ -29,20 +28,19 @@ private:
     bool m_wasSet;
 };
 
-QString executable(const TestEnvironment& environment, const QString& path, const QByteArray& script)
-{
+QString executable(const TestEnvironment& environment, const QString& path, const QByteArray& script) {
     const QString written = environment.writeFile(path, script);
     QFile::setPermissions(written, QFileDevice::ReadOwner | QFileDevice::WriteOwner | QFileDevice::ExeOwner);
     return written;
 }
 
 // Writes its arguments, each ended by a NUL byte, to $KESTRO_TEST_RECORD (complete or not at all).
-const QByteArray recorder = "#!/bin/sh\n"
-                            "for argument in \"$@\"; do printf '%s\\0' \"$argument\"; done > \"$KESTRO_TEST_RECORD.part\"\n"
-                            "/bin/mv \"$KESTRO_TEST_RECORD.part\" \"$KESTRO_TEST_RECORD\"\n";
+const QByteArray recorder =
+    "#!/bin/sh\n"
+    "for argument in \"$@\"; do printf '%s\\0' \"$argument\"; done > \"$KESTRO_TEST_RECORD.part\"\n"
+    "/bin/mv \"$KESTRO_TEST_RECORD.part\" \"$KESTRO_TEST_RECORD\"\n";
 
-QStringList recordedArguments(const QString& record)
-{
+QStringList recordedArguments(const QString& record) {
     QStringList arguments;
     const QList<QByteArray> pieces = readAll(record).split('\0');
     for (qsizetype i = 0; i + 1 < pieces.size(); ++i)
@@ -50,10 +48,10 @@ QStringList recordedArguments(const QString& record)
     return arguments;
 }
 
-QStringList awkwardFiles(const TestEnvironment& environment)
-{
+QStringList awkwardFiles(const TestEnvironment& environment) {
     QStringList files;
-    for (const char* name : {"plain.txt", "a b.txt", "it's \"quoted\".md", "-rf", "two\nlines", "报告 ü.pdf", "100%.txt"})
+    for (const char* name :
+         {"plain.txt", "a b.txt", "it's \"quoted\".md", "-rf", "two\nlines", "报告 ü.pdf", "100%.txt"})
         files << environment.writeFile(QStringLiteral("docs/") + QString::fromUtf8(name), "x");
     return files;
 }
@@ -64,16 +62,16 @@ class TestLinuxWorkspace : public QObject {
     Q_OBJECT
 
 private slots:
-    void findsEditorsOnThePathOrByDesktopEntry()
-    {
+    void findsEditorsOnThePathOrByDesktopEntry() {
         TestEnvironment environment;
         const QString bin = environment.makeFolder(QStringLiteral("bin"));
         const ScopedVariable path("PATH", bin.toUtf8());
         LinuxWorkspace workspace;
         QCOMPARE(workspace.applicationPath(QStringLiteral("code")), QString());
 
-        const QString entry = environment.writeFile(QStringLiteral("home/.local/share/applications/code.desktop"),
-                                                    "[Desktop Entry]\nType=Application\nName=Code\nExec=code %F\n");
+        const QString entry =
+            environment.writeFile(QStringLiteral("home/.local/share/applications/code.desktop"),
+                                  "[Desktop Entry]\nType=Application\nName=Code\nExec=code %F\n");
         QCOMPARE(workspace.applicationPath(QStringLiteral("code")), entry);
         const QString command = executable(environment, bin + QStringLiteral("/code"), "#!/bin/sh\n");
         QCOMPARE(workspace.applicationPath(QStringLiteral("code")), command);
@@ -82,8 +80,7 @@ private slots:
         QCOMPARE(workspace.applicationPath(QStringLiteral("../bin/code")), QString());
     }
 
-    void launchesADesktopEntryWithEveryName()
-    {
+    void launchesADesktopEntryWithEveryName() {
         TestEnvironment environment;
         const QString record = environment.root() + QStringLiteral("/record");
         const ScopedVariable recordVariable("KESTRO_TEST_RECORD", record.toUtf8());
@@ -99,8 +96,7 @@ private slots:
         QCOMPARE(recordedArguments(record), files);
     }
 
-    void launchesAnExecutableWithEveryName()
-    {
+    void launchesAnExecutableWithEveryName() {
         TestEnvironment environment;
         const QString record = environment.root() + QStringLiteral("/record");
         const ScopedVariable recordVariable("KESTRO_TEST_RECORD", record.toUtf8());
@@ -113,22 +109,21 @@ private slots:
         QCOMPARE(recordedArguments(record), files);
     }
 
-    void refusesWhatCannotBeLaunched()
-    {
+    void refusesWhatCannotBeLaunched() {
         TestEnvironment environment;
         LinuxWorkspace workspace;
         const QString folder = environment.makeFolder(QStringLiteral("Some.app"));
         const QString text = environment.writeFile(QStringLiteral("notes.txt"), "x");
-        const QString broken = environment.writeFile(QStringLiteral("broken.desktop"), "[Desktop Entry]\nName=Broken\n");
+        const QString broken =
+            environment.writeFile(QStringLiteral("broken.desktop"), "[Desktop Entry]\nName=Broken\n");
         QVERIFY_THROWS_EXCEPTION(PlatformError, workspace.openWithApplication(folder, {text}));
         QVERIFY_THROWS_EXCEPTION(PlatformError, workspace.openWithApplication(text, {text}));
         QVERIFY_THROWS_EXCEPTION(PlatformError, workspace.openWithApplication(broken, {text}));
-        QVERIFY_THROWS_EXCEPTION(PlatformError,
-                                 workspace.openWithApplication(environment.root() + QStringLiteral("/gone"), {text}));
+        QVERIFY_THROWS_EXCEPTION(PlatformError, workspace.openWithApplication(
+                                                    environment.root() + QStringLiteral("/gone"), {text}));
     }
 
-    void startsATerminalInTheFolder()
-    {
+    void startsATerminalInTheFolder() {
         TestEnvironment environment;
         const QString record = environment.root() + QStringLiteral("/record");
         const ScopedVariable recordVariable("KESTRO_TEST_RECORD", record.toUtf8());
@@ -140,8 +135,9 @@ private slots:
 
         QVERIFY(!workspace.openTerminal(folder));
 
-        const QByteArray printsFolder = "#!/bin/sh\nprintf '%s\\0' \"$(pwd)\" \"$#\" > \"$KESTRO_TEST_RECORD.part\"\n"
-                                        "/bin/mv \"$KESTRO_TEST_RECORD.part\" \"$KESTRO_TEST_RECORD\"\n";
+        const QByteArray printsFolder =
+            "#!/bin/sh\nprintf '%s\\0' \"$(pwd)\" \"$#\" > \"$KESTRO_TEST_RECORD.part\"\n"
+            "/bin/mv \"$KESTRO_TEST_RECORD.part\" \"$KESTRO_TEST_RECORD\"\n";
         executable(environment, bin + QStringLiteral("/xterm"), printsFolder);
         QVERIFY(workspace.openTerminal(folder));
         QTRY_VERIFY_WITH_TIMEOUT(QFileInfo::exists(record), 10000);

@@ -14,14 +14,13 @@
 
 namespace {
 
-void perform(const QString& actionID, const QStringList& selection, const std::optional<QString>& target = std::nullopt,
-             const std::optional<QString>& destination = std::nullopt)
-{
+void perform(const QString& actionID, const QStringList& selection,
+             const std::optional<QString>& target = std::nullopt,
+             const std::optional<QString>& destination = std::nullopt) {
     FinderActionExecutor::perform(actionID, selection, target, destination, std::nullopt);
 }
 
-FinderActionExecutionError failureOf(const std::function<void()>& action)
-{
+FinderActionExecutionError failureOf(const std::function<void()>& action) {
     try {
         action();
     } catch (const FinderActionExecutionError& error) {
@@ -33,8 +32,7 @@ FinderActionExecutionError failureOf(const std::function<void()>& action)
 // A workspace whose launches fail the way a broken desktop entry does.
 class RefusingWorkspace : public FakeWorkspace {
 public:
-    void openWithApplication(const QString&, const QStringList&) override
-    {
+    void openWithApplication(const QString&, const QStringList&) override {
         throw PlatformError(QStringLiteral("Failed to execute child process “nothing”"));
     }
 };
@@ -45,40 +43,45 @@ class TestOpenActions : public QObject {
     Q_OBJECT
 
 private slots:
-    void terminalOpensInTheTargetFolder()
-    {
+    void terminalOpensInTheTargetFolder() {
         TestEnvironment environment;
         const QString file = environment.writeFile(QStringLiteral("proj/src/main.cpp"));
         perform(QStringLiteral("openInTerminal"), {file});
         perform(QStringLiteral("openInTerminal"), {}, environment.root() + QStringLiteral("/proj"));
         QCOMPARE(FakePlatform::workspace().terminals,
-                 (QStringList{environment.root() + QStringLiteral("/proj/src"), environment.root() + QStringLiteral("/proj")}));
+                 (QStringList{environment.root() + QStringLiteral("/proj/src"),
+                              environment.root() + QStringLiteral("/proj")}));
 
         FakePlatform::workspace().terminalInstalled = false;
-        const FinderActionExecutionError error = failureOf([&] { perform(QStringLiteral("openInTerminal"), {file}); });
+        const FinderActionExecutionError error =
+            failureOf([&] { perform(QStringLiteral("openInTerminal"), {file}); });
         QCOMPARE(error.errorDescription(), QStringLiteral("没有找到 Terminal 应用。"));
         QCOMPARE(failureOf([] { perform(QStringLiteral("openInTerminal"), {}); }).errorCase(),
                  FinderActionExecutionError::Case::noTargetDirectory);
     }
 
-    void editorsAreFoundByIdentifierThenCommand()
-    {
+    void editorsAreFoundByIdentifierThenCommand() {
         TestEnvironment environment;
         const QString folder = environment.makeFolder(QStringLiteral("repo"));
         FakeWorkspace& workspace = FakePlatform::workspace();
-        workspace.installedApplications.insert(QStringLiteral("com.microsoft.VSCode"), QStringLiteral("/opt/VSCode/code"));
+        workspace.installedApplications.insert(QStringLiteral("com.microsoft.VSCode"),
+                                               QStringLiteral("/opt/VSCode/code"));
         workspace.installedApplications.insert(QStringLiteral("code"), QStringLiteral("/usr/bin/code"));
-        workspace.installedApplications.insert(QStringLiteral("cursor"), QStringLiteral("/usr/share/applications/cursor.desktop"));
+        workspace.installedApplications.insert(QStringLiteral("cursor"),
+                                               QStringLiteral("/usr/share/applications/cursor.desktop"));
 
         perform(QStringLiteral("openInVSCode"), {}, folder);
         perform(QStringLiteral("openInCursor"), {}, folder);
 
         QCOMPARE(workspace.launches.size(), 2);
-        QCOMPARE(workspace.launches[0], std::make_pair(QStringLiteral("/opt/VSCode/code"), QStringList{folder}));
-        QCOMPARE(workspace.launches[1],
-                 std::make_pair(QStringLiteral("/usr/share/applications/cursor.desktop"), QStringList{folder}));
-        QVERIFY(environment.logText().contains(QStringLiteral("open application succeeded app=/opt/VSCode/code urls=[\"")
-                                               + folder + QStringLiteral("\"]")));
+        QCOMPARE(workspace.launches[0],
+                 std::make_pair(QStringLiteral("/opt/VSCode/code"), QStringList{folder}));
+        QCOMPARE(
+            workspace.launches[1],
+            std::make_pair(QStringLiteral("/usr/share/applications/cursor.desktop"), QStringList{folder}));
+        QVERIFY(environment.logText().contains(
+            QStringLiteral("open application succeeded app=/opt/VSCode/code urls=[\"") + folder +
+            QStringLiteral("\"]")));
 
         workspace.installedApplications.clear();
         QCOMPARE(failureOf([&] { perform(QStringLiteral("openInVSCode"), {}, folder); }).errorDescription(),
@@ -88,44 +91,52 @@ private slots:
         QCOMPARE(workspace.launches.size(), 2);
     }
 
-    void openWithAnApplicationPath()
-    {
+    void openWithAnApplicationPath() {
         TestEnvironment environment;
-        const QString entry = environment.writeFile(QStringLiteral("apps/viewer.desktop"), "[Desktop Entry]\n");
+        const QString entry =
+            environment.writeFile(QStringLiteral("apps/viewer.desktop"), "[Desktop Entry]\n");
         const QString plain = environment.writeFile(QStringLiteral("apps/not-a-program.txt"), "x");
         const QString a = environment.writeFile(QStringLiteral("docs/a \"b\".txt"));
         const QString dashed = environment.writeFile(QStringLiteral("docs/-v"));
 
         perform(QStringLiteral("openWithApplicationPath"), {a, dashed}, std::nullopt, entry);
-        perform(QStringLiteral("openWithApplicationPath"), {}, environment.root() + QStringLiteral("/docs"), entry);
+        perform(QStringLiteral("openWithApplicationPath"), {}, environment.root() + QStringLiteral("/docs"),
+                entry);
 
         FakeWorkspace& workspace = FakePlatform::workspace();
         QCOMPARE(workspace.launches.size(), 2);
         QCOMPARE(workspace.launches[0], std::make_pair(entry, QStringList{a, dashed}));
         QCOMPARE(workspace.launches[1].second, QStringList{environment.root() + QStringLiteral("/docs")});
         const QString listed = QStringLiteral("urls=[\"%1\", \"%2\"]").arg(a, dashed);
-        QVERIFY(environment.logText().contains(QStringLiteral("open with application app=") + entry + QLatin1Char(' ') + listed));
-        QVERIFY(environment.logText().contains(QStringLiteral("open application succeeded app=") + entry + QLatin1Char(' ') + listed));
+        QVERIFY(environment.logText().contains(QStringLiteral("open with application app=") + entry +
+                                               QLatin1Char(' ') + listed));
+        QVERIFY(environment.logText().contains(QStringLiteral("open application succeeded app=") + entry +
+                                               QLatin1Char(' ') + listed));
 
-        QCOMPARE(failureOf([&] { perform(QStringLiteral("openWithApplicationPath"), {a}); }).errorDescription(),
-                 QStringLiteral("没有找到 指定应用 应用。"));
+        QCOMPARE(
+            failureOf([&] { perform(QStringLiteral("openWithApplicationPath"), {a}); }).errorDescription(),
+            QStringLiteral("没有找到 指定应用 应用。"));
         QCOMPARE(failureOf([&] {
                      perform(QStringLiteral("openWithApplicationPath"), {a}, std::nullopt,
                              environment.root() + QStringLiteral("/apps/Gone.desktop"));
                  }).errorDescription(),
                  QStringLiteral("没有找到 Gone.desktop 应用。"));
-        QCOMPARE(failureOf([&] { perform(QStringLiteral("openWithApplicationPath"), {a}, std::nullopt, plain); }).errorCase(),
+        QCOMPARE(failureOf([&] {
+                     perform(QStringLiteral("openWithApplicationPath"), {a}, std::nullopt, plain);
+                 }).errorCase(),
                  FinderActionExecutionError::Case::applicationNotFound);
-        QCOMPARE(failureOf([&] { perform(QStringLiteral("openWithApplicationPath"), {}, std::nullopt, entry); }).errorCase(),
+        QCOMPARE(failureOf([&] {
+                     perform(QStringLiteral("openWithApplicationPath"), {}, std::nullopt, entry);
+                 }).errorCase(),
                  FinderActionExecutionError::Case::noSelection);
         QCOMPARE(workspace.launches.size(), 2);
     }
 
-    void aFailedLaunchIsReportedAndLogged()
-    {
+    void aFailedLaunchIsReportedAndLogged() {
         TestEnvironment environment;
         Platform::setWorkspace(std::make_shared<RefusingWorkspace>());
-        const QString entry = environment.writeFile(QStringLiteral("apps/broken.desktop"), "[Desktop Entry]\n");
+        const QString entry =
+            environment.writeFile(QStringLiteral("apps/broken.desktop"), "[Desktop Entry]\n");
         const QString file = environment.writeFile(QStringLiteral("f.txt"));
 
         const FinderActionExecutionError error = failureOf(
@@ -133,12 +144,12 @@ private slots:
 
         QCOMPARE(error.errorCase(), FinderActionExecutionError::Case::commandFailed);
         QCOMPARE(error.errorDescription(), QStringLiteral("Failed to execute child process “nothing”"));
-        QVERIFY(environment.logText().contains(QStringLiteral("open application failed app=%1 urls=[\"%2\"] error=Failed to execute")
-                                                   .arg(entry, file)));
+        QVERIFY(environment.logText().contains(
+            QStringLiteral("open application failed app=%1 urls=[\"%2\"] error=Failed to execute")
+                .arg(entry, file)));
     }
 
-    void theWaitForALaunchIsBounded()
-    {
+    void theWaitForALaunchIsBounded() {
         TestEnvironment environment;
         const QString application = QStringLiteral("/opt/app.desktop");
         const QStringList urls = {QStringLiteral("/w/x")};
@@ -153,7 +164,8 @@ private slots:
         });
         worker.join();
         QCOMPARE(failure, std::optional<QString>(QStringLiteral("打开应用超时。")));
-        QVERIFY(environment.logText().contains(QStringLiteral("open application timed out app=/opt/app.desktop urls=[\"/w/x\"]")));
+        QVERIFY(environment.logText().contains(
+            QStringLiteral("open application timed out app=/opt/app.desktop urls=[\"/w/x\"]")));
         QVERIFY(FakePlatform::workspace().launches.isEmpty());
         // The application still starts once the main thread gets to it.
         QTRY_COMPARE(FakePlatform::workspace().launches.size(), 1);
@@ -163,11 +175,11 @@ private slots:
         while (FakePlatform::workspace().launches.size() < 2)
             QCoreApplication::processEvents(QEventLoop::AllEvents, 50);
         second.join();
-        QVERIFY(environment.logText().contains(QStringLiteral("open application succeeded app=/opt/app.desktop")));
+        QVERIFY(environment.logText().contains(
+            QStringLiteral("open application succeeded app=/opt/app.desktop")));
     }
 
-    void quickOpensWellKnownFolders()
-    {
+    void quickOpensWellKnownFolders() {
         TestEnvironment environment;
         const QString desktop = environment.makeFolder(QStringLiteral("home/Desktop"));
         const QString downloads = environment.makeFolder(QStringLiteral("home/Downloads"));
@@ -180,8 +192,9 @@ private slots:
         perform(QStringLiteral("quickOpenApplications"), {});
 
         const QList<QUrl> opened = FakePlatform::workspace().openedUrls;
-        QCOMPARE(opened.mid(0, 4), (QList<QUrl>{QUrl::fromLocalFile(environment.home()), QUrl::fromLocalFile(desktop),
-                                                QUrl::fromLocalFile(downloads), QUrl::fromLocalFile(custom)}));
+        QCOMPARE(opened.mid(0, 4),
+                 (QList<QUrl>{QUrl::fromLocalFile(environment.home()), QUrl::fromLocalFile(desktop),
+                              QUrl::fromLocalFile(downloads), QUrl::fromLocalFile(custom)}));
         QCOMPARE(opened.size(), 5);
         QVERIFY(opened[4].toLocalFile().endsWith(QLatin1String("/applications")));
 
@@ -189,34 +202,36 @@ private slots:
         QCOMPARE(failureOf([] { perform(QStringLiteral("quickOpenDocuments"), {}); }).errorCase(),
                  FinderActionExecutionError::Case::noTargetDirectory);
         const QString file = environment.writeFile(QStringLiteral("plain.txt"));
-        QCOMPARE(failureOf([&] { perform(QStringLiteral("quickOpenPath"), {}, std::nullopt, file); }).errorCase(),
-                 FinderActionExecutionError::Case::noTargetDirectory);
+        QCOMPARE(
+            failureOf([&] { perform(QStringLiteral("quickOpenPath"), {}, std::nullopt, file); }).errorCase(),
+            FinderActionExecutionError::Case::noTargetDirectory);
         FakePlatform::workspace().openUrlSucceeds = false;
         QVERIFY_THROWS_EXCEPTION(PlatformError, perform(QStringLiteral("quickOpenHome"), {}));
     }
 
-    void quickOpensATypedPath()
-    {
+    void quickOpensATypedPath() {
         TestEnvironment environment;
         const QString file = environment.writeFile(QStringLiteral("home/My Files/note.txt"));
         const QString folder = environment.home() + QStringLiteral("/My Files");
         FakePrompts& prompts = FakePlatform::prompts();
-        prompts.textAnswers = {QStringLiteral("  '~/My\\ Files'  \n"), QStringLiteral("\"") + file + QStringLiteral("\""),
-                               std::nullopt, QStringLiteral("  ~/nowhere ")};
+        prompts.textAnswers = {QStringLiteral("  '~/My\\ Files'  \n"),
+                               QStringLiteral("\"") + file + QStringLiteral("\""), std::nullopt,
+                               QStringLiteral("  ~/nowhere ")};
 
         perform(QStringLiteral("quickOpenTypedPath"), {});
         perform(QStringLiteral("quickOpenTypedPath"), {});
         perform(QStringLiteral("quickOpenTypedPath"), {}); // cancelled: nothing happens
-        const FinderActionExecutionError error = failureOf([] { perform(QStringLiteral("quickOpenTypedPath"), {}); });
+        const FinderActionExecutionError error =
+            failureOf([] { perform(QStringLiteral("quickOpenTypedPath"), {}); });
 
-        QCOMPARE(prompts.asked.mid(0, 2), (QStringList{QStringLiteral("打开指定路径"), QStringLiteral("输入要打开的文件或文件夹路径。")}));
+        QCOMPARE(prompts.asked.mid(0, 2), (QStringList{QStringLiteral("打开指定路径"),
+                                                       QStringLiteral("输入要打开的文件或文件夹路径。")}));
         QCOMPARE(FakePlatform::workspace().openedUrls, QList<QUrl>{QUrl::fromLocalFile(folder)});
         QCOMPARE(FakePlatform::workspace().selections, QList<QStringList>{QStringList{file}});
         QCOMPARE(error.errorDescription(), QStringLiteral("路径不可用：~/nowhere"));
     }
 
-    void quickOpensTheClipboardsPaths()
-    {
+    void quickOpensTheClipboardsPaths() {
         TestEnvironment environment;
         const QString a = environment.writeFile(QStringLiteral("a b.txt"));
         const QString folder = environment.makeFolder(QStringLiteral("dir"));
@@ -233,8 +248,8 @@ private slots:
 
         // Text lines: a missing path is dropped, a repeat counted once, a file URL understood.
         clipboard.files = {missing};
-        clipboard.contents = a + QStringLiteral("\r\n") + missing + QStringLiteral("\n")
-                             + QUrl::fromLocalFile(folder).toString() + QStringLiteral("\n") + a;
+        clipboard.contents = a + QStringLiteral("\r\n") + missing + QStringLiteral("\n") +
+                             QUrl::fromLocalFile(folder).toString() + QStringLiteral("\n") + a;
         perform(QStringLiteral("quickOpenClipboardPath"), {});
         QCOMPARE(workspace.selections.size(), 2);
         QCOMPARE(workspace.selections[1], QStringList{a});

@@ -10,14 +10,13 @@
 #include <QUrl>
 
 namespace {
-QClipboard* guiClipboard()
-{
-    return qobject_cast<QGuiApplication*>(QCoreApplication::instance()) ? QGuiApplication::clipboard() : nullptr;
+QClipboard* guiClipboard() {
+    return qobject_cast<QGuiApplication*>(QCoreApplication::instance()) ? QGuiApplication::clipboard()
+                                                                        : nullptr;
 }
 } // namespace
 
-bool LinuxClipboard::setText(const QString& text)
-{
+bool LinuxClipboard::setText(const QString& text) {
     bool written = false;
     runOnMainThread([&] {
         if (QClipboard* clipboard = guiClipboard()) {
@@ -29,8 +28,7 @@ bool LinuxClipboard::setText(const QString& text)
     return written;
 }
 
-QString LinuxClipboard::text()
-{
+QString LinuxClipboard::text() {
     QString result;
     runOnMainThread([&] {
         if (QClipboard* clipboard = guiClipboard())
@@ -39,8 +37,7 @@ QString LinuxClipboard::text()
     return result;
 }
 
-QStringList LinuxClipboard::filePaths()
-{
+QStringList LinuxClipboard::filePaths() {
     QStringList paths;
     runOnMainThread([&] {
         QClipboard* clipboard = guiClipboard();
@@ -55,4 +52,6 @@ QStringList LinuxClipboard::filePaths()
     return paths;
 }
 
-std::shared_ptr<Clipboard> createSystemClipboard() { return std::make_shared<LinuxClipboard>(); }
+std::shared_ptr<Clipboard> createSystemClipboard() {
+    return std::make_shared<LinuxClipboard>();
+}

@@ -21,14 +21,17 @@
 
 namespace {
 
-QString tr(const char* text) { return QCoreApplication::translate("LinuxWorkspace", text); }
+QString tr(const char* text) {
+    return QCoreApplication::translate("LinuxWorkspace", text);
+}
 
-bool isDesktopEntry(const QString& path) { return path.endsWith(QLatin1String(".desktop")); }
+bool isDesktopEntry(const QString& path) {
+    return path.endsWith(QLatin1String(".desktop"));
+}
 
 // Starts a desktop entry with the files; GIO expands its Exec line's field codes (%f, %F, %u, %U) and
 // quotes every path itself, so nothing is ever read by a shell.
-void launchDesktopEntry(const QString& entryPath, const QStringList& paths)
-{
+void launchDesktopEntry(const QString& entryPath, const QStringList& paths) {
     GDesktopAppInfo* info = g_desktop_app_info_new_from_filename(QFile::encodeName(entryPath).constData());
     if (!info)
         throw PlatformError(tr("无法读取应用的桌面项：%1").arg(entryPath));
@@ -48,8 +51,7 @@ void launchDesktopEntry(const QString& entryPath, const QStringList& paths)
 }
 
 void startProgram(const QString& program, const QStringList& arguments, const QString& workingDirectory,
-                  const char* failureMessage)
-{
+                  const char* failureMessage) {
     QProcess process;
     process.setProgram(program);
     process.setArguments(arguments);
@@ -60,14 +62,13 @@ void startProgram(const QString& program, const QStringList& arguments, const QS
 }
 
 // The terminals tried after $TERMINAL and Debian's x-terminal-emulator alternative.
-const char* const commonTerminals[] = {"gnome-terminal", "konsole",   "xfce4-terminal", "mate-terminal",
-                                       "lxterminal",     "tilix",     "terminator",     "alacritty",
-                                       "kitty",          "wezterm",   "foot",           "xterm"};
+const char* const commonTerminals[] = {"gnome-terminal", "konsole", "xfce4-terminal", "mate-terminal",
+                                       "lxterminal",     "tilix",   "terminator",     "alacritty",
+                                       "kitty",          "wezterm", "foot",           "xterm"};
 
 } // namespace
 
-bool LinuxWorkspace::openUrl(const QUrl& url)
-{
+bool LinuxWorkspace::openUrl(const QUrl& url) {
     bool opened = false;
     runOnMainThread([&] {
         // QDesktopServices needs a GUI application; a bare core process asks xdg-open itself.
@@ -79,8 +80,7 @@ bool LinuxWorkspace::openUrl(const QUrl& url)
     return opened;
 }
 
-void LinuxWorkspace::selectItems(const QStringList& paths)
-{
+void LinuxWorkspace::selectItems(const QStringList& paths) {
     if (paths.isEmpty())
         return;
     QStringList uris;
@@ -104,8 +104,7 @@ void LinuxWorkspace::selectItems(const QStringList& paths)
     }
 }
 
-void LinuxWorkspace::openWithApplication(const QString& applicationPath, const QStringList& paths)
-{
+void LinuxWorkspace::openWithApplication(const QString& applicationPath, const QStringList& paths) {
     const QFileInfo application(applicationPath);
     if (application.isFile() && isDesktopEntry(applicationPath)) {
         launchDesktopEntry(applicationPath, paths);
@@ -116,11 +115,11 @@ void LinuxWorkspace::openWithApplication(const QString& applicationPath, const Q
         startProgram(applicationPath, paths, QString(), "无法启动应用“%1”：%2");
         return;
     }
-    throw PlatformError(tr("“%1”不是可以启动的应用：这里需要一个 .desktop 桌面项或可执行文件。").arg(applicationPath));
+    throw PlatformError(
+        tr("“%1”不是可以启动的应用：这里需要一个 .desktop 桌面项或可执行文件。").arg(applicationPath));
 }
 
-QString LinuxWorkspace::applicationPath(const QString& identifier)
-{
+QString LinuxWorkspace::applicationPath(const QString& identifier) {
     if (identifier.isEmpty() || identifier.contains(QLatin1Char('/')))
         return {};
     if (!isDesktopEntry(identifier)) {
@@ -128,12 +127,12 @@ QString LinuxWorkspace::applicationPath(const QString& identifier)
         if (!command.isEmpty())
             return command;
     }
-    const QString entryName = isDesktopEntry(identifier) ? identifier : identifier + QStringLiteral(".desktop");
+    const QString entryName =
+        isDesktopEntry(identifier) ? identifier : identifier + QStringLiteral(".desktop");
     return QStandardPaths::locate(QStandardPaths::ApplicationsLocation, entryName);
 }
 
-bool LinuxWorkspace::openTerminal(const QString& directory)
-{
+bool LinuxWorkspace::openTerminal(const QString& directory) {
     QStringList candidates;
     const QString preferred = qEnvironmentVariable("TERMINAL").trimmed();
     if (!preferred.isEmpty())
@@ -142,7 +141,8 @@ bool LinuxWorkspace::openTerminal(const QString& directory)
     for (const char* name : commonTerminals)
         candidates.append(QString::fromLatin1(name));
     for (const QString& candidate : candidates) {
-        const QString program = QFileInfo(candidate).isAbsolute() ? candidate : QStandardPaths::findExecutable(candidate);
+        const QString program =
+            QFileInfo(candidate).isAbsolute() ? candidate : QStandardPaths::findExecutable(candidate);
         if (program.isEmpty() || !QFileInfo(program).isExecutable())
             continue;
         // The folder is the working directory, never an argument.
@@ -152,4 +152,6 @@ bool LinuxWorkspace::openTerminal(const QString& directory)
     return false;
 }
 
-std::shared_ptr<Workspace> createSystemWorkspace() { return std::make_shared<LinuxWorkspace>(); }
+std::shared_ptr<Workspace> createSystemWorkspace() {
+    return std::make_shared<LinuxWorkspace>();
+}
