@@ -1,13 +1,69 @@
 #include "actions/PathCopyActions.h"
 
-#include "actions/FamilyNotBuilt.h"
+#include "actions/FinderActionExecutionError.h"
+#include "actions/FinderActionExecutor.h"
+#include "platform/Platform.h"
 
-void PathCopyActions::copyPaths(const QStringList&, const std::optional<QString>&, KestroPathCopyFormat)
-{
-    throw FamilyNotBuilt();
+#include <QDir>
+#include <QFileInfo>
+#include <QUrl>
+
+namespace {
+
+QString parentOf(const QString& path) {
+    const qsizetype slash = path.lastIndexOf(QLatin1Char('/'));
+    return slash <= 0 ? QStringLiteral("/") : path.left(slash);
 }
 
-void PathCopyActions::copyToPasteboard(const QString&)
-{
-    throw FamilyNotBuilt();
+QString lastComponent(const QString& path) {
+    if (path == QLatin1String("/"))
+        return path;
+    return path.mid(path.lastIndexOf(QLatin1Char('/')) + 1);
+}
+
+// A folder's file URL ends in a slash, as the file manager hands folders over.
+QString fileURLString(const QString& path) {
+    QString url = QUrl::fromLocalFile(path).toString(QUrl::FullyEncoded);
+    if (QFileInfo(path).isDir() && !url.endsWith(QLatin1Char('/')))
+        url.append(QLatin1Char('/'));
+    return url;
+}
+
+} // namespace
+
+QString PathCopyActions::line(const QString& item, KestroPathCopyFormat format) {
+    const QString path = QDir::cleanPath(item);
+    switch (format) {
+    case KestroPathCopyFormat::fullPath:
+        return path;
+    case KestroPathCopyFormat::name:
+    case KestroPathCopyFormat::fileNameList:
+        return lastComponent(path);
+    case KestroPathCopyFormat::parentFolder:
+        return parentOf(path);
+    case KestroPathCopyFormat::shellEscapedPath:
+        return QLatin1Char('\'') + QString(path).replace(QLatin1Char('\''), QStringLiteral("'\\''")) +
+               QLatin1Char('\'');
+    case KestroPathCopyFormat::markdownLink:
+        return QLatin1Char('[') + lastComponent(path) + QStringLiteral("](") + fileURLString(path) +
+               QLatin1Char(')');
+    }
+    return path;
+}
+
+void PathCopyActions::copyPaths(const QStringList& selectedURLs, const std::optional<QString>& targetedURL,
+                                KestroPathCopyFormat format) {
+    const QStringList items = FinderActionExecutor::effectiveURLs(selectedURLs, targetedURL);
+    if (items.isEmpty())
+        throw FinderActionExecutionError::noSelection();
+    QStringList lines;
+    lines.reserve(items.size());
+    for (const QString& item : items)
+        lines.append(line(item, format));
+    copyToPasteboard(lines.join(QLatin1Char('\n')));
+}
+
+void PathCopyActions::copyToPasteboard(const QString& text) {
+    if (!Platform::clipboard().setText(text))
+        throw FinderActionExecutionError::pasteboardWriteFailed();
 }

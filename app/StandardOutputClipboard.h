@@ -12,6 +12,7 @@ public:
 
     bool setText(const QString& text) override;
     QString text() override { return m_clipboard->text(); }
+    QStringList filePaths() override { return m_clipboard->filePaths(); }
 
 private:
     std::shared_ptr<Clipboard> m_clipboard;

@@ -18,6 +18,7 @@ public:
     // Looks up an installed application by its identifier (a bundle identifier on macOS, a desktop-entry
     // id or command name on Linux). Empty when it is not installed.
     virtual QString applicationPath(const QString& identifier) = 0;
-    // Opens a terminal window whose working folder is the given one. Throws when no terminal can start.
-    virtual void openTerminal(const QString& directory) = 0;
+    // Opens a terminal window whose working folder is the given one. False when no terminal is installed;
+    // throws when one is found but cannot start.
+    virtual bool openTerminal(const QString& directory) = 0;
 };

@@ -6,16 +6,17 @@
 #include <QClipboard>
 #include <QCoreApplication>
 #include <QGuiApplication>
+#include <QMimeData>
+#include <QUrl>
 
 namespace {
-QClipboard* guiClipboard()
-{
-    return qobject_cast<QGuiApplication*>(QCoreApplication::instance()) ? QGuiApplication::clipboard() : nullptr;
+QClipboard* guiClipboard() {
+    return qobject_cast<QGuiApplication*>(QCoreApplication::instance()) ? QGuiApplication::clipboard()
+                                                                        : nullptr;
 }
 } // namespace
 
-bool LinuxClipboard::setText(const QString& text)
-{
+bool LinuxClipboard::setText(const QString& text) {
     bool written = false;
     runOnMainThread([&] {
         if (QClipboard* clipboard = guiClipboard()) {
@@ -27,8 +28,7 @@ bool LinuxClipboard::setText(const QString& text)
     return written;
 }
 
-QString LinuxClipboard::text()
-{
+QString LinuxClipboard::text() {
     QString result;
     runOnMainThread([&] {
         if (QClipboard* clipboard = guiClipboard())
@@ -37,4 +37,21 @@ QString LinuxClipboard::text()
     return result;
 }
 
-std::shared_ptr<Clipboard> createSystemClipboard() { return std::make_shared<LinuxClipboard>(); }
+QStringList LinuxClipboard::filePaths() {
+    QStringList paths;
+    runOnMainThread([&] {
+        QClipboard* clipboard = guiClipboard();
+        const QMimeData* data = clipboard ? clipboard->mimeData() : nullptr;
+        if (!data || !data->hasUrls())
+            return;
+        for (const QUrl& url : data->urls()) {
+            if (url.isLocalFile())
+                paths.append(url.toLocalFile());
+        }
+    });
+    return paths;
+}
+
+std::shared_ptr<Clipboard> createSystemClipboard() {
+    return std::make_shared<LinuxClipboard>();
+}

@@ -7,4 +7,5 @@ class LinuxClipboard : public Clipboard {
 public:
     bool setText(const QString& text) override;
     QString text() override;
+    QStringList filePaths() override;
 };

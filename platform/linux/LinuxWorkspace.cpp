@@ -1,3 +1,7 @@
+// GIO first: its headers use the word "signals", which Qt defines as a macro.
+#include <gio/gdesktopappinfo.h>
+#include <gio/gio.h>
+
 #include "platform/linux/LinuxWorkspace.h"
 
 #include "platform/KestroError.h"
@@ -8,13 +12,63 @@
 #include <QDBusConnection>
 #include <QDBusMessage>
 #include <QDesktopServices>
+#include <QFile>
 #include <QFileInfo>
 #include <QGuiApplication>
 #include <QProcess>
 #include <QSet>
+#include <QStandardPaths>
 
-bool LinuxWorkspace::openUrl(const QUrl& url)
-{
+namespace {
+
+QString tr(const char* text) {
+    return QCoreApplication::translate("LinuxWorkspace", text);
+}
+
+bool isDesktopEntry(const QString& path) {
+    return path.endsWith(QLatin1String(".desktop"));
+}
+
+// Starts a desktop entry with the files; GIO expands its Exec line's field codes (%f, %F, %u, %U) and
+// quotes every path itself, so nothing is ever read by a shell.
+void launchDesktopEntry(const QString& entryPath, const QStringList& paths) {
+    GDesktopAppInfo* info = g_desktop_app_info_new_from_filename(QFile::encodeName(entryPath).constData());
+    if (!info)
+        throw PlatformError(tr("无法读取应用的桌面项：%1").arg(entryPath));
+    GList* files = nullptr;
+    for (const QString& path : paths)
+        files = g_list_append(files, g_file_new_for_path(QFile::encodeName(path).constData()));
+    GError* error = nullptr;
+    const gboolean launched = g_app_info_launch(G_APP_INFO(info), files, nullptr, &error);
+    g_list_free_full(files, g_object_unref);
+    g_object_unref(info);
+    if (!launched) {
+        const QString message = error ? QString::fromUtf8(error->message) : QString();
+        if (error)
+            g_error_free(error);
+        throw PlatformError(tr("无法启动应用“%1”：%2").arg(entryPath, message));
+    }
+}
+
+void startProgram(const QString& program, const QStringList& arguments, const QString& workingDirectory,
+                  const char* failureMessage) {
+    QProcess process;
+    process.setProgram(program);
+    process.setArguments(arguments);
+    process.setWorkingDirectory(workingDirectory);
+    process.setStandardInputFile(QProcess::nullDevice());
+    if (!process.startDetached())
+        throw PlatformError(tr(failureMessage).arg(program, process.errorString()));
+}
+
+// The terminals tried after $TERMINAL and Debian's x-terminal-emulator alternative.
+const char* const commonTerminals[] = {"gnome-terminal", "konsole", "xfce4-terminal", "mate-terminal",
+                                       "lxterminal",     "tilix",   "terminator",     "alacritty",
+                                       "kitty",          "wezterm", "foot",           "xterm"};
+
+} // namespace
+
+bool LinuxWorkspace::openUrl(const QUrl& url) {
     bool opened = false;
     runOnMainThread([&] {
         // QDesktopServices needs a GUI application; a bare core process asks xdg-open itself.
@@ -26,8 +80,7 @@ bool LinuxWorkspace::openUrl(const QUrl& url)
     return opened;
 }
 
-void LinuxWorkspace::selectItems(const QStringList& paths)
-{
+void LinuxWorkspace::selectItems(const QStringList& paths) {
     if (paths.isEmpty())
         return;
     QStringList uris;
@@ -51,21 +104,54 @@ void LinuxWorkspace::selectItems(const QStringList& paths)
     }
 }
 
-void LinuxWorkspace::openWithApplication(const QString& applicationPath, const QStringList& paths)
-{
-    if (!QProcess::startDetached(applicationPath, paths))
-        throw PlatformError(QCoreApplication::translate("LinuxWorkspace", "无法启动应用：%1").arg(applicationPath));
+void LinuxWorkspace::openWithApplication(const QString& applicationPath, const QStringList& paths) {
+    const QFileInfo application(applicationPath);
+    if (application.isFile() && isDesktopEntry(applicationPath)) {
+        launchDesktopEntry(applicationPath, paths);
+        return;
+    }
+    if (application.isFile() && application.isExecutable()) {
+        // The paths are absolute, so none of them can be taken for an option.
+        startProgram(applicationPath, paths, QString(), "无法启动应用“%1”：%2");
+        return;
+    }
+    throw PlatformError(
+        tr("“%1”不是可以启动的应用：这里需要一个 .desktop 桌面项或可执行文件。").arg(applicationPath));
 }
 
-QString LinuxWorkspace::applicationPath(const QString&) { return {}; }
-
-void LinuxWorkspace::openTerminal(const QString& directory)
-{
-    QProcess process;
-    process.setProgram(QStringLiteral("x-terminal-emulator"));
-    process.setWorkingDirectory(directory);
-    if (!process.startDetached())
-        throw PlatformError(QCoreApplication::translate("LinuxWorkspace", "无法启动终端。"));
+QString LinuxWorkspace::applicationPath(const QString& identifier) {
+    if (identifier.isEmpty() || identifier.contains(QLatin1Char('/')))
+        return {};
+    if (!isDesktopEntry(identifier)) {
+        const QString command = QStandardPaths::findExecutable(identifier);
+        if (!command.isEmpty())
+            return command;
+    }
+    const QString entryName =
+        isDesktopEntry(identifier) ? identifier : identifier + QStringLiteral(".desktop");
+    return QStandardPaths::locate(QStandardPaths::ApplicationsLocation, entryName);
 }
 
-std::shared_ptr<Workspace> createSystemWorkspace() { return std::make_shared<LinuxWorkspace>(); }
+bool LinuxWorkspace::openTerminal(const QString& directory) {
+    QStringList candidates;
+    const QString preferred = qEnvironmentVariable("TERMINAL").trimmed();
+    if (!preferred.isEmpty())
+        candidates.append(preferred);
+    candidates.append(QStringLiteral("x-terminal-emulator"));
+    for (const char* name : commonTerminals)
+        candidates.append(QString::fromLatin1(name));
+    for (const QString& candidate : candidates) {
+        const QString program =
+            QFileInfo(candidate).isAbsolute() ? candidate : QStandardPaths::findExecutable(candidate);
+        if (program.isEmpty() || !QFileInfo(program).isExecutable())
+            continue;
+        // The folder is the working directory, never an argument.
+        startProgram(program, {}, directory, "无法启动终端“%1”：%2");
+        return true;
+    }
+    return false;
+}
+
+std::shared_ptr<Workspace> createSystemWorkspace() {
+    return std::make_shared<LinuxWorkspace>();
+}

@@ -10,5 +10,5 @@ public:
     void selectItems(const QStringList& paths) override;
     void openWithApplication(const QString& applicationPath, const QStringList& paths) override;
     QString applicationPath(const QString& identifier) override;
-    void openTerminal(const QString& directory) override;
+    bool openTerminal(const QString& directory) override;
 };

@@ -26,17 +26,26 @@ public:
         launches.append({applicationPath, paths});
     }
     QString applicationPath(const QString& identifier) override { return installedApplications.value(identifier); }
-    void openTerminal(const QString& directory) override { terminals.append(directory); }
+    bool terminalInstalled = true;
+    bool openTerminal(const QString& directory) override
+    {
+        if (!terminalInstalled)
+            return false;
+        terminals.append(directory);
+        return true;
+    }
 };
 
 class FakeClipboard : public Clipboard {
 public:
     QString contents;
+    QStringList files; // local files held as URLs
     bool refuses = false;
     int writes = 0;
 
     bool setText(const QString& text) override;
     QString text() override { return contents; }
+    QStringList filePaths() override { return files; }
 };
 
 class FakePrompts : public Prompts {

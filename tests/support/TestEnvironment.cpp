@@ -12,8 +12,15 @@ const char* const variables[] = {"HOME",       "XDG_CONFIG_HOME", "XDG_DATA_HOME
                                  "XDG_RUNTIME_DIR", "TMPDIR",     "KESTRO_TMPDIR"};
 }
 
+namespace {
+// Two at once would let the older one's destructor put the real HOME back under the newer one's feet.
+int liveEnvironments = 0;
+} // namespace
+
 TestEnvironment::TestEnvironment()
 {
+    if (liveEnvironments++ != 0)
+        qFatal("TestEnvironment: reset the previous environment before making a new one");
     for (const char* name : variables)
         m_saved.append({name, qgetenv(name)});
     const QString base = m_root.path();
@@ -32,6 +39,7 @@ TestEnvironment::TestEnvironment()
 
 TestEnvironment::~TestEnvironment()
 {
+    --liveEnvironments;
     Platform::reset();
     for (const auto& [name, value] : m_saved) {
         if (value.isNull())

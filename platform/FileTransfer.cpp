@@ -1,0 +1,256 @@
+#include "platform/FileTransfer.h"
+
+#include "platform/KestroError.h"
+
+#include <QCoreApplication>
+#include <QFile>
+#include <QFileInfo>
+#include <QUuid>
+
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <dirent.h>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+#include <vector>
+
+namespace {
+
+QString tr(const char* text) {
+    return QCoreApplication::translate("FileTransfer", text);
+}
+
+QString systemMessage(int error) {
+    return QString::fromLocal8Bit(std::strerror(error));
+}
+
+[[noreturn]] void fail(const char* message, const QByteArray& path, int error) {
+    throw PlatformError(tr(message).arg(QFile::decodeName(path), systemMessage(error)));
+}
+
+// Closes a descriptor when the scope ends.
+struct Descriptor {
+    int fd = -1;
+    explicit Descriptor(int value)
+        : fd(value) {}
+    ~Descriptor() {
+        if (fd >= 0)
+            ::close(fd);
+    }
+    Descriptor(const Descriptor&) = delete;
+    Descriptor& operator=(const Descriptor&) = delete;
+};
+
+QByteArray joined(const QByteArray& folder, const char* name) {
+    QByteArray path = folder;
+    if (!path.endsWith('/'))
+        path.append('/');
+    return path.append(name);
+}
+
+void copyContents(int from, int to, const QByteArray& sourcePath) {
+    static thread_local std::vector<char> buffer(256 * 1024);
+    for (;;) {
+        const ssize_t got = ::read(from, buffer.data(), buffer.size());
+        if (got == 0)
+            return;
+        if (got < 0) {
+            if (errno == EINTR)
+                continue;
+            fail("无法读取“%1”：%2", sourcePath, errno);
+        }
+        for (ssize_t done = 0; done < got;) {
+            const ssize_t written = ::write(to, buffer.data() + done, size_t(got - done));
+            if (written < 0) {
+                if (errno == EINTR)
+                    continue;
+                fail("无法写入“%1”的副本：%2", sourcePath, errno);
+            }
+            done += written;
+        }
+    }
+}
+
+// Copies the entry `name` of the folder `sourceFolder` to `targetName` in `targetFolder` (both may be
+// AT_FDCWD with absolute names). sourcePath names the entry in messages.
+void copyEntry(int sourceFolder, const char* name, const QByteArray& sourcePath, int targetFolder,
+               const char* targetName) {
+    struct stat status {};
+    if (::fstatat(sourceFolder, name, &status, AT_SYMLINK_NOFOLLOW) != 0)
+        fail("无法读取“%1”：%2", sourcePath, errno);
+    const timespec times[2] = {status.st_atim, status.st_mtim};
+
+    if (S_ISLNK(status.st_mode)) {
+        std::vector<char> link(size_t(status.st_size > 0 ? status.st_size : 255) + 1);
+        const ssize_t length = ::readlinkat(sourceFolder, name, link.data(), link.size() - 1);
+        if (length < 0)
+            fail("无法读取“%1”：%2", sourcePath, errno);
+        link[size_t(length)] = '\0';
+        if (::symlinkat(link.data(), targetFolder, targetName) != 0)
+            fail("无法复制“%1”：%2", sourcePath, errno);
+        ::utimensat(targetFolder, targetName, times, AT_SYMLINK_NOFOLLOW);
+        return;
+    }
+
+    if (S_ISREG(status.st_mode)) {
+        const Descriptor from(::openat(sourceFolder, name, O_RDONLY | O_NOFOLLOW | O_CLOEXEC));
+        if (from.fd < 0)
+            fail("无法读取“%1”：%2", sourcePath, errno);
+        Descriptor to(::openat(targetFolder, targetName, O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600));
+        if (to.fd < 0)
+            fail("无法复制“%1”：%2", sourcePath, errno);
+        copyContents(from.fd, to.fd, sourcePath);
+        ::fchmod(to.fd, status.st_mode & 0777);
+        ::futimens(to.fd, times);
+        const int fd = to.fd;
+        to.fd = -1;
+        if (::close(fd) != 0)
+            fail("无法写入“%1”的副本：%2", sourcePath, errno);
+        return;
+    }
+
+    if (!S_ISDIR(status.st_mode))
+        throw PlatformError(
+            tr("“%1”是特殊文件（管道、套接字或设备），无法复制。").arg(QFile::decodeName(sourcePath)));
+
+    if (::mkdirat(targetFolder, targetName, 0700) != 0)
+        fail("无法复制“%1”：%2", sourcePath, errno);
+    const Descriptor to(::openat(targetFolder, targetName, O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
+    if (to.fd < 0)
+        fail("无法复制“%1”：%2", sourcePath, errno);
+    const int fromFd = ::openat(sourceFolder, name, O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC);
+    if (fromFd < 0)
+        fail("无法读取“%1”：%2", sourcePath, errno);
+    DIR* listing = ::fdopendir(fromFd);
+    if (!listing) {
+        const int error = errno;
+        ::close(fromFd);
+        fail("无法读取“%1”：%2", sourcePath, error);
+    }
+    try {
+        for (errno = 0; const dirent* entry = ::readdir(listing); errno = 0) {
+            const char* child = entry->d_name;
+            if (std::strcmp(child, ".") == 0 || std::strcmp(child, "..") == 0)
+                continue;
+            copyEntry(::dirfd(listing), child, joined(sourcePath, child), to.fd, child);
+        }
+        if (errno != 0)
+            fail("无法读取“%1”：%2", sourcePath, errno);
+    } catch (...) {
+        ::closedir(listing);
+        throw;
+    }
+    ::closedir(listing);
+    // The folder's own permissions last, so a read-only source folder still receives its children.
+    ::fchmod(to.fd, status.st_mode & 07777);
+    ::futimens(to.fd, times);
+}
+
+// Removes an item and everything under it without following symbolic links. With makeWritable, folders
+// are opened up first (used on our own partial copies, whose folders may carry read-only permissions).
+// Returns 0, or the first errno met.
+int removeTree(int folder, const char* name, bool makeWritable) {
+    struct stat status {};
+    if (::fstatat(folder, name, &status, AT_SYMLINK_NOFOLLOW) != 0)
+        return errno == ENOENT ? 0 : errno;
+    if (!S_ISDIR(status.st_mode))
+        return ::unlinkat(folder, name, 0) == 0 ? 0 : errno;
+    if (makeWritable)
+        ::fchmodat(folder, name, 0700, 0);
+    const int fd = ::openat(folder, name, O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC);
+    if (fd < 0)
+        return errno;
+    DIR* listing = ::fdopendir(fd);
+    if (!listing) {
+        const int error = errno;
+        ::close(fd);
+        return error;
+    }
+    int firstError = 0;
+    while (const dirent* entry = ::readdir(listing)) {
+        if (std::strcmp(entry->d_name, ".") == 0 || std::strcmp(entry->d_name, "..") == 0)
+            continue;
+        const int error = removeTree(::dirfd(listing), entry->d_name, makeWritable);
+        if (error && !firstError)
+            firstError = error;
+    }
+    ::closedir(listing);
+    if (firstError)
+        return firstError;
+    return ::unlinkat(folder, name, AT_REMOVEDIR) == 0 ? 0 : errno;
+}
+
+// rename(2) that refuses to replace an existing target. Returns 0 or errno.
+int renameWithoutReplacing(const QByteArray& from, const QByteArray& to) {
+#if defined(RENAME_NOREPLACE)
+    if (::renameat2(AT_FDCWD, from.constData(), AT_FDCWD, to.constData(), RENAME_NOREPLACE) == 0)
+        return 0;
+    // Some file systems cannot do the exclusive form; they get the check-then-rename below.
+    if (errno != EINVAL && errno != ENOSYS && errno != EOPNOTSUPP)
+        return errno;
+#endif
+    struct stat status {};
+    if (::lstat(to.constData(), &status) == 0)
+        return EEXIST;
+    return ::rename(from.constData(), to.constData()) == 0 ? 0 : errno;
+}
+
+QString parentFolder(const QString& path) {
+    return QFileInfo(path).absolutePath();
+}
+
+// A folder cannot be copied or moved into itself or one of its own subfolders.
+void refuseNestedTarget(const QString& source, const QString& target, const char* message) {
+    const QFileInfo sourceInfo(source);
+    if (sourceInfo.isSymLink() || !sourceInfo.isDir())
+        return;
+    const QString sourceFolder = sourceInfo.canonicalFilePath();
+    const QString targetFolder = QFileInfo(parentFolder(target)).canonicalFilePath();
+    if (sourceFolder.isEmpty() || targetFolder.isEmpty())
+        return;
+    if (targetFolder == sourceFolder || targetFolder.startsWith(sourceFolder + QLatin1Char('/')) ||
+        sourceFolder == QLatin1String("/"))
+        throw PlatformError(tr(message).arg(source));
+}
+
+} // namespace
+
+QString FileTransfer::temporaryPrefix() {
+    return QStringLiteral(".kestro-partial-");
+}
+
+void FileTransfer::copy(const QString& source, const QString& target) {
+    refuseNestedTarget(source, target, "不能把文件夹“%1”复制到它自己里面。");
+    const QByteArray sourcePath = QFile::encodeName(source);
+    const QByteArray targetPath = QFile::encodeName(target);
+    const QByteArray partial = QFile::encodeName(parentFolder(target) + QLatin1Char('/') + temporaryPrefix() +
+                                                 QUuid::createUuid().toString(QUuid::WithoutBraces));
+    try {
+        copyEntry(AT_FDCWD, sourcePath.constData(), sourcePath, AT_FDCWD, partial.constData());
+    } catch (...) {
+        removeTree(AT_FDCWD, partial.constData(), true);
+        throw;
+    }
+    if (const int error = renameWithoutReplacing(partial, targetPath)) {
+        removeTree(AT_FDCWD, partial.constData(), true);
+        fail("无法复制到“%1”：%2", targetPath, error);
+    }
+}
+
+void FileTransfer::move(const QString& source, const QString& target) {
+    refuseNestedTarget(source, target, "不能把文件夹“%1”移动到它自己里面。");
+    const QByteArray sourcePath = QFile::encodeName(source);
+    const QByteArray targetPath = QFile::encodeName(target);
+    const int error = renameWithoutReplacing(sourcePath, targetPath);
+    if (error == 0)
+        return;
+    if (error != EXDEV)
+        fail("无法移动“%1”：%2", sourcePath, error);
+    // Another file system: the source goes only once its copy is complete under the final name.
+    copy(source, target);
+    if (const int removeError = removeTree(AT_FDCWD, sourcePath.constData(), false))
+        throw PlatformError(
+            tr("已复制到“%1”，但无法删除原来的“%2”：%3").arg(target, source, systemMessage(removeError)));
+}

@@ -1,0 +1,267 @@
+// Copying and moving through the dispatcher: free names, the chooser, the reveal rule, and that a failing
+// item keeps what was done before it and loses nothing.
+#include "actions/FinderActionExecutionError.h"
+#include "actions/FinderActionExecutor.h"
+#include "catalogue/AppPreferencesPersistence.h"
+#include "support/FakePlatform.h"
+#include "support/TestEnvironment.h"
+
+#include <QDir>
+#include <QFileInfo>
+#include <QTest>
+
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace {
+
+QStringList perform(const QString& actionID, const QStringList& selection,
+                    const std::optional<QString>& destination = std::nullopt) {
+    return FinderActionExecutor::perform(actionID, selection, std::nullopt, destination, std::nullopt);
+}
+
+FinderActionExecutionError::Case failureOf(const std::function<void()>& action) {
+    try {
+        action();
+    } catch (const FinderActionExecutionError& error) {
+        return error.errorCase();
+    }
+    throw std::runtime_error("the action did not fail");
+}
+
+QStringList entriesOf(const QString& folder) {
+    return QDir(folder).entryList(QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot,
+                                  QDir::Name);
+}
+
+void setRevealResults(bool on) {
+    AppPreferences preferences;
+    preferences.revealActionResults = on;
+    QVERIFY(AppPreferencesPersistence::save(preferences));
+}
+
+} // namespace
+
+class TestCopyMoveActions : public QObject {
+    Q_OBJECT
+
+private slots:
+    void copiesUnderFreeNames() {
+        TestEnvironment environment;
+        setRevealResults(false);
+        const QString destination = environment.makeFolder(QStringLiteral("dst"));
+        environment.writeFile(destination + QStringLiteral("/a.txt"), "old a");
+        environment.writeFile(destination + QStringLiteral("/a 2.txt"), "old a2");
+        environment.writeFile(destination + QStringLiteral("/a.tar.gz"), "old tar");
+        environment.makeFolder(QStringLiteral("dst/Photos"));
+        const QString a = environment.writeFile(QStringLiteral("src/a.txt"), "new a");
+        const QString tar = environment.writeFile(QStringLiteral("src/a.tar.gz"), "new tar");
+        const QString photos = environment.makeFolder(QStringLiteral("src/Photos"));
+        environment.writeFile(photos + QStringLiteral("/p.jpg"), "jpg");
+
+        const QStringList results =
+            perform(QStringLiteral("copyFilesToFolder"), {a, tar, photos}, destination);
+
+        QCOMPARE(results, (QStringList{destination + QStringLiteral("/a 3.txt"),
+                                       destination + QStringLiteral("/a.tar 2.gz"),
+                                       destination + QStringLiteral("/Photos 2")}));
+        QCOMPARE(readAll(results[0]), QByteArray("new a"));
+        QCOMPARE(readAll(results[1]), QByteArray("new tar"));
+        QCOMPARE(readAll(results[2] + QStringLiteral("/p.jpg")), QByteArray("jpg"));
+        QCOMPARE(readAll(destination + QStringLiteral("/a.txt")), QByteArray("old a"));
+        QCOMPARE(readAll(destination + QStringLiteral("/a.tar.gz")), QByteArray("old tar"));
+        QVERIFY(QFileInfo::exists(a) && QFileInfo::exists(photos));
+        QVERIFY(FakePlatform::workspace().openedUrls.isEmpty());
+    }
+
+    void awkwardNamesSurviveCopyAndMove() {
+        TestEnvironment environment;
+        setRevealResults(false);
+        const QStringList names = {QStringLiteral("-n"), QStringLiteral("it's \"here\".txt"),
+                                   QStringLiteral("two\nlines"), QStringLiteral("文件 ✓.md"),
+                                   QStringLiteral("--")};
+        QStringList sources;
+        for (const QString& name : names)
+            sources << environment.writeFile(QStringLiteral("src/") + name, name.toUtf8());
+        const QString copies = environment.makeFolder(QStringLiteral("copies"));
+        const QString moved = environment.makeFolder(QStringLiteral("moved"));
+
+        perform(QStringLiteral("copyFilesToPath"), sources, copies);
+        const QStringList results = perform(QStringLiteral("moveFilesToPath"), sources, moved);
+
+        for (const QString& name : names) {
+            QCOMPARE(readAll(copies + QLatin1Char('/') + name), name.toUtf8());
+            QCOMPARE(readAll(moved + QLatin1Char('/') + name), name.toUtf8());
+        }
+        QCOMPARE(results.size(), names.size());
+        QCOMPARE(entriesOf(environment.root() + QStringLiteral("/src")), QStringList());
+    }
+
+    void copiesBesideTheOriginal() {
+        TestEnvironment environment;
+        setRevealResults(true);
+        const QString report = environment.writeFile(QStringLiteral("work/report.pdf"), "pdf");
+        const QString makefile = environment.writeFile(QStringLiteral("work/Makefile"), "all:");
+        const QString docs = environment.makeFolder(QStringLiteral("work/Docs"));
+        environment.writeFile(docs + QStringLiteral("/d.txt"), "d");
+        const QString folder = QFileInfo(report).absolutePath();
+
+        const QStringList first = perform(QStringLiteral("copyBesideOriginal"), {report, makefile, docs});
+        const QStringList second = perform(QStringLiteral("copyBesideOriginal"), {report, docs});
+
+        QCOMPARE(first, (QStringList{folder + QStringLiteral("/report copy.pdf"),
+                                     folder + QStringLiteral("/Makefile copy"),
+                                     folder + QStringLiteral("/Docs copy")}));
+        QCOMPARE(second, (QStringList{folder + QStringLiteral("/report copy 2.pdf"),
+                                      folder + QStringLiteral("/Docs copy 2")}));
+        QCOMPARE(readAll(second[0]), QByteArray("pdf"));
+        QCOMPARE(readAll(second[1] + QStringLiteral("/d.txt")), QByteArray("d"));
+        // With the preference on, each action opens the files' folder once and each copied folder itself.
+        QCOMPARE(FakePlatform::workspace().openedUrls,
+                 (QList<QUrl>{QUrl::fromLocalFile(folder), QUrl::fromLocalFile(first[2]),
+                              QUrl::fromLocalFile(folder), QUrl::fromLocalFile(second[1])}));
+    }
+
+    void theChooserAsksAndCancelLosesNothing() {
+        TestEnvironment environment;
+        setRevealResults(false);
+        const QString file = environment.writeFile(QStringLiteral("src/f.txt"), "f");
+        const QString chosen = environment.makeFolder(QStringLiteral("chosen"));
+        FakePlatform::prompts().directoryAnswers = {chosen, std::nullopt, chosen};
+
+        perform(QStringLiteral("copyFilesToFolder"), {file});
+        QCOMPARE(failureOf([&] { perform(QStringLiteral("moveFilesToFolder"), {file}); }),
+                 FinderActionExecutionError::Case::noSelection);
+        QVERIFY(QFileInfo::exists(file));
+        perform(QStringLiteral("moveFilesToFolder"), {file});
+
+        QCOMPARE(FakePlatform::prompts().asked,
+                 (QStringList{QStringLiteral("复制"), QStringLiteral("移动"), QStringLiteral("移动")}));
+        QCOMPARE(entriesOf(chosen), (QStringList{QStringLiteral("f 2.txt"), QStringLiteral("f.txt")}));
+        QVERIFY(!QFileInfo::exists(file));
+    }
+
+    void badInputIsRefusedBeforeAnythingHappens() {
+        TestEnvironment environment;
+        const QString present = environment.writeFile(QStringLiteral("src/present.txt"), "p");
+        const QString missing = environment.root() + QStringLiteral("/src/missing.txt");
+        const QString destination = environment.makeFolder(QStringLiteral("dst"));
+        const QString notAFolder = environment.writeFile(QStringLiteral("dst-file"), "keep");
+
+        QCOMPARE(failureOf([&] {
+                     perform(QStringLiteral("copyFilesToFolder"), {present, missing}, destination);
+                 }),
+                 FinderActionExecutionError::Case::sourceItemMissing);
+        QCOMPARE(failureOf([&] { perform(QStringLiteral("moveFilesToFolder"), {present}, notAFolder); }),
+                 FinderActionExecutionError::Case::destinationDirectoryUnavailable);
+        QCOMPARE(failureOf([&] {
+                     perform(QStringLiteral("moveFilesToFolder"), {present},
+                             destination + QStringLiteral("/gone"));
+                 }),
+                 FinderActionExecutionError::Case::destinationDirectoryUnavailable);
+        QCOMPARE(failureOf([&] { perform(QStringLiteral("moveSelectionToNewFolder"), {}); }),
+                 FinderActionExecutionError::Case::noSelection);
+        QCOMPARE(failureOf([&] {
+                     perform(QStringLiteral("moveSelectionToNewFolder"), {present, missing});
+                 }),
+                 FinderActionExecutionError::Case::sourceItemMissing);
+        QCOMPARE(failureOf([&] { perform(QStringLiteral("copyBesideOriginal"), {}); }),
+                 FinderActionExecutionError::Case::noSelection);
+
+        QCOMPARE(entriesOf(destination), QStringList());
+        QCOMPARE(entriesOf(QFileInfo(present).absolutePath()), QStringList{QStringLiteral("present.txt")});
+        QCOMPARE(readAll(notAFolder), QByteArray("keep"));
+    }
+
+    void aLaterFailureKeepsEarlierResults() {
+        TestEnvironment environment;
+        setRevealResults(true);
+        const QString first = environment.writeFile(QStringLiteral("src/first.txt"), "1");
+        const QString pipe = environment.root() + QStringLiteral("/src/pipe");
+        QVERIFY(::mkfifo(QFile::encodeName(pipe).constData(), 0600) == 0);
+        const QString last = environment.writeFile(QStringLiteral("src/last.txt"), "3");
+        const QString destination = environment.makeFolder(QStringLiteral("dst"));
+
+        QVERIFY_THROWS_EXCEPTION(
+            PlatformError, perform(QStringLiteral("copyFilesToFolder"), {first, pipe, last}, destination));
+
+        QCOMPARE(entriesOf(destination), QStringList{QStringLiteral("first.txt")});
+        QVERIFY(QFileInfo::exists(first) && QFileInfo::exists(last));
+        QVERIFY(FakePlatform::workspace().openedUrls.isEmpty());
+    }
+
+    void aReadOnlyDestinationIsAClearError() {
+        if (::geteuid() == 0)
+            QSKIP("permissions do not bind the superuser");
+        TestEnvironment environment;
+        const QString file = environment.writeFile(QStringLiteral("src/f.txt"), "f");
+        const QString destination = environment.makeFolder(QStringLiteral("locked"));
+        QVERIFY(::chmod(QFile::encodeName(destination).constData(), 0555) == 0);
+        try {
+            perform(QStringLiteral("copyFilesToFolder"), {file}, destination);
+            QFAIL("copied into a read-only folder");
+        } catch (const PlatformError& error) {
+            QVERIFY2(error.errorDescription().contains(file), qPrintable(error.errorDescription()));
+        }
+        QVERIFY_THROWS_EXCEPTION(PlatformError,
+                                 perform(QStringLiteral("moveFilesToFolder"), {file}, destination));
+        QCOMPARE(readAll(file), QByteArray("f"));
+        ::chmod(QFile::encodeName(destination).constData(), 0755);
+    }
+
+    void movesToTheStandardFolders() {
+        TestEnvironment environment;
+        setRevealResults(false);
+        const QString desktop = environment.makeFolder(QStringLiteral("home/Desktop"));
+        const QString documents = environment.makeFolder(QStringLiteral("home/Documents"));
+        const QString file = environment.writeFile(QStringLiteral("src/n.txt"), "n");
+
+        QCOMPARE(perform(QStringLiteral("copyFilesToDocuments"), {file}),
+                 QStringList{documents + QStringLiteral("/n.txt")});
+        QCOMPARE(perform(QStringLiteral("moveFilesToDesktop"), {file}),
+                 QStringList{desktop + QStringLiteral("/n.txt")});
+        QVERIFY(!QFileInfo::exists(file));
+    }
+
+    void gathersTheSelectionIntoANewFolder() {
+        TestEnvironment environment;
+        setRevealResults(true);
+        const QString work = environment.makeFolder(QStringLiteral("work"));
+        const QString a = environment.writeFile(work + QStringLiteral("/a.txt"), "a");
+        const QString sub = environment.makeFolder(QStringLiteral("work/sub"));
+        const QString elsewhere = environment.writeFile(QStringLiteral("other/a.txt"), "other a");
+
+        const QStringList first = perform(QStringLiteral("moveSelectionToNewFolder"), {a, sub, elsewhere});
+        const QString b = environment.writeFile(work + QStringLiteral("/b.txt"), "b");
+        const QStringList second = perform(QStringLiteral("moveSelectionToNewFolder"), {b});
+
+        const QString gathered = work + QStringLiteral("/New Folder With Items");
+        QCOMPARE(first, QStringList{gathered});
+        QCOMPARE(second, QStringList{gathered + QStringLiteral(" 2")});
+        QCOMPARE(entriesOf(gathered),
+                 (QStringList{QStringLiteral("a 2.txt"), QStringLiteral("a.txt"), QStringLiteral("sub")}));
+        QCOMPARE(readAll(gathered + QStringLiteral("/a 2.txt")), QByteArray("other a"));
+        QCOMPARE(entriesOf(second.first()), QStringList{QStringLiteral("b.txt")});
+        QCOMPARE(FakePlatform::workspace().openedUrls,
+                 (QList<QUrl>{QUrl::fromLocalFile(gathered), QUrl::fromLocalFile(second.first())}));
+    }
+
+    void aLargeSelectionCopiesEveryItem() {
+        TestEnvironment environment;
+        setRevealResults(false);
+        QStringList sources;
+        for (int i = 0; i < 1000; ++i)
+            sources << environment.writeFile(QStringLiteral("many/item %1.txt").arg(i),
+                                             QByteArray::number(i));
+        const QString destination = environment.makeFolder(QStringLiteral("dst"));
+
+        const QStringList results = perform(QStringLiteral("copyFilesToFolder"), sources, destination);
+
+        QCOMPARE(results.size(), sources.size());
+        QCOMPARE(entriesOf(destination).size(), sources.size());
+        QCOMPARE(readAll(destination + QStringLiteral("/item 999.txt")), QByteArray("999"));
+    }
+};
+
+QTEST_GUILESS_MAIN(TestCopyMoveActions)
+#include "test_copy_move_actions.moc"

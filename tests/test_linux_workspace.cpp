@@ -1,0 +1,158 @@
+// The Linux workspace for real: finding editors, launching desktop entries and executables with awkward
+// file names, and starting a terminal in a folder. The launched "applications" are small recording scripts.
+#include "platform/KestroError.h"
+#include "platform/linux/LinuxWorkspace.h"
+#include "support/TestEnvironment.h"
+
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+#include <QTest>
+
+namespace {
+
+// Sets an environment variable for one scope.
+class ScopedVariable {
+public:
+    ScopedVariable(const char* name, const QByteArray& value)
+        : m_name(name)
+        , m_saved(qgetenv(name))
+        , m_wasSet(qEnvironmentVariableIsSet(name)) {
+        value.isNull() ? qunsetenv(name) : qputenv(name, value);
+    }
+    ~ScopedVariable() { m_wasSet ? qputenv(m_name, m_saved) : qunsetenv(m_name); }
+
+private:
+    const char* m_name;
+    QByteArray m_saved;
+    bool m_wasSet;
+};
+
+QString executable(const TestEnvironment& environment, const QString& path, const QByteArray& script) {
+    const QString written = environment.writeFile(path, script);
+    QFile::setPermissions(written, QFileDevice::ReadOwner | QFileDevice::WriteOwner | QFileDevice::ExeOwner);
+    return written;
+}
+
+// Writes its arguments, each ended by a NUL byte, to $KESTRO_TEST_RECORD (complete or not at all).
+const QByteArray recorder =
+    "#!/bin/sh\n"
+    "for argument in \"$@\"; do printf '%s\\0' \"$argument\"; done > \"$KESTRO_TEST_RECORD.part\"\n"
+    "/bin/mv \"$KESTRO_TEST_RECORD.part\" \"$KESTRO_TEST_RECORD\"\n";
+
+QStringList recordedArguments(const QString& record) {
+    QStringList arguments;
+    const QList<QByteArray> pieces = readAll(record).split('\0');
+    for (qsizetype i = 0; i + 1 < pieces.size(); ++i)
+        arguments.append(QString::fromUtf8(pieces[i]));
+    return arguments;
+}
+
+QStringList awkwardFiles(const TestEnvironment& environment) {
+    QStringList files;
+    for (const char* name :
+         {"plain.txt", "a b.txt", "it's \"quoted\".md", "-rf", "two\nlines", "报告 ü.pdf", "100%.txt"})
+        files << environment.writeFile(QStringLiteral("docs/") + QString::fromUtf8(name), "x");
+    return files;
+}
+
+} // namespace
+
+class TestLinuxWorkspace : public QObject {
+    Q_OBJECT
+
+private slots:
+    void findsEditorsOnThePathOrByDesktopEntry() {
+        TestEnvironment environment;
+        const QString bin = environment.makeFolder(QStringLiteral("bin"));
+        const ScopedVariable path("PATH", bin.toUtf8());
+        LinuxWorkspace workspace;
+        QCOMPARE(workspace.applicationPath(QStringLiteral("code")), QString());
+
+        const QString entry =
+            environment.writeFile(QStringLiteral("home/.local/share/applications/code.desktop"),
+                                  "[Desktop Entry]\nType=Application\nName=Code\nExec=code %F\n");
+        QCOMPARE(workspace.applicationPath(QStringLiteral("code")), entry);
+        const QString command = executable(environment, bin + QStringLiteral("/code"), "#!/bin/sh\n");
+        QCOMPARE(workspace.applicationPath(QStringLiteral("code")), command);
+        QCOMPARE(workspace.applicationPath(QStringLiteral("code.desktop")), entry);
+        QCOMPARE(workspace.applicationPath(QStringLiteral("com.todesktop.230313mzl4w4u92")), QString());
+        QCOMPARE(workspace.applicationPath(QStringLiteral("../bin/code")), QString());
+    }
+
+    void launchesADesktopEntryWithEveryName() {
+        TestEnvironment environment;
+        const QString record = environment.root() + QStringLiteral("/record");
+        const ScopedVariable recordVariable("KESTRO_TEST_RECORD", record.toUtf8());
+        const QString script = executable(environment, QStringLiteral("apps/recorder.sh"), recorder);
+        const QString entry = environment.writeFile(
+            QStringLiteral("apps/recorder.desktop"),
+            "[Desktop Entry]\nType=Application\nName=Recorder\nExec=" + QFile::encodeName(script) + " %F\n");
+        const QStringList files = awkwardFiles(environment);
+
+        LinuxWorkspace().openWithApplication(entry, files);
+
+        QTRY_VERIFY_WITH_TIMEOUT(QFileInfo::exists(record), 10000);
+        QCOMPARE(recordedArguments(record), files);
+    }
+
+    void launchesAnExecutableWithEveryName() {
+        TestEnvironment environment;
+        const QString record = environment.root() + QStringLiteral("/record");
+        const ScopedVariable recordVariable("KESTRO_TEST_RECORD", record.toUtf8());
+        const QString script = executable(environment, QStringLiteral("apps/my recorder"), recorder);
+        const QStringList files = awkwardFiles(environment);
+
+        LinuxWorkspace().openWithApplication(script, files);
+
+        QTRY_VERIFY_WITH_TIMEOUT(QFileInfo::exists(record), 10000);
+        QCOMPARE(recordedArguments(record), files);
+    }
+
+    void refusesWhatCannotBeLaunched() {
+        TestEnvironment environment;
+        LinuxWorkspace workspace;
+        const QString folder = environment.makeFolder(QStringLiteral("Some.app"));
+        const QString text = environment.writeFile(QStringLiteral("notes.txt"), "x");
+        const QString broken =
+            environment.writeFile(QStringLiteral("broken.desktop"), "[Desktop Entry]\nName=Broken\n");
+        QVERIFY_THROWS_EXCEPTION(PlatformError, workspace.openWithApplication(folder, {text}));
+        QVERIFY_THROWS_EXCEPTION(PlatformError, workspace.openWithApplication(text, {text}));
+        QVERIFY_THROWS_EXCEPTION(PlatformError, workspace.openWithApplication(broken, {text}));
+        QVERIFY_THROWS_EXCEPTION(PlatformError, workspace.openWithApplication(
+                                                    environment.root() + QStringLiteral("/gone"), {text}));
+    }
+
+    void startsATerminalInTheFolder() {
+        TestEnvironment environment;
+        const QString record = environment.root() + QStringLiteral("/record");
+        const ScopedVariable recordVariable("KESTRO_TEST_RECORD", record.toUtf8());
+        const QString bin = environment.makeFolder(QStringLiteral("bin"));
+        const ScopedVariable path("PATH", bin.toUtf8());
+        const ScopedVariable terminal("TERMINAL", QByteArray());
+        const QString folder = environment.makeFolder(QStringLiteral("it's a -folder 文件夹"));
+        LinuxWorkspace workspace;
+
+        QVERIFY(!workspace.openTerminal(folder));
+
+        const QByteArray printsFolder =
+            "#!/bin/sh\nprintf '%s\\0' \"$(pwd)\" \"$#\" > \"$KESTRO_TEST_RECORD.part\"\n"
+            "/bin/mv \"$KESTRO_TEST_RECORD.part\" \"$KESTRO_TEST_RECORD\"\n";
+        executable(environment, bin + QStringLiteral("/xterm"), printsFolder);
+        QVERIFY(workspace.openTerminal(folder));
+        QTRY_VERIFY_WITH_TIMEOUT(QFileInfo::exists(record), 10000);
+        QCOMPARE(recordedArguments(record), (QStringList{folder, QStringLiteral("0")}));
+
+        // $TERMINAL comes first.
+        QFile::remove(record);
+        const QString preferred = executable(environment, QStringLiteral("mine/term"), printsFolder);
+        const ScopedVariable chosen("TERMINAL", preferred.toUtf8());
+        QFile::remove(bin + QStringLiteral("/xterm"));
+        QVERIFY(workspace.openTerminal(folder));
+        QTRY_VERIFY_WITH_TIMEOUT(QFileInfo::exists(record), 10000);
+        QCOMPARE(recordedArguments(record).first(), folder);
+    }
+};
+
+QTEST_GUILESS_MAIN(TestLinuxWorkspace)
+#include "test_linux_workspace.moc"
