@@ -40,9 +40,10 @@ bool itemExists(const QString& path)
 
 QString FinderActionExecutor::targetDirectory(const QStringList& selectedURLs, const std::optional<QString>& targetedURL)
 {
-    if (!selectedURLs.isEmpty())
+    // An empty path names no place at all; it must not fall back to the root folder.
+    if (!selectedURLs.isEmpty() && !selectedURLs.first().isEmpty())
         return directoryFor(selectedURLs.first());
-    if (targetedURL)
+    if (selectedURLs.isEmpty() && targetedURL && !targetedURL->isEmpty())
         return directoryFor(*targetedURL);
     throw FinderActionExecutionError::noTargetDirectory();
 }

@@ -1,5 +1,6 @@
 #include "actions/KestroFileTemplate.h"
 
+#include "actions/AtomicFileWriter.h"
 #include "actions/KestroOfficeDocumentWriter.h"
 #include "platform/KestroError.h"
 
@@ -9,7 +10,6 @@
 #include <QPageSize>
 #include <QPainter>
 #include <QPdfWriter>
-#include <QSaveFile>
 
 namespace {
 
@@ -50,12 +50,7 @@ const Row rows[] = {
 
 const Row& rowOf(KestroFileTemplate::Case templateCase) { return rows[int(templateCase)]; }
 
-void writeAtomically(const QString& path, const QByteArray& bytes)
-{
-    QSaveFile file(path);
-    if (!file.open(QIODevice::WriteOnly) || file.write(bytes) != bytes.size() || !file.commit())
-        throw PlatformError(QStringLiteral("%1: %2").arg(path, file.errorString()));
-}
+void writeAtomically(const QString& path, const QByteArray& bytes) { AtomicFileWriter::writeNewFile(path, bytes); }
 
 } // namespace
 

@@ -1,5 +1,6 @@
 #include "actions/KestroOfficeDocumentWriter.h"
 
+#include "actions/AtomicFileWriter.h"
 #include "actions/FinderActionExecutionError.h"
 #include "actions/StagingDirectory.h"
 #include "platform/KestroError.h"
@@ -7,7 +8,6 @@
 #include <QDir>
 #include <QFileInfo>
 #include <QProcess>
-#include <QSaveFile>
 #include <QStringDecoder>
 
 #include <mutex>
@@ -185,10 +185,7 @@ void KestroOfficeDocumentWriter::write(Kind kind, const QString& destination)
         const QString partPath = staging.path() + QLatin1Char('/') + path;
         if (!QDir().mkpath(QFileInfo(partPath).absolutePath()))
             throw PlatformError(QStringLiteral("无法创建文件夹：%1").arg(QFileInfo(partPath).absolutePath()));
-        QSaveFile file(partPath);
-        const QByteArray bytes = text.toUtf8();
-        if (!file.open(QIODevice::WriteOnly) || file.write(bytes) != bytes.size() || !file.commit())
-            throw PlatformError(QStringLiteral("%1: %2").arg(partPath, file.errorString()));
+        AtomicFileWriter::writeNewFile(partPath, text.toUtf8());
     }
     runZip(staging.path(), destination);
 }

@@ -1,6 +1,9 @@
 #include "actions/UniqueName.h"
 
-#include <QFileInfo>
+#include <QFile>
+#include <QSet>
+
+#include <dirent.h>
 
 #include <sys/stat.h>
 
@@ -12,6 +15,18 @@ bool occupied(const QString& path)
     return ::lstat(QFile::encodeName(path).constData(), &status) == 0;
 }
 
+QSet<QString> entryNames(const QString& folder)
+{
+    QSet<QString> names;
+    DIR* directory = ::opendir(QFile::encodeName(folder).constData());
+    if (!directory)
+        return names;
+    while (const dirent* entry = ::readdir(directory))
+        names.insert(QFile::decodeName(entry->d_name));
+    ::closedir(directory);
+    return names;
+}
+
 QString joined(const QString& folder, const QString& name)
 {
     return folder.endsWith(QLatin1Char('/')) ? folder + name : folder + QLatin1Char('/') + name;
@@ -21,10 +36,17 @@ QString joined(const QString& folder, const QString& name)
 QString UniqueName::path(const QString& folder, const QString& stem, const QString& extension)
 {
     const QString suffix = extension.isEmpty() ? QString() : QLatin1Char('.') + extension;
-    QString candidate = joined(folder, stem + suffix);
-    for (qint64 n = 2; occupied(candidate); ++n)
-        candidate = joined(folder, stem + QLatin1Char(' ') + QString::number(n) + suffix);
-    return candidate;
+    const QString first = joined(folder, stem + suffix);
+    if (!occupied(first))
+        return first;
+    // A folder full of "Untitled n" files would cost one probe per name; one listing answers them all, and
+    // the final probe still guards against names the listing could not see.
+    const QSet<QString> taken = entryNames(folder);
+    for (qint64 n = 2;; ++n) {
+        const QString name = stem + QLatin1Char(' ') + QString::number(n) + suffix;
+        if (!taken.contains(name) && !occupied(joined(folder, name)))
+            return joined(folder, name);
+    }
 }
 
 std::pair<QString, QString> UniqueName::splitExtension(const QString& itemName)

@@ -1,22 +1,182 @@
 #include "app/KestroCommandLine.h"
 
+#include "actions/ActionRequirements.h"
+#include "app/DisplayEnvironment.h"
+#include "app/KestroHost.h"
+#include "app/SingleInstance.h"
+#include "app/StandardOutputClipboard.h"
+#include "app/WidgetPrompts.h"
+#include "catalogue/AppVersion.h"
 #include "intake/FinderSelectionModel.h"
+#include "platform/Platform.h"
 
-#include <QCoreApplication>
-#include <QUrl>
+#include <QApplication>
+#include <QCommandLineParser>
+#include <QThread>
+#include <QUrlQuery>
 
 #include <cstdio>
+#include <memory>
+#include <unistd.h>
+
+namespace {
+
+struct Options {
+    enum class Mode { host, perform, drain, help, version, invalid } mode = Mode::host;
+    QString url;
+    bool loginItem = false;
+    QString helpText;
+    QString errorText;
+};
+
+Options parse(int argc, char* argv[])
+{
+    QStringList arguments;
+    for (int index = 0; index < argc; ++index)
+        arguments.append(QString::fromLocal8Bit(argv[index]));
+    QCommandLineParser parser;
+    parser.setApplicationDescription(QStringLiteral("Kestro: file-manager right-click actions."));
+    const QCommandLineOption perform(QStringLiteral("perform"), QStringLiteral("Run one kestro: request here and exit."),
+                                     QStringLiteral("url"));
+    const QCommandLineOption drain(QStringLiteral("drain"), QStringLiteral("Run one pass of the action queue and exit."));
+    const QCommandLineOption loginItem(QStringLiteral("login-item"), QStringLiteral("Start hidden, as at login."));
+    const QCommandLineOption help = parser.addHelpOption();
+    const QCommandLineOption version = parser.addVersionOption();
+    parser.addOptions({perform, drain, loginItem});
+    parser.addPositionalArgument(QStringLiteral("url"), QStringLiteral("A kestro: URL for the running host."));
+
+    Options options;
+    options.helpText = parser.helpText();
+    if (!parser.parse(arguments)) {
+        options.mode = Options::Mode::invalid;
+        options.errorText = parser.errorText();
+        return options;
+    }
+    options.loginItem = parser.isSet(loginItem);
+    if (parser.isSet(help))
+        options.mode = Options::Mode::help;
+    else if (parser.isSet(version))
+        options.mode = Options::Mode::version;
+    else if (parser.isSet(perform)) {
+        options.mode = Options::Mode::perform;
+        options.url = parser.value(perform);
+    } else if (parser.isSet(drain))
+        options.mode = Options::Mode::drain;
+    else if (!parser.positionalArguments().isEmpty())
+        options.url = parser.positionalArguments().constFirst();
+    return options;
+}
+
+void print(FILE* stream, const QString& text)
+{
+    const QByteArray bytes = text.toUtf8();
+    std::fwrite(bytes.constData(), 1, size_t(bytes.size()), stream);
+}
+
+ActionRequirements::Requirement requirementOf(const QUrl& url)
+{
+    if (url.host() == QLatin1String("feature-request"))
+        return ActionRequirements::Requirement::widgets;
+    const QString actionID = QUrlQuery(url).queryItemValue(QStringLiteral("actionID"), QUrl::FullyDecoded);
+    return ActionRequirements::of(actionID);
+}
+
+// One request through the URL road in this process, with no more of Qt started than the action needs:
+// a widgets application only when someone is there to answer its questions.
+int runPerform(int argc, char* argv[], const QString& text)
+{
+    const QUrl url(text);
+    auto requirement = requirementOf(url);
+    const bool answerable = DisplayEnvironment::isInteractive() && isatty(STDIN_FILENO);
+    if (requirement == ActionRequirements::Requirement::widgets && !answerable)
+        requirement = ActionRequirements::Requirement::core;
+
+    std::unique_ptr<QCoreApplication> application;
+    if (requirement == ActionRequirements::Requirement::core) {
+        application = std::make_unique<QCoreApplication>(argc, argv);
+    } else {
+        DisplayEnvironment::useOffscreenWithoutDisplay();
+        if (requirement == ActionRequirements::Requirement::widgets) {
+            application = std::make_unique<QApplication>(argc, argv);
+            Platform::setPrompts(std::make_shared<WidgetPrompts>());
+        } else {
+            application = std::make_unique<QGuiApplication>(argc, argv);
+        }
+    }
+    Platform::setClipboard(std::make_shared<StandardOutputClipboard>(createSystemClipboard()));
+
+    FinderSelectionModel model;
+    if (model.handleIncomingURL(text))
+        return 0;
+    const QString error = model.lastErrorDescription().isEmpty()
+        ? QStringLiteral("Not a kestro://finder-action or kestro://feature-request URL: %1").arg(text)
+        : model.lastErrorDescription();
+    print(stderr, error + QLatin1Char('\n'));
+    return 1;
+}
+
+QStringList messageFor(const Options& options)
+{
+    return options.url.isEmpty() ? QStringList{QStringLiteral("show")}
+                                 : QStringList{QStringLiteral("open-url"), options.url};
+}
+
+bool forwardToRunningHost(int argc, char* argv[], const QStringList& message)
+{
+    QCoreApplication application(argc, argv);
+    return SingleInstance::sendToRunningInstance(message);
+}
+
+int runHost(int argc, char* argv[], const Options& options)
+{
+    DisplayEnvironment::useOffscreenWithoutDisplay();
+    QApplication application(argc, argv);
+    QApplication::setQuitOnLastWindowClosed(false);
+    if (DisplayEnvironment::isInteractive())
+        Platform::setPrompts(std::make_shared<WidgetPrompts>());
+
+    KestroHost host(options.loginItem);
+    // Two launches at once: the one that loses the lock hands its request to the winner.
+    for (int attempt = 0; !host.listen(); ++attempt) {
+        if (SingleInstance::sendToRunningInstance(messageFor(options)))
+            return 0;
+        if (attempt == 50) {
+            print(stderr, QStringLiteral("Another Kestro is starting but does not answer.\n"));
+            return 1;
+        }
+        QThread::msleep(100);
+    }
+    if (!options.url.isEmpty())
+        host.openURL(options.url);
+    return application.exec();
+}
+
+} // namespace
 
 int KestroCommandLine::run(int argc, char* argv[])
 {
-    QCoreApplication application(argc, argv);
-    const QStringList arguments = application.arguments();
-    if (arguments.size() >= 3 && arguments.at(1) == QLatin1String("--perform")) {
-        FinderSelectionModel model;
-        if (model.handleIncomingURL(QUrl(arguments.at(2))))
-            return 0;
-        std::fprintf(stderr, "%s\n", model.lastErrorDescription().toUtf8().constData());
+    QCoreApplication::setApplicationName(QStringLiteral("kestro"));
+    QCoreApplication::setApplicationVersion(AppVersion::shortVersion());
+    const Options options = parse(argc, argv);
+    switch (options.mode) {
+    case Options::Mode::invalid:
+        print(stderr, options.errorText + QLatin1Char('\n'));
+        return 2;
+    case Options::Mode::help:
+        print(stdout, options.helpText);
+        return 0;
+    case Options::Mode::version:
+        print(stdout, QStringLiteral("kestro %1\n").arg(AppVersion::shortVersion()));
+        return 0;
+    case Options::Mode::perform:
+        return runPerform(argc, argv, options.url);
+    case Options::Mode::drain:
+        print(stderr, QStringLiteral("The action queue is not built yet.\n"));
         return 1;
+    case Options::Mode::host:
+        break;
     }
-    return 0;
+    if (forwardToRunningHost(argc, argv, messageFor(options)))
+        return 0;
+    return runHost(argc, argv, options);
 }

@@ -6,6 +6,7 @@
 #include "intake/FinderCurrentContext.h"
 #include "platform/KestroError.h"
 
+#include <QRegularExpression>
 #include <QUrlQuery>
 
 namespace {
@@ -47,6 +48,14 @@ ParsedRequest parseQuery(const QUrl& url)
     return request;
 }
 
+// A "%" not followed by two hex digits: such text is no URL, and guessing at it would hand the action
+// paths that nobody selected.
+bool hasBrokenPercentEncoding(const QString& text)
+{
+    static const QRegularExpression broken(QStringLiteral("%(?![0-9A-Fa-f]{2})"));
+    return text.contains(broken);
+}
+
 } // namespace
 
 FinderSelectionModel::FinderSelectionModel(QObject* parent, Clock clock)
@@ -67,9 +76,13 @@ bool FinderSelectionModel::shouldHandle(const QUrl& url)
     return true;
 }
 
-bool FinderSelectionModel::handleIncomingURL(const QUrl& url)
+bool FinderSelectionModel::handleIncomingURL(const QString& urlText)
 {
-    if (url.scheme() != QLatin1String("kestro") || !shouldHandle(url))
+    // QUrl folds the scheme to lower case; the scheme is compared exactly, so look at the text itself.
+    if (!urlText.startsWith(QLatin1String("kestro:")) || hasBrokenPercentEncoding(urlText))
+        return false;
+    const QUrl url(urlText);
+    if (!shouldHandle(url))
         return false;
     if (url.host() == QLatin1String("feature-request")) {
         FeatureRequestMailer::presentRequestDialog();

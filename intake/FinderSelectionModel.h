@@ -21,7 +21,8 @@ public:
 
     // Runs the request the URL carries. Returns false when it was ignored or its action failed, so that a
     // one-shot caller can report the failure; the failure itself is already logged.
-    bool handleIncomingURL(const QUrl& url);
+    // The text is taken as delivered: the scheme must be exactly "kestro", in lower case.
+    bool handleIncomingURL(const QString& urlText);
     // The duplicate filter: the same URL again within one second is dropped.
     bool shouldHandle(const QUrl& url);
     void showError(const std::exception& error);

@@ -1,0 +1,89 @@
+#include "app/SingleInstance.h"
+#include "support/KestroProcess.h"
+#include "support/TestEnvironment.h"
+
+#include <QDir>
+#include <QUrl>
+#include <QUrlQuery>
+#include <QtTest>
+
+namespace {
+QString actionURL(const QString& actionID, const QStringList& paths, const QString& target)
+{
+    QUrlQuery query;
+    const auto encoded = [](const QString& text) { return QString::fromLatin1(QUrl::toPercentEncoding(text)); };
+    query.addQueryItem(QStringLiteral("actionID"), actionID);
+    for (const QString& path : paths)
+        query.addQueryItem(QStringLiteral("path"), encoded(path));
+    if (!target.isEmpty())
+        query.addQueryItem(QStringLiteral("target"), encoded(target));
+    return QStringLiteral("kestro://finder-action?") + query.query(QUrl::FullyEncoded);
+}
+} // namespace
+
+class CommandLineTest : public QObject {
+    Q_OBJECT
+
+    std::unique_ptr<TestEnvironment> m_environment;
+
+private slots:
+    void init() { m_environment = std::make_unique<TestEnvironment>(); }
+    void cleanup() { m_environment.reset(); }
+
+    void performRunsOneRequestAndExits()
+    {
+        const QString folder = m_environment->makeFolder(QStringLiteral("it's a \"folder\" 文件夹"));
+        for (const QString& expected : {QStringLiteral("Untitled.txt"), QStringLiteral("Untitled 2.txt")}) {
+            const KestroProcess run = KestroProcess::run({QStringLiteral("--perform"), actionURL(QStringLiteral("createTextFile"), {}, folder)});
+            QCOMPARE(run.exitCode, 0);
+            QVERIFY(run.standardError.isEmpty());
+            QVERIFY(QFile::exists(folder + QLatin1Char('/') + expected));
+        }
+        for (const char* actionID : {"createWordDocument", "createPDFDocument", "createPNGImage", "createFolder"})
+            QCOMPARE(KestroProcess::run({QStringLiteral("--perform"), actionURL(QString::fromLatin1(actionID), {}, folder)}).exitCode, 0);
+        QCOMPARE(QDir(folder).entryList(QDir::AllEntries | QDir::NoDotAndDotDot).size(), 6);
+        QVERIFY(m_environment->logText().contains(QStringLiteral("action succeeded: createWordDocument")));
+    }
+
+    void failuresExitNonZeroWithTheMessage()
+    {
+        KestroProcess run = KestroProcess::run({QStringLiteral("--perform"), actionURL(QStringLiteral("noSuchAction"), {}, QStringLiteral("/"))});
+        QCOMPARE(run.exitCode, 1);
+        QCOMPARE(QString::fromUtf8(run.standardError), QStringLiteral("暂不支持这个右键动作：noSuchAction。\n"));
+
+        const QString missing = m_environment->root() + QStringLiteral("/vanished/deeper");
+        run = KestroProcess::run({QStringLiteral("--perform"), actionURL(QStringLiteral("createTextFile"), {}, missing)});
+        QCOMPARE(run.exitCode, 1);
+        QVERIFY(run.standardError.contains("No such file or directory"));
+        QVERIFY(m_environment->logText().contains(QStringLiteral("suppressed error alert: ")));
+
+        run = KestroProcess::run({QStringLiteral("--perform"), QStringLiteral("https://example.com")});
+        QCOMPARE(run.exitCode, 1);
+        QVERIFY(!run.standardError.isEmpty());
+        QCOMPARE(KestroProcess::run({QStringLiteral("--no-such-option")}).exitCode, 2);
+    }
+
+    void aSecondLaunchHandsItsUrlToTheRunningHost()
+    {
+        QProcess host;
+        host.setProcessEnvironment(KestroProcess::environment());
+        host.start(KestroProcess::binary(), {});
+        QVERIFY(host.waitForStarted());
+        QTRY_VERIFY_WITH_TIMEOUT(QFile::exists(SingleInstance::socketPath()), 20000);
+
+        const QString folder = m_environment->makeFolder(QStringLiteral("forwarded"));
+        const QString url = actionURL(QStringLiteral("createMarkdownFile"), {}, folder);
+        const KestroProcess launch = KestroProcess::run({url});
+        QCOMPARE(launch.exitCode, 0);
+        QTRY_VERIFY_WITH_TIMEOUT(QFile::exists(folder + QStringLiteral("/Untitled.md")), 10000);
+        QCOMPARE(readAll(folder + QStringLiteral("/Untitled.md")), QByteArray("# Untitled\n"));
+        QCOMPARE(host.state(), QProcess::Running);
+        QCOMPARE(m_environment->logText().count(QStringLiteral("action succeeded: createMarkdownFile")), 1);
+
+        host.terminate();
+        QVERIFY(host.waitForFinished(10000));
+    }
+};
+
+QTEST_GUILESS_MAIN(CommandLineTest)
+#include "test_command_line.moc"
