@@ -1,18 +1,59 @@
 #include "actions/DeveloperToolActions.h"
 
-#include "actions/FamilyNotBuilt.h"
+#include "actions/ByteCountText.h"
+#include "actions/FileDigest.h"
+#include "actions/FinderActionExecutionError.h"
+#include "actions/HiddenFilesSetting.h"
+#include "platform/Platform.h"
 
-void DeveloperToolActions::copyChecksums(const QStringList&, ChecksumAlgorithm)
-{
-    throw FamilyNotBuilt();
+#include <QFile>
+#include <QFileInfo>
+
+#include <cerrno>
+#include <cstring>
+#include <sys/stat.h>
+
+namespace {
+
+void copyToClipboard(const QString& text) {
+    if (!Platform::clipboard().setText(text))
+        throw FinderActionExecutionError::pasteboardWriteFailed();
 }
 
-void DeveloperToolActions::copyFileSizes(const QStringList&)
-{
-    throw FamilyNotBuilt();
+qint64 fileSizeOf(const QString& path) {
+    struct stat status {};
+    if (::stat(QFile::encodeName(path).constData(), &status) != 0)
+        throw PlatformError(QStringLiteral("%1: %2").arg(path, QString::fromLocal8Bit(std::strerror(errno))));
+    // A folder has no file size of its own; it is not summed.
+    return S_ISREG(status.st_mode) ? qint64(status.st_size) : 0;
 }
 
-void DeveloperToolActions::toggleHiddenFiles()
-{
-    throw FamilyNotBuilt();
+} // namespace
+
+void DeveloperToolActions::copyChecksums(const QStringList& selectedURLs, ChecksumAlgorithm algorithm) {
+    if (selectedURLs.isEmpty())
+        throw FinderActionExecutionError::noSelection();
+    const FileDigest::Algorithm digest =
+        algorithm == ChecksumAlgorithm::sha256 ? FileDigest::Algorithm::sha256 : FileDigest::Algorithm::md5;
+    QStringList lines;
+    for (const QString& path : selectedURLs)
+        lines.append(FileDigest::hexDigest(path, digest) + QStringLiteral("  ") + QFileInfo(path).fileName());
+    copyToClipboard(lines.join(QLatin1Char('\n')));
+}
+
+void DeveloperToolActions::copyFileSizes(const QStringList& selectedURLs) {
+    if (selectedURLs.isEmpty())
+        throw FinderActionExecutionError::noSelection();
+    QStringList lines;
+    for (const QString& path : selectedURLs)
+        lines.append(ByteCountText::fileSize(fileSizeOf(path)));
+    copyToClipboard(lines.join(QLatin1Char('\n')));
+}
+
+bool DeveloperToolActions::isFinderShowingHiddenFiles() {
+    return HiddenFilesSetting::isShowingHiddenFiles();
+}
+
+void DeveloperToolActions::toggleHiddenFiles() {
+    HiddenFilesSetting::toggle();
 }

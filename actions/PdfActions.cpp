@@ -1,23 +1,212 @@
 #include "actions/PdfActions.h"
 
-#include "actions/FamilyNotBuilt.h"
+#include "actions/DiagnosticLog.h"
+#include "actions/FinderActionExecutionError.h"
+#include "actions/FinderActionExecutor.h"
+#include "actions/ImageFileIO.h"
+#include "actions/PdfFile.h"
+#include "actions/UniqueName.h"
 
-QStringList PdfActions::mergePDFs(const QStringList&)
-{
-    throw FamilyNotBuilt();
+#include <QCoreApplication>
+#include <QFile>
+#include <QFileInfo>
+#include <QPageSize>
+#include <QPainter>
+#include <QPdfWriter>
+#include <QSaveFile>
+
+#include <qpdf/QPDF.hh>
+#include <qpdf/QPDFPageDocumentHelper.hh>
+
+#include <cerrno>
+#include <cstring>
+#include <sys/stat.h>
+
+namespace {
+
+QString tr(const char* text) {
+    return QCoreApplication::translate("PdfActions", text);
 }
 
-QStringList PdfActions::splitPDFs(const QStringList&)
-{
-    throw FamilyNotBuilt();
+// qpdf keeps every source open until the merged document is written; beyond this many sources the files
+// are reopened on demand instead, so a huge selection cannot run out of file descriptors.
+constexpr qsizetype openSourcesLimit = 200;
+
+QString folderOf(const QString& path) {
+    return QFileInfo(path).absolutePath();
+}
+QString stemOf(const QString& path) {
+    return UniqueName::splitExtension(QFileInfo(path).fileName()).first;
 }
 
-QStringList PdfActions::imagesToPDF(const QStringList&)
-{
-    throw FamilyNotBuilt();
+// Runs a step whose failure the action reports under its own name, keeping the reason in the log.
+template <typename Step> auto reportedAs(const QString& actionName, Step step) {
+    try {
+        return step();
+    } catch (const KestroError& error) {
+        DiagnosticLog::append(QStringLiteral("%1 failed: %2").arg(actionName, error.errorDescription()));
+        throw FinderActionExecutionError::unsupportedAction(actionName);
+    }
 }
 
-QStringList PdfActions::compressPDFs(const QStringList&)
-{
-    throw FamilyNotBuilt();
+void makeFolder(const QString& path) {
+    if (::mkdir(QFile::encodeName(path).constData(), 0777) != 0)
+        throw PlatformError(QStringLiteral("%1: %2").arg(path, QString::fromLocal8Bit(std::strerror(errno))));
+}
+
+// Page copying reads the source lazily, so damage deep inside a file only shows here.
+void appendAllPages(QPDF& merged, QPDF& source, const QString& sourcePath) {
+    try {
+        PdfFile::appendAllPages(merged, source);
+    } catch (const std::exception& error) {
+        throw FinderActionExecutionError::commandFailed(
+            tr("无法读取 PDF“%1”的页面：%2").arg(sourcePath, QString::fromLocal8Bit(error.what())));
+    }
+}
+
+} // namespace
+
+QStringList PdfActions::pdfInputs(const QStringList& selectedURLs) {
+    QStringList pdfs;
+    for (const QString& url : selectedURLs)
+        if (UniqueName::splitExtension(QFileInfo(url).fileName()).second.toLower() == QLatin1String("pdf"))
+            pdfs.append(url);
+    return pdfs;
+}
+
+QString PdfActions::pageFileName(int pageNumber) {
+    return QStringLiteral("Page %1.pdf").arg(pageNumber, 3, 10, QLatin1Char('0'));
+}
+
+QStringList PdfActions::compressPDFs(const QStringList& selectedURLs) {
+    const QStringList pdfs = pdfInputs(selectedURLs);
+    if (pdfs.isEmpty())
+        throw FinderActionExecutionError::noSelection();
+    QStringList outputs;
+    for (const QString& input : pdfs) {
+        reportedAs(QStringLiteral("compressPDF"), [&] {
+            const std::shared_ptr<QPDF> document = PdfFile::open(input);
+            const QString output = UniqueName::path(
+                folderOf(input), stemOf(input) + QStringLiteral(" compressed"), QStringLiteral("pdf"));
+            PdfFile::write(*document, output, PdfFile::Layout::compressed);
+            outputs.append(output);
+        });
+    }
+    FinderActionExecutor::revealActionResultsIfWanted(outputs);
+    return outputs;
+}
+
+QStringList PdfActions::mergePDFs(const QStringList& selectedURLs) {
+    const QStringList pdfs = pdfInputs(selectedURLs);
+    if (pdfs.isEmpty())
+        throw FinderActionExecutionError::noSelection();
+    const bool keepOpen = pdfs.size() <= openSourcesLimit;
+    const std::shared_ptr<QPDF> merged = PdfFile::empty();
+    // The sources must outlive the write: their pages are copied from them only then.
+    std::vector<std::shared_ptr<QPDF>> sources;
+    for (const QString& input : pdfs) {
+        sources.push_back(PdfFile::open(input, keepOpen));
+        appendAllPages(*merged, *sources.back(), input);
+    }
+    if (PdfFile::pageCount(*merged) == 0)
+        throw FinderActionExecutionError::commandFailed(tr("所选的 PDF 没有任何页面。"));
+    const QString output =
+        UniqueName::path(folderOf(pdfs.first()), QStringLiteral("Merged"), QStringLiteral("pdf"));
+    reportedAs(QStringLiteral("mergePDFs"), [&] { PdfFile::write(*merged, output); });
+    FinderActionExecutor::revealActionResultsIfWanted({output});
+    return {output};
+}
+
+QStringList PdfActions::splitPDFs(const QStringList& selectedURLs) {
+    const QStringList pdfs = pdfInputs(selectedURLs);
+    if (pdfs.isEmpty())
+        throw FinderActionExecutionError::noSelection();
+    QStringList pageFolders;
+    std::optional<QString> firstFailure;
+    for (const QString& input : pdfs) {
+        std::shared_ptr<QPDF> document;
+        std::vector<QPDFPageObjectHelper> pages;
+        try {
+            document = PdfFile::open(input);
+            pages = QPDFPageDocumentHelper(*document).getAllPages();
+        } catch (const std::exception& error) {
+            // An input that cannot be opened is passed over; the others are still split.
+            const QString reason = describeError(error);
+            DiagnosticLog::append(QStringLiteral("splitPDFs skipped %1: %2").arg(input, reason));
+            if (!firstFailure)
+                firstFailure = reason;
+            continue;
+        }
+        const QString folder =
+            UniqueName::path(folderOf(input), stemOf(input) + QStringLiteral(" Pages"), {});
+        makeFolder(folder);
+        for (size_t index = 0; index < pages.size(); ++index) {
+            const QString pagePath = folder + QLatin1Char('/') + pageFileName(int(index) + 1);
+            try {
+                const std::shared_ptr<QPDF> single = PdfFile::empty();
+                QPDFPageDocumentHelper(*single).addPage(pages[index], false);
+                PdfFile::write(*single, pagePath);
+            } catch (const std::exception& error) {
+                DiagnosticLog::append(
+                    QStringLiteral("splitPDFs could not write %1: %2").arg(pagePath, describeError(error)));
+            }
+        }
+        pageFolders.append(folder);
+    }
+    // Nothing split at all is not a silent success.
+    if (pageFolders.isEmpty() && firstFailure)
+        throw FinderActionExecutionError::commandFailed(*firstFailure);
+    FinderActionExecutor::revealActionResultsIfWanted(pageFolders);
+    return pageFolders;
+}
+
+QStringList PdfActions::imagesToPDF(const QStringList& selectedURLs) {
+    if (selectedURLs.isEmpty())
+        throw FinderActionExecutionError::noSelection();
+    const QString output =
+        UniqueName::path(folderOf(selectedURLs.first()), QStringLiteral("Images"), QStringLiteral("pdf"));
+    QSaveFile file(output);
+    if (!file.open(QIODevice::WriteOnly)) {
+        DiagnosticLog::append(QStringLiteral("imagesToPDF failed: %1: %2").arg(output, file.errorString()));
+        throw FinderActionExecutionError::unsupportedAction(QStringLiteral("imagesToPDF"));
+    }
+    int pages = 0;
+    {
+        QPdfWriter writer(&file);
+        writer.setCreator(QStringLiteral("Kestro"));
+        // One unit per point: each image fills a page of its own size, one pixel to a point.
+        writer.setResolution(72);
+        writer.setPageMargins(QMarginsF(0, 0, 0, 0));
+        QPainter painter;
+        for (const QString& input : selectedURLs) {
+            // Images are read one at a time, so memory stays at one image however many are chosen.
+            const QImage image = ImageFileIO::load(input);
+            const QPageSize pageSize(QSizeF(image.size()), QPageSize::Point, QString(),
+                                     QPageSize::ExactMatch);
+            writer.setPageSize(pageSize);
+            if (pages == 0) {
+                if (!painter.begin(&writer)) {
+                    DiagnosticLog::append(
+                        QStringLiteral("imagesToPDF failed: cannot draw into %1").arg(output));
+                    throw FinderActionExecutionError::unsupportedAction(QStringLiteral("imagesToPDF"));
+                }
+            } else if (!writer.newPage()) {
+                DiagnosticLog::append(
+                    QStringLiteral("imagesToPDF failed: cannot add a page to %1").arg(output));
+                throw FinderActionExecutionError::unsupportedAction(QStringLiteral("imagesToPDF"));
+            }
+            painter.drawImage(QRectF(QPointF(0, 0), QSizeF(image.size())), image);
+            ++pages;
+        }
+        if (painter.isActive())
+            painter.end();
+    }
+    if (pages == 0)
+        throw FinderActionExecutionError::unsupportedAction(QStringLiteral("imagesToPDF"));
+    if (!file.commit()) {
+        DiagnosticLog::append(QStringLiteral("imagesToPDF failed: %1: %2").arg(output, file.errorString()));
+        throw FinderActionExecutionError::unsupportedAction(QStringLiteral("imagesToPDF"));
+    }
+    FinderActionExecutor::revealActionResultsIfWanted({output});
+    return {output};
 }

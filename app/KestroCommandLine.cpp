@@ -8,6 +8,7 @@
 #include "app/WidgetPrompts.h"
 #include "catalogue/AppVersion.h"
 #include "intake/FinderSelectionModel.h"
+#include "intake/KestroQueuedActionRunner.h"
 #include "platform/Platform.h"
 
 #include <QApplication>
@@ -170,9 +171,10 @@ int KestroCommandLine::run(int argc, char* argv[])
         return 0;
     case Options::Mode::perform:
         return runPerform(argc, argv, options.url);
-    case Options::Mode::drain:
-        print(stderr, QStringLiteral("The action queue is not built yet.\n"));
-        return 1;
+    case Options::Mode::drain: {
+        QCoreApplication application(argc, argv);
+        return KestroQueuedActionRunner::drainOnce();
+    }
     case Options::Mode::host:
         break;
     }

@@ -1,0 +1,6 @@
+#include "stores/ScheduledDeletionNotifier.h"
+
+ScheduledDeletionNotifier& ScheduledDeletionNotifier::instance() {
+    static ScheduledDeletionNotifier notifier;
+    return notifier;
+}

@@ -1,0 +1,67 @@
+#include "stores/ScheduledDeletionPersistence.h"
+
+#include "platform/KestroError.h"
+#include "platform/KestroPaths.h"
+#include "platform/PropertyListFile.h"
+
+#include <QCoreApplication>
+#include <QFile>
+#include <QFileInfo>
+#include <QVariant>
+
+namespace {
+std::optional<ScheduledDeletionItem> itemFromVariant(const QVariant& value) {
+    if (value.typeId() != QMetaType::QVariantMap)
+        return std::nullopt;
+    const QVariantMap map = value.toMap();
+    const QVariant id = map.value(QStringLiteral("id"));
+    const QVariant path = map.value(QStringLiteral("path"));
+    const QVariant scheduledAt = map.value(QStringLiteral("scheduledAt"));
+    const QVariant deleteAt = map.value(QStringLiteral("deleteAt"));
+    if (id.typeId() != QMetaType::QString || path.typeId() != QMetaType::QString ||
+        scheduledAt.typeId() != QMetaType::QDateTime || deleteAt.typeId() != QMetaType::QDateTime ||
+        path.toString().isEmpty())
+        return std::nullopt;
+    return ScheduledDeletionItem{id.toString(), path.toString(), scheduledAt.toDateTime(),
+                                 deleteAt.toDateTime()};
+}
+} // namespace
+
+QString ScheduledDeletionPersistence::fileURL() {
+    return KestroPaths::applicationSupportDirectory() + QStringLiteral("/ScheduledDeletions.plist");
+}
+
+QList<ScheduledDeletionItem> ScheduledDeletionPersistence::load() {
+    const QString path = fileURL();
+    QFile file(path);
+    if (!file.exists() && !QFileInfo(path).isSymLink())
+        return {};
+    if (!file.open(QIODevice::ReadOnly))
+        throw PlatformError(file.errorString());
+    const std::optional<QVariant> root = PropertyListFile::parse(file.readAll());
+    if (!root || root->typeId() != QMetaType::QVariantList)
+        throw PlatformError(
+            QCoreApplication::translate("ScheduledDeletion", "计划删除列表无法读取：%1").arg(path));
+    QList<ScheduledDeletionItem> items;
+    for (const QVariant& value : root->toList()) {
+        if (const std::optional<ScheduledDeletionItem> item = itemFromVariant(value))
+            items.append(*item);
+    }
+    return items;
+}
+
+void ScheduledDeletionPersistence::save(const QList<ScheduledDeletionItem>& items) {
+    QVariantList list;
+    list.reserve(items.size());
+    for (const ScheduledDeletionItem& item : items) {
+        list.append(QVariantMap{
+            {QStringLiteral("id"), item.id},
+            {QStringLiteral("path"), item.path},
+            {QStringLiteral("scheduledAt"), item.scheduledAt},
+            {QStringLiteral("deleteAt"), item.deleteAt},
+        });
+    }
+    if (!PropertyListFile::write(fileURL(), list))
+        throw PlatformError(
+            QCoreApplication::translate("ScheduledDeletion", "计划删除列表无法保存：%1").arg(fileURL()));
+}

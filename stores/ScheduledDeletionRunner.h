@@ -1,0 +1,44 @@
+#pragma once
+
+#include <chrono>
+#include <functional>
+#include <QDateTime>
+#include <QObject>
+
+class QThread;
+class QTimer;
+
+// Moves due entries to the trash on a thread of its own: first a minute after start, then every hour, so an
+// entry is moved at the first run after it became due. The host calls start() once at start-up and stop()
+// before the application object goes (the destructor stops too).
+class ScheduledDeletionRunner : public QObject {
+    Q_OBJECT
+public:
+    using Clock = std::function<QDateTime()>;
+
+    explicit ScheduledDeletionRunner(QObject* parent = nullptr,
+                                     std::chrono::milliseconds firstDelay = std::chrono::seconds(60),
+                                     std::chrono::milliseconds interval = std::chrono::seconds(3600),
+                                     Clock clock = &QDateTime::currentDateTimeUtc);
+    ~ScheduledDeletionRunner() override;
+
+    void start();
+    // Any thread, returns at once: one run now, besides the timer's.
+    void processNow();
+    // Waits for a run in progress to finish.
+    void stop();
+    bool isRunning() const { return m_thread != nullptr; }
+
+signals:
+    // From the runner's thread, after each run.
+    void runFinished();
+
+private:
+    void run();
+
+    std::chrono::milliseconds m_firstDelay;
+    std::chrono::milliseconds m_interval;
+    Clock m_clock;
+    QThread* m_thread = nullptr;
+    QObject* m_context = nullptr; // lives in m_thread; owns the timer
+};

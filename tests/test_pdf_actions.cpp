@@ -1,0 +1,202 @@
+// Merging, splitting, compressing PDFs and making one from images, read back with qpdf.
+#include "actions/FinderActionExecutionError.h"
+#include "actions/PdfActions.h"
+#include "catalogue/AppPreferencesPersistence.h"
+#include "support/FakePlatform.h"
+#include "support/PdfSamples.h"
+#include "support/TestEnvironment.h"
+
+#include <QDir>
+#include <QFileInfo>
+#include <QImage>
+#include <QImageWriter>
+#include <QtTest>
+
+using PdfSamples::Encryption;
+
+namespace {
+QStringList entries(const QString& folder) {
+    return QDir(folder).entryList(QDir::Files | QDir::Dirs | QDir::NoDotAndDotDot | QDir::Hidden);
+}
+} // namespace
+
+class TestPdfActions : public QObject {
+    Q_OBJECT
+
+private slots:
+    void init() {
+        m_env.reset(new TestEnvironment);
+        AppPreferences preferences;
+        preferences.revealActionResults = false;
+        AppPreferencesPersistence::save(preferences);
+        m_folder = m_env->makeFolder(QStringLiteral("docs"));
+    }
+    void cleanup() { m_env.reset(); }
+
+    void mergeKeepsSelectionOrder() {
+        const QString b =
+            m_env->writeFile(m_folder + QStringLiteral("/b.pdf"), PdfSamples::document({"b1", "b2"}));
+        const QString a =
+            m_env->writeFile(m_folder + QStringLiteral("/-a 'é'\n.PDF"), PdfSamples::document({"a1"}));
+        const QString text = m_env->writeFile(m_folder + QStringLiteral("/notes.txt"), "not a pdf");
+
+        const QStringList merged = PdfActions::mergePDFs({text, b, a});
+        QCOMPARE(merged, QStringList{m_folder + QStringLiteral("/Merged.pdf")});
+        QCOMPARE(PdfSamples::pageLabels(merged.first()), (QStringList{"b1", "b2", "a1"}));
+
+        QCOMPARE(PdfActions::mergePDFs({a, b}), QStringList{m_folder + QStringLiteral("/Merged 2.pdf")});
+        QCOMPARE(PdfSamples::pageLabels(m_folder + QStringLiteral("/Merged 2.pdf")),
+                 (QStringList{"a1", "b1", "b2"}));
+        // The first merge's result is untouched by the second.
+        QCOMPARE(PdfSamples::pageLabels(merged.first()), (QStringList{"b1", "b2", "a1"}));
+
+        QVERIFY_THROWS_EXCEPTION(FinderActionExecutionError, PdfActions::mergePDFs({text}));
+        QVERIFY_THROWS_EXCEPTION(FinderActionExecutionError, PdfActions::mergePDFs({}));
+    }
+
+    void mergeOfManyFilesKeepsEveryPage() {
+        QStringList inputs, expected;
+        for (int i = 1; i <= 260; ++i) {
+            const QString label = QStringLiteral("p%1").arg(i);
+            inputs.append(
+                m_env->writeFile(m_folder + QStringLiteral("/%1.pdf").arg(i), PdfSamples::document({label})));
+            expected.append(label);
+        }
+        QCOMPARE(PdfSamples::pageLabels(PdfActions::mergePDFs(inputs).first()), expected);
+    }
+
+    void mergeRefusesCorruptAndEncryptedInputs_data() {
+        QTest::addColumn<QByteArray>("bytes");
+        QTest::addColumn<QString>("expected");
+        QTest::newRow("garbage") << QByteArray("%PDF-1.7\nthis is not a document at all\n")
+                                 << QStringLiteral("无法打开");
+        QTest::newRow("empty") << QByteArray() << QStringLiteral("无法打开");
+        QTest::newRow("password") << PdfSamples::document({"s1"}, 0, Encryption::userPassword)
+                                  << QStringLiteral("加密");
+        QTest::newRow("owner only") << PdfSamples::document({"s1"}, 0, Encryption::ownerPasswordOnly)
+                                    << QStringLiteral("加密");
+    }
+    void mergeRefusesCorruptAndEncryptedInputs() {
+        QFETCH(QByteArray, bytes);
+        QFETCH(QString, expected);
+        const QString good =
+            m_env->writeFile(m_folder + QStringLiteral("/good.pdf"), PdfSamples::document({"g1"}));
+        const QString bad = m_env->writeFile(m_folder + QStringLiteral("/bad.pdf"), bytes);
+        try {
+            PdfActions::mergePDFs({good, bad});
+            QFAIL("a bad input must stop the merge");
+        } catch (const FinderActionExecutionError& error) {
+            QCOMPARE(error.errorCase(), FinderActionExecutionError::Case::commandFailed);
+            QVERIFY2(error.errorDescription().contains(expected), qPrintable(error.errorDescription()));
+            QVERIFY2(error.errorDescription().contains(bad), qPrintable(error.errorDescription()));
+        }
+        QCOMPARE(entries(m_folder), (QStringList{"bad.pdf", "good.pdf"}));
+    }
+
+    void splitWritesNumberedPagesIntoAFreshFolder() {
+        const QString report = m_env->writeFile(m_folder + QStringLiteral("/\"R\" 报告.PDF"),
+                                                PdfSamples::document({"r1", "r2", "r3"}));
+        const QStringList folders = PdfActions::splitPDFs({report});
+        const QString pages = m_folder + QStringLiteral("/\"R\" 报告 Pages");
+        QCOMPARE(folders, QStringList{pages});
+        QCOMPARE(entries(pages), (QStringList{"Page 001.pdf", "Page 002.pdf", "Page 003.pdf"}));
+        for (int i = 1; i <= 3; ++i)
+            QCOMPARE(PdfSamples::pageLabels(pages + QStringLiteral("/Page 00%1.pdf").arg(i)),
+                     QStringList{QStringLiteral("r%1").arg(i)});
+        QCOMPARE(PdfActions::splitPDFs({report}), QStringList{pages + QStringLiteral(" 2")});
+        QCOMPARE(entries(pages + QStringLiteral(" 2")).size(), 3);
+        QCOMPARE(PdfActions::pageFileName(1000), QStringLiteral("Page 1000.pdf"));
+    }
+
+    void splitPassesOverUnreadableInputsButNotAllOfThem() {
+        const QString broken = m_env->writeFile(m_folder + QStringLiteral("/broken.pdf"), "garbage");
+        const QString good =
+            m_env->writeFile(m_folder + QStringLiteral("/good.pdf"), PdfSamples::document({"g1", "g2"}));
+        QCOMPARE(PdfActions::splitPDFs({broken, good}),
+                 QStringList{m_folder + QStringLiteral("/good Pages")});
+        QVERIFY(!QFileInfo::exists(m_folder + QStringLiteral("/broken Pages")));
+        QVERIFY(m_env->logText().contains(broken));
+
+        try {
+            PdfActions::splitPDFs({broken});
+            QFAIL("splitting nothing but unreadable files must not pass for success");
+        } catch (const FinderActionExecutionError& error) {
+            QCOMPARE(error.errorCase(), FinderActionExecutionError::Case::commandFailed);
+            QVERIFY(error.errorDescription().contains(broken));
+        }
+    }
+
+    void compressRewritesWithObjectStreamsAndCompressedStreams() {
+        const QString source =
+            m_env->writeFile(m_folder + QStringLiteral("/X.PDF"), PdfSamples::document({"x1", "x2"}, 2000));
+        QVERIFY(!PdfSamples::hasObjectStreams(source));
+        const QStringList outputs = PdfActions::compressPDFs({source});
+        QCOMPARE(outputs, QStringList{m_folder + QStringLiteral("/X compressed.pdf")});
+        QVERIFY(PdfSamples::hasObjectStreams(outputs.first()));
+        QVERIFY2(QFileInfo(outputs.first()).size() * 10 < QFileInfo(source).size(),
+                 qPrintable(QStringLiteral("%1 -> %2")
+                                .arg(QFileInfo(source).size())
+                                .arg(QFileInfo(outputs.first()).size())));
+        QCOMPARE(PdfSamples::pageLabels(outputs.first()), (QStringList{"x1", "x2"}));
+        QCOMPARE(PdfActions::compressPDFs({source}),
+                 QStringList{m_folder + QStringLiteral("/X compressed 2.pdf")});
+    }
+
+    void compressOfABadFileFailsUnderTheActionsNameLeavingNothing() {
+        const QString locked = m_env->writeFile(m_folder + QStringLiteral("/locked.pdf"),
+                                                PdfSamples::document({"l1"}, 0, Encryption::userPassword));
+        const QString broken =
+            m_env->writeFile(m_folder + QStringLiteral("/broken.pdf"), "%PDF-1.4\n1 0 obj\n<<");
+        for (const QString& input : {locked, broken}) {
+            try {
+                PdfActions::compressPDFs({input});
+                QFAIL("must fail");
+            } catch (const FinderActionExecutionError& error) {
+                QCOMPARE(error.errorCase(), FinderActionExecutionError::Case::unsupportedAction);
+                QCOMPARE(error.payload(), QStringLiteral("compressPDF"));
+            }
+            QVERIFY(m_env->logText().contains(input));
+        }
+        QCOMPARE(entries(m_folder), (QStringList{"broken.pdf", "locked.pdf"}));
+    }
+
+    void imagesBecomeOnePagePerImageAtTheirOwnSize() {
+        QImage wide(200, 100, QImage::Format_RGB32);
+        wide.fill(Qt::red);
+        QImage tall(50, 80, QImage::Format_ARGB32);
+        tall.fill(QColor(0, 0, 255, 128));
+        const QString first = m_folder + QStringLiteral("/--wide 'one'.png");
+        const QString second = m_folder + QStringLiteral("/tall\n二.jpg");
+        QVERIFY(QImageWriter(first, "png").write(wide));
+        QVERIFY(QImageWriter(second, "jpeg").write(tall));
+
+        const QStringList outputs = PdfActions::imagesToPDF({first, second});
+        QCOMPARE(outputs, QStringList{m_folder + QStringLiteral("/Images.pdf")});
+        const QList<QSizeF> sizes = PdfSamples::pageSizes(outputs.first());
+        QCOMPARE(sizes.size(), 2);
+        QCOMPARE(sizes.at(0).toSize(), QSize(200, 100));
+        QCOMPARE(sizes.at(1).toSize(), QSize(50, 80));
+        const QList<QList<QSize>> images = PdfSamples::pageImageSizes(outputs.first());
+        QCOMPARE(images.at(0), QList<QSize>{QSize(200, 100)});
+        QCOMPARE(images.at(1), QList<QSize>{QSize(50, 80)});
+        QCOMPARE(PdfActions::imagesToPDF({second}), QStringList{m_folder + QStringLiteral("/Images 2.pdf")});
+    }
+
+    void imagesToPdfStopsAtAnUnreadableImageWithoutOutput() {
+        QImage image(10, 10, QImage::Format_RGB32);
+        image.fill(Qt::green);
+        const QString good = m_folder + QStringLiteral("/good.png");
+        QVERIFY(QImageWriter(good, "png").write(image));
+        const QString bad = m_env->writeFile(m_folder + QStringLiteral("/bad.png"), "nope");
+        QVERIFY_THROWS_EXCEPTION(FinderActionExecutionError, PdfActions::imagesToPDF({good, bad}));
+        QCOMPARE(entries(m_folder), (QStringList{"bad.png", "good.png"}));
+        QVERIFY_THROWS_EXCEPTION(FinderActionExecutionError, PdfActions::imagesToPDF({}));
+    }
+
+private:
+    std::unique_ptr<TestEnvironment> m_env;
+    QString m_folder;
+};
+
+QTEST_GUILESS_MAIN(TestPdfActions)
+#include "test_pdf_actions.moc"
