@@ -12,5 +12,11 @@ public:
         return std::nullopt;
     }
     std::optional<QString> chooseDirectory(const QString&) override { return std::nullopt; }
+    std::optional<QString> chooseItem(const OpenPanelRequest&) override { return std::nullopt; }
+    std::optional<QString> chooseShortcutName(const QString&, const QString&, const QString&,
+                                              const QStringList&) override
+    {
+        return std::nullopt;
+    }
     std::optional<QString> requestFeatureText() override { return std::nullopt; }
 };

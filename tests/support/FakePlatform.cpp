@@ -60,6 +60,21 @@ std::optional<QString> FakePrompts::chooseDirectory(const QString& buttonLabel)
     return takeFirst(directoryAnswers);
 }
 
+std::optional<QString> FakePrompts::chooseItem(const OpenPanelRequest& request)
+{
+    asked << request.title << request.buttonLabel;
+    panels.append(request);
+    return takeFirst(itemAnswers);
+}
+
+std::optional<QString> FakePrompts::chooseShortcutName(const QString& title, const QString& message,
+                                                       const QString& placeholder, const QStringList& names)
+{
+    asked << title << message << placeholder;
+    shortcutNameLists.append(names);
+    return takeFirst(shortcutNameAnswers);
+}
+
 std::optional<QString> FakePrompts::requestFeatureText()
 {
     asked << QStringLiteral("feature-request");

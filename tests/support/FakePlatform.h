@@ -55,12 +55,19 @@ public:
     QList<std::optional<std::pair<QString, QString>>> twoTextAnswers;
     QList<std::optional<QString>> directoryAnswers;
     QList<std::optional<QString>> featureRequestAnswers;
+    QList<std::optional<QString>> itemAnswers;
+    QList<std::optional<QString>> shortcutNameAnswers;
     QStringList asked; // titles, labels and button prompts, in order
+    QList<OpenPanelRequest> panels; // every open panel shown, as asked
+    QList<QStringList> shortcutNameLists; // the names every shortcut picker offered
 
     std::optional<QString> promptText(const QString& title, const QString& message) override;
     std::optional<std::pair<QString, QString>> promptTwoTexts(const QString& title, const QString& firstLabel,
                                                               const QString& secondLabel) override;
     std::optional<QString> chooseDirectory(const QString& buttonLabel) override;
+    std::optional<QString> chooseItem(const OpenPanelRequest& request) override;
+    std::optional<QString> chooseShortcutName(const QString& title, const QString& message,
+                                              const QString& placeholder, const QStringList& names) override;
     std::optional<QString> requestFeatureText() override;
 };
 
