@@ -16,10 +16,8 @@ bool LaunchOrigin::wasLikelyLaunchedAtLogin(const QStringList& arguments, bool l
 }
 
 bool LaunchOrigin::wasLikelyLaunchedAtLogin() {
-    const QStringList arguments = QCoreApplication::arguments();
-    if (arguments.contains(QStringLiteral("--login-item")))
-        return true;
-    return wasLikelyLaunchedAtLogin(arguments, Platform::loginItems().isEnabled(), systemUptimeSeconds());
+    return wasLikelyLaunchedAtLogin(QCoreApplication::arguments(), Platform::loginItems().isEnabled(),
+                                    systemUptimeSeconds());
 }
 
 double LaunchOrigin::systemUptimeSeconds() {

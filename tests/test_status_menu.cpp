@@ -158,6 +158,16 @@ private slots:
         QVERIFY(FakePlatform::workspace().openedUrls.isEmpty());
     }
 
+    void quickOpenPlaceOpensThroughTheDispatcher() {
+        TestEnvironment environment;
+        const QString folder = environment.makeFolder(QStringLiteral("place with 空格"));
+        Tray tray;
+        tray.controller.openQuickOpenDestination(folder);
+        QVERIFY2(tray.errors.isEmpty(), qPrintable(tray.errors.join(u'\n')));
+        QCOMPARE(FakePlatform::workspace().openedUrls.size(), 1);
+        QCOMPARE(FakePlatform::workspace().openedUrls.constFirst().toLocalFile(), folder);
+    }
+
     void leftClickShowsAndHidesTheWindow() {
         TestEnvironment environment;
         Tray tray;
