@@ -1,5 +1,6 @@
 #include "actions/AtomicFileWriter.h"
 
+#include "platform/ExclusiveRename.h"
 #include "platform/KestroError.h"
 
 #include <QFile>
@@ -17,19 +18,6 @@ namespace {
 [[noreturn]] void fail(const QString& path, int error)
 {
     throw PlatformError(QStringLiteral("%1: %2").arg(path, QString::fromLocal8Bit(std::strerror(error))));
-}
-
-// rename(2) that refuses to replace: RENAME_NOREPLACE where the file system has it, else a hard link.
-int renameWithoutReplacing(const char* from, const char* to)
-{
-    if (::renameat2(AT_FDCWD, from, AT_FDCWD, to, RENAME_NOREPLACE) == 0)
-        return 0;
-    if (errno != EINVAL && errno != ENOSYS)
-        return -1;
-    if (::link(from, to) != 0)
-        return -1;
-    ::unlink(from);
-    return 0;
 }
 
 } // namespace
@@ -56,8 +44,10 @@ void AtomicFileWriter::writeNewFile(const QString& path, const QByteArray& bytes
         }
         written += chunk;
     }
-    if (::close(descriptor) != 0 || renameWithoutReplacing(temporary.constData(), QFile::encodeName(path).constData()) != 0) {
-        const int error = errno;
+    int error = ::close(descriptor) == 0 ? 0 : errno;
+    if (error == 0)
+        error = ExclusiveRename::tryMove(temporary, QFile::encodeName(path));
+    if (error != 0) {
         ::unlink(temporary.constData());
         fail(path, error);
     }

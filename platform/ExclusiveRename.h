@@ -12,4 +12,6 @@ public:
     static bool move(const QString& from, const QString& to);
     // The same on the file system's own bytes, for names that are not valid UTF-8.
     static bool move(const QByteArray& from, const QByteArray& to);
+    // The same without throwing: 0, EEXIST when to was taken, or the system's error number.
+    static int tryMove(const QByteArray& from, const QByteArray& to);
 };

@@ -1,5 +1,6 @@
 #include "platform/FileTransfer.h"
 
+#include "platform/ExclusiveRename.h"
 #include "platform/KestroError.h"
 
 #include <QCoreApplication>
@@ -182,21 +183,6 @@ int removeTree(int folder, const char* name, bool makeWritable) {
     return ::unlinkat(folder, name, AT_REMOVEDIR) == 0 ? 0 : errno;
 }
 
-// rename(2) that refuses to replace an existing target. Returns 0 or errno.
-int renameWithoutReplacing(const QByteArray& from, const QByteArray& to) {
-#if defined(RENAME_NOREPLACE)
-    if (::renameat2(AT_FDCWD, from.constData(), AT_FDCWD, to.constData(), RENAME_NOREPLACE) == 0)
-        return 0;
-    // Some file systems cannot do the exclusive form; they get the check-then-rename below.
-    if (errno != EINVAL && errno != ENOSYS && errno != EOPNOTSUPP)
-        return errno;
-#endif
-    struct stat status {};
-    if (::lstat(to.constData(), &status) == 0)
-        return EEXIST;
-    return ::rename(from.constData(), to.constData()) == 0 ? 0 : errno;
-}
-
 QString parentFolder(const QString& path) {
     return QFileInfo(path).absolutePath();
 }
@@ -233,7 +219,7 @@ void FileTransfer::copy(const QString& source, const QString& target) {
         removeTree(AT_FDCWD, partial.constData(), true);
         throw;
     }
-    if (const int error = renameWithoutReplacing(partial, targetPath)) {
+    if (const int error = ExclusiveRename::tryMove(partial, targetPath)) {
         removeTree(AT_FDCWD, partial.constData(), true);
         fail("无法复制到“%1”：%2", targetPath, error);
     }
@@ -243,7 +229,7 @@ void FileTransfer::move(const QString& source, const QString& target) {
     refuseNestedTarget(source, target, "不能把文件夹“%1”移动到它自己里面。");
     const QByteArray sourcePath = QFile::encodeName(source);
     const QByteArray targetPath = QFile::encodeName(target);
-    const int error = renameWithoutReplacing(sourcePath, targetPath);
+    const int error = ExclusiveRename::tryMove(sourcePath, targetPath);
     if (error == 0)
         return;
     if (error != EXDEV)

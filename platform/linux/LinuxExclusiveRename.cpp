@@ -26,26 +26,24 @@ bool occupied(const QByteArray& path) {
 
 // For file systems without RENAME_NOREPLACE: a hard link claims the name atomically for anything but
 // folders; where links are refused too, an existence test right before the rename is the best left.
-bool moveWithoutNoReplace(const QByteArray& from, const QByteArray& to) {
+int moveWithoutNoReplace(const QByteArray& from, const QByteArray& to) {
     struct stat status {};
     if (::lstat(from.constData(), &status) != 0)
-        fail(from, to, errno);
+        return errno;
     if (!S_ISDIR(status.st_mode)) {
         if (::linkat(AT_FDCWD, from.constData(), AT_FDCWD, to.constData(), 0) == 0) {
             if (::unlink(from.constData()) == 0)
-                return true;
+                return 0;
             const int error = errno;
             ::unlink(to.constData());
-            fail(from, to, error);
+            return error;
         }
         if (errno == EEXIST)
-            return false;
+            return EEXIST;
     }
     if (occupied(to))
-        return false;
-    if (::rename(from.constData(), to.constData()) != 0)
-        fail(from, to, errno);
-    return true;
+        return EEXIST;
+    return ::rename(from.constData(), to.constData()) == 0 ? 0 : errno;
 }
 
 } // namespace
@@ -55,12 +53,19 @@ bool ExclusiveRename::move(const QString& from, const QString& to) {
 }
 
 bool ExclusiveRename::move(const QByteArray& from, const QByteArray& to) {
-    if (::renameat2(AT_FDCWD, from.constData(), AT_FDCWD, to.constData(), RENAME_NOREPLACE) == 0)
-        return true;
-    const int error = errno;
+    const int error = tryMove(from, to);
     if (error == EEXIST)
         return false;
+    if (error != 0)
+        fail(from, to, error);
+    return true;
+}
+
+int ExclusiveRename::tryMove(const QByteArray& from, const QByteArray& to) {
+    if (::renameat2(AT_FDCWD, from.constData(), AT_FDCWD, to.constData(), RENAME_NOREPLACE) == 0)
+        return 0;
+    const int error = errno;
     if (error == EINVAL || error == ENOSYS || error == EOPNOTSUPP)
         return moveWithoutNoReplace(from, to);
-    fail(from, to, error);
+    return error;
 }
