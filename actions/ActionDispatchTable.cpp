@@ -23,17 +23,14 @@ using Request = ActionDispatchTable::Request;
 using Handler = ActionDispatchTable::Handler;
 using Directory = FinderActionExecutor::StandardDirectory;
 
-template <typename Action>
-Handler returningNothing(Action action)
-{
+template <typename Action> Handler returningNothing(Action action) {
     return [action](const Request& request) {
         action(request);
         return QStringList();
     };
 }
 
-Handler copyOrMove(bool move)
-{
+Handler copyOrMove(bool move) {
     return [move](const Request& request) {
         if (request.destinationURL)
             return move ? CopyMoveActions::moveFiles(request.selectedURLs, *request.destinationURL)
@@ -43,8 +40,7 @@ Handler copyOrMove(bool move)
     };
 }
 
-Handler copyOrMoveTo(bool move, Directory directory)
-{
+Handler copyOrMoveTo(bool move, Directory directory) {
     return [move, directory](const Request& request) {
         const QString destination = FinderActionExecutor::standardDirectory(directory);
         return move ? CopyMoveActions::moveFiles(request.selectedURLs, destination)
@@ -52,8 +48,7 @@ Handler copyOrMoveTo(bool move, Directory directory)
     };
 }
 
-Handler viewPresetFromRequest()
-{
+Handler viewPresetFromRequest() {
     return returningNothing([](const Request& request) {
         std::optional<QString> id = request.presetID;
         if (!id && request.destinationURL)
@@ -62,16 +57,20 @@ Handler viewPresetFromRequest()
     });
 }
 
-QHash<QString, Handler> buildTable()
-{
+QHash<QString, Handler> buildTable() {
     QHash<QString, Handler> table;
-    const auto add = [&table](const char* id, Handler handler) { table.insert(QString::fromLatin1(id), std::move(handler)); };
+    const auto add = [&table](const char* id, Handler handler) {
+        table.insert(QString::fromLatin1(id), std::move(handler));
+    };
 
-    add("createFolder", [](const Request& r) { return QStringList{NewFileActions::createFolder(r.selectedURLs, r.targetedURL)}; });
+    add("createFolder", [](const Request& r) {
+        return QStringList{NewFileActions::createFolder(r.selectedURLs, r.targetedURL)};
+    });
     for (const KestroFileTemplate& fileTemplate : KestroFileTemplate::all()) {
         const KestroFileTemplate::Case templateCase = fileTemplate.templateCase();
         table.insert(fileTemplate.actionID(), [templateCase](const Request& r) {
-            return QStringList{NewFileActions::createFile(KestroFileTemplate(templateCase), r.selectedURLs, r.targetedURL)};
+            return QStringList{
+                NewFileActions::createFile(KestroFileTemplate(templateCase), r.selectedURLs, r.targetedURL)};
         });
     }
 
@@ -80,7 +79,8 @@ QHash<QString, Handler> buildTable()
     add("copyFilesToDesktop", copyOrMoveTo(false, Directory::desktop));
     add("copyFilesToDownloads", copyOrMoveTo(false, Directory::downloads));
     add("copyFilesToDocuments", copyOrMoveTo(false, Directory::documents));
-    add("copyBesideOriginal", [](const Request& r) { return CopyMoveActions::copyFilesBesideOriginal(r.selectedURLs); });
+    add("copyBesideOriginal",
+        [](const Request& r) { return CopyMoveActions::copyFilesBesideOriginal(r.selectedURLs); });
 
     const char* pathFormats[] = {"copyFullPath",  "copyFileName",     "copyParentPath",
                                  "copyShellPath", "copyMarkdownLink", "copyFileNameList"};
@@ -91,10 +91,14 @@ QHash<QString, Handler> buildTable()
             }));
     }
 
-    add("openInTerminal", returningNothing([](const Request& r) { OpenActions::openInTerminal(r.selectedURLs, r.targetedURL); }));
-    add("revealInFinder", returningNothing([](const Request& r) { FinderActionExecutor::revealInFinder(r.selectedURLs); }));
+    add("openInTerminal", returningNothing([](const Request& r) {
+            OpenActions::openInTerminal(r.selectedURLs, r.targetedURL);
+        }));
+    add("revealInFinder",
+        returningNothing([](const Request& r) { FinderActionExecutor::revealInFinder(r.selectedURLs); }));
     add("openInVSCode", returningNothing([](const Request& r) {
-            OpenActions::openInApplication(KestroExternalApplication::visualStudioCode, r.selectedURLs, r.targetedURL);
+            OpenActions::openInApplication(KestroExternalApplication::visualStudioCode, r.selectedURLs,
+                                           r.targetedURL);
         }));
     add("openInCursor", returningNothing([](const Request& r) {
             OpenActions::openInApplication(KestroExternalApplication::cursor, r.selectedURLs, r.targetedURL);
@@ -102,11 +106,13 @@ QHash<QString, Handler> buildTable()
     add("openWithApplicationPath", returningNothing([](const Request& r) {
             OpenActions::openWithApplicationPath(r.selectedURLs, r.targetedURL, r.destinationURL);
         }));
-    add("quickOpenClipboardPath", returningNothing([](const Request&) { OpenActions::quickOpenClipboardPath(); }));
+    add("quickOpenClipboardPath",
+        returningNothing([](const Request&) { OpenActions::quickOpenClipboardPath(); }));
     add("quickOpenTypedPath", returningNothing([](const Request&) { OpenActions::quickOpenTypedPath(); }));
     for (const char* id : {"quickOpenPath", "quickOpenHome", "quickOpenDesktop", "quickOpenDownloads",
                            "quickOpenDocuments", "quickOpenApplications", "quickOpenKestroProject"})
-        add(id, returningNothing([](const Request& r) { OpenActions::quickOpenFolder(r.actionID, r.destinationURL); }));
+        add(id, returningNothing(
+                    [](const Request& r) { OpenActions::quickOpenFolder(r.actionID, r.destinationURL); }));
 
     add("finderViewPreset", viewPresetFromRequest());
     const std::pair<const char*, const char*> viewModes[] = {{"finderViewIcon", "icon view"},
@@ -115,17 +121,21 @@ QHash<QString, Handler> buildTable()
                                                              {"finderViewGallery", "flow view"}};
     for (const auto& [id, mode] : viewModes) {
         const QString viewMode = QString::fromLatin1(mode);
-        add(id, returningNothing([viewMode](const Request&) { FinderViewPresetActions::setFinderViewMode(viewMode); }));
+        add(id, returningNothing(
+                    [viewMode](const Request&) { FinderViewPresetActions::setFinderViewMode(viewMode); }));
     }
-    const std::pair<const char*, const char*> sortColumns[] = {{"finderSortName", "name column"},
-                                                               {"finderSortModificationDate", "modification date column"},
-                                                               {"finderSortCreationDate", "creation date column"},
-                                                               {"finderSortSize", "size column"},
-                                                               {"finderSortKind", "kind column"},
-                                                               {"finderSortLabel", "label column"}};
+    const std::pair<const char*, const char*> sortColumns[] = {
+        {"finderSortName", "name column"},
+        {"finderSortModificationDate", "modification date column"},
+        {"finderSortCreationDate", "creation date column"},
+        {"finderSortSize", "size column"},
+        {"finderSortKind", "kind column"},
+        {"finderSortLabel", "label column"}};
     for (const auto& [id, column] : sortColumns) {
         const QString sortColumn = QString::fromLatin1(column);
-        add(id, returningNothing([sortColumn](const Request&) { FinderViewPresetActions::setFinderSortColumn(sortColumn); }));
+        add(id, returningNothing([sortColumn](const Request&) {
+                FinderViewPresetActions::setFinderSortColumn(sortColumn);
+            }));
     }
 
     add("moveFilesToFolder", copyOrMove(true));
@@ -133,16 +143,19 @@ QHash<QString, Handler> buildTable()
     add("moveFilesToDesktop", copyOrMoveTo(true, Directory::desktop));
     add("moveFilesToDownloads", copyOrMoveTo(true, Directory::downloads));
     add("moveFilesToDocuments", copyOrMoveTo(true, Directory::documents));
-    add("moveSelectionToNewFolder", [](const Request& r) { return CopyMoveActions::moveSelectionToNewFolder(r.selectedURLs); });
+    add("moveSelectionToNewFolder",
+        [](const Request& r) { return CopyMoveActions::moveSelectionToNewFolder(r.selectedURLs); });
 
     const char* renameModes[] = {"renameAddPrefix",  "renameAddSuffix", "renameFindReplace",
                                  "renameSequential", "renameLowercase", "renameUppercase"};
     for (int number = 0; number < 6; ++number) {
         const auto mode = RenameMode(number);
-        add(renameModes[number], [mode](const Request& r) { return RenameActions::renameFiles(r.selectedURLs, mode); });
+        add(renameModes[number],
+            [mode](const Request& r) { return RenameActions::renameFiles(r.selectedURLs, mode); });
     }
 
-    add("compressToZIP", [](const Request& r) { return ArchiveActions::compressToZIP(r.selectedURLs, r.targetedURL); });
+    add("compressToZIP",
+        [](const Request& r) { return ArchiveActions::compressToZIP(r.selectedURLs, r.targetedURL); });
     add("extractZIPHere", [](const Request& r) {
         return ArchiveActions::extractZIPs(r.selectedURLs, ArchiveExtractionMode::currentFolder);
     });
@@ -152,16 +165,19 @@ QHash<QString, Handler> buildTable()
 
     const auto convert = [](const char* format, const char* extension, QStringList options) {
         return [format, extension, options](const Request& r) {
-            return ImageActions::convertImages(r.selectedURLs, QString::fromLatin1(format), QString::fromLatin1(extension),
-                                               options);
+            return ImageActions::convertImages(r.selectedURLs, QString::fromLatin1(format),
+                                               QString::fromLatin1(extension), options);
         };
     };
     add("convertImageToJPEG", convert("jpeg", "jpg", {}));
     add("convertImageToPNG", convert("png", "png", {}));
     add("convertImageToTIFF", convert("tiff", "tiff", {}));
     add("resizeImages", [](const Request& r) { return ImageActions::resizeImages(r.selectedURLs); });
-    add("compressJPEG", convert("jpeg", "jpg", {QStringLiteral("-s"), QStringLiteral("formatOptions"), QStringLiteral("70")}));
-    add("stripImageMetadata", [](const Request& r) { return ImageActions::stripImageMetadata(r.selectedURLs); });
+    add("compressJPEG",
+        convert("jpeg", "jpg",
+                {QStringLiteral("-s"), QStringLiteral("formatOptions"), QStringLiteral("70")}));
+    add("stripImageMetadata",
+        [](const Request& r) { return ImageActions::stripImageMetadata(r.selectedURLs); });
 
     add("mergePDFs", [](const Request& r) { return PdfActions::mergePDFs(r.selectedURLs); });
     add("splitPDFs", [](const Request& r) { return PdfActions::splitPDFs(r.selectedURLs); });
@@ -175,7 +191,9 @@ QHash<QString, Handler> buildTable()
         {"scheduleDelete7Days", 7}, {"scheduleDelete30Days", 30}, {"scheduleDelete90Days", 90}};
     for (const auto& [id, days] : dayCounts) {
         const int count = days;
-        add(id, returningNothing([count](const Request& r) { ScheduledDeletionActions::scheduleDeletion(r.selectedURLs, count); }));
+        add(id, returningNothing([count](const Request& r) {
+                ScheduledDeletionActions::scheduleDeletion(r.selectedURLs, count);
+            }));
     }
 
     add("copySHA256", returningNothing([](const Request& r) {
@@ -184,23 +202,25 @@ QHash<QString, Handler> buildTable()
     add("copyMD5", returningNothing([](const Request& r) {
             DeveloperToolActions::copyChecksums(r.selectedURLs, ChecksumAlgorithm::md5);
         }));
-    add("copyFileSize", returningNothing([](const Request& r) { DeveloperToolActions::copyFileSizes(r.selectedURLs); }));
-    add("toggleHiddenFiles", returningNothing([](const Request&) { DeveloperToolActions::toggleHiddenFiles(); }));
+    add("copyFileSize",
+        returningNothing([](const Request& r) { DeveloperToolActions::copyFileSizes(r.selectedURLs); }));
+    add("toggleHiddenFiles",
+        returningNothing([](const Request&) { DeveloperToolActions::toggleHiddenFiles(); }));
     return table;
 }
 
-const QHash<QString, Handler>& table()
-{
+const QHash<QString, Handler>& table() {
     static const QHash<QString, Handler> instance = buildTable();
     return instance;
 }
 
 } // namespace
 
-const ActionDispatchTable::Handler* ActionDispatchTable::find(const QString& actionID)
-{
+const ActionDispatchTable::Handler* ActionDispatchTable::find(const QString& actionID) {
     const auto it = table().constFind(actionID);
     return it == table().cend() ? nullptr : &it.value();
 }
 
-QStringList ActionDispatchTable::actionIDs() { return table().keys(); }
+QStringList ActionDispatchTable::actionIDs() {
+    return table().keys();
+}

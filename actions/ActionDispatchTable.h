@@ -1,9 +1,9 @@
 #pragma once
 
-#include <QString>
-#include <QStringList>
 #include <functional>
 #include <optional>
+#include <QString>
+#include <QStringList>
 
 // The built-in action IDs and the implementation each one calls.
 class ActionDispatchTable {

@@ -15,25 +15,24 @@
 
 namespace {
 
-[[noreturn]] void fail(const QString& path, int error)
-{
+[[noreturn]] void fail(const QString& path, int error) {
     throw PlatformError(QStringLiteral("%1: %2").arg(path, QString::fromLocal8Bit(std::strerror(error))));
 }
 
 } // namespace
 
-void AtomicFileWriter::writeNewFile(const QString& path, const QByteArray& bytes)
-{
+void AtomicFileWriter::writeNewFile(const QString& path, const QByteArray& bytes) {
     const QFileInfo info(path);
-    const QByteArray temporary = QFile::encodeName(info.absolutePath() + QStringLiteral("/.") + info.fileName()
-                                                   + QLatin1Char('.') + QUuid::createUuid().toString(QUuid::Id128)
-                                                   + QStringLiteral(".kestro-part"));
+    const QByteArray temporary =
+        QFile::encodeName(info.absolutePath() + QStringLiteral("/.") + info.fileName() + QLatin1Char('.') +
+                          QUuid::createUuid().toString(QUuid::Id128) + QStringLiteral(".kestro-part"));
     const int descriptor = ::open(temporary.constData(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
     if (descriptor < 0)
         fail(path, errno);
     qsizetype written = 0;
     while (written < bytes.size()) {
-        const ssize_t chunk = ::write(descriptor, bytes.constData() + written, size_t(bytes.size() - written));
+        const ssize_t chunk =
+            ::write(descriptor, bytes.constData() + written, size_t(bytes.size() - written));
         if (chunk < 0 && errno == EINTR)
             continue;
         if (chunk <= 0) {

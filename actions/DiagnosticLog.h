@@ -1,9 +1,9 @@
 #pragma once
 
+#include <optional>
 #include <QDateTime>
 #include <QString>
 #include <QStringList>
-#include <optional>
 
 // The shared diagnostic log: "[date] message" lines appended to kestro-app-action.log in the
 // machine's temporary root. Logging never fails its caller.

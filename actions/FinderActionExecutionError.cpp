@@ -4,13 +4,12 @@
 
 FinderActionExecutionError::FinderActionExecutionError(Case errorCase, QString payload)
     : m_case(errorCase)
-    , m_payload(std::move(payload))
-{
-}
+    , m_payload(std::move(payload)) {}
 
-QString FinderActionExecutionError::errorDescription() const
-{
-    const auto tr = [](const char* text) { return QCoreApplication::translate("FinderActionExecutionError", text); };
+QString FinderActionExecutionError::errorDescription() const {
+    const auto tr = [](const char* text) {
+        return QCoreApplication::translate("FinderActionExecutionError", text);
+    };
     switch (m_case) {
     case Case::applicationNotFound:
         return tr("没有找到 %1 应用。").arg(m_payload);

@@ -18,15 +18,22 @@ public:
         pasteboardWriteFailed,
     };
 
-    static FinderActionExecutionError applicationNotFound(const QString& name) { return {Case::applicationNotFound, name}; }
-    static FinderActionExecutionError destinationDirectoryUnavailable(const QString& path)
-    {
+    static FinderActionExecutionError applicationNotFound(const QString& name) {
+        return {Case::applicationNotFound, name};
+    }
+    static FinderActionExecutionError destinationDirectoryUnavailable(const QString& path) {
         return {Case::destinationDirectoryUnavailable, path};
     }
     static FinderActionExecutionError invalidPath(const QString& text) { return {Case::invalidPath, text}; }
-    static FinderActionExecutionError sourceItemMissing(const QString& path) { return {Case::sourceItemMissing, path}; }
-    static FinderActionExecutionError commandFailed(const QString& message) { return {Case::commandFailed, message}; }
-    static FinderActionExecutionError unsupportedAction(const QString& actionID) { return {Case::unsupportedAction, actionID}; }
+    static FinderActionExecutionError sourceItemMissing(const QString& path) {
+        return {Case::sourceItemMissing, path};
+    }
+    static FinderActionExecutionError commandFailed(const QString& message) {
+        return {Case::commandFailed, message};
+    }
+    static FinderActionExecutionError unsupportedAction(const QString& actionID) {
+        return {Case::unsupportedAction, actionID};
+    }
     static FinderActionExecutionError noSelection() { return {Case::noSelection, {}}; }
     static FinderActionExecutionError noTargetDirectory() { return {Case::noTargetDirectory, {}}; }
     static FinderActionExecutionError noClipboardPath() { return {Case::noClipboardPath, {}}; }

@@ -15,15 +15,15 @@ const QString scriptPrefix = QStringLiteral("runScript__");
 QStringList FinderActionExecutor::perform(const QString& actionID, const QStringList& selectedURLs,
                                           const std::optional<QString>& targetedURL,
                                           const std::optional<QString>& destinationURL,
-                                          const std::optional<QString>& presetID)
-{
+                                          const std::optional<QString>& presetID) {
     try {
         if (const std::optional<QString> id = finderViewPresetID(actionID)) {
             FinderViewPresetActions::applyFinderViewPreset(*id);
             return {};
         }
         if (actionID.startsWith(shortcutPrefix)) {
-            CustomActionRunner::runCustomShortcut(actionID.mid(shortcutPrefix.size()), selectedURLs, targetedURL);
+            CustomActionRunner::runCustomShortcut(actionID.mid(shortcutPrefix.size()), selectedURLs,
+                                                  targetedURL);
             return {};
         }
         if (actionID.startsWith(scriptPrefix)) {
@@ -42,8 +42,7 @@ QStringList FinderActionExecutor::perform(const QString& actionID, const QString
     }
 }
 
-std::optional<QString> FinderActionExecutor::finderViewPresetID(const QString& actionID)
-{
+std::optional<QString> FinderActionExecutor::finderViewPresetID(const QString& actionID) {
     if (!actionID.startsWith(viewPresetPrefix))
         return std::nullopt;
     return actionID.mid(viewPresetPrefix.size());

@@ -1,8 +1,8 @@
 #pragma once
 
+#include <optional>
 #include <QString>
 #include <QStringList>
-#include <optional>
 #include <utility>
 
 // The single entry through which every action runs, whichever road its request came by, and the shared
@@ -17,16 +17,18 @@ public:
                                const std::optional<QString>& destinationURL,
                                const std::optional<QString>& presetID);
 
-    static QString targetDirectory(const QStringList& selectedURLs, const std::optional<QString>& targetedURL);
-    static QStringList effectiveURLs(const QStringList& selectedURLs, const std::optional<QString>& targetedURL);
+    static QString targetDirectory(const QStringList& selectedURLs,
+                                   const std::optional<QString>& targetedURL);
+    static QStringList effectiveURLs(const QStringList& selectedURLs,
+                                     const std::optional<QString>& targetedURL);
     static QStringList validatedSourceURLs(const QStringList& urls);
     static QString standardDirectory(StandardDirectory directory);
 
     // Modal prompts, shown on the main thread whichever thread asks. No answer means cancelled.
     static std::optional<QString> chooseDestinationDirectory(const QString& prompt);
     static std::optional<QString> promptText(const QString& title, const QString& message);
-    static std::optional<std::pair<QString, QString>> promptTwoTexts(const QString& title, const QString& firstLabel,
-                                                                     const QString& secondLabel);
+    static std::optional<std::pair<QString, QString>>
+    promptTwoTexts(const QString& title, const QString& firstLabel, const QString& secondLabel);
 
     static void revealInFinder(const QStringList& urls);
     static void revealURLInFinder(const QString& url);

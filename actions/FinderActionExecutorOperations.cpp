@@ -14,10 +14,11 @@
 
 namespace {
 
-bool isDirectory(const QString& path) { return QFileInfo(path).isDir(); }
+bool isDirectory(const QString& path) {
+    return QFileInfo(path).isDir();
+}
 
-QString parentOf(const QString& path)
-{
+QString parentOf(const QString& path) {
     QString trimmed = path;
     while (trimmed.size() > 1 && trimmed.endsWith(QLatin1Char('/')))
         trimmed.chop(1);
@@ -27,19 +28,20 @@ QString parentOf(const QString& path)
     return trimmed.left(slash);
 }
 
-QString directoryFor(const QString& path) { return isDirectory(path) ? path : parentOf(path); }
+QString directoryFor(const QString& path) {
+    return isDirectory(path) ? path : parentOf(path);
+}
 
 // A path whose item exists, symbolic links included even when they dangle.
-bool itemExists(const QString& path)
-{
+bool itemExists(const QString& path) {
     const QFileInfo info(path);
     return info.exists() || info.isSymLink();
 }
 
 } // namespace
 
-QString FinderActionExecutor::targetDirectory(const QStringList& selectedURLs, const std::optional<QString>& targetedURL)
-{
+QString FinderActionExecutor::targetDirectory(const QStringList& selectedURLs,
+                                              const std::optional<QString>& targetedURL) {
     // An empty path names no place at all; it must not fall back to the root folder.
     if (!selectedURLs.isEmpty() && !selectedURLs.first().isEmpty())
         return directoryFor(selectedURLs.first());
@@ -48,8 +50,8 @@ QString FinderActionExecutor::targetDirectory(const QStringList& selectedURLs, c
     throw FinderActionExecutionError::noTargetDirectory();
 }
 
-QStringList FinderActionExecutor::effectiveURLs(const QStringList& selectedURLs, const std::optional<QString>& targetedURL)
-{
+QStringList FinderActionExecutor::effectiveURLs(const QStringList& selectedURLs,
+                                                const std::optional<QString>& targetedURL) {
     if (!selectedURLs.isEmpty())
         return selectedURLs;
     if (targetedURL)
@@ -57,8 +59,7 @@ QStringList FinderActionExecutor::effectiveURLs(const QStringList& selectedURLs,
     return {};
 }
 
-QStringList FinderActionExecutor::validatedSourceURLs(const QStringList& urls)
-{
+QStringList FinderActionExecutor::validatedSourceURLs(const QStringList& urls) {
     if (urls.isEmpty())
         throw FinderActionExecutionError::noSelection();
     QStringList standardized;
@@ -72,8 +73,7 @@ QStringList FinderActionExecutor::validatedSourceURLs(const QStringList& urls)
     return standardized;
 }
 
-QString FinderActionExecutor::standardDirectory(StandardDirectory directory)
-{
+QString FinderActionExecutor::standardDirectory(StandardDirectory directory) {
     // The numbers are the search-path codes the message has always shown on macOS.
     const auto [location, code] = [directory]() -> std::pair<QStandardPaths::StandardLocation, int> {
         switch (directory) {
@@ -92,15 +92,13 @@ QString FinderActionExecutor::standardDirectory(StandardDirectory directory)
     return path;
 }
 
-std::optional<QString> FinderActionExecutor::chooseDestinationDirectory(const QString& prompt)
-{
+std::optional<QString> FinderActionExecutor::chooseDestinationDirectory(const QString& prompt) {
     std::optional<QString> answer;
     runOnMainThread([&] { answer = Platform::prompts().chooseDirectory(prompt); });
     return answer;
 }
 
-std::optional<QString> FinderActionExecutor::promptText(const QString& title, const QString& message)
-{
+std::optional<QString> FinderActionExecutor::promptText(const QString& title, const QString& message) {
     std::optional<QString> answer;
     runOnMainThread([&] { answer = Platform::prompts().promptText(title, message); });
     return answer;
@@ -108,30 +106,26 @@ std::optional<QString> FinderActionExecutor::promptText(const QString& title, co
 
 std::optional<std::pair<QString, QString>> FinderActionExecutor::promptTwoTexts(const QString& title,
                                                                                 const QString& firstLabel,
-                                                                                const QString& secondLabel)
-{
+                                                                                const QString& secondLabel) {
     std::optional<std::pair<QString, QString>> answer;
     runOnMainThread([&] { answer = Platform::prompts().promptTwoTexts(title, firstLabel, secondLabel); });
     return answer;
 }
 
-void FinderActionExecutor::revealInFinder(const QStringList& urls)
-{
+void FinderActionExecutor::revealInFinder(const QStringList& urls) {
     if (urls.isEmpty())
         throw FinderActionExecutionError::noSelection();
     Platform::workspace().selectItems(urls);
 }
 
-void FinderActionExecutor::revealURLInFinder(const QString& url)
-{
+void FinderActionExecutor::revealURLInFinder(const QString& url) {
     if (isDirectory(url))
         Platform::workspace().openUrl(QUrl::fromLocalFile(url));
     else
         Platform::workspace().selectItems({url});
 }
 
-void FinderActionExecutor::revealURLsInFinder(const QStringList& urls)
-{
+void FinderActionExecutor::revealURLsInFinder(const QStringList& urls) {
     QStringList items;
     for (const QString& url : urls) {
         if (isDirectory(url))
@@ -143,8 +137,7 @@ void FinderActionExecutor::revealURLsInFinder(const QStringList& urls)
         Platform::workspace().selectItems(items);
 }
 
-void FinderActionExecutor::openContainingFolders(const QStringList& urls)
-{
+void FinderActionExecutor::openContainingFolders(const QStringList& urls) {
     QStringList folders;
     for (const QString& url : urls) {
         const QFileInfo info(url);
@@ -158,31 +151,26 @@ void FinderActionExecutor::openContainingFolders(const QStringList& urls)
         Platform::workspace().openUrl(QUrl::fromLocalFile(folder));
 }
 
-void FinderActionExecutor::revealCreatedItemsIfWanted(const QStringList& urls)
-{
+void FinderActionExecutor::revealCreatedItemsIfWanted(const QStringList& urls) {
     if (AppPreferencesPersistence::load().revealCreatedItems)
         openContainingFolders(urls);
 }
 
-void FinderActionExecutor::revealActionResultsIfWanted(const QStringList& urls)
-{
+void FinderActionExecutor::revealActionResultsIfWanted(const QStringList& urls) {
     if (AppPreferencesPersistence::load().revealActionResults)
         openContainingFolders(urls);
 }
 
-QString FinderActionExecutor::normalizedPathText(const QString& text)
-{
+QString FinderActionExecutor::normalizedPathText(const QString& text) {
     QString result = text.trimmed();
-    if (result.size() >= 2
-        && ((result.startsWith(QLatin1Char('"')) && result.endsWith(QLatin1Char('"')))
-            || (result.startsWith(QLatin1Char('\'')) && result.endsWith(QLatin1Char('\'')))))
+    if (result.size() >= 2 && ((result.startsWith(QLatin1Char('"')) && result.endsWith(QLatin1Char('"'))) ||
+                               (result.startsWith(QLatin1Char('\'')) && result.endsWith(QLatin1Char('\'')))))
         result = result.mid(1, result.size() - 2);
     result.replace(QStringLiteral("\\ "), QStringLiteral(" "));
     return result;
 }
 
-std::optional<QString> FinderActionExecutor::fileURL(const QString& pathText)
-{
+std::optional<QString> FinderActionExecutor::fileURL(const QString& pathText) {
     const QString text = normalizedPathText(pathText);
     QString path;
     const QUrl url(text, QUrl::StrictMode);

@@ -23,7 +23,8 @@ struct Row {
 // In case order. RTF keeps its four backslash-n pairs literally: the file is one 60-byte line.
 const Row rows[] = {
     {"createTextFile", "Untitled", "txt", ""},
-    {"createRTFDocument", "Untitled", "rtf", R"({\rtf1\ansi\deff0\n{\fonttbl{\f0 Helvetica;}}\n\f0\fs24\n}\n)"},
+    {"createRTFDocument", "Untitled", "rtf",
+     R"({\rtf1\ansi\deff0\n{\fonttbl{\f0 Helvetica;}}\n\f0\fs24\n}\n)"},
     {"createMarkdownFile", "Untitled", "md", "# Untitled\n"},
     {"createWordDocument", "Untitled", "docx", ""},
     {"createExcelSpreadsheet", "Untitled", "xlsx", ""},
@@ -48,27 +49,37 @@ const Row rows[] = {
     {"createGitignoreFile", ".gitignore", "", ".DS_Store\n.env\nnode_modules/\n.build/\nDerivedData/"},
 };
 
-const Row& rowOf(KestroFileTemplate::Case templateCase) { return rows[int(templateCase)]; }
+const Row& rowOf(KestroFileTemplate::Case templateCase) {
+    return rows[int(templateCase)];
+}
 
-void writeAtomically(const QString& path, const QByteArray& bytes) { AtomicFileWriter::writeNewFile(path, bytes); }
+void writeAtomically(const QString& path, const QByteArray& bytes) {
+    AtomicFileWriter::writeNewFile(path, bytes);
+}
 
 } // namespace
 
-QList<KestroFileTemplate> KestroFileTemplate::all()
-{
+QList<KestroFileTemplate> KestroFileTemplate::all() {
     QList<KestroFileTemplate> templates;
     for (int number = 0; number < int(std::size(rows)); ++number)
         templates.append(KestroFileTemplate(Case(number)));
     return templates;
 }
 
-QString KestroFileTemplate::actionID() const { return QString::fromLatin1(rowOf(m_case).actionID); }
-QString KestroFileTemplate::baseName() const { return QString::fromLatin1(rowOf(m_case).baseName); }
-QString KestroFileTemplate::pathExtension() const { return QString::fromLatin1(rowOf(m_case).extension); }
-QString KestroFileTemplate::initialContents() const { return QString::fromUtf8(rowOf(m_case).contents); }
+QString KestroFileTemplate::actionID() const {
+    return QString::fromLatin1(rowOf(m_case).actionID);
+}
+QString KestroFileTemplate::baseName() const {
+    return QString::fromLatin1(rowOf(m_case).baseName);
+}
+QString KestroFileTemplate::pathExtension() const {
+    return QString::fromLatin1(rowOf(m_case).extension);
+}
+QString KestroFileTemplate::initialContents() const {
+    return QString::fromUtf8(rowOf(m_case).contents);
+}
 
-void KestroFileTemplate::write(const QString& path) const
-{
+void KestroFileTemplate::write(const QString& path) const {
     switch (m_case) {
     case Case::word:
         return KestroOfficeDocumentWriter::write(KestroOfficeDocumentWriter::Kind::docx, path);
@@ -87,8 +98,7 @@ void KestroFileTemplate::write(const QString& path) const
     }
 }
 
-QByteArray KestroFileTemplate::blankPDFData()
-{
+QByteArray KestroFileTemplate::blankPDFData() {
     QByteArray bytes;
     QBuffer buffer(&bytes);
     buffer.open(QIODevice::WriteOnly);
@@ -108,8 +118,7 @@ QByteArray KestroFileTemplate::blankPDFData()
     return bytes;
 }
 
-QByteArray KestroFileTemplate::blankImageData(const char* format)
-{
+QByteArray KestroFileTemplate::blankImageData(const char* format) {
     QImage image(1, 1, QImage::Format_ARGB32);
     image.fill(QColor(255, 255, 255, 255));
     QByteArray bytes;

@@ -32,9 +32,7 @@ public:
     };
 
     explicit KestroFileTemplate(Case templateCase)
-        : m_case(templateCase)
-    {
-    }
+        : m_case(templateCase) {}
     static QList<KestroFileTemplate> all();
 
     Case templateCase() const { return m_case; }

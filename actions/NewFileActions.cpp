@@ -10,8 +10,8 @@
 #include <cstring>
 #include <sys/stat.h>
 
-QString NewFileActions::createFolder(const QStringList& selectedURLs, const std::optional<QString>& targetedURL)
-{
+QString NewFileActions::createFolder(const QStringList& selectedURLs,
+                                     const std::optional<QString>& targetedURL) {
     const QString directory = FinderActionExecutor::targetDirectory(selectedURLs, targetedURL);
     const QString path = UniqueName::path(directory, QStringLiteral("Untitled Folder"), QString());
     // No intermediate folders: a target that vanished is an error, not something to recreate.
@@ -22,8 +22,7 @@ QString NewFileActions::createFolder(const QStringList& selectedURLs, const std:
 }
 
 QString NewFileActions::createFile(const KestroFileTemplate& fileTemplate, const QStringList& selectedURLs,
-                                   const std::optional<QString>& targetedURL)
-{
+                                   const std::optional<QString>& targetedURL) {
     const QString directory = FinderActionExecutor::targetDirectory(selectedURLs, targetedURL);
     const QString path = UniqueName::path(directory, fileTemplate.baseName(), fileTemplate.pathExtension());
     fileTemplate.write(path);

@@ -2,9 +2,9 @@
 
 #include "actions/KestroFileTemplate.h"
 
+#include <optional>
 #include <QString>
 #include <QStringList>
-#include <optional>
 
 // New folders and files from templates, uniquely named in the folder under the pointer.
 class NewFileActions {

@@ -1,8 +1,8 @@
 #pragma once
 
+#include <optional>
 #include <QString>
 #include <QStringList>
-#include <optional>
 
 // Scheduling the selection to move to the trash later.
 class ScheduledDeletionActions {

@@ -9,14 +9,12 @@
 
 namespace {
 // An existence test on the path itself: a dangling symbolic link still occupies its name.
-bool occupied(const QString& path)
-{
+bool occupied(const QString& path) {
     struct stat status {};
     return ::lstat(QFile::encodeName(path).constData(), &status) == 0;
 }
 
-QSet<QString> entryNames(const QString& folder)
-{
+QSet<QString> entryNames(const QString& folder) {
     QSet<QString> names;
     DIR* directory = ::opendir(QFile::encodeName(folder).constData());
     if (!directory)
@@ -27,14 +25,12 @@ QSet<QString> entryNames(const QString& folder)
     return names;
 }
 
-QString joined(const QString& folder, const QString& name)
-{
+QString joined(const QString& folder, const QString& name) {
     return folder.endsWith(QLatin1Char('/')) ? folder + name : folder + QLatin1Char('/') + name;
 }
 } // namespace
 
-QString UniqueName::path(const QString& folder, const QString& stem, const QString& extension)
-{
+QString UniqueName::path(const QString& folder, const QString& stem, const QString& extension) {
     const QString suffix = extension.isEmpty() ? QString() : QLatin1Char('.') + extension;
     const QString first = joined(folder, stem + suffix);
     if (!occupied(first))
@@ -49,8 +45,7 @@ QString UniqueName::path(const QString& folder, const QString& stem, const QStri
     }
 }
 
-std::pair<QString, QString> UniqueName::splitExtension(const QString& itemName)
-{
+std::pair<QString, QString> UniqueName::splitExtension(const QString& itemName) {
     const qsizetype dot = itemName.lastIndexOf(QLatin1Char('.'));
     // A leading dot names a hidden file, not an extension; a trailing dot has no extension after it.
     if (dot <= 0 || dot == itemName.size() - 1)
@@ -58,8 +53,7 @@ std::pair<QString, QString> UniqueName::splitExtension(const QString& itemName)
     return {itemName.left(dot), itemName.mid(dot + 1)};
 }
 
-QString UniqueName::pathForItemName(const QString& folder, const QString& itemName)
-{
+QString UniqueName::pathForItemName(const QString& folder, const QString& itemName) {
     const auto [stem, extension] = splitExtension(itemName);
     return path(folder, stem, extension);
 }

@@ -3,19 +3,16 @@
 #include <QByteArray>
 #include <QtGlobal>
 
-bool DisplayEnvironment::hasDisplay()
-{
+bool DisplayEnvironment::hasDisplay() {
     return !qEnvironmentVariableIsEmpty("DISPLAY") || !qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY");
 }
 
-bool DisplayEnvironment::isInteractive()
-{
+bool DisplayEnvironment::isInteractive() {
     const QByteArray platform = qgetenv("QT_QPA_PLATFORM");
     return hasDisplay() && !platform.startsWith("offscreen") && !platform.startsWith("minimal");
 }
 
-void DisplayEnvironment::useOffscreenWithoutDisplay()
-{
+void DisplayEnvironment::useOffscreenWithoutDisplay() {
     if (!hasDisplay() && qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM"))
         qputenv("QT_QPA_PLATFORM", "offscreen");
 }

@@ -34,21 +34,24 @@ struct Options {
     QString errorText;
 };
 
-Options parse(int argc, char* argv[])
-{
+Options parse(int argc, char* argv[]) {
     QStringList arguments;
     for (int index = 0; index < argc; ++index)
         arguments.append(QString::fromLocal8Bit(argv[index]));
     QCommandLineParser parser;
     parser.setApplicationDescription(QStringLiteral("Kestro: file-manager right-click actions."));
-    const QCommandLineOption perform(QStringLiteral("perform"), QStringLiteral("Run one kestro: request here and exit."),
+    const QCommandLineOption perform(QStringLiteral("perform"),
+                                     QStringLiteral("Run one kestro: request here and exit."),
                                      QStringLiteral("url"));
-    const QCommandLineOption drain(QStringLiteral("drain"), QStringLiteral("Run one pass of the action queue and exit."));
-    const QCommandLineOption loginItem(QStringLiteral("login-item"), QStringLiteral("Start hidden, as at login."));
+    const QCommandLineOption drain(QStringLiteral("drain"),
+                                   QStringLiteral("Run one pass of the action queue and exit."));
+    const QCommandLineOption loginItem(QStringLiteral("login-item"),
+                                       QStringLiteral("Start hidden, as at login."));
     const QCommandLineOption help = parser.addHelpOption();
     const QCommandLineOption version = parser.addVersionOption();
     parser.addOptions({perform, drain, loginItem});
-    parser.addPositionalArgument(QStringLiteral("url"), QStringLiteral("A kestro: URL for the running host."));
+    parser.addPositionalArgument(QStringLiteral("url"),
+                                 QStringLiteral("A kestro: URL for the running host."));
 
     Options options;
     options.helpText = parser.helpText();
@@ -72,14 +75,12 @@ Options parse(int argc, char* argv[])
     return options;
 }
 
-void print(FILE* stream, const QString& text)
-{
+void print(FILE* stream, const QString& text) {
     const QByteArray bytes = text.toUtf8();
     std::fwrite(bytes.constData(), 1, size_t(bytes.size()), stream);
 }
 
-ActionRequirements::Requirement requirementOf(const QUrl& url)
-{
+ActionRequirements::Requirement requirementOf(const QUrl& url) {
     if (url.host() == QLatin1String("feature-request"))
         return ActionRequirements::Requirement::widgets;
     const QString actionID = QUrlQuery(url).queryItemValue(QStringLiteral("actionID"), QUrl::FullyDecoded);
@@ -88,8 +89,7 @@ ActionRequirements::Requirement requirementOf(const QUrl& url)
 
 // One request through the URL road in this process, with no more of Qt started than the action needs:
 // a widgets application only when someone is there to answer its questions.
-int runPerform(int argc, char* argv[], const QString& text)
-{
+int runPerform(int argc, char* argv[], const QString& text) {
     const QUrl url(text);
     auto requirement = requirementOf(url);
     const bool answerable = DisplayEnvironment::isInteractive() && isatty(STDIN_FILENO);
@@ -113,21 +113,20 @@ int runPerform(int argc, char* argv[], const QString& text)
     FinderSelectionModel model;
     if (model.handleIncomingURL(text))
         return 0;
-    const QString error = model.lastErrorDescription().isEmpty()
-        ? QStringLiteral("Not a kestro://finder-action or kestro://feature-request URL: %1").arg(text)
-        : model.lastErrorDescription();
+    const QString error =
+        model.lastErrorDescription().isEmpty()
+            ? QStringLiteral("Not a kestro://finder-action or kestro://feature-request URL: %1").arg(text)
+            : model.lastErrorDescription();
     print(stderr, error + QLatin1Char('\n'));
     return 1;
 }
 
-QStringList messageFor(const Options& options)
-{
+QStringList messageFor(const Options& options) {
     return options.url.isEmpty() ? QStringList{QStringLiteral("show")}
                                  : QStringList{QStringLiteral("open-url"), options.url};
 }
 
-bool forwardToRunningHost(int argc, char* argv[], const QStringList& message)
-{
+bool forwardToRunningHost(int argc, char* argv[], const QStringList& message) {
     QCoreApplication application(argc, argv);
     return SingleInstance::sendToRunningInstance(message);
 }
@@ -135,8 +134,7 @@ bool forwardToRunningHost(int argc, char* argv[], const QStringList& message)
 // Test and measurement hooks, not for users: KESTRO_REPORT_READY prints one line on standard error when the
 // host is ready; KESTRO_SCREENSHOT_DIR saves pictures of the settings pages and the tray menu there, then
 // quits.
-void connectHooks(KestroHost& host)
-{
+void connectHooks(KestroHost& host) {
     const bool reportReady = !qEnvironmentVariableIsEmpty("KESTRO_REPORT_READY");
     const QString screenshots = qEnvironmentVariable("KESTRO_SCREENSHOT_DIR");
     QObject::connect(&host, &KestroHost::ready, &host, [&host, reportReady, screenshots] {
@@ -151,8 +149,7 @@ void connectHooks(KestroHost& host)
     });
 }
 
-int runHost(int argc, char* argv[], const Options& options)
-{
+int runHost(int argc, char* argv[], const Options& options) {
     DisplayEnvironment::useOffscreenWithoutDisplay();
     QApplication application(argc, argv);
     QApplication::setQuitOnLastWindowClosed(false);
@@ -186,8 +183,7 @@ int runHost(int argc, char* argv[], const Options& options)
 
 } // namespace
 
-int KestroCommandLine::run(int argc, char* argv[])
-{
+int KestroCommandLine::run(int argc, char* argv[]) {
     QCoreApplication::setApplicationName(QStringLiteral("kestro"));
     QCoreApplication::setApplicationVersion(AppVersion::shortVersion());
     const Options options = parse(argc, argv);

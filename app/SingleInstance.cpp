@@ -11,8 +11,7 @@ namespace {
 
 constexpr int maximumMessageBytes = 1 << 20;
 
-QByteArray frame(const QStringList& message)
-{
+QByteArray frame(const QStringList& message) {
     QByteArray payload;
     QDataStream stream(&payload, QIODevice::WriteOnly);
     stream.setVersion(QDataStream::Qt_6_0);
@@ -24,8 +23,7 @@ QByteArray frame(const QStringList& message)
 }
 
 // Reads one framed message once all of it has arrived; nothing while it is incomplete or malformed.
-std::optional<QStringList> readFrame(QLocalSocket& socket)
-{
+std::optional<QStringList> readFrame(QLocalSocket& socket) {
     if (socket.bytesAvailable() < 4)
         return std::nullopt;
     QDataStream header(socket.peek(4));
@@ -48,8 +46,7 @@ std::optional<QStringList> readFrame(QLocalSocket& socket)
     return message;
 }
 
-void ensurePrivateFolder(const QString& path)
-{
+void ensurePrivateFolder(const QString& path) {
     QDir().mkpath(path);
     QFile::setPermissions(path, QFileDevice::ReadOwner | QFileDevice::WriteOwner | QFileDevice::ExeOwner);
 }
@@ -57,19 +54,23 @@ void ensurePrivateFolder(const QString& path)
 } // namespace
 
 SingleInstance::SingleInstance(QObject* parent)
-    : QObject(parent)
-{
+    : QObject(parent) {
     m_server.setSocketOptions(QLocalServer::UserAccessOption);
     connect(&m_server, &QLocalServer::newConnection, this, &SingleInstance::acceptConnections);
 }
 
-SingleInstance::~SingleInstance() { m_server.close(); }
+SingleInstance::~SingleInstance() {
+    m_server.close();
+}
 
-QString SingleInstance::socketPath() { return KestroPaths::runtimeDirectory() + QStringLiteral("/kestro.socket"); }
-QString SingleInstance::lockPath() { return KestroPaths::runtimeDirectory() + QStringLiteral("/kestro.lock"); }
+QString SingleInstance::socketPath() {
+    return KestroPaths::runtimeDirectory() + QStringLiteral("/kestro.socket");
+}
+QString SingleInstance::lockPath() {
+    return KestroPaths::runtimeDirectory() + QStringLiteral("/kestro.lock");
+}
 
-bool SingleInstance::sendToRunningInstance(const QStringList& message, int timeoutMilliseconds)
-{
+bool SingleInstance::sendToRunningInstance(const QStringList& message, int timeoutMilliseconds) {
     QLocalSocket socket;
     socket.connectToServer(socketPath());
     if (!socket.waitForConnected(timeoutMilliseconds))
@@ -81,8 +82,7 @@ bool SingleInstance::sendToRunningInstance(const QStringList& message, int timeo
     return socket.waitForReadyRead(timeoutMilliseconds) && socket.read(1) == "1";
 }
 
-bool SingleInstance::listen()
-{
+bool SingleInstance::listen() {
     ensurePrivateFolder(KestroPaths::runtimeDirectory());
     m_lock = std::make_unique<QLockFile>(lockPath());
     // A lock left by a crashed host names a dead process; QLockFile takes such a lock over.
@@ -100,8 +100,7 @@ bool SingleInstance::listen()
     return true;
 }
 
-void SingleInstance::acceptConnections()
-{
+void SingleInstance::acceptConnections() {
     while (QLocalSocket* socket = m_server.nextPendingConnection()) {
         connect(socket, &QLocalSocket::disconnected, socket, &QObject::deleteLater);
         connect(socket, &QLocalSocket::readyRead, this, [this, socket] {

@@ -1,10 +1,10 @@
 #pragma once
 
-#include <QLockFile>
+#include <memory>
 #include <QLocalServer>
+#include <QLockFile>
 #include <QObject>
 #include <QStringList>
-#include <memory>
 
 // One Kestro host per user. The first process takes a lock and listens on a user-only local socket; a later
 // launch hands its request over that socket and exits. Messages are framed: a version, then the arguments.

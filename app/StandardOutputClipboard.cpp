@@ -3,12 +3,9 @@
 #include <cstdio>
 
 StandardOutputClipboard::StandardOutputClipboard(std::shared_ptr<Clipboard> clipboard)
-    : m_clipboard(std::move(clipboard))
-{
-}
+    : m_clipboard(std::move(clipboard)) {}
 
-bool StandardOutputClipboard::setText(const QString& text)
-{
+bool StandardOutputClipboard::setText(const QString& text) {
     if (!m_clipboard->setText(text))
         return false;
     const QByteArray bytes = text.toUtf8() + '\n';

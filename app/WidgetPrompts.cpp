@@ -13,14 +13,15 @@
 
 namespace {
 
-QString tr(const char* text) { return QCoreApplication::translate("WidgetPrompts", text); }
+QString tr(const char* text) {
+    return QCoreApplication::translate("WidgetPrompts", text);
+}
 
 // The alert every prompt shares: a bold message, an explanation, an accessory, then the accept and cancel
 // buttons in that order.
 class PromptDialog : public QDialog {
 public:
-    PromptDialog(const QString& title, const QString& message, const QString& acceptText)
-    {
+    PromptDialog(const QString& title, const QString& message, const QString& acceptText) {
         setWindowTitle(QStringLiteral("Kestro"));
         setWindowFlag(Qt::WindowStaysOnTopHint);
         m_layout = new QVBoxLayout(this);
@@ -45,8 +46,7 @@ public:
     void addAccessory(QWidget* accessory) { m_layout->addWidget(accessory); }
     void addAccessory(QLayout* accessory) { m_layout->addLayout(accessory); }
 
-    bool run()
-    {
+    bool run() {
         m_layout->addWidget(m_buttons);
         show();
         raise();
@@ -61,8 +61,7 @@ private:
 
 } // namespace
 
-std::optional<QString> WidgetPrompts::promptText(const QString& title, const QString& message)
-{
+std::optional<QString> WidgetPrompts::promptText(const QString& title, const QString& message) {
     PromptDialog dialog(title, message, tr("确定"));
     auto* field = new QLineEdit;
     field->setFixedSize(320, 24);
@@ -74,9 +73,8 @@ std::optional<QString> WidgetPrompts::promptText(const QString& title, const QSt
     return field->text();
 }
 
-std::optional<std::pair<QString, QString>> WidgetPrompts::promptTwoTexts(const QString& title, const QString& firstLabel,
-                                                                         const QString& secondLabel)
-{
+std::optional<std::pair<QString, QString>>
+WidgetPrompts::promptTwoTexts(const QString& title, const QString& firstLabel, const QString& secondLabel) {
     PromptDialog dialog(title, QString(), tr("确定"));
     auto* form = new QFormLayout;
     auto* first = new QLineEdit;
@@ -92,8 +90,7 @@ std::optional<std::pair<QString, QString>> WidgetPrompts::promptTwoTexts(const Q
     return std::make_pair(first->text(), second->text());
 }
 
-std::optional<QString> WidgetPrompts::chooseDirectory(const QString& buttonLabel)
-{
+std::optional<QString> WidgetPrompts::chooseDirectory(const QString& buttonLabel) {
     QFileDialog dialog(nullptr, tr("选择目标文件夹"));
     dialog.setFileMode(QFileDialog::Directory);
     dialog.setOption(QFileDialog::ShowDirsOnly);
@@ -105,8 +102,7 @@ std::optional<QString> WidgetPrompts::chooseDirectory(const QString& buttonLabel
     return dialog.selectedFiles().constFirst();
 }
 
-std::optional<QString> WidgetPrompts::requestFeatureText()
-{
+std::optional<QString> WidgetPrompts::requestFeatureText() {
     PromptDialog dialog(tr("请求新功能"), tr("描述你希望 Kestro 增加的 Finder 右键功能。"), tr("提交"));
     auto* text = new QPlainTextEdit;
     text->setFixedSize(420, 140);

@@ -1,3 +1,5 @@
 #include "app/KestroCommandLine.h"
 
-int main(int argc, char* argv[]) { return KestroCommandLine::run(argc, argv); }
+int main(int argc, char* argv[]) {
+    return KestroCommandLine::run(argc, argv);
+}

@@ -17,8 +17,7 @@
 
 namespace {
 
-double medianMicroseconds(int runs, const std::function<void(int)>& work)
-{
+double medianMicroseconds(int runs, const std::function<void(int)>& work) {
     std::vector<double> samples;
     samples.reserve(size_t(runs));
     QElapsedTimer timer;
@@ -31,15 +30,14 @@ double medianMicroseconds(int runs, const std::function<void(int)>& work)
     return samples[size_t(runs / 2)];
 }
 
-void report(const char* what, double measured, const char* reference, double baseline)
-{
-    std::printf("%-44s %10.1f us   %-28s %10.1f us   ratio %6.2f\n", what, measured, reference, baseline, measured / baseline);
+void report(const char* what, double measured, const char* reference, double baseline) {
+    std::printf("%-44s %10.1f us   %-28s %10.1f us   ratio %6.2f\n", what, measured, reference, baseline,
+                measured / baseline);
 }
 
 } // namespace
 
-int main(int argc, char* argv[])
-{
+int main(int argc, char* argv[]) {
     QCoreApplication application(argc, argv);
     QTemporaryDir root;
     // The reveal preference is read from the home folder on every action: keep it inside the scratch folder.
@@ -54,7 +52,8 @@ int main(int argc, char* argv[])
 
     const int runs = 1000;
     const double perform = medianMicroseconds(runs, [&](int) {
-        FinderActionExecutor::perform(QStringLiteral("createTextFile"), {}, performFolder, std::nullopt, std::nullopt);
+        FinderActionExecutor::perform(QStringLiteral("createTextFile"), {}, performFolder, std::nullopt,
+                                      std::nullopt);
     });
     const double write = medianMicroseconds(runs, [&](int run) {
         QFile file(writeFolder + QStringLiteral("/Untitled %1.txt").arg(run));
@@ -67,7 +66,8 @@ int main(int argc, char* argv[])
     const QString staged = root.path() + QStringLiteral("/staged");
     QDir().mkpath(wordFolder);
     QDir().mkpath(zipFolder);
-    for (const auto& [path, text] : KestroOfficeDocumentWriter::entries(KestroOfficeDocumentWriter::Kind::docx)) {
+    for (const auto& [path, text] :
+         KestroOfficeDocumentWriter::entries(KestroOfficeDocumentWriter::Kind::docx)) {
         QDir().mkpath(QFileInfo(staged + QLatin1Char('/') + path).absolutePath());
         QFile part(staged + QLatin1Char('/') + path);
         part.open(QIODevice::WriteOnly);
@@ -75,13 +75,15 @@ int main(int argc, char* argv[])
     }
     const int documents = 100;
     const double word = medianMicroseconds(documents, [&](int) {
-        FinderActionExecutor::perform(QStringLiteral("createWordDocument"), {}, wordFolder, std::nullopt, std::nullopt);
+        FinderActionExecutor::perform(QStringLiteral("createWordDocument"), {}, wordFolder, std::nullopt,
+                                      std::nullopt);
     });
     const double zip = medianMicroseconds(documents, [&](int run) {
         QProcess process;
         process.setWorkingDirectory(staged);
-        process.start(QStringLiteral("/usr/bin/zip"),
-                      {QStringLiteral("-qry"), zipFolder + QStringLiteral("/%1.docx").arg(run), QStringLiteral(".")});
+        process.start(
+            QStringLiteral("/usr/bin/zip"),
+            {QStringLiteral("-qry"), zipFolder + QStringLiteral("/%1.docx").arg(run), QStringLiteral(".")});
         process.waitForFinished(-1);
     });
     report("perform(createWordDocument), median of 100", word, "zip of the staged parts", zip);

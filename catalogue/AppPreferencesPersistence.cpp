@@ -4,20 +4,17 @@
 #include "platform/PropertyListFile.h"
 
 namespace {
-bool boolean(const QVariantMap& map, const char* key, bool fallback)
-{
+bool boolean(const QVariantMap& map, const char* key, bool fallback) {
     const QVariant value = map.value(QString::fromLatin1(key));
     return value.typeId() == QMetaType::Bool ? value.toBool() : fallback;
 }
 } // namespace
 
-QString AppPreferencesPersistence::fileURL()
-{
+QString AppPreferencesPersistence::fileURL() {
     return KestroPaths::applicationSupportDirectory() + QStringLiteral("/AppPreferences.plist");
 }
 
-AppPreferences AppPreferencesPersistence::load()
-{
+AppPreferences AppPreferencesPersistence::load() {
     const std::optional<QVariant> root = PropertyListFile::read(fileURL());
     if (!root || root->typeId() != QMetaType::QVariantMap)
         return {};
@@ -26,11 +23,11 @@ AppPreferences AppPreferencesPersistence::load()
             boolean(map, "launchAtLogin", false)};
 }
 
-bool AppPreferencesPersistence::save(const AppPreferences& preferences)
-{
-    return PropertyListFile::write(fileURL(), QVariantMap{
-                                                  {QStringLiteral("revealCreatedItems"), preferences.revealCreatedItems},
-                                                  {QStringLiteral("revealActionResults"), preferences.revealActionResults},
-                                                  {QStringLiteral("launchAtLogin"), preferences.launchAtLogin},
-                                              });
+bool AppPreferencesPersistence::save(const AppPreferences& preferences) {
+    return PropertyListFile::write(
+        fileURL(), QVariantMap{
+                       {QStringLiteral("revealCreatedItems"), preferences.revealCreatedItems},
+                       {QStringLiteral("revealActionResults"), preferences.revealActionResults},
+                       {QStringLiteral("launchAtLogin"), preferences.launchAtLogin},
+                   });
 }

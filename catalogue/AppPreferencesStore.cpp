@@ -5,8 +5,7 @@
 #include "platform/Platform.h"
 
 AppPreferencesStore::AppPreferencesStore(QObject* parent)
-    : QObject(parent)
-{
+    : QObject(parent) {
     const AppPreferences stored = AppPreferencesPersistence::load();
     m_revealCreatedItems = stored.revealCreatedItems;
     m_revealActionResults = stored.revealActionResults;
@@ -16,8 +15,7 @@ AppPreferencesStore::AppPreferencesStore(QObject* parent)
         save();
 }
 
-void AppPreferencesStore::setRevealCreatedItems(bool value)
-{
+void AppPreferencesStore::setRevealCreatedItems(bool value) {
     if (value == m_revealCreatedItems)
         return;
     m_revealCreatedItems = value;
@@ -25,8 +23,7 @@ void AppPreferencesStore::setRevealCreatedItems(bool value)
     emit revealCreatedItemsChanged(value);
 }
 
-void AppPreferencesStore::setRevealActionResults(bool value)
-{
+void AppPreferencesStore::setRevealActionResults(bool value) {
     if (value == m_revealActionResults)
         return;
     m_revealActionResults = value;
@@ -34,8 +31,7 @@ void AppPreferencesStore::setRevealActionResults(bool value)
     emit revealActionResultsChanged(value);
 }
 
-void AppPreferencesStore::setLaunchAtLogin(bool value)
-{
+void AppPreferencesStore::setLaunchAtLogin(bool value) {
     const bool old = m_launchAtLogin;
     m_launchAtLogin = value;
     emit launchAtLoginChanged(value);
@@ -51,7 +47,6 @@ void AppPreferencesStore::setLaunchAtLogin(bool value)
     }
 }
 
-void AppPreferencesStore::save() const
-{
+void AppPreferencesStore::save() const {
     AppPreferencesPersistence::save({m_revealCreatedItems, m_revealActionResults, m_launchAtLogin});
 }

@@ -1,8 +1,7 @@
 #include "catalogue/AppVersion.h"
 
 namespace {
-QString orUnknown(const char* value)
-{
+QString orUnknown(const char* value) {
     const QString text = QString::fromUtf8(value);
     return text.isEmpty() ? QStringLiteral("Unknown") : text;
 }
@@ -15,5 +14,9 @@ QString orUnknown(const char* value)
 #define KESTRO_BUILD ""
 #endif
 
-QString AppVersion::shortVersion() { return orUnknown(KESTRO_VERSION); }
-QString AppVersion::build() { return orUnknown(KESTRO_BUILD); }
+QString AppVersion::shortVersion() {
+    return orUnknown(KESTRO_VERSION);
+}
+QString AppVersion::build() {
+    return orUnknown(KESTRO_BUILD);
+}

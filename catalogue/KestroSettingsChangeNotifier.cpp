@@ -2,4 +2,6 @@
 
 #include "platform/Platform.h"
 
-void KestroSettingsChangeNotifier::post(const QString& reason) { Platform::notifications().postSettingsChanged(reason); }
+void KestroSettingsChangeNotifier::post(const QString& reason) {
+    Platform::notifications().postSettingsChanged(reason);
+}

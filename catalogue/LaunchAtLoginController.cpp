@@ -2,8 +2,7 @@
 
 #include "platform/Platform.h"
 
-void LaunchAtLoginController::setEnabled(bool enabled)
-{
+void LaunchAtLoginController::setEnabled(bool enabled) {
     LoginItems& loginItems = Platform::loginItems();
     if (loginItems.isEnabled() == enabled)
         return;

@@ -1,15 +1,14 @@
 #pragma once
 
+#include <algorithm>
 #include <QList>
 #include <QSet>
-#include <algorithm>
 
 // How every reorderable list moves: the items at the given offsets leave, keeping their relative order, and
 // go back in as one block before the item that stood at the destination offset before the move; a destination
 // past the end appends them. Offsets are those of the list before the move; out-of-range offsets are ignored.
 template <typename T>
-QList<T> movedList(const QList<T>& list, const QSet<qsizetype>& offsets, qsizetype destination)
-{
+QList<T> movedList(const QList<T>& list, const QSet<qsizetype>& offsets, qsizetype destination) {
     QList<T> moving;
     QList<T> staying;
     qsizetype insertAt = -1;

@@ -9,31 +9,33 @@
 #include <QUrlQuery>
 
 namespace {
-QString systemName()
-{
-    return QSysInfo::kernelType() == QLatin1String("darwin") ? QStringLiteral("macOS") : QStringLiteral("Linux");
+QString systemName() {
+    return QSysInfo::kernelType() == QLatin1String("darwin") ? QStringLiteral("macOS")
+                                                             : QStringLiteral("Linux");
 }
 } // namespace
 
 const QString FeatureRequestMailer::supportAddress = QStringLiteral("support@tandry.app");
 
-QString FeatureRequestMailer::appVersion() { return AppVersion::shortVersion(); }
+QString FeatureRequestMailer::appVersion() {
+    return AppVersion::shortVersion();
+}
 
-QString FeatureRequestMailer::mailBody(const QString& requestText)
-{
+QString FeatureRequestMailer::mailBody(const QString& requestText) {
     return QCoreApplication::translate("FeatureRequestMailer",
                                        "我想请求 Kestro 增加这个功能：\n\n%1\n\n---\nApp: Kestro %2\n%3: %4")
         .arg(requestText, appVersion(), systemName(), QSysInfo::prettyProductName());
 }
 
-QUrl FeatureRequestMailer::mailURL(const QString& requestText)
-{
+QUrl FeatureRequestMailer::mailURL(const QString& requestText) {
     QUrl url;
     url.setScheme(QStringLiteral("mailto"));
     url.setPath(supportAddress);
     QUrlQuery query;
     // Fully encoded so that line breaks, "&", "+" and Chinese survive every mail program's parser.
-    const auto encoded = [](const QString& text) { return QString::fromLatin1(QUrl::toPercentEncoding(text)); };
+    const auto encoded = [](const QString& text) {
+        return QString::fromLatin1(QUrl::toPercentEncoding(text));
+    };
     query.addQueryItem(QStringLiteral("subject"),
                        encoded(QCoreApplication::translate("FeatureRequestMailer", "Kestro 新功能请求")));
     query.addQueryItem(QStringLiteral("body"), encoded(mailBody(requestText)));
@@ -41,13 +43,11 @@ QUrl FeatureRequestMailer::mailURL(const QString& requestText)
     return url;
 }
 
-void FeatureRequestMailer::openMailComposer(const QString& requestText)
-{
+void FeatureRequestMailer::openMailComposer(const QString& requestText) {
     Platform::workspace().openUrl(mailURL(requestText));
 }
 
-void FeatureRequestMailer::presentRequestDialog()
-{
+void FeatureRequestMailer::presentRequestDialog() {
     std::optional<QString> text;
     runOnMainThread([&] { text = Platform::prompts().requestFeatureText(); });
     if (text)

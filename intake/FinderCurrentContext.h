@@ -1,8 +1,8 @@
 #pragma once
 
+#include <optional>
 #include <QString>
 #include <QStringList>
-#include <optional>
 
 // What the file manager has selected and which folder its front window shows, asked for when a request
 // arrived without them. Where the file manager cannot be asked the context is empty.

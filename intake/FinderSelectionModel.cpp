@@ -20,8 +20,7 @@ struct ParsedRequest {
     std::optional<QString> title;
 };
 
-ParsedRequest parseQuery(const QUrl& url)
-{
+ParsedRequest parseQuery(const QUrl& url) {
     ParsedRequest request;
     const auto firstWins = [](std::optional<QString>& slot, const QString& value) {
         if (!slot)
@@ -50,8 +49,7 @@ ParsedRequest parseQuery(const QUrl& url)
 
 // A "%" not followed by two hex digits: such text is no URL, and guessing at it would hand the action
 // paths that nobody selected.
-bool hasBrokenPercentEncoding(const QString& text)
-{
+bool hasBrokenPercentEncoding(const QString& text) {
     static const QRegularExpression broken(QStringLiteral("%(?![0-9A-Fa-f]{2})"));
     return text.contains(broken);
 }
@@ -60,12 +58,9 @@ bool hasBrokenPercentEncoding(const QString& text)
 
 FinderSelectionModel::FinderSelectionModel(QObject* parent, Clock clock)
     : QObject(parent)
-    , m_clock(std::move(clock))
-{
-}
+    , m_clock(std::move(clock)) {}
 
-bool FinderSelectionModel::shouldHandle(const QUrl& url)
-{
+bool FinderSelectionModel::shouldHandle(const QUrl& url) {
     const QString text = url.toString(QUrl::FullyEncoded);
     const QDateTime now = m_clock();
     // A clock that went backwards gives a negative interval, which counts as within the second too.
@@ -76,8 +71,7 @@ bool FinderSelectionModel::shouldHandle(const QUrl& url)
     return true;
 }
 
-bool FinderSelectionModel::handleIncomingURL(const QString& urlText)
-{
+bool FinderSelectionModel::handleIncomingURL(const QString& urlText) {
     // QUrl folds the scheme to lower case; the scheme is compared exactly, so look at the text itself.
     if (!urlText.startsWith(QLatin1String("kestro:")) || hasBrokenPercentEncoding(urlText))
         return false;
@@ -97,16 +91,18 @@ bool FinderSelectionModel::handleIncomingURL(const QString& urlText)
     emit lastActionTitleChanged();
 
     const FinderCurrentContext context = !request.paths.isEmpty() && request.target
-        ? FinderCurrentContext::empty
-        : FinderCurrentContext{FinderCurrentContext::readSelectedURLs(), FinderCurrentContext::readTargetedURL()};
+                                             ? FinderCurrentContext::empty
+                                             : FinderCurrentContext{FinderCurrentContext::readSelectedURLs(),
+                                                                    FinderCurrentContext::readTargetedURL()};
     const QStringList selection = request.paths.isEmpty() ? context.selectedURLs : request.paths;
     const std::optional<QString> target = request.target ? request.target : context.targetedURL;
     m_selectedFiles = selection;
     emit selectedFilesChanged();
 
     DiagnosticLog::append(QStringLiteral("action=%1 passed=%2 selected=%3 target=%4 destination=%5 url=%6")
-                              .arg(actionID, QString::number(request.paths.size()), DiagnosticLog::listText(selection),
-                                   DiagnosticLog::optionalText(target), DiagnosticLog::optionalText(request.destination),
+                              .arg(actionID, QString::number(request.paths.size()),
+                                   DiagnosticLog::listText(selection), DiagnosticLog::optionalText(target),
+                                   DiagnosticLog::optionalText(request.destination),
                                    url.toString(QUrl::FullyEncoded)));
     try {
         FinderActionExecutor::perform(actionID, selection, target, request.destination, request.presetID);
@@ -120,7 +116,6 @@ bool FinderSelectionModel::handleIncomingURL(const QString& urlText)
     }
 }
 
-void FinderSelectionModel::showError(const std::exception& error)
-{
+void FinderSelectionModel::showError(const std::exception& error) {
     DiagnosticLog::append(QStringLiteral("suppressed error alert: ") + describeError(error));
 }

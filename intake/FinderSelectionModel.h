@@ -1,11 +1,11 @@
 #pragma once
 
+#include <functional>
+#include <optional>
 #include <QDateTime>
 #include <QObject>
 #include <QStringList>
 #include <QUrl>
-#include <functional>
-#include <optional>
 
 // The URL road: turns a kestro:// URL into an action request, fills in what the file manager knows when
 // the URL lacks it, runs it and logs the outcome. Main thread only.

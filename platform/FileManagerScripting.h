@@ -1,8 +1,8 @@
 #pragma once
 
+#include <optional>
 #include <QString>
 #include <QStringList>
-#include <optional>
 
 // Scripting of the file manager (AppleScript to Finder on macOS). Where the file manager cannot be
 // scripted the answers are empty, and running a script fails with a clear error.

@@ -1,8 +1,8 @@
 #pragma once
 
+#include <exception>
 #include <QByteArray>
 #include <QString>
-#include <exception>
 
 // The base of every error Kestro throws: it carries the text a log line or an alert shows.
 class KestroError : public std::exception {

@@ -4,8 +4,7 @@
 
 #include <unistd.h>
 
-QString KestroPaths::xdgDirectory(const char* variable, const QString& fallbackUnderHome)
-{
+QString KestroPaths::xdgDirectory(const char* variable, const QString& fallbackUnderHome) {
     const QString value = qEnvironmentVariable(variable);
     // The XDG rules ignore relative values.
     if (!value.isEmpty() && QDir::isAbsolutePath(value))
@@ -13,46 +12,51 @@ QString KestroPaths::xdgDirectory(const char* variable, const QString& fallbackU
     return homeDirectory() + QLatin1Char('/') + fallbackUnderHome;
 }
 
-QString KestroPaths::homeDirectory() { return QDir::homePath(); }
+QString KestroPaths::homeDirectory() {
+    return QDir::homePath();
+}
 
-QString KestroPaths::applicationSupportDirectory()
-{
+QString KestroPaths::applicationSupportDirectory() {
     return xdgDirectory("XDG_CONFIG_HOME", QStringLiteral(".config")) + QStringLiteral("/kestro");
 }
 
-QString KestroPaths::extensionDirectory()
-{
-    return xdgDirectory("XDG_DATA_HOME", QStringLiteral(".local/share")) + QStringLiteral("/kestro/extension");
+QString KestroPaths::extensionDirectory() {
+    return xdgDirectory("XDG_DATA_HOME", QStringLiteral(".local/share")) +
+           QStringLiteral("/kestro/extension");
 }
 
-QString KestroPaths::extensionQueueDirectory() { return extensionDirectory() + QStringLiteral("/ActionQueue"); }
+QString KestroPaths::extensionQueueDirectory() {
+    return extensionDirectory() + QStringLiteral("/ActionQueue");
+}
 
-QString KestroPaths::temporaryRoot()
-{
+QString KestroPaths::temporaryRoot() {
     const QString value = qEnvironmentVariable("KESTRO_TMPDIR");
     return value.isEmpty() ? QStringLiteral("/tmp") : QDir::cleanPath(value);
 }
 
-QString KestroPaths::sharedQueueDirectory() { return temporaryRoot() + QStringLiteral("/kestro-action-queue"); }
+QString KestroPaths::sharedQueueDirectory() {
+    return temporaryRoot() + QStringLiteral("/kestro-action-queue");
+}
 
-QString KestroPaths::diagnosticLogPath() { return temporaryRoot() + QStringLiteral("/kestro-app-action.log"); }
+QString KestroPaths::diagnosticLogPath() {
+    return temporaryRoot() + QStringLiteral("/kestro-app-action.log");
+}
 
-QString KestroPaths::userTemporaryDirectory() { return QDir::tempPath(); }
+QString KestroPaths::userTemporaryDirectory() {
+    return QDir::tempPath();
+}
 
-QString KestroPaths::runtimeDirectory()
-{
+QString KestroPaths::runtimeDirectory() {
     const QString runtime = qEnvironmentVariable("XDG_RUNTIME_DIR");
     if (!runtime.isEmpty() && QDir::isAbsolutePath(runtime) && qEnvironmentVariableIsEmpty("KESTRO_TMPDIR"))
         return QDir::cleanPath(runtime) + QStringLiteral("/kestro");
     return temporaryRoot() + QStringLiteral("/kestro-") + QString::number(getuid());
 }
 
-QString KestroPaths::autostartDirectory()
-{
+QString KestroPaths::autostartDirectory() {
     return xdgDirectory("XDG_CONFIG_HOME", QStringLiteral(".config")) + QStringLiteral("/autostart");
 }
 
-QString KestroPaths::applicationsDirectory()
-{
+QString KestroPaths::applicationsDirectory() {
     return xdgDirectory("XDG_DATA_HOME", QStringLiteral(".local/share")) + QStringLiteral("/applications");
 }

@@ -4,8 +4,7 @@
 #include <QMetaObject>
 #include <QThread>
 
-void runOnMainThread(const std::function<void()>& work)
-{
+void runOnMainThread(const std::function<void()>& work) {
     QCoreApplication* application = QCoreApplication::instance();
     if (!application || QThread::currentThread() == application->thread()) {
         work();

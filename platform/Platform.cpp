@@ -18,15 +18,12 @@ struct Services {
 
 std::mutex servicesMutex;
 
-Services& services()
-{
+Services& services() {
     static Services instance;
     return instance;
 }
 
-template <typename T, typename Factory>
-T& serviceOf(std::shared_ptr<T> Services::*member, Factory create)
-{
+template <typename T, typename Factory> T& serviceOf(std::shared_ptr<T> Services::*member, Factory create) {
     std::lock_guard lock(servicesMutex);
     auto& slot = services().*member;
     if (!slot)
@@ -34,45 +31,59 @@ T& serviceOf(std::shared_ptr<T> Services::*member, Factory create)
     return *slot;
 }
 
-template <typename T>
-void install(std::shared_ptr<T> Services::*member, std::shared_ptr<T> service)
-{
+template <typename T> void install(std::shared_ptr<T> Services::*member, std::shared_ptr<T> service) {
     std::lock_guard lock(servicesMutex);
     services().*member = std::move(service);
 }
 
 } // namespace
 
-Workspace& Platform::workspace() { return serviceOf(&Services::workspace, createSystemWorkspace); }
-Clipboard& Platform::clipboard() { return serviceOf(&Services::clipboard, createSystemClipboard); }
-Prompts& Platform::prompts()
-{
-    return serviceOf(&Services::prompts, [] { return std::shared_ptr<Prompts>(std::make_shared<HeadlessPrompts>()); });
+Workspace& Platform::workspace() {
+    return serviceOf(&Services::workspace, createSystemWorkspace);
 }
-FileManagerScripting& Platform::fileManagerScripting()
-{
+Clipboard& Platform::clipboard() {
+    return serviceOf(&Services::clipboard, createSystemClipboard);
+}
+Prompts& Platform::prompts() {
+    return serviceOf(&Services::prompts,
+                     [] { return std::shared_ptr<Prompts>(std::make_shared<HeadlessPrompts>()); });
+}
+FileManagerScripting& Platform::fileManagerScripting() {
     return serviceOf(&Services::scripting, createSystemFileManagerScripting);
 }
-Trash& Platform::trash() { return serviceOf(&Services::trash, createSystemTrash); }
-LoginItems& Platform::loginItems() { return serviceOf(&Services::loginItems, createSystemLoginItems); }
-Notifications& Platform::notifications() { return serviceOf(&Services::notifications, createSystemNotifications); }
+Trash& Platform::trash() {
+    return serviceOf(&Services::trash, createSystemTrash);
+}
+LoginItems& Platform::loginItems() {
+    return serviceOf(&Services::loginItems, createSystemLoginItems);
+}
+Notifications& Platform::notifications() {
+    return serviceOf(&Services::notifications, createSystemNotifications);
+}
 
-void Platform::setWorkspace(std::shared_ptr<Workspace> service) { install(&Services::workspace, std::move(service)); }
-void Platform::setClipboard(std::shared_ptr<Clipboard> service) { install(&Services::clipboard, std::move(service)); }
-void Platform::setPrompts(std::shared_ptr<Prompts> service) { install(&Services::prompts, std::move(service)); }
-void Platform::setFileManagerScripting(std::shared_ptr<FileManagerScripting> service)
-{
+void Platform::setWorkspace(std::shared_ptr<Workspace> service) {
+    install(&Services::workspace, std::move(service));
+}
+void Platform::setClipboard(std::shared_ptr<Clipboard> service) {
+    install(&Services::clipboard, std::move(service));
+}
+void Platform::setPrompts(std::shared_ptr<Prompts> service) {
+    install(&Services::prompts, std::move(service));
+}
+void Platform::setFileManagerScripting(std::shared_ptr<FileManagerScripting> service) {
     install(&Services::scripting, std::move(service));
 }
-void Platform::setTrash(std::shared_ptr<Trash> service) { install(&Services::trash, std::move(service)); }
-void Platform::setLoginItems(std::shared_ptr<LoginItems> service) { install(&Services::loginItems, std::move(service)); }
-void Platform::setNotifications(std::shared_ptr<Notifications> service)
-{
+void Platform::setTrash(std::shared_ptr<Trash> service) {
+    install(&Services::trash, std::move(service));
+}
+void Platform::setLoginItems(std::shared_ptr<LoginItems> service) {
+    install(&Services::loginItems, std::move(service));
+}
+void Platform::setNotifications(std::shared_ptr<Notifications> service) {
     install(&Services::notifications, std::move(service));
 }
 
-void Platform::reset()
-{
+void Platform::reset() {
     std::lock_guard lock(servicesMutex);
     services() = Services{};
 }

@@ -11,7 +11,8 @@
 #include <memory>
 
 // The operating system's services as the rest of Kestro sees them. Each starts as this system's own
-// implementation; the shell swaps in widget-based prompts, and tests install fakes that record what was asked.
+// implementation; the shell swaps in widget-based prompts, and tests install fakes that record what was
+// asked.
 class Platform {
 public:
     static Workspace& workspace();

@@ -25,8 +25,7 @@ struct PlistDeleter {
 };
 using PlistPointer = std::unique_ptr<void, PlistDeleter>;
 
-QVariant toVariant(plist_t node)
-{
+QVariant toVariant(plist_t node) {
     switch (plist_get_node_type(node)) {
     case PLIST_BOOLEAN: {
         uint8_t value = 0;
@@ -95,8 +94,7 @@ QVariant toVariant(plist_t node)
     }
 }
 
-plist_t fromVariant(const QVariant& value)
-{
+plist_t fromVariant(const QVariant& value) {
     switch (value.typeId()) {
     case QMetaType::Bool:
         return plist_new_bool(value.toBool() ? 1 : 0);
@@ -137,8 +135,7 @@ plist_t fromVariant(const QVariant& value)
 
 } // namespace
 
-std::optional<QVariant> PropertyListFile::parse(const QByteArray& bytes)
-{
+std::optional<QVariant> PropertyListFile::parse(const QByteArray& bytes) {
     if (bytes.isEmpty() || bytes.size() > std::numeric_limits<int32_t>::max())
         return std::nullopt;
     plist_t root = nullptr;
@@ -152,16 +149,14 @@ std::optional<QVariant> PropertyListFile::parse(const QByteArray& bytes)
     return toVariant(root);
 }
 
-std::optional<QVariant> PropertyListFile::read(const QString& path)
-{
+std::optional<QVariant> PropertyListFile::read(const QString& path) {
     QFile file(path);
     if (!file.open(QIODevice::ReadOnly))
         return std::nullopt;
     return parse(file.readAll());
 }
 
-QByteArray PropertyListFile::toXml(const QVariant& value)
-{
+QByteArray PropertyListFile::toXml(const QVariant& value) {
     PlistPointer root(fromVariant(value));
     char* xml = nullptr;
     uint32_t length = 0;
@@ -171,8 +166,7 @@ QByteArray PropertyListFile::toXml(const QVariant& value)
     return bytes;
 }
 
-bool PropertyListFile::write(const QString& path, const QVariant& value)
-{
+bool PropertyListFile::write(const QString& path, const QVariant& value) {
     if (!QDir().mkpath(QFileInfo(path).absolutePath()))
         return false;
     QSaveFile file(path);
@@ -184,9 +178,9 @@ bool PropertyListFile::write(const QString& path, const QVariant& value)
     return file.commit();
 }
 
-bool PropertyListFile::writeBothCopies(const QString& fileName, const QVariant& value)
-{
-    const bool written = write(KestroPaths::applicationSupportDirectory() + QLatin1Char('/') + fileName, value);
+bool PropertyListFile::writeBothCopies(const QString& fileName, const QVariant& value) {
+    const bool written =
+        write(KestroPaths::applicationSupportDirectory() + QLatin1Char('/') + fileName, value);
     write(KestroPaths::extensionDirectory() + QLatin1Char('/') + fileName, value);
     return written;
 }

@@ -1,8 +1,8 @@
 #pragma once
 
+#include <optional>
 #include <QString>
 #include <QVariant>
-#include <optional>
 
 // Property lists on disk through libplist. Reading takes XML or binary; writing produces XML.
 // Values map to QVariant: dictionaries to QVariantMap, arrays to QVariantList, strings, booleans,

@@ -3,15 +3,16 @@
 #include "support/TestEnvironment.h"
 
 #include <QDir>
+#include <QtTest>
 #include <QUrl>
 #include <QUrlQuery>
-#include <QtTest>
 
 namespace {
-QString actionURL(const QString& actionID, const QStringList& paths, const QString& target)
-{
+QString actionURL(const QString& actionID, const QStringList& paths, const QString& target) {
     QUrlQuery query;
-    const auto encoded = [](const QString& text) { return QString::fromLatin1(QUrl::toPercentEncoding(text)); };
+    const auto encoded = [](const QString& text) {
+        return QString::fromLatin1(QUrl::toPercentEncoding(text));
+    };
     query.addQueryItem(QStringLiteral("actionID"), actionID);
     for (const QString& path : paths)
         query.addQueryItem(QStringLiteral("path"), encoded(path));
@@ -30,29 +31,36 @@ private slots:
     void init() { m_environment = std::make_unique<TestEnvironment>(); }
     void cleanup() { m_environment.reset(); }
 
-    void performRunsOneRequestAndExits()
-    {
+    void performRunsOneRequestAndExits() {
         const QString folder = m_environment->makeFolder(QStringLiteral("it's a \"folder\" 文件夹"));
         for (const QString& expected : {QStringLiteral("Untitled.txt"), QStringLiteral("Untitled 2.txt")}) {
-            const KestroProcess run = KestroProcess::run({QStringLiteral("--perform"), actionURL(QStringLiteral("createTextFile"), {}, folder)});
+            const KestroProcess run = KestroProcess::run(
+                {QStringLiteral("--perform"), actionURL(QStringLiteral("createTextFile"), {}, folder)});
             QCOMPARE(run.exitCode, 0);
             QVERIFY(run.standardError.isEmpty());
             QVERIFY(QFile::exists(folder + QLatin1Char('/') + expected));
         }
-        for (const char* actionID : {"createWordDocument", "createPDFDocument", "createPNGImage", "createFolder"})
-            QCOMPARE(KestroProcess::run({QStringLiteral("--perform"), actionURL(QString::fromLatin1(actionID), {}, folder)}).exitCode, 0);
+        for (const char* actionID :
+             {"createWordDocument", "createPDFDocument", "createPNGImage", "createFolder"})
+            QCOMPARE(KestroProcess::run(
+                         {QStringLiteral("--perform"), actionURL(QString::fromLatin1(actionID), {}, folder)})
+                         .exitCode,
+                     0);
         QCOMPARE(QDir(folder).entryList(QDir::AllEntries | QDir::NoDotAndDotDot).size(), 6);
         QVERIFY(m_environment->logText().contains(QStringLiteral("action succeeded: createWordDocument")));
     }
 
-    void failuresExitNonZeroWithTheMessage()
-    {
-        KestroProcess run = KestroProcess::run({QStringLiteral("--perform"), actionURL(QStringLiteral("noSuchAction"), {}, QStringLiteral("/"))});
+    void failuresExitNonZeroWithTheMessage() {
+        KestroProcess run =
+            KestroProcess::run({QStringLiteral("--perform"),
+                                actionURL(QStringLiteral("noSuchAction"), {}, QStringLiteral("/"))});
         QCOMPARE(run.exitCode, 1);
-        QCOMPARE(QString::fromUtf8(run.standardError), QStringLiteral("暂不支持这个右键动作：noSuchAction。\n"));
+        QCOMPARE(QString::fromUtf8(run.standardError),
+                 QStringLiteral("暂不支持这个右键动作：noSuchAction。\n"));
 
         const QString missing = m_environment->root() + QStringLiteral("/vanished/deeper");
-        run = KestroProcess::run({QStringLiteral("--perform"), actionURL(QStringLiteral("createTextFile"), {}, missing)});
+        run = KestroProcess::run(
+            {QStringLiteral("--perform"), actionURL(QStringLiteral("createTextFile"), {}, missing)});
         QCOMPARE(run.exitCode, 1);
         QVERIFY(run.standardError.contains("No such file or directory"));
         QVERIFY(m_environment->logText().contains(QStringLiteral("suppressed error alert: ")));
@@ -63,8 +71,7 @@ private slots:
         QCOMPARE(KestroProcess::run({QStringLiteral("--no-such-option")}).exitCode, 2);
     }
 
-    void aSecondLaunchHandsItsUrlToTheRunningHost()
-    {
+    void aSecondLaunchHandsItsUrlToTheRunningHost() {
         QProcess host;
         host.setProcessEnvironment(KestroProcess::environment());
         host.start(KestroProcess::binary(), {});

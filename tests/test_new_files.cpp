@@ -14,12 +14,13 @@
 #include <qpdf/QPDFPageDocumentHelper.hh>
 
 namespace {
-QStringList perform(const QString& actionID, const QString& target)
-{
+QStringList perform(const QString& actionID, const QString& target) {
     return FinderActionExecutor::perform(actionID, {}, target, std::nullopt, std::nullopt);
 }
 
-QString fileName(const QString& path) { return QFileInfo(path).fileName(); }
+QString fileName(const QString& path) {
+    return QFileInfo(path).fileName();
+}
 } // namespace
 
 class NewFilesTest : public QObject {
@@ -28,8 +29,7 @@ class NewFilesTest : public QObject {
     std::unique_ptr<TestEnvironment> m_environment;
     QString m_folder;
 
-    QString unpack(const QString& archive)
-    {
+    QString unpack(const QString& archive) {
         const QString into = m_environment->makeFolder(QStringLiteral("unpacked-") + fileName(archive));
         QProcess unzip;
         unzip.start(QStringLiteral("unzip"), {QStringLiteral("-q"), archive, QStringLiteral("-d"), into});
@@ -38,48 +38,58 @@ class NewFilesTest : public QObject {
     }
 
 private slots:
-    void init()
-    {
+    void init() {
         m_environment = std::make_unique<TestEnvironment>();
         m_folder = m_environment->makeFolder(QStringLiteral("target folder 目标"));
     }
     void cleanup() { m_environment.reset(); }
 
-    void uniqueNamesFillTheFirstGap()
-    {
-        QCOMPARE(fileName(perform(QStringLiteral("createTextFile"), m_folder).first()), QStringLiteral("Untitled.txt"));
-        QCOMPARE(fileName(perform(QStringLiteral("createTextFile"), m_folder).first()), QStringLiteral("Untitled 2.txt"));
+    void uniqueNamesFillTheFirstGap() {
+        QCOMPARE(fileName(perform(QStringLiteral("createTextFile"), m_folder).first()),
+                 QStringLiteral("Untitled.txt"));
+        QCOMPARE(fileName(perform(QStringLiteral("createTextFile"), m_folder).first()),
+                 QStringLiteral("Untitled 2.txt"));
         QFile::remove(m_folder + QStringLiteral("/Untitled 2.txt"));
         m_environment->writeFile(m_folder + QStringLiteral("/Untitled 3.txt"));
-        QCOMPARE(fileName(perform(QStringLiteral("createTextFile"), m_folder).first()), QStringLiteral("Untitled 2.txt"));
+        QCOMPARE(fileName(perform(QStringLiteral("createTextFile"), m_folder).first()),
+                 QStringLiteral("Untitled 2.txt"));
 
         // A lone "Untitled 2" does not block the plain name; a folder blocks a file name like a file does.
         const QString other = m_environment->makeFolder(QStringLiteral("other"));
         m_environment->writeFile(other + QStringLiteral("/Untitled 2.md"));
-        QCOMPARE(fileName(perform(QStringLiteral("createMarkdownFile"), other).first()), QStringLiteral("Untitled.md"));
+        QCOMPARE(fileName(perform(QStringLiteral("createMarkdownFile"), other).first()),
+                 QStringLiteral("Untitled.md"));
         QDir(other).mkdir(QStringLiteral("Untitled.csv"));
-        QCOMPARE(fileName(perform(QStringLiteral("createCSVFile"), other).first()), QStringLiteral("Untitled 2.csv"));
+        QCOMPARE(fileName(perform(QStringLiteral("createCSVFile"), other).first()),
+                 QStringLiteral("Untitled 2.csv"));
         // A dangling link occupies its name too.
         QFile::link(QStringLiteral("/nonexistent"), other + QStringLiteral("/Untitled.json"));
-        QCOMPARE(fileName(perform(QStringLiteral("createJSONFile"), other).first()), QStringLiteral("Untitled 2.json"));
+        QCOMPARE(fileName(perform(QStringLiteral("createJSONFile"), other).first()),
+                 QStringLiteral("Untitled 2.json"));
     }
 
-    void specialNamesKeepTheirShape()
-    {
-        QCOMPARE(fileName(perform(QStringLiteral("createGitignoreFile"), m_folder).first()), QStringLiteral(".gitignore"));
-        QCOMPARE(fileName(perform(QStringLiteral("createGitignoreFile"), m_folder).first()), QStringLiteral(".gitignore 2"));
+    void specialNamesKeepTheirShape() {
+        QCOMPARE(fileName(perform(QStringLiteral("createGitignoreFile"), m_folder).first()),
+                 QStringLiteral(".gitignore"));
+        QCOMPARE(fileName(perform(QStringLiteral("createGitignoreFile"), m_folder).first()),
+                 QStringLiteral(".gitignore 2"));
         perform(QStringLiteral("createMarkdownFile"), m_folder);
-        QCOMPARE(fileName(perform(QStringLiteral("createReadmeFile"), m_folder).first()), QStringLiteral("README.md"));
-        QCOMPARE(fileName(perform(QStringLiteral("createReadmeFile"), m_folder).first()), QStringLiteral("README 2.md"));
-        QCOMPARE(fileName(perform(QStringLiteral("createFolder"), m_folder).first()), QStringLiteral("Untitled Folder"));
-        QCOMPARE(fileName(perform(QStringLiteral("createFolder"), m_folder).first()), QStringLiteral("Untitled Folder 2"));
+        QCOMPARE(fileName(perform(QStringLiteral("createReadmeFile"), m_folder).first()),
+                 QStringLiteral("README.md"));
+        QCOMPARE(fileName(perform(QStringLiteral("createReadmeFile"), m_folder).first()),
+                 QStringLiteral("README 2.md"));
+        QCOMPARE(fileName(perform(QStringLiteral("createFolder"), m_folder).first()),
+                 QStringLiteral("Untitled Folder"));
+        QCOMPARE(fileName(perform(QStringLiteral("createFolder"), m_folder).first()),
+                 QStringLiteral("Untitled Folder 2"));
         QVERIFY(QFileInfo(m_folder + QStringLiteral("/Untitled Folder 2")).isDir());
-        QCOMPARE(UniqueName::splitExtension(QStringLiteral("a.tar.gz")), std::make_pair(QStringLiteral("a.tar"), QStringLiteral("gz")));
-        QCOMPARE(UniqueName::splitExtension(QStringLiteral(".bashrc")), std::make_pair(QStringLiteral(".bashrc"), QString()));
+        QCOMPARE(UniqueName::splitExtension(QStringLiteral("a.tar.gz")),
+                 std::make_pair(QStringLiteral("a.tar"), QStringLiteral("gz")));
+        QCOMPARE(UniqueName::splitExtension(QStringLiteral(".bashrc")),
+                 std::make_pair(QStringLiteral(".bashrc"), QString()));
     }
 
-    void textTemplatesAreExactBytes_data()
-    {
+    void textTemplatesAreExactBytes_data() {
         QTest::addColumn<QString>("actionID");
         QTest::addColumn<QByteArray>("bytes");
         QTest::newRow("text") << "createTextFile" << QByteArray();
@@ -96,15 +106,13 @@ private slots:
         QTest::newRow("js") << "createJavaScriptFile" << QByteArray();
     }
 
-    void textTemplatesAreExactBytes()
-    {
+    void textTemplatesAreExactBytes() {
         QFETCH(QString, actionID);
         QFETCH(QByteArray, bytes);
         QCOMPARE(readAll(perform(actionID, m_folder).first()), bytes);
     }
 
-    void longerStubsHaveTheirLengths()
-    {
+    void longerStubsHaveTheirLengths() {
         const QByteArray rtf = readAll(perform(QStringLiteral("createRTFDocument"), m_folder).first());
         QCOMPARE(rtf.size(), 60);
         QVERIFY(!rtf.contains('\n'));
@@ -113,14 +121,14 @@ private slots:
         QVERIFY(xml.endsWith("</root>"));
         const QByteArray html = readAll(perform(QStringLiteral("createHTMLFile"), m_folder).first());
         QCOMPARE(html.size(), 198);
-        QVERIFY(html.startsWith("<!doctype html>\n<html lang=\"en\">\n<head>\n    <meta charset=\"utf-8\">\n"));
+        QVERIFY(
+            html.startsWith("<!doctype html>\n<html lang=\"en\">\n<head>\n    <meta charset=\"utf-8\">\n"));
         QVERIFY(html.endsWith("</body>\n</html>"));
         const QByteArray ignore = readAll(perform(QStringLiteral("createGitignoreFile"), m_folder).first());
         QCOMPARE(ignore, QByteArray(".DS_Store\n.env\nnode_modules/\n.build/\nDerivedData/"));
     }
 
-    void officePackagesHoldExactlyTheirParts()
-    {
+    void officePackagesHoldExactlyTheirParts() {
         using Kind = KestroOfficeDocumentWriter::Kind;
         const std::pair<const char*, Kind> kinds[] = {{"createWordDocument", Kind::docx},
                                                       {"createExcelSpreadsheet", Kind::xlsx},
@@ -136,7 +144,8 @@ private slots:
             QCOMPARE(files.size(), entries.size());
             for (const auto& [path, text] : entries) {
                 QCOMPARE(readAll(unpacked + QLatin1Char('/') + path), text.toUtf8());
-                QVERIFY(text.startsWith(QStringLiteral("<?xml version=\"1.0\" encoding=\"UTF-8\" standalone=\"yes\"?>\n")));
+                QVERIFY(text.startsWith(
+                    QStringLiteral("<?xml version=\"1.0\" encoding=\"UTF-8\" standalone=\"yes\"?>\n")));
                 QVERIFY(!text.endsWith(QLatin1Char('\n')));
             }
         }
@@ -153,9 +162,10 @@ private slots:
         QCOMPARE(KestroOfficeDocumentWriter::entries(Kind::docx).size(), 5);
     }
 
-    void failingZipLeavesNoStagingBehind()
-    {
-        const QString fakeZip = m_environment->writeFile(QStringLiteral("bin/zip"), "#!/bin/sh\necho 'zip I/O error: No space left on device' >&2\nexit 14\n");
+    void failingZipLeavesNoStagingBehind() {
+        const QString fakeZip = m_environment->writeFile(
+            QStringLiteral("bin/zip"),
+            "#!/bin/sh\necho 'zip I/O error: No space left on device' >&2\nexit 14\n");
         QFile::setPermissions(fakeZip, QFileDevice::ReadOwner | QFileDevice::ExeOwner);
         KestroOfficeDocumentWriter::setZipPath(fakeZip);
         QString message;
@@ -166,11 +176,12 @@ private slots:
         }
         KestroOfficeDocumentWriter::setZipPath(QStringLiteral("/usr/bin/zip"));
         QCOMPARE(message, QStringLiteral("zip I/O error: No space left on device"));
-        QVERIFY(QDir(qEnvironmentVariable("TMPDIR")).entryList(QDir::AllEntries | QDir::NoDotAndDotDot).isEmpty());
+        QVERIFY(QDir(qEnvironmentVariable("TMPDIR"))
+                    .entryList(QDir::AllEntries | QDir::NoDotAndDotDot)
+                    .isEmpty());
     }
 
-    void renderedTemplatesAreBlank()
-    {
+    void renderedTemplatesAreBlank() {
         const QString pngPath = perform(QStringLiteral("createPNGImage"), m_folder).first();
         const QImage png(pngPath, "PNG");
         QCOMPARE(png.size(), QSize(1, 1));
@@ -192,11 +203,12 @@ private slots:
         QCOMPARE(box.ury - box.lly, 792.0);
     }
 
-    void creationNeedsAPlaceToCreateIn()
-    {
-        QVERIFY_THROWS_EXCEPTION(FinderActionExecutionError, perform(QStringLiteral("createTextFile"), QString()).size());
+    void creationNeedsAPlaceToCreateIn() {
+        QVERIFY_THROWS_EXCEPTION(FinderActionExecutionError,
+                                 perform(QStringLiteral("createTextFile"), QString()).size());
         try {
-            FinderActionExecutor::perform(QStringLiteral("createTextFile"), {}, std::nullopt, std::nullopt, std::nullopt);
+            FinderActionExecutor::perform(QStringLiteral("createTextFile"), {}, std::nullopt, std::nullopt,
+                                          std::nullopt);
             QFAIL("created without a target");
         } catch (const FinderActionExecutionError& error) {
             QCOMPARE(error.errorCase(), FinderActionExecutionError::Case::noTargetDirectory);

@@ -1,7 +1,7 @@
 #include "catalogue/AppPreferencesPersistence.h"
 #include "catalogue/AppPreferencesStore.h"
-#include "platform/PropertyListFile.h"
 #include "platform/linux/AutostartLoginItems.h"
+#include "platform/PropertyListFile.h"
 #include "support/FakePlatform.h"
 #include "support/TestEnvironment.h"
 
@@ -12,17 +12,19 @@ class PreferencesTest : public QObject {
 
     std::unique_ptr<TestEnvironment> m_environment;
 
-    static QVariantMap stored() { return PropertyListFile::read(AppPreferencesPersistence::fileURL()).value_or(QVariant()).toMap(); }
+    static QVariantMap stored() {
+        return PropertyListFile::read(AppPreferencesPersistence::fileURL()).value_or(QVariant()).toMap();
+    }
 
 private slots:
     void init() { m_environment = std::make_unique<TestEnvironment>(); }
     void cleanup() { m_environment.reset(); }
 
-    void missingOrBrokenFilesLoadAsDefaults()
-    {
+    void missingOrBrokenFilesLoadAsDefaults() {
         QCOMPARE(AppPreferencesPersistence::load(), AppPreferences({false, true, false}));
-        for (const QByteArray& junk : {QByteArray("not a plist"), QByteArray("bplist00\x01\x02"), QByteArray(),
-                                       QByteArray("<?xml version=\"1.0\"?><plist><array><true/></array></plist>")}) {
+        for (const QByteArray& junk :
+             {QByteArray("not a plist"), QByteArray("bplist00\x01\x02"), QByteArray(),
+              QByteArray("<?xml version=\"1.0\"?><plist><array><true/></array></plist>")}) {
             m_environment->writeFile(AppPreferencesPersistence::fileURL(), junk);
             QCOMPARE(AppPreferencesPersistence::load(), AppPreferences({false, true, false}));
         }
@@ -34,8 +36,7 @@ private slots:
         QCOMPARE(AppPreferencesPersistence::load(), AppPreferences({true, true, false}));
     }
 
-    void theLoginItemFollowsTheSystem()
-    {
+    void theLoginItemFollowsTheSystem() {
         FakePlatform::loginItems().enabled = false;
         AppPreferencesPersistence::save({true, false, true});
         AppPreferencesStore store;
@@ -47,8 +48,7 @@ private slots:
         QCOMPARE(stored().value(QStringLiteral("revealCreatedItems")), QVariant(true));
     }
 
-    void aRefusedRegistrationIsRolledBack()
-    {
+    void aRefusedRegistrationIsRolledBack() {
         AppPreferencesStore store;
         QSignalSpy changes(&store, &AppPreferencesStore::launchAtLoginChanged);
         FakePlatform::loginItems().refuses = true;
@@ -64,8 +64,7 @@ private slots:
         QCOMPARE(stored().value(QStringLiteral("launchAtLogin")), QVariant(true));
     }
 
-    void turningOffWhatTheSystemAlreadyHasOffStillSaves()
-    {
+    void turningOffWhatTheSystemAlreadyHasOffStillSaves() {
         FakePlatform::loginItems().enabled = true;
         AppPreferencesStore store;
         QVERIFY(store.launchAtLogin());
@@ -75,8 +74,7 @@ private slots:
         QCOMPARE(stored().value(QStringLiteral("launchAtLogin")), QVariant(false));
     }
 
-    void revealSwitchesSaveAtOnce()
-    {
+    void revealSwitchesSaveAtOnce() {
         AppPreferencesStore store;
         store.setRevealCreatedItems(true);
         QCOMPARE(AppPreferencesPersistence::load().revealCreatedItems, true);
@@ -84,13 +82,13 @@ private slots:
         QCOMPARE(AppPreferencesPersistence::load(), AppPreferences({true, false, false}));
     }
 
-    void autostartEntryStartsKestroAsALoginItem()
-    {
+    void autostartEntryStartsKestroAsALoginItem() {
         AutostartLoginItems items;
         QVERIFY(!items.isEnabled());
         items.setEnabled(true);
         QVERIFY(items.isEnabled());
-        const QByteArray entry = readAll(m_environment->home() + QStringLiteral("/.config/autostart/kestro.desktop"));
+        const QByteArray entry =
+            readAll(m_environment->home() + QStringLiteral("/.config/autostart/kestro.desktop"));
         QVERIFY(entry.startsWith("[Desktop Entry]\n"));
         QVERIFY(entry.contains("\" --login-item\n"));
         QVERIFY(entry.contains("\nType=Application\n"));

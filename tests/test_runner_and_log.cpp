@@ -15,16 +15,13 @@ class RunnerAndLogTest : public QObject {
 
     std::unique_ptr<TestEnvironment> m_environment;
 
-    QString script(const QString& name, const QByteArray& body)
-    {
+    QString script(const QString& name, const QByteArray& body) {
         const QString path = m_environment->writeFile(QStringLiteral("bin/") + name, "#!/bin/sh\n" + body);
         QFile::setPermissions(path, QFileDevice::ReadOwner | QFileDevice::WriteOwner | QFileDevice::ExeOwner);
         return path;
     }
 
-    template <typename Action>
-    QString failureText(Action action)
-    {
+    template <typename Action> QString failureText(Action action) {
         try {
             action();
         } catch (const FinderActionExecutionError& error) {
@@ -37,25 +34,26 @@ private slots:
     void init() { m_environment = std::make_unique<TestEnvironment>(); }
     void cleanup() { m_environment.reset(); }
 
-    void failingToolReportsItsStandardError()
-    {
+    void failingToolReportsItsStandardError() {
         const QString tool = script(QStringLiteral("word"), "printf 'word\\n' >&2\nexit 1\n");
         QCOMPARE(failureText([&] { ProcessRunner::runProcess(tool, {}); }), QStringLiteral("word"));
         QCOMPARE(failureText([&] { ProcessRunner::runProcessOutput(tool, {}); }), QStringLiteral("word"));
 
         const QString silent = script(QStringLiteral("silent"), "exit 3\n");
-        QCOMPARE(failureText([&] { ProcessRunner::runProcess(silent, {}); }), QStringLiteral("系统命令执行失败。"));
+        QCOMPARE(failureText([&] { ProcessRunner::runProcess(silent, {}); }),
+                 QStringLiteral("系统命令执行失败。"));
 
         // Standard error that is not UTF-8 is replaced by the tool's own name.
         const QString binary = script(QStringLiteral("binary-noise"), "printf '\\377\\376' >&2\nexit 1\n");
         QCOMPARE(failureText([&] { ProcessRunner::runProcess(binary, {}); }), QStringLiteral("binary-noise"));
     }
 
-    void argumentsReachTheToolUnchangedAndOutputIsUntrimmed()
-    {
-        const QString echo = script(QStringLiteral("echo-args"), "for a in \"$@\"; do printf '[%s]' \"$a\"; done\npwd\n");
-        const QStringList awkward{QStringLiteral("-n"), QStringLiteral("a b"), QStringLiteral("it's \"quoted\""),
-                                  QStringLiteral("line\nbreak"), QStringLiteral("文件 ü"), QStringLiteral("$HOME")};
+    void argumentsReachTheToolUnchangedAndOutputIsUntrimmed() {
+        const QString echo =
+            script(QStringLiteral("echo-args"), "for a in \"$@\"; do printf '[%s]' \"$a\"; done\npwd\n");
+        const QStringList awkward{
+            QStringLiteral("-n"),          QStringLiteral("a b"),    QStringLiteral("it's \"quoted\""),
+            QStringLiteral("line\nbreak"), QStringLiteral("文件 ü"), QStringLiteral("$HOME")};
         const QString output = ProcessRunner::runProcessOutput(echo, awkward);
         QVERIFY(output.startsWith(QStringLiteral("[-n][a b][it's \"quoted\"][line\nbreak][文件 ü][$HOME]")));
         QVERIFY(output.endsWith(QLatin1Char('\n')));
@@ -66,13 +64,12 @@ private slots:
         QVERIFY(QFile::exists(folder + QStringLiteral("/made-here")));
     }
 
-    void launchFailureIsAPlatformError()
-    {
-        QVERIFY_THROWS_EXCEPTION(PlatformError, ProcessRunner::runProcess(QStringLiteral("/nonexistent/tool"), {}));
+    void launchFailureIsAPlatformError() {
+        QVERIFY_THROWS_EXCEPTION(PlatformError,
+                                 ProcessRunner::runProcess(QStringLiteral("/nonexistent/tool"), {}));
     }
 
-    void scriptProcessTimesOutWithoutThrowing()
-    {
+    void scriptProcessTimesOutWithoutThrowing() {
         ProcessRunner::setAppleScriptRunnerPath(script(QStringLiteral("slow-osascript"), "sleep 10\n"));
         QElapsedTimer timer;
         timer.start();
@@ -80,40 +77,40 @@ private slots:
         QVERIFY(timer.elapsed() < 5000);
         QVERIFY(m_environment->logText().endsWith(QStringLiteral("] osascript timed out after 1.0s\n")));
 
-        ProcessRunner::setAppleScriptRunnerPath(script(QStringLiteral("failing-osascript"), "echo 'no such window' >&2; exit 1\n"));
+        ProcessRunner::setAppleScriptRunnerPath(
+            script(QStringLiteral("failing-osascript"), "echo 'no such window' >&2; exit 1\n"));
         QCOMPARE(failureText([] { ProcessRunner::runAppleScriptProcess(QStringLiteral("x"), 3.0); }),
                  QStringLiteral("no such window"));
         ProcessRunner::setAppleScriptRunnerPath(script(QStringLiteral("mute-osascript"), "exit 1\n"));
         QCOMPARE(failureText([] { ProcessRunner::runAppleScriptProcess(QStringLiteral("x"), 3.0); }),
                  QStringLiteral("AppleScript failed"));
-        ProcessRunner::setAppleScriptRunnerPath(script(QStringLiteral("good-osascript"), "test \"$1\" = -e && test \"$2\" = 'say \"hi\"'\n"));
+        ProcessRunner::setAppleScriptRunnerPath(
+            script(QStringLiteral("good-osascript"), "test \"$1\" = -e && test \"$2\" = 'say \"hi\"'\n"));
         ProcessRunner::runAppleScriptProcess(QStringLiteral("say \"hi\""), 3.0);
     }
 
-    void durationsAreWrittenAsDecimals()
-    {
+    void durationsAreWrittenAsDecimals() {
         QCOMPARE(ProcessRunner::decimalText(3.0), QStringLiteral("3.0"));
         QCOMPARE(ProcessRunner::decimalText(0.25), QStringLiteral("0.25"));
         QCOMPARE(ProcessRunner::decimalText(120), QStringLiteral("120.0"));
     }
 
-    void appleScriptListsEscapeOnlyQuotes()
-    {
+    void appleScriptListsEscapeOnlyQuotes() {
         QCOMPARE(ProcessRunner::appleScriptList({}), QStringLiteral("{}"));
         QCOMPARE(ProcessRunner::appleScriptList({QStringLiteral("/a b"), QStringLiteral("say \"x\"")}),
                  QStringLiteral("{\"/a b\", \"say \\\"x\\\"\"}"));
         QCOMPARE(ProcessRunner::appleScriptList({QStringLiteral("ends\\")}), QStringLiteral("{\"ends\\\"}"));
     }
 
-    void logLinesAreAppendedInTheFixedFormat()
-    {
+    void logLinesAreAppendedInTheFixedFormat() {
         const QString path = m_environment->kestroTmp() + QStringLiteral("/kestro-app-action.log");
         QVERIFY(!QFile::exists(path));
         DiagnosticLog::append(QStringLiteral("first 行"));
         DiagnosticLog::append(QStringLiteral("second"));
         const QStringList lines = m_environment->logText().split(QLatin1Char('\n'));
         QCOMPARE(lines.size(), 3);
-        const QRegularExpression format(QStringLiteral(R"(^\[\d{4}-\d\d-\d\d \d\d:\d\d:\d\d \+0000\] (.*)$)"));
+        const QRegularExpression format(
+            QStringLiteral(R"(^\[\d{4}-\d\d-\d\d \d\d:\d\d:\d\d \+0000\] (.*)$)"));
         QCOMPARE(format.match(lines.at(0)).captured(1), QStringLiteral("first 行"));
         QCOMPARE(format.match(lines.at(1)).captured(1), QStringLiteral("second"));
         QCOMPARE(lines.at(2), QString());
@@ -122,22 +119,22 @@ private slots:
         QCOMPARE(status.st_mode & 0777, mode_t(0600));
 
         const QDateTime moment(QDate(2026, 1, 2), QTime(3, 4, 5), QTimeZone::utc());
-        QCOMPARE(DiagnosticLog::formatLine(QStringLiteral("m"), moment), QByteArray("[2026-01-02 03:04:05 +0000] m\n"));
+        QCOMPARE(DiagnosticLog::formatLine(QStringLiteral("m"), moment),
+                 QByteArray("[2026-01-02 03:04:05 +0000] m\n"));
     }
 
-    void logNeverFollowsALinkPlantedInItsPlace()
-    {
+    void logNeverFollowsALinkPlantedInItsPlace() {
         const QString victim = m_environment->writeFile(QStringLiteral("victim.txt"), "untouched");
         QVERIFY(QFile::link(victim, m_environment->kestroTmp() + QStringLiteral("/kestro-app-action.log")));
         DiagnosticLog::append(QStringLiteral("redirected?"));
         QCOMPARE(readAll(victim), QByteArray("untouched"));
     }
 
-    void logOwnedBySomeoneElseIsLeftAlone()
-    {
+    void logOwnedBySomeoneElseIsLeftAlone() {
         if (::geteuid() != 0)
             QSKIP("needs root to give the log to another account");
-        const QString path = m_environment->writeFile(m_environment->kestroTmp() + QStringLiteral("/kestro-app-action.log"), "theirs\n");
+        const QString path = m_environment->writeFile(
+            m_environment->kestroTmp() + QStringLiteral("/kestro-app-action.log"), "theirs\n");
         QVERIFY(::chown(QFile::encodeName(path).constData(), 65534, 65534) == 0);
         DiagnosticLog::append(QStringLiteral("ours"));
         QCOMPARE(readAll(path), QByteArray("theirs\n"));

@@ -4,8 +4,8 @@
 #include "support/FakePlatform.h"
 #include "support/TestEnvironment.h"
 
-#include <QUrlQuery>
 #include <QtTest>
+#include <QUrlQuery>
 
 class UrlIntakeTest : public QObject {
     Q_OBJECT
@@ -14,64 +14,63 @@ class UrlIntakeTest : public QObject {
     QDateTime m_now;
     std::unique_ptr<FinderSelectionModel> m_model;
 
-    QStringList logLines() const
-    {
+    QStringList logLines() const {
         QStringList lines;
         for (const QString& line : m_environment->logText().split(QLatin1Char('\n'), Qt::SkipEmptyParts))
-            lines.append(line.startsWith(QLatin1Char('[')) ? line.mid(line.indexOf(QStringLiteral("] ")) + 2) : line);
+            lines.append(line.startsWith(QLatin1Char('[')) ? line.mid(line.indexOf(QStringLiteral("] ")) + 2)
+                                                           : line);
         return lines;
     }
 
     bool handle(const QString& url) { return m_model->handleIncomingURL(url); }
 
 private slots:
-    void init()
-    {
+    void init() {
         m_environment = std::make_unique<TestEnvironment>();
         m_now = QDateTime(QDate(2026, 3, 1), QTime(12, 0), QTimeZone::utc());
         m_model = std::make_unique<FinderSelectionModel>(nullptr, [this] { return m_now; });
     }
-    void cleanup()
-    {
+    void cleanup() {
         m_model.reset();
         m_environment.reset();
     }
 
-    void queryItemsBecomeTheRequest()
-    {
+    void queryItemsBecomeTheRequest() {
         const QString url = QStringLiteral(
             "kestro://finder-action?path=/b%20c/2.txt&actionID=completed&target=/first&path=/a/%E6%96%87.txt"
             "&target=/second&path=&path=/line%0Abreak&destinationPath=/dest%20ination&destination=/ignored"
             "&action=%E5%A4%8D%E5%88%B6&unknown=x&presetID=p1");
         QVERIFY(handle(url));
-        const QStringList expected{QStringLiteral("/b c/2.txt"), QStringLiteral("/a/文.txt"), QStringLiteral("/line\nbreak")};
+        const QStringList expected{QStringLiteral("/b c/2.txt"), QStringLiteral("/a/文.txt"),
+                                   QStringLiteral("/line\nbreak")};
         QCOMPARE(m_model->selectedFiles(), expected);
         QCOMPARE(m_model->lastActionTitle(), QStringLiteral("复制"));
         QVERIFY(FakePlatform::scripting().scriptsRun.isEmpty());
         const QStringList lines = logLines();
         QCOMPARE(lines.size(), 3); // the path with a line break breaks the first entry in two
-        QVERIFY(lines.at(0).startsWith(QStringLiteral("action=completed passed=3 selected=[\"/b c/2.txt\", \"/a/文.txt\", \"/line")));
-        QVERIFY(lines.at(1).startsWith(QStringLiteral("break\"] target=/first destination=/dest ination url=kestro://finder-action?")));
+        QVERIFY(lines.at(0).startsWith(
+            QStringLiteral("action=completed passed=3 selected=[\"/b c/2.txt\", \"/a/文.txt\", \"/line")));
+        QVERIFY(lines.at(1).startsWith(
+            QStringLiteral("break\"] target=/first destination=/dest ination url=kestro://finder-action?")));
         QCOMPARE(lines.at(2), QStringLiteral("action succeeded: completed"));
     }
 
-    void encodingArrivesIntactOrNotAtAll()
-    {
+    void encodingArrivesIntactOrNotAtAll() {
         QVERIFY(!handle(QStringLiteral("kestro://finder-action?%zz%=%%&path=/50%25%20off%G1&target=/t")));
         QVERIFY(m_environment->logText().isEmpty());
-        QVERIFY(handle(QStringLiteral("kestro://finder-action?path=/50%25%20off%2B'%22q%22&path=/raw space/文件&target=/t")));
-        QCOMPARE(m_model->selectedFiles(), QStringList({QStringLiteral("/50% off+'\"q\""), QStringLiteral("/raw space/文件")}));
+        QVERIFY(handle(QStringLiteral(
+            "kestro://finder-action?path=/50%25%20off%2B'%22q%22&path=/raw space/文件&target=/t")));
+        QCOMPARE(m_model->selectedFiles(),
+                 QStringList({QStringLiteral("/50% off+'\"q\""), QStringLiteral("/raw space/文件")}));
     }
 
-    void aMissingActionIDIsTheNoOp()
-    {
+    void aMissingActionIDIsTheNoOp() {
         QVERIFY(handle(QStringLiteral("kestro://finder-action?path=/x&target=/y&actionID=")));
         QCOMPARE(logLines().last(), QStringLiteral("action succeeded: completed"));
         QVERIFY(!m_model->lastActionTitle());
     }
 
-    void foreignUrlsDoNothing()
-    {
+    void foreignUrlsDoNothing() {
         QVERIFY(!handle(QStringLiteral("https://finder-action?actionID=createFolder&target=/tmp")));
         QVERIFY(!handle(QStringLiteral("KESTRO://finder-action?actionID=createFolder&target=/tmp")));
         QVERIFY(!handle(QStringLiteral("kestro://other-host?actionID=createFolder&target=/tmp")));
@@ -80,8 +79,7 @@ private slots:
         QVERIFY(FakePlatform::prompts().asked.isEmpty());
     }
 
-    void theSameUrlWithinASecondRunsOnce()
-    {
+    void theSameUrlWithinASecondRunsOnce() {
         const QString url = QStringLiteral("kestro://finder-action?actionID=completed&path=/p&target=/t");
         QVERIFY(handle(url));
         m_now = m_now.addMSecs(500);
@@ -95,8 +93,7 @@ private slots:
         QCOMPARE(m_environment->logText().count(QStringLiteral("action succeeded: completed")), 4);
     }
 
-    void theFileManagerFillsInWhatIsMissing()
-    {
+    void theFileManagerFillsInWhatIsMissing() {
         FakePlatform::scripting().selection = {QStringLiteral("/finder/one"), QStringLiteral("/finder/dir/")};
         FakePlatform::scripting().frontWindow = QStringLiteral("/finder/window/");
 
@@ -104,25 +101,26 @@ private slots:
         QCOMPARE(m_model->selectedFiles(), QStringList{QStringLiteral("/passed")});
         QVERIFY(logLines().at(0).contains(QStringLiteral(" target=/finder/window/ ")));
         QCOMPARE(FakePlatform::scripting().scriptsRun,
-                 QStringList({FinderCurrentContext::selectionScript, FinderCurrentContext::frontWindowTargetScript}));
+                 QStringList(
+                     {FinderCurrentContext::selectionScript, FinderCurrentContext::frontWindowTargetScript}));
 
         QVERIFY(handle(QStringLiteral("kestro://finder-action?actionID=completed&target=/mine")));
-        QCOMPARE(m_model->selectedFiles(), QStringList({QStringLiteral("/finder/one"), QStringLiteral("/finder/dir/")}));
+        QCOMPARE(m_model->selectedFiles(),
+                 QStringList({QStringLiteral("/finder/one"), QStringLiteral("/finder/dir/")}));
         QVERIFY(logLines().at(2).contains(QStringLiteral(" passed=0 ")));
         QVERIFY(logLines().at(2).contains(QStringLiteral(" target=/mine ")));
     }
 
-    void failuresAreLoggedNotShown()
-    {
+    void failuresAreLoggedNotShown() {
         QVERIFY(!handle(QStringLiteral("kestro://finder-action?actionID=createFolder")));
         const QStringList lines = logLines();
-        QCOMPARE(lines.at(1), QStringLiteral("action=createFolder error=没有找到可以执行操作的 Finder 目录。"));
+        QCOMPARE(lines.at(1),
+                 QStringLiteral("action=createFolder error=没有找到可以执行操作的 Finder 目录。"));
         QCOMPARE(lines.at(2), QStringLiteral("suppressed error alert: 没有找到可以执行操作的 Finder 目录。"));
         QCOMPARE(m_model->lastErrorDescription(), QStringLiteral("没有找到可以执行操作的 Finder 目录。"));
     }
 
-    void featureRequestsOpenAPrefilledMail()
-    {
+    void featureRequestsOpenAPrefilledMail() {
         FakePlatform::prompts().featureRequestAnswers = {QStringLiteral("批量加水印\n& more + 100%")};
         QVERIFY(handle(QStringLiteral("kestro://feature-request")));
         QVERIFY(!handle(QStringLiteral("kestro://feature-request"))); // the duplicate filter applies here too
@@ -131,9 +129,11 @@ private slots:
         QCOMPARE(mail.scheme(), QStringLiteral("mailto"));
         QCOMPARE(mail.path(), FeatureRequestMailer::supportAddress);
         const QUrlQuery query(mail);
-        QCOMPARE(query.queryItemValue(QStringLiteral("subject"), QUrl::FullyDecoded), QStringLiteral("Kestro 新功能请求"));
+        QCOMPARE(query.queryItemValue(QStringLiteral("subject"), QUrl::FullyDecoded),
+                 QStringLiteral("Kestro 新功能请求"));
         const QString body = query.queryItemValue(QStringLiteral("body"), QUrl::FullyDecoded);
-        QVERIFY(body.startsWith(QStringLiteral("我想请求 Kestro 增加这个功能：\n\n批量加水印\n& more + 100%\n\n---\nApp: Kestro ")));
+        QVERIFY(body.startsWith(QStringLiteral(
+            "我想请求 Kestro 增加这个功能：\n\n批量加水印\n& more + 100%\n\n---\nApp: Kestro ")));
         QCOMPARE(body, FeatureRequestMailer::mailBody(QStringLiteral("批量加水印\n& more + 100%")));
 
         m_now = m_now.addSecs(2);

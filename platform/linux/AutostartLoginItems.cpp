@@ -9,10 +9,11 @@
 #include <QFile>
 #include <QSaveFile>
 
-QString AutostartLoginItems::entryPath() { return KestroPaths::autostartDirectory() + QStringLiteral("/kestro.desktop"); }
+QString AutostartLoginItems::entryPath() {
+    return KestroPaths::autostartDirectory() + QStringLiteral("/kestro.desktop");
+}
 
-bool AutostartLoginItems::isEnabled()
-{
+bool AutostartLoginItems::isEnabled() {
     QFile file(entryPath());
     if (!file.open(QIODevice::ReadOnly))
         return false;
@@ -21,18 +22,19 @@ bool AutostartLoginItems::isEnabled()
     return !contents.contains("\nHidden=true") && !contents.contains("\nX-GNOME-Autostart-enabled=false");
 }
 
-void AutostartLoginItems::setEnabled(bool enabled)
-{
+void AutostartLoginItems::setEnabled(bool enabled) {
     const QString path = entryPath();
     if (!enabled) {
         if (QFile::exists(path) && !QFile::remove(path))
-            throw PlatformError(QCoreApplication::translate("AutostartLoginItems", "无法移除登录启动项：%1").arg(path));
+            throw PlatformError(
+                QCoreApplication::translate("AutostartLoginItems", "无法移除登录启动项：%1").arg(path));
         return;
     }
     QString executable = QCoreApplication::applicationFilePath();
     if (executable.isEmpty())
         executable = QStringLiteral("kestro");
-    executable.replace(QLatin1Char('\\'), QStringLiteral("\\\\")).replace(QLatin1Char('"'), QStringLiteral("\\\""));
+    executable.replace(QLatin1Char('\\'), QStringLiteral("\\\\"))
+        .replace(QLatin1Char('"'), QStringLiteral("\\\""));
     const QByteArray entry = QStringLiteral("[Desktop Entry]\n"
                                             "Type=Application\n"
                                             "Name=Kestro\n"
@@ -43,9 +45,12 @@ void AutostartLoginItems::setEnabled(bool enabled)
                                  .arg(executable)
                                  .toUtf8();
     QSaveFile file(path);
-    if (!QDir().mkpath(KestroPaths::autostartDirectory()) || !file.open(QIODevice::WriteOnly)
-        || file.write(entry) != entry.size() || !file.commit())
-        throw PlatformError(QCoreApplication::translate("AutostartLoginItems", "无法写入登录启动项：%1").arg(path));
+    if (!QDir().mkpath(KestroPaths::autostartDirectory()) || !file.open(QIODevice::WriteOnly) ||
+        file.write(entry) != entry.size() || !file.commit())
+        throw PlatformError(
+            QCoreApplication::translate("AutostartLoginItems", "无法写入登录启动项：%1").arg(path));
 }
 
-std::shared_ptr<LoginItems> createSystemLoginItems() { return std::make_shared<AutostartLoginItems>(); }
+std::shared_ptr<LoginItems> createSystemLoginItems() {
+    return std::make_shared<AutostartLoginItems>();
+}

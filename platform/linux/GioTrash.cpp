@@ -6,8 +6,7 @@
 #include "platform/KestroError.h"
 #include "platform/Platform.h"
 
-void GioTrash::moveToTrash(const QString& path)
-{
+void GioTrash::moveToTrash(const QString& path) {
     GFile* file = g_file_new_for_path(path.toUtf8().constData());
     GError* error = nullptr;
     const gboolean moved = g_file_trash(file, nullptr, &error);
@@ -20,4 +19,6 @@ void GioTrash::moveToTrash(const QString& path)
     throw PlatformError(message);
 }
 
-std::shared_ptr<Trash> createSystemTrash() { return std::make_shared<GioTrash>(); }
+std::shared_ptr<Trash> createSystemTrash() {
+    return std::make_shared<GioTrash>();
+}

@@ -13,27 +13,22 @@ struct Fakes {
     std::shared_ptr<FakeNotifications> notifications;
 };
 
-Fakes& fakes()
-{
+Fakes& fakes() {
     static Fakes instance;
     return instance;
 }
 
-template <typename T>
-std::optional<T> takeFirst(QList<std::optional<T>>& answers)
-{
+template <typename T> std::optional<T> takeFirst(QList<std::optional<T>>& answers) {
     return answers.isEmpty() ? std::nullopt : answers.takeFirst();
 }
 } // namespace
 
-bool FakeWorkspace::openUrl(const QUrl& url)
-{
+bool FakeWorkspace::openUrl(const QUrl& url) {
     openedUrls.append(url);
     return openUrlSucceeds;
 }
 
-bool FakeClipboard::setText(const QString& text)
-{
+bool FakeClipboard::setText(const QString& text) {
     ++writes;
     if (refuses)
         return false;
@@ -41,85 +36,73 @@ bool FakeClipboard::setText(const QString& text)
     return true;
 }
 
-std::optional<QString> FakePrompts::promptText(const QString& title, const QString& message)
-{
+std::optional<QString> FakePrompts::promptText(const QString& title, const QString& message) {
     asked << title << message;
     return takeFirst(textAnswers);
 }
 
-std::optional<std::pair<QString, QString>> FakePrompts::promptTwoTexts(const QString& title, const QString& firstLabel,
-                                                                       const QString& secondLabel)
-{
+std::optional<std::pair<QString, QString>>
+FakePrompts::promptTwoTexts(const QString& title, const QString& firstLabel, const QString& secondLabel) {
     asked << title << firstLabel << secondLabel;
     return takeFirst(twoTextAnswers);
 }
 
-std::optional<QString> FakePrompts::chooseDirectory(const QString& buttonLabel)
-{
+std::optional<QString> FakePrompts::chooseDirectory(const QString& buttonLabel) {
     asked << buttonLabel;
     return takeFirst(directoryAnswers);
 }
 
-std::optional<QString> FakePrompts::chooseItem(const OpenPanelRequest& request)
-{
+std::optional<QString> FakePrompts::chooseItem(const OpenPanelRequest& request) {
     asked << request.title << request.buttonLabel;
     panels.append(request);
     return takeFirst(itemAnswers);
 }
 
 std::optional<QString> FakePrompts::chooseShortcutName(const QString& title, const QString& message,
-                                                       const QString& placeholder, const QStringList& names)
-{
+                                                       const QString& placeholder, const QStringList& names) {
     asked << title << message << placeholder;
     shortcutNameLists.append(names);
     return takeFirst(shortcutNameAnswers);
 }
 
-std::optional<QString> FakePrompts::requestFeatureText()
-{
+std::optional<QString> FakePrompts::requestFeatureText() {
     asked << QStringLiteral("feature-request");
     return takeFirst(featureRequestAnswers);
 }
 
-QStringList FakeFileManagerScripting::runListScript(const QString& source)
-{
+QStringList FakeFileManagerScripting::runListScript(const QString& source) {
     scriptsRun.append(source);
     return selection;
 }
 
-std::optional<QString> FakeFileManagerScripting::runStringScript(const QString& source)
-{
+std::optional<QString> FakeFileManagerScripting::runStringScript(const QString& source) {
     scriptsRun.append(source);
     return frontWindow;
 }
 
-QString FakeFileManagerScripting::runScriptOutput(const QString& source)
-{
+QString FakeFileManagerScripting::runScriptOutput(const QString& source) {
     scriptsRun.append(source);
     return {};
 }
 
-void FakeTrash::moveToTrash(const QString& path)
-{
+void FakeTrash::moveToTrash(const QString& path) {
     if (refused.contains(path))
         throw PlatformError(QStringLiteral("trash refused %1").arg(path));
     trashed.append(path);
 }
 
-void FakeLoginItems::setEnabled(bool value)
-{
+void FakeLoginItems::setEnabled(bool value) {
     if (refuses)
         throw PlatformError(QStringLiteral("login item refused"));
     value ? ++registrations : ++unregistrations;
     enabled = value;
 }
 
-void FakePlatform::install()
-{
+void FakePlatform::install() {
     Fakes& all = fakes();
-    all = Fakes{std::make_shared<FakeWorkspace>(),     std::make_shared<FakeClipboard>(),
-                std::make_shared<FakePrompts>(),       std::make_shared<FakeFileManagerScripting>(),
-                std::make_shared<FakeTrash>(),         std::make_shared<FakeLoginItems>(),
+    all = Fakes{std::make_shared<FakeWorkspace>(),    std::make_shared<FakeClipboard>(),
+                std::make_shared<FakePrompts>(),      std::make_shared<FakeFileManagerScripting>(),
+                std::make_shared<FakeTrash>(),        std::make_shared<FakeLoginItems>(),
                 std::make_shared<FakeNotifications>()};
     Platform::setWorkspace(all.workspace);
     Platform::setClipboard(all.clipboard);
@@ -130,10 +113,24 @@ void FakePlatform::install()
     Platform::setNotifications(all.notifications);
 }
 
-FakeWorkspace& FakePlatform::workspace() { return *fakes().workspace; }
-FakeClipboard& FakePlatform::clipboard() { return *fakes().clipboard; }
-FakePrompts& FakePlatform::prompts() { return *fakes().prompts; }
-FakeFileManagerScripting& FakePlatform::scripting() { return *fakes().scripting; }
-FakeTrash& FakePlatform::trash() { return *fakes().trash; }
-FakeLoginItems& FakePlatform::loginItems() { return *fakes().loginItems; }
-FakeNotifications& FakePlatform::notifications() { return *fakes().notifications; }
+FakeWorkspace& FakePlatform::workspace() {
+    return *fakes().workspace;
+}
+FakeClipboard& FakePlatform::clipboard() {
+    return *fakes().clipboard;
+}
+FakePrompts& FakePlatform::prompts() {
+    return *fakes().prompts;
+}
+FakeFileManagerScripting& FakePlatform::scripting() {
+    return *fakes().scripting;
+}
+FakeTrash& FakePlatform::trash() {
+    return *fakes().trash;
+}
+FakeLoginItems& FakePlatform::loginItems() {
+    return *fakes().loginItems;
+}
+FakeNotifications& FakePlatform::notifications() {
+    return *fakes().notifications;
+}

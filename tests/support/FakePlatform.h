@@ -2,11 +2,11 @@
 
 #include "platform/Platform.h"
 
+#include <memory>
+#include <optional>
 #include <QHash>
 #include <QList>
 #include <QStringList>
-#include <memory>
-#include <optional>
 #include <utility>
 
 // Fakes that record what was asked and answer as told.
@@ -21,14 +21,14 @@ public:
 
     bool openUrl(const QUrl& url) override;
     void selectItems(const QStringList& paths) override { selections.append(paths); }
-    void openWithApplication(const QString& applicationPath, const QStringList& paths) override
-    {
+    void openWithApplication(const QString& applicationPath, const QStringList& paths) override {
         launches.append({applicationPath, paths});
     }
-    QString applicationPath(const QString& identifier) override { return installedApplications.value(identifier); }
+    QString applicationPath(const QString& identifier) override {
+        return installedApplications.value(identifier);
+    }
     bool terminalInstalled = true;
-    bool openTerminal(const QString& directory) override
-    {
+    bool openTerminal(const QString& directory) override {
         if (!terminalInstalled)
             return false;
         terminals.append(directory);
@@ -57,8 +57,8 @@ public:
     QList<std::optional<QString>> featureRequestAnswers;
     QList<std::optional<QString>> itemAnswers;
     QList<std::optional<QString>> shortcutNameAnswers;
-    QStringList asked; // titles, labels and button prompts, in order
-    QList<OpenPanelRequest> panels; // every open panel shown, as asked
+    QStringList asked;                    // titles, labels and button prompts, in order
+    QList<OpenPanelRequest> panels;       // every open panel shown, as asked
     QList<QStringList> shortcutNameLists; // the names every shortcut picker offered
 
     std::optional<QString> promptText(const QString& title, const QString& message) override;

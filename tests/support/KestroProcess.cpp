@@ -1,9 +1,10 @@
 #include "support/KestroProcess.h"
 
-QString KestroProcess::binary() { return qEnvironmentVariable("KESTRO_BINARY"); }
+QString KestroProcess::binary() {
+    return qEnvironmentVariable("KESTRO_BINARY");
+}
 
-QProcessEnvironment KestroProcess::environment()
-{
+QProcessEnvironment KestroProcess::environment() {
     QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
     environment.insert(QStringLiteral("QT_QPA_PLATFORM"), QStringLiteral("offscreen"));
     environment.remove(QStringLiteral("DISPLAY"));
@@ -11,12 +12,11 @@ QProcessEnvironment KestroProcess::environment()
     return environment;
 }
 
-KestroProcess KestroProcess::run(const QStringList& arguments, int timeoutMilliseconds)
-{
+KestroProcess KestroProcess::run(const QStringList& arguments, int timeoutMilliseconds) {
     QProcess process;
     process.setProcessEnvironment(environment());
     process.start(binary(), arguments);
     process.waitForFinished(timeoutMilliseconds);
-    return {process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -1, process.readAllStandardOutput(),
-            process.readAllStandardError()};
+    return {process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -1,
+            process.readAllStandardOutput(), process.readAllStandardError()};
 }

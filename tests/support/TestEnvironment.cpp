@@ -8,8 +8,9 @@
 #include <QFileInfo>
 
 namespace {
-const char* const variables[] = {"HOME",       "XDG_CONFIG_HOME", "XDG_DATA_HOME", "XDG_CACHE_HOME",
-                                 "XDG_RUNTIME_DIR", "TMPDIR",     "KESTRO_TMPDIR"};
+const char* const variables[] = {"HOME",           "XDG_CONFIG_HOME", "XDG_DATA_HOME",
+                                 "XDG_CACHE_HOME", "XDG_RUNTIME_DIR", "TMPDIR",
+                                 "KESTRO_TMPDIR"};
 }
 
 namespace {
@@ -17,8 +18,7 @@ namespace {
 int liveEnvironments = 0;
 } // namespace
 
-TestEnvironment::TestEnvironment()
-{
+TestEnvironment::TestEnvironment() {
     if (liveEnvironments++ != 0)
         qFatal("TestEnvironment: reset the previous environment before making a new one");
     for (const char* name : variables)
@@ -26,7 +26,8 @@ TestEnvironment::TestEnvironment()
     const QString base = m_root.path();
     for (const char* folder : {"home", "kestro-tmp", "tmp", "runtime"})
         QDir().mkpath(base + QLatin1Char('/') + QLatin1String(folder));
-    QFile::setPermissions(base + QStringLiteral("/runtime"), QFileDevice::ReadOwner | QFileDevice::WriteOwner | QFileDevice::ExeOwner);
+    QFile::setPermissions(base + QStringLiteral("/runtime"),
+                          QFileDevice::ReadOwner | QFileDevice::WriteOwner | QFileDevice::ExeOwner);
     qputenv("HOME", (base + QStringLiteral("/home")).toUtf8());
     qunsetenv("XDG_CONFIG_HOME");
     qunsetenv("XDG_DATA_HOME");
@@ -37,8 +38,7 @@ TestEnvironment::TestEnvironment()
     FakePlatform::install();
 }
 
-TestEnvironment::~TestEnvironment()
-{
+TestEnvironment::~TestEnvironment() {
     --liveEnvironments;
     Platform::reset();
     for (const auto& [name, value] : m_saved) {
@@ -49,18 +49,20 @@ TestEnvironment::~TestEnvironment()
     }
 }
 
-QString TestEnvironment::home() const { return m_root.path() + QStringLiteral("/home"); }
-QString TestEnvironment::kestroTmp() const { return m_root.path() + QStringLiteral("/kestro-tmp"); }
+QString TestEnvironment::home() const {
+    return m_root.path() + QStringLiteral("/home");
+}
+QString TestEnvironment::kestroTmp() const {
+    return m_root.path() + QStringLiteral("/kestro-tmp");
+}
 
-QString TestEnvironment::makeFolder(const QString& name) const
-{
+QString TestEnvironment::makeFolder(const QString& name) const {
     const QString path = m_root.path() + QLatin1Char('/') + name;
     QDir().mkpath(path);
     return path;
 }
 
-QString TestEnvironment::writeFile(const QString& path, const QByteArray& bytes) const
-{
+QString TestEnvironment::writeFile(const QString& path, const QByteArray& bytes) const {
     const QString full = QDir::isAbsolutePath(path) ? path : m_root.path() + QLatin1Char('/') + path;
     QDir().mkpath(QFileInfo(full).absolutePath());
     QFile file(full);
@@ -69,13 +71,11 @@ QString TestEnvironment::writeFile(const QString& path, const QByteArray& bytes)
     return full;
 }
 
-QString TestEnvironment::logText() const
-{
+QString TestEnvironment::logText() const {
     return QString::fromUtf8(readAll(kestroTmp() + QStringLiteral("/kestro-app-action.log")));
 }
 
-QByteArray readAll(const QString& path)
-{
+QByteArray readAll(const QString& path) {
     QFile file(path);
     return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
 }
