@@ -6,13 +6,13 @@
 
 FeatureChildListModel::FeatureChildListModel(FeatureSettingsStore& store, KestroFeature feature,
                                              QObject* parent)
-    : QAbstractListModel(parent)
+    : ReorderableListModel(parent)
     , m_store(store)
     , m_feature(feature)
     , m_children(store.orderedChildren(feature)) {
     connect(&m_store, &FeatureSettingsStore::childOrderChanged, this, [this](KestroFeature changed) {
         if (changed == m_feature)
-            followOrder();
+            reloadUnlessMoving();
     });
     connect(&m_store, &FeatureSettingsStore::enabledChildIDsChanged, this, [this] {
         if (!m_children.isEmpty())
@@ -20,12 +20,8 @@ FeatureChildListModel::FeatureChildListModel(FeatureSettingsStore& store, Kestro
     });
 }
 
-int FeatureChildListModel::rowCount(const QModelIndex& parent) const {
-    return parent.isValid() ? 0 : int(m_children.size());
-}
-
 QVariant FeatureChildListModel::data(const QModelIndex& index, int role) const {
-    if (!index.isValid() || index.row() >= m_children.size())
+    if (!holdsRow(index))
         return {};
     const KestroFeatureChild& child = m_children.at(index.row());
     switch (role) {
@@ -46,7 +42,7 @@ QVariant FeatureChildListModel::data(const QModelIndex& index, int role) const {
 }
 
 bool FeatureChildListModel::setData(const QModelIndex& index, const QVariant& value, int role) {
-    if (role != Qt::CheckStateRole || !index.isValid() || index.row() >= m_children.size())
+    if (role != Qt::CheckStateRole || !holdsRow(index))
         return false;
     m_store.setEnabled(value.toInt() == Qt::Checked, m_children.at(index.row()));
     emit dataChanged(index, index, {Qt::CheckStateRole});
@@ -59,38 +55,10 @@ Qt::ItemFlags FeatureChildListModel::flags(const QModelIndex& index) const {
     return Qt::ItemIsEnabled | Qt::ItemIsSelectable | Qt::ItemIsDragEnabled | Qt::ItemIsUserCheckable;
 }
 
-Qt::DropActions FeatureChildListModel::supportedDropActions() const {
-    return Qt::MoveAction;
-}
-Qt::DropActions FeatureChildListModel::supportedDragActions() const {
-    return Qt::MoveAction;
+void FeatureChildListModel::moveInStore(const QSet<qsizetype>& offsets, int destination) {
+    m_store.moveChildren(m_feature, offsets, destination);
 }
 
-bool FeatureChildListModel::moveRows(const QModelIndex& sourceParent, int sourceRow, int count,
-                                     const QModelIndex& destinationParent, int destinationChild) {
-    const int size = int(m_children.size());
-    if (sourceParent.isValid() || destinationParent.isValid() || count <= 0 || sourceRow < 0 ||
-        sourceRow + count > size || destinationChild < 0 || destinationChild > size)
-        return false;
-    if (destinationChild >= sourceRow && destinationChild <= sourceRow + count)
-        return false;
-    if (!beginMoveRows({}, sourceRow, sourceRow + count - 1, {}, destinationChild))
-        return false;
-    QSet<qsizetype> offsets;
-    for (int row = sourceRow; row < sourceRow + count; ++row)
-        offsets.insert(row);
-    m_moving = true;
-    m_store.moveChildren(m_feature, offsets, destinationChild);
-    m_moving = false;
+void FeatureChildListModel::readRows() {
     m_children = m_store.orderedChildren(m_feature);
-    endMoveRows();
-    return true;
-}
-
-void FeatureChildListModel::followOrder() {
-    if (m_moving)
-        return;
-    beginResetModel();
-    m_children = m_store.orderedChildren(m_feature);
-    endResetModel();
 }

@@ -4,7 +4,7 @@
 #include "settings-ui/SymbolIcons.h"
 
 FeatureSidebarModel::FeatureSidebarModel(FeatureSettingsStore& store, QObject* parent)
-    : QAbstractListModel(parent)
+    : ReorderableListModel(parent)
     , m_store(store)
     , m_features(store.orderedFeatures()) {
     connect(&m_store, &FeatureSettingsStore::featureOrderChanged, this, &FeatureSidebarModel::followStore);
@@ -22,10 +22,6 @@ std::optional<KestroFeature> FeatureSidebarModel::feature(int row) const {
 
 int FeatureSidebarModel::rowOf(KestroFeature feature) const {
     return int(m_features.indexOf(feature));
-}
-
-int FeatureSidebarModel::rowCount(const QModelIndex& parent) const {
-    return parent.isValid() ? 0 : int(m_features.size());
 }
 
 QVariant FeatureSidebarModel::data(const QModelIndex& index, int role) const {
@@ -58,37 +54,16 @@ Qt::ItemFlags FeatureSidebarModel::flags(const QModelIndex& index) const {
     return Qt::ItemIsEnabled | Qt::ItemIsSelectable | Qt::ItemIsDragEnabled;
 }
 
-Qt::DropActions FeatureSidebarModel::supportedDropActions() const {
-    return Qt::MoveAction;
-}
-Qt::DropActions FeatureSidebarModel::supportedDragActions() const {
-    return Qt::MoveAction;
+void FeatureSidebarModel::moveInStore(const QSet<qsizetype>& offsets, int destination) {
+    m_store.moveFeatures(offsets, destination);
 }
 
-bool FeatureSidebarModel::moveRows(const QModelIndex& sourceParent, int sourceRow, int count,
-                                   const QModelIndex& destinationParent, int destinationChild) {
-    const int size = int(m_features.size());
-    if (sourceParent.isValid() || destinationParent.isValid() || count <= 0 || sourceRow < 0 ||
-        sourceRow + count > size || destinationChild < 0 || destinationChild > size)
-        return false;
-    // Dropping a block onto itself or right after itself moves nothing.
-    if (destinationChild >= sourceRow && destinationChild <= sourceRow + count)
-        return false;
-    if (!beginMoveRows({}, sourceRow, sourceRow + count - 1, {}, destinationChild))
-        return false;
-    QSet<qsizetype> offsets;
-    for (int row = sourceRow; row < sourceRow + count; ++row)
-        offsets.insert(row);
-    m_moving = true;
-    m_store.moveFeatures(offsets, destinationChild);
-    m_moving = false;
+void FeatureSidebarModel::readRows() {
     m_features = m_store.orderedFeatures();
-    endMoveRows();
-    return true;
 }
 
 void FeatureSidebarModel::followStore() {
-    if (m_moving)
+    if (isMoving())
         return;
     const QList<KestroFeature> features = m_store.orderedFeatures();
     if (features == m_features)

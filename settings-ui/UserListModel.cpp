@@ -4,7 +4,7 @@
 #include "settings-ui/SettingsRowDelegate.h"
 
 UserListModel::UserListModel(RowsProvider rows, QObject* parent)
-    : QAbstractListModel(parent)
+    : ReorderableListModel(parent)
     , m_provider(std::move(rows))
     , m_rows(m_provider()) {}
 
@@ -20,19 +20,11 @@ QString UserListModel::displayPath(const QString& path) {
 }
 
 void UserListModel::reload() {
-    if (m_moving)
-        return;
-    beginResetModel();
-    m_rows = m_provider();
-    endResetModel();
-}
-
-int UserListModel::rowCount(const QModelIndex& parent) const {
-    return parent.isValid() ? 0 : int(m_rows.size());
+    reloadUnlessMoving();
 }
 
 QVariant UserListModel::data(const QModelIndex& index, int role) const {
-    if (!index.isValid() || index.row() >= m_rows.size())
+    if (!holdsRow(index))
         return {};
     const Row& row = m_rows.at(index.row());
     switch (role) {
@@ -52,7 +44,7 @@ QVariant UserListModel::data(const QModelIndex& index, int role) const {
 }
 
 bool UserListModel::setData(const QModelIndex& index, const QVariant& value, int role) {
-    if (role != Qt::EditRole || !m_renamer || !index.isValid() || index.row() >= m_rows.size())
+    if (role != Qt::EditRole || !m_renamer || !holdsRow(index))
         return false;
     m_renamer(index.row(), value.toString());
     return true;
@@ -67,32 +59,4 @@ Qt::ItemFlags UserListModel::flags(const QModelIndex& index) const {
     if (m_renamer)
         flags |= Qt::ItemIsEditable;
     return flags;
-}
-
-Qt::DropActions UserListModel::supportedDropActions() const {
-    return Qt::MoveAction;
-}
-Qt::DropActions UserListModel::supportedDragActions() const {
-    return Qt::MoveAction;
-}
-
-bool UserListModel::moveRows(const QModelIndex& sourceParent, int sourceRow, int count,
-                             const QModelIndex& destinationParent, int destinationChild) {
-    const int size = int(m_rows.size());
-    if (!m_mover || sourceParent.isValid() || destinationParent.isValid() || count <= 0 || sourceRow < 0 ||
-        sourceRow + count > size || destinationChild < 0 || destinationChild > size)
-        return false;
-    if (destinationChild >= sourceRow && destinationChild <= sourceRow + count)
-        return false;
-    if (!beginMoveRows({}, sourceRow, sourceRow + count - 1, {}, destinationChild))
-        return false;
-    QSet<qsizetype> offsets;
-    for (int row = sourceRow; row < sourceRow + count; ++row)
-        offsets.insert(row);
-    m_moving = true;
-    m_mover(offsets, destinationChild);
-    m_moving = false;
-    m_rows = m_provider();
-    endMoveRows();
-    return true;
 }

@@ -1,12 +1,12 @@
 #pragma once
 
+#include "settings-ui/ReorderableListModel.h"
+
 #include <functional>
-#include <QAbstractListModel>
-#include <QSet>
 
 // The rows of one of the user's own lists (destinations, custom actions, view presets, pending deletions),
 // read from its store through a function and written back through the store's move and rename operations.
-class UserListModel : public QAbstractListModel {
+class UserListModel : public ReorderableListModel {
     Q_OBJECT
 public:
     struct Row {
@@ -30,19 +30,20 @@ public:
     void reload();
     const QList<Row>& rows() const { return m_rows; }
 
-    int rowCount(const QModelIndex& parent = {}) const override;
     QVariant data(const QModelIndex& index, int role) const override;
     bool setData(const QModelIndex& index, const QVariant& value, int role) override;
     Qt::ItemFlags flags(const QModelIndex& index) const override;
-    Qt::DropActions supportedDropActions() const override;
-    Qt::DropActions supportedDragActions() const override;
-    bool moveRows(const QModelIndex& sourceParent, int sourceRow, int count,
-                  const QModelIndex& destinationParent, int destinationChild) override;
 
 private:
+    int itemCount() const override { return int(m_rows.size()); }
+    bool canMove() const override { return bool(m_mover); }
+    void moveInStore(const QSet<qsizetype>& offsets, int destination) override {
+        m_mover(offsets, destination);
+    }
+    void readRows() override { m_rows = m_provider(); }
+
     RowsProvider m_provider;
     Mover m_mover;
     Renamer m_renamer;
     QList<Row> m_rows;
-    bool m_moving = false;
 };
