@@ -4,6 +4,7 @@
 #include "settings-ui/CustomDestinationSection.h"
 #include "settings-ui/CustomShortcutActionSection.h"
 #include "settings-ui/DetailHeader.h"
+#include "settings-ui/DetailPage.h"
 #include "settings-ui/FeatureChildrenSection.h"
 #include "settings-ui/FinderViewPresetSection.h"
 #include "settings-ui/ScheduledDeletionSection.h"
@@ -18,13 +19,7 @@ FeatureDetailView::FeatureDetailView(const SettingsStores& stores, KestroFeature
     , m_header(new DetailHeader(feature.systemImage(), feature.title(), feature.summary()))
     , m_enableRow(new SettingsToggleRow(QString(), tr("在 Finder 右键菜单中启用"), QString())) {
     setObjectName(QStringLiteral("feature-") + feature.id());
-    setWidgetResizable(true);
-    setFrameShape(QFrame::NoFrame);
-    auto* page = new QWidget;
-    auto* layout = new QVBoxLayout(page);
-    layout->setContentsMargins(24, 20, 24, 24);
-    layout->setSpacing(16);
-    layout->addWidget(m_header);
+    QVBoxLayout* layout = DetailPage::begin(this, m_header);
 
     FeatureSettingsStore& settings = stores.featureSettings;
     auto* enableSection = new SettingsSection(QString());
@@ -43,8 +38,7 @@ FeatureDetailView::FeatureDetailView(const SettingsStores& stores, KestroFeature
     m_userSection = makeUserSection(stores);
     if (m_userSection)
         layout->addWidget(m_userSection);
-    layout->addStretch(1);
-    setWidget(page);
+    DetailPage::finish(this, layout);
 }
 
 QWidget* FeatureDetailView::makeUserSection(const SettingsStores& stores) {

@@ -3,6 +3,7 @@
 #include "catalogue/AppPreferencesStore.h"
 #include "catalogue/FeatureSettingsStore.h"
 #include "settings-ui/DetailHeader.h"
+#include "settings-ui/DetailPage.h"
 #include "settings-ui/SettingsSection.h"
 #include "settings-ui/SettingsToggleRow.h"
 
@@ -32,14 +33,9 @@ PreferencesDetailView::PreferencesDetailView(const SettingsStores& stores, QWidg
           QStringLiteral("rectangle.stack"), tr("折叠一级功能"),
           tr("开启后，右键菜单会先显示一级功能目录；关闭后，会直接展开显示所有具体操作。"))) {
     setObjectName(QStringLiteral("preferences"));
-    setWidgetResizable(true);
-    setFrameShape(QFrame::NoFrame);
-    auto* page = new QWidget;
-    auto* layout = new QVBoxLayout(page);
-    layout->setContentsMargins(24, 20, 24, 24);
-    layout->setSpacing(16);
-    layout->addWidget(new DetailHeader(QStringLiteral("gearshape"), tr("偏好设置"),
-                                       tr("控制 Kestro 执行右键操作后的 Finder 行为。")));
+    QVBoxLayout* layout =
+        DetailPage::begin(this, new DetailHeader(QStringLiteral("gearshape"), tr("偏好设置"),
+                                                 tr("控制 Kestro 执行右键操作后的 Finder 行为。")));
 
     auto* behaviour = new SettingsSection(tr("操作之后"));
     behaviour->addRow(m_revealCreated);
@@ -52,8 +48,7 @@ PreferencesDetailView::PreferencesDetailView(const SettingsStores& stores, QWidg
     menu->addRow(m_grouping);
     menu->addRow(m_collapsed);
     layout->addWidget(menu);
-    layout->addStretch(1);
-    setWidget(page);
+    DetailPage::finish(this, layout);
 
     AppPreferencesStore& preferences = stores.appPreferences;
     FeatureSettingsStore& settings = stores.featureSettings;
