@@ -4,6 +4,7 @@
 #include "actions/FinderActionExecutionError.h"
 #include "actions/FinderActionExecutor.h"
 #include "actions/FinderNameOrder.h"
+#include "actions/PathParts.h"
 #include "actions/StagingDirectory.h"
 #include "actions/UniqueName.h"
 #include "actions/UniqueNameMove.h"
@@ -26,14 +27,8 @@ QString tr(const char* text) {
     return QCoreApplication::translate("ArchiveActions", text);
 }
 
-QString parentOf(const QString& path) {
-    const qsizetype slash = path.lastIndexOf(QLatin1Char('/'));
-    return slash <= 0 ? QStringLiteral("/") : path.left(slash);
-}
-
-QString nameOf(const QString& path) {
-    return path.mid(path.lastIndexOf(QLatin1Char('/')) + 1);
-}
+using PathParts::nameOf;
+using PathParts::parentOf;
 
 std::filesystem::path nativePath(const QString& path) {
     return QFile::encodeName(path).toStdString();

@@ -2,6 +2,7 @@
 
 #include "actions/FinderActionExecutionError.h"
 #include "actions/FinderActionExecutor.h"
+#include "actions/PathParts.h"
 #include "platform/Platform.h"
 
 #include <QDir>
@@ -10,10 +11,7 @@
 
 namespace {
 
-QString parentOf(const QString& path) {
-    const qsizetype slash = path.lastIndexOf(QLatin1Char('/'));
-    return slash <= 0 ? QStringLiteral("/") : path.left(slash);
-}
+using PathParts::parentOf;
 
 QString lastComponent(const QString& path) {
     if (path == QLatin1String("/"))

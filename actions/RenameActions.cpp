@@ -3,6 +3,7 @@
 #include "actions/FinderActionExecutionError.h"
 #include "actions/FinderActionExecutor.h"
 #include "actions/FinderNameOrder.h"
+#include "actions/PathParts.h"
 #include "actions/UniqueName.h"
 #include "actions/UniqueNameMove.h"
 #include "platform/ExclusiveRename.h"
@@ -25,18 +26,9 @@ QString tr(const char* text) {
     return QCoreApplication::translate("RenameActions", text);
 }
 
-QString parentOf(const QString& path) {
-    const qsizetype slash = path.lastIndexOf(QLatin1Char('/'));
-    return slash <= 0 ? QStringLiteral("/") : path.left(slash);
-}
-
-QString nameOf(const QString& path) {
-    return path.mid(path.lastIndexOf(QLatin1Char('/')) + 1);
-}
-
-QString joined(const QString& folder, const QString& name) {
-    return folder.endsWith(QLatin1Char('/')) ? folder + name : folder + QLatin1Char('/') + name;
-}
+using PathParts::joined;
+using PathParts::nameOf;
+using PathParts::parentOf;
 
 // Names compared the way a case- and accent-insensitive volume compares them.
 QString folded(const QString& name) {

@@ -1,5 +1,7 @@
 #include "actions/UniqueName.h"
 
+#include "actions/PathParts.h"
+
 #include <QFile>
 #include <QSet>
 
@@ -25,9 +27,7 @@ QSet<QString> entryNames(const QString& folder) {
     return names;
 }
 
-QString joined(const QString& folder, const QString& name) {
-    return folder.endsWith(QLatin1Char('/')) ? folder + name : folder + QLatin1Char('/') + name;
-}
+using PathParts::joined;
 } // namespace
 
 QString UniqueName::path(const QString& folder, const QString& stem, const QString& extension) {

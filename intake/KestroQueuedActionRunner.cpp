@@ -3,35 +3,28 @@
 #include "intake/KestroQueueWorker.h"
 #include "platform/ActionQueuedObserver.h"
 
-#include <QCoreApplication>
-#include <QDeadlineTimer>
-#include <QThread>
-
 #include <cstdio>
 
 KestroQueuedActionRunner::KestroQueuedActionRunner(QObject* parent, std::chrono::milliseconds pollInterval,
                                                    KestroQueueDrain::Performer performer)
     : QObject(parent)
     , m_pollInterval(pollInterval)
-    , m_performer(std::move(performer)) {}
+    , m_performer(std::move(performer))
+    , m_thread(QStringLiteral("app.tandry.Kestro.action-runner")) {}
 
 KestroQueuedActionRunner::~KestroQueuedActionRunner() {
     stop();
 }
 
 void KestroQueuedActionRunner::start() {
-    if (m_thread)
+    if (m_thread.isRunning())
         return;
-    m_thread = new QThread;
-    m_thread->setObjectName(QStringLiteral("app.tandry.Kestro.action-runner"));
     m_worker = new KestroQueueWorker(m_performer);
-    m_worker->moveToThread(m_thread);
-    connect(m_thread, &QThread::finished, m_worker, &QObject::deleteLater);
     connect(m_worker, &KestroQueueWorker::actionHandled, this, &KestroQueuedActionRunner::actionHandled,
             Qt::DirectConnection);
     connect(m_worker, &KestroQueueWorker::passFinished, this, &KestroQueuedActionRunner::passFinished,
             Qt::DirectConnection);
-    m_thread->start();
+    m_thread.start(m_worker);
 
     m_worker->requestPass();
     QMetaObject::invokeMethod(m_worker, "startPolling", Qt::QueuedConnection,
@@ -45,20 +38,14 @@ void KestroQueuedActionRunner::drain() {
 }
 
 void KestroQueuedActionRunner::stop() {
-    if (!m_thread)
+    if (!m_thread.isRunning())
         return;
     if (m_listening)
         stopObservingActionQueued(m_worker, SLOT(onActionQueued()));
     m_listening = false;
     m_worker->requestStop();
-    m_thread->quit();
-    QCoreApplication* application = QCoreApplication::instance();
-    const bool onMainThread = application && QThread::currentThread() == application->thread();
-    // An action on the worker may be waiting for the main thread (a prompt): keep serving it until done.
-    while (!m_thread->wait(QDeadlineTimer(onMainThread ? 20 : -1)))
-        QCoreApplication::processEvents(QEventLoop::AllEvents, 20);
-    delete m_thread;
-    m_thread = nullptr;
+    // An action on the worker may be waiting for the main thread (a prompt): stop() keeps serving it.
+    m_thread.stop();
     m_worker = nullptr; // deleted in its own thread when that finished
 }
 

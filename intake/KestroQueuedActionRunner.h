@@ -1,11 +1,11 @@
 #pragma once
 
 #include "intake/KestroQueueDrain.h"
+#include "platform/WorkerThread.h"
 
 #include <chrono>
 #include <QObject>
 
-class QThread;
 class KestroQueueWorker;
 
 // The queue road: runs the requests the file-manager side leaves as JSON files in the queue folders, on
@@ -32,7 +32,7 @@ public:
     // action waiting for a prompt on the main thread can finish.
     void stop();
 
-    bool isRunning() const { return m_thread != nullptr; }
+    bool isRunning() const { return m_thread.isRunning(); }
     // Whether the announcement is heard (a session bus exists); polling works either way.
     bool isListening() const { return m_listening; }
 
@@ -48,7 +48,7 @@ signals:
 private:
     std::chrono::milliseconds m_pollInterval;
     KestroQueueDrain::Performer m_performer;
-    QThread* m_thread = nullptr;
-    KestroQueueWorker* m_worker = nullptr;
+    WorkerThread m_thread;
+    KestroQueueWorker* m_worker = nullptr; // lives in m_thread
     bool m_listening = false;
 };

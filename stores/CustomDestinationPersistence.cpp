@@ -1,16 +1,11 @@
 #include "stores/CustomDestinationPersistence.h"
 
-#include "catalogue/KestroSettingsChangeNotifier.h"
 #include "platform/KestroPaths.h"
-#include "platform/PropertyListFile.h"
-
-#include <QFileInfo>
+#include "stores/SettingsListFile.h"
 
 namespace {
 
-bool isString(const QVariant& value) {
-    return value.typeId() == QMetaType::QString;
-}
+using SettingsListFile::isString;
 
 std::optional<CustomDestination> destinationFrom(const QVariant& element) {
     if (element.typeId() != QMetaType::QVariantMap)
@@ -31,7 +26,7 @@ QString CustomDestinationPersistence::fileName() {
 }
 
 QString CustomDestinationPersistence::settingsFilePath() {
-    return KestroPaths::applicationSupportDirectory() + QLatin1Char('/') + fileName();
+    return StoredFileBackup::settingsFilePath(fileName());
 }
 
 QString CustomDestinationPersistence::finderExtensionSettingsFilePath() {
@@ -44,12 +39,9 @@ std::optional<CustomDestinationsByKind> CustomDestinationPersistence::load() {
 }
 
 std::optional<CustomDestinationsByKind> CustomDestinationPersistence::load(bool& leftSomethingOut) {
-    leftSomethingOut = false;
-    const std::optional<QVariant> root = PropertyListFile::read(settingsFilePath());
-    if (!root) {
-        leftSomethingOut = QFileInfo::exists(settingsFilePath());
+    const std::optional<QVariant> root = SettingsListFile::read(fileName(), leftSomethingOut);
+    if (!root)
         return std::nullopt;
-    }
     return fromPropertyList(*root, leftSomethingOut);
 }
 
@@ -67,14 +59,8 @@ CustomDestinationPersistence::fromPropertyList(const QVariant& root, bool& leftS
             leftSomethingOut = true;
             continue;
         }
-        QList<CustomDestination> destinations;
-        for (const QVariant& element : it.value().toList()) {
-            if (const std::optional<CustomDestination> destination = destinationFrom(element))
-                destinations.append(*destination);
-            else
-                leftSomethingOut = true;
-        }
-        result.insert(it.key(), destinations);
+        result.insert(it.key(),
+                      SettingsListFile::entriesFrom(it.value().toList(), destinationFrom, leftSomethingOut));
     }
     return result;
 }
@@ -94,11 +80,5 @@ QVariant CustomDestinationPersistence::toPropertyList(const CustomDestinationsBy
 }
 
 void CustomDestinationPersistence::save(const CustomDestinationsByKind& destinations) {
-    // A save never fails its caller: the in-memory list stays the master copy.
-    try {
-        // A failed write is not the user's business here; the other copy is still attempted.
-        PropertyListFile::writeBothCopies(fileName(), toPropertyList(destinations));
-        KestroSettingsChangeNotifier::post(QStringLiteral("custom-destinations"));
-    } catch (...) {
-    }
+    SettingsListFile::save(fileName(), toPropertyList(destinations), QStringLiteral("custom-destinations"));
 }

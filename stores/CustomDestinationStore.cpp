@@ -5,7 +5,7 @@
 #include "stores/CustomDestinationDefaults.h"
 #include "stores/CustomDestinationPersistence.h"
 #include "stores/DesktopEntryName.h"
-#include "stores/StoredFileBackup.h"
+#include "stores/SettingsListFile.h"
 
 #include <QCoreApplication>
 #include <QDir>
@@ -14,11 +14,8 @@
 
 CustomDestinationStore::CustomDestinationStore(QObject* parent)
     : QObject(parent) {
-    bool leftSomethingOut = false;
     const std::optional<CustomDestinationsByKind> loaded =
-        CustomDestinationPersistence::load(leftSomethingOut);
-    if (leftSomethingOut)
-        StoredFileBackup::keepCopy(CustomDestinationPersistence::fileName());
+        SettingsListFile::loadKeepingUnreadable<CustomDestinationPersistence>();
     m_destinationsByKind = CustomDestinationDefaults::normalized(loaded.value_or(CustomDestinationsByKind()));
     CustomDestinationPersistence::save(m_destinationsByKind);
 }

@@ -1,16 +1,10 @@
 #include "stores/CustomShortcutActionPersistence.h"
 
-#include "catalogue/KestroSettingsChangeNotifier.h"
-#include "platform/KestroPaths.h"
-#include "platform/PropertyListFile.h"
-
-#include <QFileInfo>
+#include "stores/SettingsListFile.h"
 
 namespace {
 
-bool isString(const QVariant& value) {
-    return value.typeId() == QMetaType::QString;
-}
+using SettingsListFile::isString;
 
 // An absent or wrongly typed optional field reads as empty.
 QString stringOrEmpty(const QVariantMap& entry, const QString& key) {
@@ -48,7 +42,7 @@ QString CustomShortcutActionPersistence::fileName() {
 }
 
 QString CustomShortcutActionPersistence::settingsFilePath() {
-    return KestroPaths::applicationSupportDirectory() + QLatin1Char('/') + fileName();
+    return StoredFileBackup::settingsFilePath(fileName());
 }
 
 QList<CustomShortcutAction> CustomShortcutActionPersistence::load() {
@@ -57,12 +51,9 @@ QList<CustomShortcutAction> CustomShortcutActionPersistence::load() {
 }
 
 QList<CustomShortcutAction> CustomShortcutActionPersistence::load(bool& leftSomethingOut) {
-    leftSomethingOut = false;
-    const std::optional<QVariant> root = PropertyListFile::read(settingsFilePath());
-    if (!root) {
-        leftSomethingOut = QFileInfo::exists(settingsFilePath());
+    const std::optional<QVariant> root = SettingsListFile::read(fileName(), leftSomethingOut);
+    if (!root)
         return {};
-    }
     return fromPropertyList(*root, leftSomethingOut);
 }
 
@@ -72,14 +63,7 @@ QList<CustomShortcutAction> CustomShortcutActionPersistence::fromPropertyList(co
         leftSomethingOut = true;
         return {};
     }
-    QList<CustomShortcutAction> actions;
-    for (const QVariant& element : root.toList()) {
-        if (const std::optional<CustomShortcutAction> action = actionFrom(element))
-            actions.append(*action);
-        else
-            leftSomethingOut = true;
-    }
-    return actions;
+    return SettingsListFile::entriesFrom(root.toList(), actionFrom, leftSomethingOut);
 }
 
 std::optional<CustomShortcutAction> CustomShortcutActionPersistence::action(const QString& id) {
@@ -103,10 +87,5 @@ QVariant CustomShortcutActionPersistence::toPropertyList(const QList<CustomShort
 }
 
 void CustomShortcutActionPersistence::save(const QList<CustomShortcutAction>& actions) {
-    // A save never fails its caller: the in-memory list stays the master copy.
-    try {
-        PropertyListFile::writeBothCopies(fileName(), toPropertyList(actions));
-        KestroSettingsChangeNotifier::post(QStringLiteral("custom-shortcut-actions"));
-    } catch (...) {
-    }
+    SettingsListFile::save(fileName(), toPropertyList(actions), QStringLiteral("custom-shortcut-actions"));
 }

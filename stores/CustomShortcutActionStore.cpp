@@ -5,7 +5,7 @@
 #include "platform/Platform.h"
 #include "platform/ShortcutsTool.h"
 #include "stores/CustomShortcutActionPersistence.h"
-#include "stores/StoredFileBackup.h"
+#include "stores/SettingsListFile.h"
 
 #include <QCoreApplication>
 #include <QFileInfo>
@@ -25,11 +25,8 @@ QString newIdentifier() {
 
 CustomShortcutActionStore::CustomShortcutActionStore(QObject* parent)
     : QObject(parent) {
-    bool leftSomethingOut = false;
-    m_actions = CustomShortcutActionPersistence::load(leftSomethingOut);
     // The first edit rewrites the file from what loaded; keep what did not.
-    if (leftSomethingOut)
-        StoredFileBackup::keepCopy(CustomShortcutActionPersistence::fileName());
+    m_actions = SettingsListFile::loadKeepingUnreadable<CustomShortcutActionPersistence>();
 }
 
 QStringList CustomShortcutActionStore::availableShortcutNames() {

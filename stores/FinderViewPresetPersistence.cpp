@@ -1,17 +1,12 @@
 #include "stores/FinderViewPresetPersistence.h"
 
-#include "catalogue/KestroSettingsChangeNotifier.h"
-#include "platform/KestroPaths.h"
-#include "platform/PropertyListFile.h"
+#include "stores/SettingsListFile.h"
 
-#include <QFileInfo>
 #include <QRegularExpression>
 
 namespace {
 
-bool isString(const QVariant& value) {
-    return value.typeId() == QMetaType::QString;
-}
+using SettingsListFile::isString;
 
 std::optional<FinderViewPreset> presetFrom(const QVariant& element) {
     if (element.typeId() != QMetaType::QVariantMap)
@@ -38,7 +33,7 @@ QString FinderViewPresetPersistence::fileName() {
 }
 
 QString FinderViewPresetPersistence::settingsFilePath() {
-    return KestroPaths::applicationSupportDirectory() + QLatin1Char('/') + fileName();
+    return StoredFileBackup::settingsFilePath(fileName());
 }
 
 QString FinderViewPresetPersistence::cleanedName(const QString& name) {
@@ -53,12 +48,9 @@ std::optional<QList<FinderViewPreset>> FinderViewPresetPersistence::load() {
 }
 
 std::optional<QList<FinderViewPreset>> FinderViewPresetPersistence::load(bool& leftSomethingOut) {
-    leftSomethingOut = false;
-    const std::optional<QVariant> root = PropertyListFile::read(settingsFilePath());
-    if (!root) {
-        leftSomethingOut = QFileInfo::exists(settingsFilePath());
+    const std::optional<QVariant> root = SettingsListFile::read(fileName(), leftSomethingOut);
+    if (!root)
         return std::nullopt;
-    }
     return fromPropertyList(*root, leftSomethingOut);
 }
 
@@ -68,14 +60,7 @@ std::optional<QList<FinderViewPreset>> FinderViewPresetPersistence::fromProperty
         leftSomethingOut = true;
         return std::nullopt;
     }
-    QList<FinderViewPreset> presets;
-    for (const QVariant& element : root.toList()) {
-        if (const std::optional<FinderViewPreset> preset = presetFrom(element))
-            presets.append(*preset);
-        else
-            leftSomethingOut = true;
-    }
-    return presets;
+    return SettingsListFile::entriesFrom(root.toList(), presetFrom, leftSomethingOut);
 }
 
 std::optional<FinderViewPreset> FinderViewPresetPersistence::preset(const QString& id) {
@@ -98,10 +83,5 @@ QVariant FinderViewPresetPersistence::toPropertyList(const QList<FinderViewPrese
 }
 
 void FinderViewPresetPersistence::save(const QList<FinderViewPreset>& presets) {
-    // A save never fails its caller: the in-memory list stays the master copy.
-    try {
-        PropertyListFile::writeBothCopies(fileName(), toPropertyList(presets));
-        KestroSettingsChangeNotifier::post(QStringLiteral("finder-view-presets"));
-    } catch (...) {
-    }
+    SettingsListFile::save(fileName(), toPropertyList(presets), QStringLiteral("finder-view-presets"));
 }

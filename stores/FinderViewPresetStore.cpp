@@ -2,16 +2,14 @@
 
 #include "catalogue/ListMove.h"
 #include "stores/FinderViewPresetPersistence.h"
-#include "stores/StoredFileBackup.h"
+#include "stores/SettingsListFile.h"
 
 #include <QUuid>
 
 FinderViewPresetStore::FinderViewPresetStore(QObject* parent)
     : QObject(parent) {
-    bool leftSomethingOut = false;
-    const std::optional<QList<FinderViewPreset>> loaded = FinderViewPresetPersistence::load(leftSomethingOut);
-    if (leftSomethingOut)
-        StoredFileBackup::keepCopy(FinderViewPresetPersistence::fileName());
+    const std::optional<QList<FinderViewPreset>> loaded =
+        SettingsListFile::loadKeepingUnreadable<FinderViewPresetPersistence>();
     m_presets = loaded.value_or(FinderViewPreset::defaults());
     FinderViewPresetPersistence::save(m_presets);
 }

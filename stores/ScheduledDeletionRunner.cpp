@@ -2,9 +2,6 @@
 
 #include "stores/ScheduledDeletionStore.h"
 
-#include <QCoreApplication>
-#include <QDeadlineTimer>
-#include <QThread>
 #include <QTimer>
 
 ScheduledDeletionRunner::ScheduledDeletionRunner(QObject* parent, std::chrono::milliseconds firstDelay,
@@ -12,21 +9,18 @@ ScheduledDeletionRunner::ScheduledDeletionRunner(QObject* parent, std::chrono::m
     : QObject(parent)
     , m_firstDelay(firstDelay)
     , m_interval(interval)
-    , m_clock(std::move(clock)) {}
+    , m_clock(std::move(clock))
+    , m_thread(QStringLiteral("app.tandry.Kestro.scheduled-deletions")) {}
 
 ScheduledDeletionRunner::~ScheduledDeletionRunner() {
     stop();
 }
 
 void ScheduledDeletionRunner::start() {
-    if (m_thread)
+    if (m_thread.isRunning())
         return;
-    m_thread = new QThread;
-    m_thread->setObjectName(QStringLiteral("app.tandry.Kestro.scheduled-deletions"));
     m_context = new QObject;
-    m_context->moveToThread(m_thread);
-    connect(m_thread, &QThread::finished, m_context, &QObject::deleteLater);
-    m_thread->start();
+    m_thread.start(m_context);
 
     const std::chrono::milliseconds firstDelay = m_firstDelay;
     const std::chrono::milliseconds interval = m_interval;
@@ -55,15 +49,8 @@ void ScheduledDeletionRunner::run() {
 }
 
 void ScheduledDeletionRunner::stop() {
-    if (!m_thread)
+    if (!m_thread.isRunning())
         return;
-    m_thread->quit();
-    QCoreApplication* application = QCoreApplication::instance();
-    const bool onMainThread = application && QThread::currentThread() == application->thread();
-    // Logging and notifying never wait for the main thread, but keep its events flowing all the same.
-    while (!m_thread->wait(QDeadlineTimer(onMainThread ? 20 : -1)))
-        QCoreApplication::processEvents(QEventLoop::AllEvents, 20);
-    delete m_thread;
-    m_thread = nullptr;
-    m_context = nullptr;
+    m_thread.stop();
+    m_context = nullptr; // deleted in its own thread when that finished
 }

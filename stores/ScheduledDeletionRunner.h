@@ -1,12 +1,11 @@
 #pragma once
 
+#include "platform/WorkerThread.h"
+
 #include <chrono>
 #include <functional>
 #include <QDateTime>
 #include <QObject>
-
-class QThread;
-class QTimer;
 
 // Moves due entries to the trash on a thread of its own: first a minute after start, then every hour, so an
 // entry is moved at the first run after it became due. The host calls start() once at start-up and stop()
@@ -27,7 +26,7 @@ public:
     void processNow();
     // Waits for a run in progress to finish.
     void stop();
-    bool isRunning() const { return m_thread != nullptr; }
+    bool isRunning() const { return m_thread.isRunning(); }
 
 signals:
     // From the runner's thread, after each run.
@@ -39,6 +38,6 @@ private:
     std::chrono::milliseconds m_firstDelay;
     std::chrono::milliseconds m_interval;
     Clock m_clock;
-    QThread* m_thread = nullptr;
+    WorkerThread m_thread;
     QObject* m_context = nullptr; // lives in m_thread; owns the timer
 };

@@ -4,6 +4,8 @@
 #include "actions/FinderActionExecutionError.h"
 #include "catalogue/AppPreferencesPersistence.h"
 #include "support/FakePlatform.h"
+#include "support/FolderListing.h"
+#include "support/QuietPreferences.h"
 #include "support/TestEnvironment.h"
 
 #include <QDir>
@@ -13,18 +15,6 @@
 #include <QtTest>
 
 namespace {
-
-QStringList namesIn(const QString& folder) {
-    return QDir(folder).entryList(QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot,
-                                  QDir::Name);
-}
-
-QStringList fileNames(const QStringList& paths) {
-    QStringList names;
-    for (const QString& path : paths)
-        names.append(QFileInfo(path).fileName());
-    return names;
-}
 
 // Every item below a folder as "relative path=contents" (folders as "relative path/"), sorted.
 QStringList tree(const QString& folder) {
@@ -41,16 +31,15 @@ QStringList tree(const QString& folder) {
     return lines;
 }
 
-void noRevealing() {
-    AppPreferences preferences;
-    preferences.revealActionResults = false;
-    QVERIFY(AppPreferencesPersistence::save(preferences));
-}
-
-// Packs folder's contents with the real zip tool, independently of the code under test.
-void zipFolder(const QString& folder, const QString& archive, const QStringList& extra = {}) {
+// Packs items (relative path and contents) into archive with the real zip tool, independently of the code
+// under test, from a folder of their own beside the test's.
+void zipItems(const TestEnvironment& env, const QString& archive,
+              const QList<std::pair<QString, QByteArray>>& items, const QStringList& extra = {}) {
+    const QString packed = env.makeFolder("packed " + QFileInfo(archive).fileName());
+    for (const auto& [name, contents] : items)
+        env.writeFile(packed + '/' + name, contents);
     QProcess zip;
-    zip.setWorkingDirectory(folder);
+    zip.setWorkingDirectory(packed);
     zip.start("/usr/bin/zip", QStringList{"-qr"} + extra + QStringList{archive, "."});
     QVERIFY(zip.waitForFinished());
     QCOMPARE(zip.exitCode(), 0);
@@ -92,7 +81,7 @@ private slots:
 
 void TestArchiveActions::archiveNames() {
     TestEnvironment env;
-    noRevealing();
+    QVERIFY(saveQuietPreferences());
     const QString folder = env.makeFolder("names");
     const QString report = env.writeFile(folder + "/Report.pdf", "pdf");
     const QString photos = env.makeFolder("names/Photos");
@@ -112,7 +101,7 @@ void TestArchiveActions::archiveNames() {
 
 void TestArchiveActions::logLineListsEntries() {
     TestEnvironment env;
-    noRevealing();
+    QVERIFY(saveQuietPreferences());
     const QString folder = env.makeFolder("log");
     const QString a = env.writeFile(folder + "/a.txt", "a");
     const QString b = env.writeFile(folder + "/sub dir/b.txt", "b");
@@ -130,7 +119,7 @@ void TestArchiveActions::logLineListsEntries() {
 
 void TestArchiveActions::sameNamesFromTwoFoldersBothArrive() {
     TestEnvironment env;
-    noRevealing();
+    QVERIFY(saveQuietPreferences());
     const QString first = env.writeFile("one/a.txt", "first");
     const QString second = env.writeFile("two/a.txt", "second");
     const QStringList archive = ArchiveActions::compressToZIP({first, second}, std::nullopt);
@@ -144,7 +133,7 @@ void TestArchiveActions::sameNamesFromTwoFoldersBothArrive() {
 
 void TestArchiveActions::packsTheTargetWithoutSelection() {
     TestEnvironment env;
-    noRevealing();
+    QVERIFY(saveQuietPreferences());
     const QString project = env.makeFolder("parent/Project");
     env.writeFile(project + "/main.cpp", "int main() {}");
     QCOMPARE(ArchiveActions::compressToZIP({}, project), QStringList{env.root() + "/parent/Project.zip"});
@@ -160,7 +149,7 @@ void TestArchiveActions::packsTheTargetWithoutSelection() {
 
 void TestArchiveActions::roundTripWithAwkwardNames() {
     TestEnvironment env;
-    noRevealing();
+    QVERIFY(saveQuietPreferences());
     const QString source = env.makeFolder("source");
     QStringList items;
     for (const QString& name : awkwardNames)
@@ -184,12 +173,9 @@ void TestArchiveActions::roundTripWithAwkwardNames() {
 
 void TestArchiveActions::unpackingNeverReplaces() {
     TestEnvironment env;
-    noRevealing();
-    const QString packed = env.makeFolder("packed");
-    env.writeFile(packed + "/a.txt", "from the archive");
-    env.writeFile(packed + "/docs/readme", "archive readme");
+    QVERIFY(saveQuietPreferences());
     const QString folder = env.makeFolder("user");
-    zipFolder(packed, folder + "/x.zip");
+    zipItems(env, folder + "/x.zip", {{"a.txt", "from the archive"}, {"docs/readme", "archive readme"}});
     env.writeFile(folder + "/a.txt", "mine");
     env.writeFile(folder + "/docs/keep", "my docs");
 
@@ -210,12 +196,10 @@ void TestArchiveActions::unpackingNeverReplaces() {
 
 void TestArchiveActions::sameNameFolderIsUnique() {
     TestEnvironment env;
-    noRevealing();
-    const QString packed = env.makeFolder("packed");
-    env.writeFile(packed + "/p.jpg", "picture");
+    QVERIFY(saveQuietPreferences());
     const QString folder = env.makeFolder("user");
-    zipFolder(packed, folder + "/Photos.zip");
-    zipFolder(packed, folder + "/v1.2.ZIP");
+    zipItems(env, folder + "/Photos.zip", {{"p.jpg", "picture"}});
+    zipItems(env, folder + "/v1.2.ZIP", {{"p.jpg", "picture"}});
     env.writeFile(folder + "/Photos/old.jpg", "old");
 
     const QStringList results = ArchiveActions::extractZIPs({folder + "/Photos.zip", folder + "/v1.2.ZIP"},
@@ -241,12 +225,10 @@ void TestArchiveActions::damagedArchivesLeaveNothing_data() {
 void TestArchiveActions::damagedArchivesLeaveNothing() {
     QFETCH(int, damage);
     TestEnvironment env;
-    noRevealing();
-    const QString packed = env.makeFolder("packed");
-    env.writeFile(packed + "/first.txt", QByteArray(4000, 'a'));
-    env.writeFile(packed + "/second.txt", QByteArray(4000, 'b'));
+    QVERIFY(saveQuietPreferences());
     const QString folder = env.makeFolder("user");
-    zipFolder(packed, env.root() + "/good.zip", {"-0"});
+    zipItems(env, env.root() + "/good.zip",
+             {{"first.txt", QByteArray(4000, 'a')}, {"second.txt", QByteArray(4000, 'b')}}, {"-0"});
     QByteArray bytes = readAll(env.root() + "/good.zip");
     if (damage == 0)
         bytes = "this is not an archive";
@@ -270,11 +252,9 @@ void TestArchiveActions::damagedArchivesLeaveNothing() {
 
 void TestArchiveActions::encryptedArchiveFailsWithoutWaiting() {
     TestEnvironment env;
-    noRevealing();
-    const QString packed = env.makeFolder("packed");
-    env.writeFile(packed + "/secret.txt", "secret");
+    QVERIFY(saveQuietPreferences());
     const QString folder = env.makeFolder("user");
-    zipFolder(packed, folder + "/locked.zip", {"-P", "password"});
+    zipItems(env, folder + "/locked.zip", {{"secret.txt", "secret"}}, {"-P", "password"});
     const auto error = errorOf(
         [&] { ArchiveActions::extractZIPs({folder + "/locked.zip"}, ArchiveExtractionMode::currentFolder); });
     QVERIFY(error);
@@ -284,15 +264,11 @@ void TestArchiveActions::encryptedArchiveFailsWithoutWaiting() {
 
 void TestArchiveActions::wildcardArchiveNameIsTakenLiterally() {
     TestEnvironment env;
-    noRevealing();
-    const QString one = env.makeFolder("one");
-    env.writeFile(one + "/mine.txt", "bracketed");
-    const QString two = env.makeFolder("two");
-    env.writeFile(two + "/other.txt", "plain");
+    QVERIFY(saveQuietPreferences());
     const QString folder = env.makeFolder("user");
-    zipFolder(one, folder + "/p[1].zip");
-    zipFolder(two, folder + "/p1.zip");
-    zipFolder(two, folder + "/p?.zip");
+    zipItems(env, folder + "/p[1].zip", {{"mine.txt", "bracketed"}});
+    zipItems(env, folder + "/p1.zip", {{"other.txt", "plain"}});
+    zipItems(env, folder + "/p?.zip", {{"other.txt", "plain"}});
     QCOMPARE(ArchiveActions::zipEntries(folder + "/p[1].zip"), QStringList{"mine.txt"});
     QCOMPARE(
         fileNames(ArchiveActions::extractZIPs({folder + "/p[1].zip"}, ArchiveExtractionMode::currentFolder)),
@@ -305,11 +281,9 @@ void TestArchiveActions::wildcardArchiveNameIsTakenLiterally() {
 
 void TestArchiveActions::onlyZipArchivesAreUnpacked() {
     TestEnvironment env;
-    noRevealing();
-    const QString packed = env.makeFolder("packed");
-    env.writeFile(packed + "/inside.txt", "inside");
+    QVERIFY(saveQuietPreferences());
     const QString folder = env.makeFolder("user");
-    zipFolder(packed, folder + "/a.zip");
+    zipItems(env, folder + "/a.zip", {{"inside.txt", "inside"}});
     env.writeFile(folder + "/b.txt", "b");
     QCOMPARE(ArchiveActions::extractZIPs({folder + "/a.zip", folder + "/b.txt"},
                                          ArchiveExtractionMode::currentFolder),
@@ -328,7 +302,7 @@ void TestArchiveActions::onlyZipArchivesAreUnpacked() {
 
 void TestArchiveActions::manyItems() {
     TestEnvironment env;
-    noRevealing();
+    QVERIFY(saveQuietPreferences());
     const QString folder = env.makeFolder("many");
     QStringList items;
     for (int i = 0; i < 2000; ++i)

@@ -1,5 +1,5 @@
 // Copy, move and copy-beside-original through the real executable, one request per run.
-#include "catalogue/AppPreferencesPersistence.h"
+#include "support/QuietPreferences.h"
 #include "support/TestEnvironment.h"
 
 #include <QDir>
@@ -50,9 +50,7 @@ private slots:
 
     void copiesMovesAndCopiesBeside() {
         TestEnvironment environment;
-        AppPreferences preferences;
-        preferences.revealActionResults = false;
-        QVERIFY(AppPreferencesPersistence::save(preferences));
+        QVERIFY(saveQuietPreferences());
         const QString odd = environment.writeFile(QStringLiteral("src/-it's & \"odd\" 报告.txt"), "odd");
         const QString tree = environment.makeFolder(QStringLiteral("src/Tree"));
         environment.writeFile(tree + QStringLiteral("/inner.txt"), "inner");
@@ -81,9 +79,7 @@ private slots:
 
     void failuresExitNonZeroAndLoseNothing() {
         TestEnvironment environment;
-        AppPreferences preferences;
-        preferences.revealActionResults = false;
-        QVERIFY(AppPreferencesPersistence::save(preferences));
+        QVERIFY(saveQuietPreferences());
         const QString file = environment.writeFile(QStringLiteral("src/a.txt"), "a");
         const QString missing = environment.root() + QStringLiteral("/src/missing.txt");
         const QString destination = environment.makeFolder(QStringLiteral("dst"));

@@ -1,6 +1,5 @@
 // The real kestro binary: a running host takes the request of a second launch, and the second launch ends.
-#include "catalogue/AppPreferences.h"
-#include "catalogue/AppPreferencesPersistence.h"
+#include "support/QuietPreferences.h"
 #include "support/TestEnvironment.h"
 
 #include <QDir>
@@ -71,10 +70,7 @@ private slots:
     void secondLaunchHandsItsRequestToTheRunningHost() {
         TestEnvironment environment;
         QVERIFY(!binary().isEmpty());
-        AppPreferences preferences;
-        preferences.revealActionResults = false;
-        preferences.revealCreatedItems = false;
-        QVERIFY(AppPreferencesPersistence::save(preferences));
+        QVERIFY(saveQuietPreferences(QuietReveal::actionResultsAndCreatedItems));
         const QString target = environment.makeFolder(QStringLiteral("目标 folder with 'quotes'"));
 
         QProcess host;

@@ -4,6 +4,7 @@
 #include "actions/ImageActions.h"
 #include "catalogue/AppPreferencesPersistence.h"
 #include "support/FakePlatform.h"
+#include "support/QuietPreferences.h"
 #include "support/TestEnvironment.h"
 
 #include <QBuffer>
@@ -104,9 +105,7 @@ class TestImageActions : public QObject {
 private slots:
     void init() {
         m_env.reset(new TestEnvironment);
-        AppPreferences preferences;
-        preferences.revealActionResults = false;
-        AppPreferencesPersistence::save(preferences);
+        saveQuietPreferences();
     }
     void cleanup() { m_env.reset(); }
 

@@ -1,6 +1,6 @@
 // One pass of each image and PDF action through the real kestro --perform.
-#include "catalogue/AppPreferencesPersistence.h"
 #include "support/PdfSamples.h"
+#include "support/QuietPreferences.h"
 #include "support/TestEnvironment.h"
 
 #include <QDir>
@@ -43,10 +43,7 @@ class TestMediaEndToEnd : public QObject {
 private slots:
     void init() {
         m_env.reset(new TestEnvironment);
-        AppPreferences preferences;
-        preferences.revealActionResults = false;
-        preferences.revealCreatedItems = false;
-        QVERIFY(AppPreferencesPersistence::save(preferences));
+        QVERIFY(saveQuietPreferences(QuietReveal::actionResultsAndCreatedItems));
         m_folder = m_env->makeFolder(QStringLiteral("-media 'mixed' \"names\"\n图片"));
     }
     void cleanup() { m_env.reset(); }

@@ -1,9 +1,9 @@
 // Merging, splitting, compressing PDFs and making one from images, read back with qpdf.
 #include "actions/FinderActionExecutionError.h"
 #include "actions/PdfActions.h"
-#include "catalogue/AppPreferencesPersistence.h"
 #include "support/FakePlatform.h"
 #include "support/PdfSamples.h"
+#include "support/QuietPreferences.h"
 #include "support/TestEnvironment.h"
 
 #include <QDir>
@@ -26,9 +26,7 @@ class TestPdfActions : public QObject {
 private slots:
     void init() {
         m_env.reset(new TestEnvironment);
-        AppPreferences preferences;
-        preferences.revealActionResults = false;
-        AppPreferencesPersistence::save(preferences);
+        saveQuietPreferences();
         m_folder = m_env->makeFolder(QStringLiteral("docs"));
     }
     void cleanup() { m_env.reset(); }

@@ -6,6 +6,8 @@
 #include "catalogue/AppPreferencesPersistence.h"
 #include "platform/ExclusiveRename.h"
 #include "support/FakePlatform.h"
+#include "support/FolderListing.h"
+#include "support/QuietPreferences.h"
 #include "support/TestEnvironment.h"
 
 #include <QDir>
@@ -14,30 +16,12 @@
 
 namespace {
 
-QStringList namesIn(const QString& folder) {
-    return QDir(folder).entryList(QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot,
-                                  QDir::Name);
-}
-
-QStringList fileNames(const QStringList& paths) {
-    QStringList names;
-    for (const QString& path : paths)
-        names.append(QFileInfo(path).fileName());
-    return names;
-}
-
 // Files named as given, each holding its own name, so a test can tell which item ended where.
 QStringList makeFiles(const TestEnvironment& env, const QString& folder, const QStringList& names) {
     QStringList paths;
     for (const QString& name : names)
         paths.append(env.writeFile(folder + QLatin1Char('/') + name, name.toUtf8()));
     return paths;
-}
-
-void noRevealing() {
-    AppPreferences preferences;
-    preferences.revealActionResults = false;
-    QVERIFY(AppPreferencesPersistence::save(preferences));
 }
 
 FinderActionExecutionError::Case caseOf(const std::function<void()>& action) {
@@ -115,7 +99,7 @@ void TestRenameActions::finderOrderIsStableForEqualNames() {
 
 void TestRenameActions::sequentialNumbersInFinderOrder() {
     TestEnvironment env;
-    noRevealing();
+    QVERIFY(saveQuietPreferences());
     const QString folder = env.makeFolder("trip");
     const QStringList items = makeFiles(env, folder, {"b.jpg", "a.png", "c"});
     FakePlatform::prompts().textAnswers = {QStringLiteral("Trip")};
@@ -129,7 +113,7 @@ void TestRenameActions::sequentialNumbersInFinderOrder() {
 
 void TestRenameActions::sequentialUnderCLocaleCountsByValue() {
     TestEnvironment env;
-    noRevealing();
+    QVERIFY(saveQuietPreferences());
     const LocaleScope scope(QLocale::c());
     const QString folder = env.makeFolder("c-locale");
     const QStringList items = makeFiles(env, folder, {"File 10.txt", "file 2.txt", "FILE 1.txt"});
@@ -142,7 +126,7 @@ void TestRenameActions::sequentialUnderCLocaleCountsByValue() {
 
 void TestRenameActions::sequentialCancelledUsesFile() {
     TestEnvironment env;
-    noRevealing();
+    QVERIFY(saveQuietPreferences());
     const QString folder = env.makeFolder("cancel");
     const QStringList items = makeFiles(env, folder, {"x.md", "y.md"});
     const QStringList results = RenameActions::renameFiles(items, RenameMode::sequential);
@@ -162,7 +146,7 @@ void TestRenameActions::thousandthItemHasFourDigits() {
 
 void TestRenameActions::prefixAndSuffix() {
     TestEnvironment env;
-    noRevealing();
+    QVERIFY(saveQuietPreferences());
     const QString folder = env.makeFolder("affix");
     QStringList items = makeFiles(env, folder, {"notes.txt", "archive.tar.gz", ".profile", "plain"});
     FakePlatform::prompts().textAnswers = {QStringLiteral("2024-")};
@@ -183,7 +167,7 @@ void TestRenameActions::prefixAndSuffix() {
 
 void TestRenameActions::cancelledPromptsRenameNothing() {
     TestEnvironment env;
-    noRevealing();
+    QVERIFY(saveQuietPreferences());
     const QString folder = env.makeFolder("cancelled");
     const QStringList items = makeFiles(env, folder, {"a.txt", "b.txt"});
     for (const RenameMode mode : {RenameMode::addPrefix, RenameMode::addSuffix, RenameMode::findReplace}) {
@@ -199,7 +183,7 @@ void TestRenameActions::cancelledPromptsRenameNothing() {
 
 void TestRenameActions::findReplaceSearchesTheStemOnly() {
     TestEnvironment env;
-    noRevealing();
+    QVERIFY(saveQuietPreferences());
     const QString folder = env.makeFolder("replace");
     const QStringList items = makeFiles(env, folder, {"Banana.tar.gz", "Apple.a"});
     FakePlatform::prompts().twoTextAnswers = {std::pair<QString, QString>("a", "b")};
@@ -216,7 +200,7 @@ void TestRenameActions::findReplaceSearchesTheStemOnly() {
 
 void TestRenameActions::collisionsNeverOverwrite() {
     TestEnvironment env;
-    noRevealing();
+    QVERIFY(saveQuietPreferences());
     const QString folder = env.makeFolder("collide");
     makeFiles(env, folder, {"xx", "b.txt", "b 2.txt"});
     const QStringList items = makeFiles(env, folder, {"x", "a.txt"});
@@ -244,7 +228,7 @@ void TestRenameActions::collisionsNeverOverwrite() {
 
 void TestRenameActions::caseOnlyChangeGoesThroughHiddenName() {
     TestEnvironment env;
-    noRevealing();
+    QVERIFY(saveQuietPreferences());
     const QString folder = env.makeFolder("case");
     const QStringList items = makeFiles(env, folder, {"README.MD", "Ärger.TXT", "already lower.txt"});
     const QStringList results = RenameActions::renameFiles(items, RenameMode::lowercase);
@@ -262,7 +246,7 @@ void TestRenameActions::caseOnlyChangeGoesThroughHiddenName() {
 
 void TestRenameActions::caseOnlyChangeOntoAnotherItemKeepsIt() {
     TestEnvironment env;
-    noRevealing();
+    QVERIFY(saveQuietPreferences());
     const QString folder = env.makeFolder("sensitive");
     const QStringList items = makeFiles(env, folder, {"README.MD", "readme.MD"});
     const QStringList results = RenameActions::renameFiles({items.at(0)}, RenameMode::lowercase);
@@ -274,7 +258,7 @@ void TestRenameActions::caseOnlyChangeOntoAnotherItemKeepsIt() {
 
 void TestRenameActions::awkwardNames() {
     TestEnvironment env;
-    noRevealing();
+    QVERIFY(saveQuietPreferences());
     const QString folder = env.makeFolder("awkward");
     const QStringList names = {"-n dash.txt",   "blank name.txt", "quo\"te's.txt",
                                "new\nline.txt", "straße.txt",     "中文 é"};
@@ -289,7 +273,7 @@ void TestRenameActions::awkwardNames() {
 
 void TestRenameActions::badInputLosesNothing() {
     TestEnvironment env;
-    noRevealing();
+    QVERIFY(saveQuietPreferences());
     const QString folder = env.makeFolder("bad");
     const QStringList items = makeFiles(env, folder, {"a.txt", "b.txt"});
 
@@ -313,7 +297,7 @@ void TestRenameActions::badInputLosesNothing() {
 
 void TestRenameActions::nestedSelectionFollowsRenamedFolder() {
     TestEnvironment env;
-    noRevealing();
+    QVERIFY(saveQuietPreferences());
     const QString folder = env.makeFolder("nested");
     const QString inner = env.writeFile(folder + "/Dir/inner.txt", "inner");
     const QString other = env.writeFile(folder + "/Dir/other.txt", "other");
@@ -327,7 +311,7 @@ void TestRenameActions::nestedSelectionFollowsRenamedFolder() {
 
 void TestRenameActions::largeSelection() {
     TestEnvironment env;
-    noRevealing();
+    QVERIFY(saveQuietPreferences());
     const QString folder = env.makeFolder("many");
     QStringList items;
     for (int i = 1; i <= 2000; ++i)

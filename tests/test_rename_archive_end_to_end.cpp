@@ -1,5 +1,6 @@
 // The rename and archive actions through the real executable: kestro --perform with a request URL.
-#include "catalogue/AppPreferencesPersistence.h"
+#include "support/FolderListing.h"
+#include "support/QuietPreferences.h"
 #include "support/TestEnvironment.h"
 
 #include <QDir>
@@ -7,11 +8,6 @@
 #include <QtTest>
 
 namespace {
-
-QStringList namesIn(const QString& folder) {
-    return QDir(folder).entryList(QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot,
-                                  QDir::Name);
-}
 
 QString requestURL(const QString& actionID, const QStringList& paths, const QString& target) {
     QString url = QStringLiteral("kestro://finder-action?actionID=") + actionID;
@@ -61,9 +57,7 @@ void TestRenameArchiveEndToEnd::init() {
     // The previous environment goes first: its destructor puts back the variables it found.
     m_env.reset();
     m_env = std::make_unique<TestEnvironment>();
-    AppPreferences preferences;
-    preferences.revealActionResults = false;
-    QVERIFY(AppPreferencesPersistence::save(preferences));
+    QVERIFY(saveQuietPreferences());
 }
 
 void TestRenameArchiveEndToEnd::changesCase() {

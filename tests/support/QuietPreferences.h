@@ -1,0 +1,7 @@
+#pragma once
+
+enum class QuietReveal { actionResults, actionResultsAndCreatedItems };
+
+// Writes AppPreferences.plist with revealing turned off (the rest at the defaults), so that the actions a
+// test runs open no file-manager windows. False when the file could not be written.
+bool saveQuietPreferences(QuietReveal quiet = QuietReveal::actionResults);
