@@ -138,16 +138,16 @@ QVariantMap FeatureSettingsPersistence::propertyList(const FeatureSettings& sett
 
 bool FeatureSettingsPersistence::save(const FeatureSettings& settings) noexcept {
     try {
-        const QVariantMap root = propertyList(settings);
-        // Serialising up front: when that fails nothing is written and nothing announced.
-        if (PropertyListFile::toXml(root).isEmpty())
+        // Serialised once, up front: when that fails nothing is written and nothing announced.
+        const QByteArray bytes = PropertyListFile::toXml(propertyList(settings));
+        if (bytes.isEmpty())
             return false;
         // The two copies are written one after the other rather than through writeBothCopies: a copy that
         // could not be written must stop the save before the announcement, and the file-manager side must
         // never be told about a copy it cannot read.
-        if (!PropertyListFile::write(applicationFileURL(), root))
+        if (!PropertyListFile::writeBytes(applicationFileURL(), bytes))
             return false;
-        if (!PropertyListFile::write(extensionFileURL(), root))
+        if (!PropertyListFile::writeBytes(extensionFileURL(), bytes))
             return false;
         KestroSettingsChangeNotifier::post(QStringLiteral("feature-settings"));
         return true;

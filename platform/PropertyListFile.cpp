@@ -167,20 +167,22 @@ QByteArray PropertyListFile::toXml(const QVariant& value) {
 }
 
 bool PropertyListFile::write(const QString& path, const QVariant& value) {
-    if (!QDir().mkpath(QFileInfo(path).absolutePath()))
+    return writeBytes(path, toXml(value));
+}
+
+bool PropertyListFile::writeBytes(const QString& path, const QByteArray& bytes) {
+    if (bytes.isEmpty() || !QDir().mkpath(QFileInfo(path).absolutePath()))
         return false;
     QSaveFile file(path);
-    if (!file.open(QIODevice::WriteOnly))
-        return false;
-    const QByteArray bytes = toXml(value);
-    if (file.write(bytes) != bytes.size())
+    if (!file.open(QIODevice::WriteOnly) || file.write(bytes) != bytes.size())
         return false;
     return file.commit();
 }
 
 bool PropertyListFile::writeBothCopies(const QString& fileName, const QVariant& value) {
+    const QByteArray bytes = toXml(value);
     const bool written =
-        write(KestroPaths::applicationSupportDirectory() + QLatin1Char('/') + fileName, value);
-    write(KestroPaths::extensionDirectory() + QLatin1Char('/') + fileName, value);
+        writeBytes(KestroPaths::applicationSupportDirectory() + QLatin1Char('/') + fileName, bytes);
+    writeBytes(KestroPaths::extensionDirectory() + QLatin1Char('/') + fileName, bytes);
     return written;
 }

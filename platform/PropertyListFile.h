@@ -15,6 +15,8 @@ public:
     static QByteArray toXml(const QVariant& value);
     // Creates the folder, then writes atomically (temporary file, then rename). False on any failure.
     static bool write(const QString& path, const QVariant& value);
+    // The same for bytes already serialised, so that two copies are serialised once.
+    static bool writeBytes(const QString& path, const QByteArray& bytes);
     // Writes the same bytes to the application's folder and the extension's folder under fileName.
     // True when the first (the one that is read back) was written.
     static bool writeBothCopies(const QString& fileName, const QVariant& value);
