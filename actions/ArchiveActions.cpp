@@ -1,7 +1,5 @@
 #include "actions/ArchiveActions.h"
 
-#include "actions/DiagnosticLog.h"
-#include "actions/FinderActionExecutionError.h"
 #include "actions/FinderActionExecutor.h"
 #include "actions/FinderNameOrder.h"
 #include "actions/PathParts.h"
@@ -9,6 +7,8 @@
 #include "actions/UniqueName.h"
 #include "actions/UniqueNameMove.h"
 #include "actions/ZipTools.h"
+#include "platform/DiagnosticLog.h"
+#include "platform/FinderActionExecutionError.h"
 #include "platform/KestroError.h"
 
 #include <QCoreApplication>

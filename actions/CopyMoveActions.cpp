@@ -1,9 +1,9 @@
 #include "actions/CopyMoveActions.h"
 
-#include "actions/FinderActionExecutionError.h"
 #include "actions/FinderActionExecutor.h"
 #include "actions/UniqueName.h"
 #include "platform/FileTransfer.h"
+#include "platform/FinderActionExecutionError.h"
 #include "platform/KestroError.h"
 
 #include <QCoreApplication>

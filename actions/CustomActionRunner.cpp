@@ -1,9 +1,9 @@
 #include "actions/CustomActionRunner.h"
 
-#include "actions/DiagnosticLog.h"
-#include "actions/FinderActionExecutionError.h"
 #include "actions/FinderActionExecutor.h"
 #include "actions/ProcessRunner.h"
+#include "platform/DiagnosticLog.h"
+#include "platform/FinderActionExecutionError.h"
 #include "platform/ShortcutsTool.h"
 #include "stores/CustomShortcutActionPersistence.h"
 

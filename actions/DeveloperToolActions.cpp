@@ -2,8 +2,8 @@
 
 #include "actions/ByteCountText.h"
 #include "actions/FileDigest.h"
-#include "actions/FinderActionExecutionError.h"
 #include "actions/HiddenFilesSetting.h"
+#include "platform/FinderActionExecutionError.h"
 #include "platform/Platform.h"
 
 #include <QFile>

@@ -3,8 +3,8 @@
 #include "actions/ActionDispatchTable.h"
 #include "actions/CustomActionRunner.h"
 #include "actions/FamilyNotBuilt.h"
-#include "actions/FinderActionExecutionError.h"
 #include "actions/FinderViewPresetActions.h"
+#include "platform/FinderActionExecutionError.h"
 
 namespace {
 const QString viewPresetPrefix = QStringLiteral("finderViewPreset__");

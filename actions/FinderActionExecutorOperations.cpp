@@ -1,7 +1,7 @@
 // The shared operations of the executor: resolving inputs, prompts, revealing results, path text.
-#include "actions/FinderActionExecutionError.h"
 #include "actions/FinderActionExecutor.h"
 #include "catalogue/AppPreferencesPersistence.h"
+#include "platform/FinderActionExecutionError.h"
 #include "platform/MainThread.h"
 #include "platform/Platform.h"
 

@@ -1,9 +1,9 @@
 #include "actions/FinderViewPresetActions.h"
 
-#include "actions/DiagnosticLog.h"
-#include "actions/FinderActionExecutionError.h"
 #include "actions/FinderViewPresetScripts.h"
 #include "actions/ProcessRunner.h"
+#include "platform/DiagnosticLog.h"
+#include "platform/FinderActionExecutionError.h"
 #include "stores/FinderViewPresetPersistence.h"
 
 void FinderViewPresetActions::applyFinderViewPreset(const std::optional<QString>& id) {

@@ -1,7 +1,7 @@
 #include "actions/HiddenFilesSetting.h"
 
-#include "actions/FinderActionExecutionError.h"
 #include "actions/ProcessRunner.h"
+#include "platform/FinderActionExecutionError.h"
 
 #include <QCoreApplication>
 #include <QStandardPaths>

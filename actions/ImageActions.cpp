@@ -1,10 +1,10 @@
 #include "actions/ImageActions.h"
 
-#include "actions/DiagnosticLog.h"
-#include "actions/FinderActionExecutionError.h"
 #include "actions/FinderActionExecutor.h"
 #include "actions/ImageFileIO.h"
 #include "actions/UniqueName.h"
+#include "platform/DiagnosticLog.h"
+#include "platform/FinderActionExecutionError.h"
 
 #include <QCoreApplication>
 #include <QFileInfo>

@@ -1,7 +1,7 @@
 #include "actions/ImageFileIO.h"
 
 #include "actions/AtomicFileWriter.h"
-#include "actions/FinderActionExecutionError.h"
+#include "platform/FinderActionExecutionError.h"
 
 #include <QBuffer>
 #include <QColorSpace>

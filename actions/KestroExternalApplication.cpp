@@ -1,6 +1,6 @@
 #include "actions/KestroExternalApplication.h"
 
-#include "actions/FinderActionExecutionError.h"
+#include "platform/FinderActionExecutionError.h"
 #include "platform/Platform.h"
 
 #include <QFileInfo>

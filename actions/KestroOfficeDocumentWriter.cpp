@@ -1,8 +1,8 @@
 #include "actions/KestroOfficeDocumentWriter.h"
 
 #include "actions/AtomicFileWriter.h"
-#include "actions/FinderActionExecutionError.h"
 #include "actions/StagingDirectory.h"
+#include "platform/FinderActionExecutionError.h"
 #include "platform/KestroError.h"
 
 #include <QDir>

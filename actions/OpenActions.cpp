@@ -1,8 +1,8 @@
 #include "actions/OpenActions.h"
 
-#include "actions/DiagnosticLog.h"
-#include "actions/FinderActionExecutionError.h"
 #include "actions/FinderActionExecutor.h"
+#include "platform/DiagnosticLog.h"
+#include "platform/FinderActionExecutionError.h"
 #include "platform/KestroError.h"
 #include "platform/Platform.h"
 

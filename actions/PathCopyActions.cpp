@@ -1,8 +1,8 @@
 #include "actions/PathCopyActions.h"
 
-#include "actions/FinderActionExecutionError.h"
 #include "actions/FinderActionExecutor.h"
 #include "actions/PathParts.h"
+#include "platform/FinderActionExecutionError.h"
 #include "platform/Platform.h"
 
 #include <QDir>

@@ -1,11 +1,11 @@
 #include "actions/PdfActions.h"
 
-#include "actions/DiagnosticLog.h"
-#include "actions/FinderActionExecutionError.h"
 #include "actions/FinderActionExecutor.h"
 #include "actions/ImageFileIO.h"
 #include "actions/PdfFile.h"
 #include "actions/UniqueName.h"
+#include "platform/DiagnosticLog.h"
+#include "platform/FinderActionExecutionError.h"
 
 #include <QCoreApplication>
 #include <QFile>

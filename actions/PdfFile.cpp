@@ -1,6 +1,6 @@
 #include "actions/PdfFile.h"
 
-#include "actions/FinderActionExecutionError.h"
+#include "platform/FinderActionExecutionError.h"
 
 #include <QCoreApplication>
 #include <QFile>

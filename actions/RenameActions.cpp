@@ -1,12 +1,12 @@
 #include "actions/RenameActions.h"
 
-#include "actions/FinderActionExecutionError.h"
 #include "actions/FinderActionExecutor.h"
 #include "actions/FinderNameOrder.h"
 #include "actions/PathParts.h"
 #include "actions/UniqueName.h"
 #include "actions/UniqueNameMove.h"
 #include "platform/ExclusiveRename.h"
+#include "platform/FinderActionExecutionError.h"
 #include "platform/KestroError.h"
 
 #include <QCoreApplication>

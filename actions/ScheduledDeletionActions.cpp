@@ -1,6 +1,6 @@
 #include "actions/ScheduledDeletionActions.h"
 
-#include "actions/DiagnosticLog.h"
+#include "platform/DiagnosticLog.h"
 #include "stores/ScheduledDeletionStore.h"
 
 void ScheduledDeletionActions::scheduleDeletion(const QStringList& selectedURLs, double timeInterval,

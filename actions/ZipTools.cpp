@@ -1,8 +1,8 @@
 #include "actions/ZipTools.h"
 
-#include "actions/FinderActionExecutionError.h"
 #include "actions/ProcessRunner.h"
 #include "actions/StagingDirectory.h"
+#include "platform/FinderActionExecutionError.h"
 #include "platform/KestroError.h"
 
 #include <QCoreApplication>

@@ -1,12 +1,12 @@
 #include "app/KestroHost.h"
 
-#include "actions/DiagnosticLog.h"
 #include "app/KestroMainWindow.h"
 #include "app/MenuBarController.h"
 #include "catalogue/AppPreferencesStore.h"
 #include "catalogue/FeatureSettingsStore.h"
 #include "intake/FinderSelectionModel.h"
 #include "intake/KestroQueuedActionRunner.h"
+#include "platform/DiagnosticLog.h"
 #include "settings-ui/SettingsContentView.h"
 #include "stores/CustomDestinationStore.h"
 #include "stores/CustomShortcutActionStore.h"

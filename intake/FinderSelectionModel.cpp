@@ -1,9 +1,9 @@
 #include "intake/FinderSelectionModel.h"
 
-#include "actions/DiagnosticLog.h"
 #include "actions/FinderActionExecutor.h"
 #include "intake/FeatureRequestMailer.h"
 #include "intake/FinderCurrentContext.h"
+#include "platform/DiagnosticLog.h"
 #include "platform/KestroError.h"
 
 #include <QRegularExpression>

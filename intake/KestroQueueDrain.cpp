@@ -1,7 +1,7 @@
 #include "intake/KestroQueueDrain.h"
 
-#include "actions/DiagnosticLog.h"
 #include "actions/FinderActionExecutor.h"
+#include "platform/DiagnosticLog.h"
 #include "platform/KestroError.h"
 #include "platform/KestroPaths.h"
 

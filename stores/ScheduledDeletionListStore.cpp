@@ -1,6 +1,6 @@
 #include "stores/ScheduledDeletionListStore.h"
 
-#include "actions/DiagnosticLog.h"
+#include "platform/DiagnosticLog.h"
 #include "platform/KestroError.h"
 #include "stores/ScheduledDeletionNotifier.h"
 #include "stores/ScheduledDeletionStore.h"

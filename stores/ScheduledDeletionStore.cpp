@@ -1,7 +1,7 @@
 #include "stores/ScheduledDeletionStore.h"
 
-#include "actions/DiagnosticLog.h"
-#include "actions/FinderActionExecutionError.h"
+#include "platform/DiagnosticLog.h"
+#include "platform/FinderActionExecutionError.h"
 #include "platform/KestroError.h"
 #include "platform/KestroPaths.h"
 #include "platform/Platform.h"

@@ -1,8 +1,8 @@
 // ZIP archives: packing names and log line, round trips with awkward names, unpacking that never replaces
 // a user's item, the same-name folder, damaged and encrypted archives, wildcard characters, many items.
 #include "actions/ArchiveActions.h"
-#include "actions/FinderActionExecutionError.h"
 #include "catalogue/AppPreferencesPersistence.h"
+#include "platform/FinderActionExecutionError.h"
 #include "support/FakePlatform.h"
 #include "support/FolderListing.h"
 #include "support/QuietPreferences.h"

@@ -1,8 +1,8 @@
 // Copying and moving through the dispatcher: free names, the chooser, the reveal rule, and that a failing
 // item keeps what was done before it and loses nothing.
-#include "actions/FinderActionExecutionError.h"
 #include "actions/FinderActionExecutor.h"
 #include "catalogue/AppPreferencesPersistence.h"
+#include "platform/FinderActionExecutionError.h"
 #include "support/FakePlatform.h"
 #include "support/TestEnvironment.h"
 

@@ -1,7 +1,7 @@
 #include "actions/CustomActionRunner.h"
-#include "actions/FinderActionExecutionError.h"
 #include "actions/FinderActionExecutor.h"
 #include "actions/ProcessRunner.h"
+#include "platform/FinderActionExecutionError.h"
 #include "platform/KestroPaths.h"
 #include "platform/PropertyListFile.h"
 #include "platform/ShortcutsTool.h"

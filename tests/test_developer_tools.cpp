@@ -2,7 +2,7 @@
 #include "actions/ByteCountText.h"
 #include "actions/DeveloperToolActions.h"
 #include "actions/FileDigest.h"
-#include "actions/FinderActionExecutionError.h"
+#include "platform/FinderActionExecutionError.h"
 #include "support/FakePlatform.h"
 #include "support/TestEnvironment.h"
 

@@ -1,6 +1,6 @@
-#include "actions/FinderActionExecutionError.h"
 #include "actions/FinderActionExecutor.h"
 #include "catalogue/AppPreferencesPersistence.h"
+#include "platform/FinderActionExecutionError.h"
 #include "support/FakePlatform.h"
 #include "support/TestEnvironment.h"
 

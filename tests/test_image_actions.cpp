@@ -1,8 +1,8 @@
 // Image conversion, resizing, compression and metadata stripping on real pixels.
-#include "actions/FinderActionExecutionError.h"
 #include "actions/FinderActionExecutor.h"
 #include "actions/ImageActions.h"
 #include "catalogue/AppPreferencesPersistence.h"
+#include "platform/FinderActionExecutionError.h"
 #include "support/FakePlatform.h"
 #include "support/QuietPreferences.h"
 #include "support/TestEnvironment.h"

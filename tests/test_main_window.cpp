@@ -1,5 +1,4 @@
 // The host's start-up order, the main window's size, place and close behaviour, and the login-start rule.
-#include "actions/DiagnosticLog.h"
 #include "app/InitialWindowPositioning.h"
 #include "app/KestroHost.h"
 #include "app/KestroMainWindow.h"
@@ -7,6 +6,7 @@
 #include "app/MenuBarController.h"
 #include "catalogue/FeatureSettingsPersistence.h"
 #include "intake/KestroQueuedActionRunner.h"
+#include "platform/DiagnosticLog.h"
 #include "platform/KestroPaths.h"
 #include "settings-ui/SettingsContentView.h"
 #include "support/FakePlatform.h"

@@ -1,8 +1,8 @@
-#include "actions/FinderActionExecutionError.h"
 #include "actions/FinderActionExecutor.h"
 #include "actions/KestroFileTemplate.h"
 #include "actions/KestroOfficeDocumentWriter.h"
 #include "actions/UniqueName.h"
+#include "platform/FinderActionExecutionError.h"
 #include "support/TestEnvironment.h"
 
 #include <QDir>

@@ -1,7 +1,7 @@
 // Terminal, editors, open-with, the bounded launch wait, quick open of folders, typed and copied paths.
-#include "actions/FinderActionExecutionError.h"
 #include "actions/FinderActionExecutor.h"
 #include "actions/OpenActions.h"
+#include "platform/FinderActionExecutionError.h"
 #include "platform/KestroError.h"
 #include "support/FakePlatform.h"
 #include "support/TestEnvironment.h"

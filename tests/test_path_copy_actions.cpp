@@ -1,6 +1,6 @@
 // The six path formats as they reach the clipboard.
-#include "actions/FinderActionExecutionError.h"
 #include "actions/FinderActionExecutor.h"
+#include "platform/FinderActionExecutionError.h"
 #include "support/FakePlatform.h"
 #include "support/TestEnvironment.h"
 

@@ -1,6 +1,6 @@
 // Merging, splitting, compressing PDFs and making one from images, read back with qpdf.
-#include "actions/FinderActionExecutionError.h"
 #include "actions/PdfActions.h"
+#include "platform/FinderActionExecutionError.h"
 #include "support/FakePlatform.h"
 #include "support/PdfSamples.h"
 #include "support/QuietPreferences.h"

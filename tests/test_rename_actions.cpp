@@ -1,10 +1,10 @@
 // Batch rename: every rule, the prompts and their cancellation, file-manager order whatever the locale,
 // case-only changes, collisions that must never overwrite, awkward names and large selections.
-#include "actions/FinderActionExecutionError.h"
 #include "actions/FinderNameOrder.h"
 #include "actions/RenameActions.h"
 #include "catalogue/AppPreferencesPersistence.h"
 #include "platform/ExclusiveRename.h"
+#include "platform/FinderActionExecutionError.h"
 #include "support/FakePlatform.h"
 #include "support/FolderListing.h"
 #include "support/QuietPreferences.h"

@@ -1,6 +1,6 @@
-#include "actions/DiagnosticLog.h"
-#include "actions/FinderActionExecutionError.h"
 #include "actions/ProcessRunner.h"
+#include "platform/DiagnosticLog.h"
+#include "platform/FinderActionExecutionError.h"
 #include "support/TestEnvironment.h"
 
 #include <QFile>

@@ -1,7 +1,7 @@
 // Scheduling, replacing, cancelling and running scheduled moves to the trash, with the fake trash and
 // times given by the test.
-#include "actions/FinderActionExecutionError.h"
 #include "actions/FinderActionExecutor.h"
+#include "platform/FinderActionExecutionError.h"
 #include "platform/PropertyListFile.h"
 #include "stores/ScheduledDeletionListStore.h"
 #include "stores/ScheduledDeletionPersistence.h"

@@ -1,4 +1,4 @@
-#include "actions/DiagnosticLog.h"
+#include "platform/DiagnosticLog.h"
 
 #include "platform/KestroPaths.h"
 

@@ -1,4 +1,4 @@
-#include "actions/FinderActionExecutionError.h"
+#include "platform/FinderActionExecutionError.h"
 
 #include <QCoreApplication>
 
