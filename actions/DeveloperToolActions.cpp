@@ -1,5 +1,7 @@
 #include "actions/DeveloperToolActions.h"
 
+#include "actions/FinderActionExecutor.h"
+
 #include "actions/ByteCountText.h"
 #include "actions/FileDigest.h"
 #include "actions/HiddenFilesSetting.h"
@@ -33,6 +35,7 @@ qint64 fileSizeOf(const QString& path) {
 void DeveloperToolActions::copyChecksums(const QStringList& selectedURLs, ChecksumAlgorithm algorithm) {
     if (selectedURLs.isEmpty())
         throw FinderActionExecutionError::noSelection();
+    FinderActionExecutor::requireRegularFiles(selectedURLs);
     const FileDigest::Algorithm digest =
         algorithm == ChecksumAlgorithm::sha256 ? FileDigest::Algorithm::sha256 : FileDigest::Algorithm::md5;
     QStringList lines;

@@ -10,6 +10,7 @@
 #include <cstring>
 #include <fcntl.h>
 #include <memory>
+#include <sys/stat.h>
 #include <unistd.h>
 #include <vector>
 
@@ -31,10 +32,20 @@ struct ContextFree {
 } // namespace
 
 QString FileDigest::hexDigest(const QString& path, Algorithm algorithm) {
-    const int descriptor = ::open(QFile::encodeName(path).constData(), O_RDONLY | O_CLOEXEC);
+    // Opened without waiting (a FIFO put in the file's place must not hang us), then read only if it is a
+    // plain file.
+    const int descriptor = ::open(QFile::encodeName(path).constData(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
     if (descriptor < 0)
         throw systemError(path, errno);
     const FileCloser closer{descriptor};
+    struct stat status {};
+    if (::fstat(descriptor, &status) != 0)
+        throw systemError(path, errno);
+    if (S_ISDIR(status.st_mode))
+        throw systemError(path, EISDIR);
+    if (!S_ISREG(status.st_mode))
+        throw systemError(path, EINVAL);
+    ::fcntl(descriptor, F_SETFL, ::fcntl(descriptor, F_GETFL) & ~O_NONBLOCK);
     ::posix_fadvise(descriptor, 0, 0, POSIX_FADV_SEQUENTIAL);
 
     const std::unique_ptr<EVP_MD_CTX, ContextFree> context(EVP_MD_CTX_new());

@@ -16,6 +16,22 @@ QStringList FinderActionExecutor::perform(const QString& actionID, const QString
                                           const std::optional<QString>& targetedURL,
                                           const std::optional<QString>& destinationURL,
                                           const std::optional<QString>& presetID) {
+    // Every road passes through here, so no action ever sees a relative path or one whose meaning depends
+    // on where the host happens to run.
+    QStringList selection;
+    selection.reserve(selectedURLs.size());
+    for (const QString& path : selectedURLs)
+        selection.append(checkedRequestPath(path));
+    const auto checked = [](const std::optional<QString>& path) -> std::optional<QString> {
+        return path ? std::optional<QString>(checkedRequestPath(*path)) : std::nullopt;
+    };
+    return dispatch(actionID, selection, checked(targetedURL), checked(destinationURL), presetID);
+}
+
+QStringList FinderActionExecutor::dispatch(const QString& actionID, const QStringList& selectedURLs,
+                                           const std::optional<QString>& targetedURL,
+                                           const std::optional<QString>& destinationURL,
+                                           const std::optional<QString>& presetID) {
     try {
         if (const std::optional<QString> id = finderViewPresetID(actionID)) {
             FinderViewPresetActions::applyFinderViewPreset(*id);

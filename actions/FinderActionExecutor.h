@@ -38,7 +38,23 @@ public:
     static void revealCreatedItemsIfWanted(const QStringList& urls);
     static void revealActionResultsIfWanted(const QStringList& urls);
 
+    // A path as a request carries it, checked before any action sees it: it must be absolute and free of NUL.
+    // "." and ".." are resolved by the file system (the parent's real path), never by cutting text, because
+    // after a symbolic link ".." leads somewhere else than the text suggests. Throws invalidPath.
+    static QString checkedRequestPath(const QString& text);
+
+    // Actions that read what files hold call this before anything else: a pipe, a device or a socket would
+    // make them wait for ever (a FIFO) or read without end (/dev/zero). Follows links, as reading does.
+    // Throws commandFailed naming the first such item.
+    static void requireRegularFiles(const QStringList& paths);
+
     static QString normalizedPathText(const QString& text);
     static std::optional<QString> fileURL(const QString& pathText);
     static std::optional<QString> finderViewPresetID(const QString& actionID);
+
+private:
+    static QStringList dispatch(const QString& actionID, const QStringList& selectedURLs,
+                                const std::optional<QString>& targetedURL,
+                                const std::optional<QString>& destinationURL,
+                                const std::optional<QString>& presetID);
 };

@@ -1,16 +1,21 @@
 // The shared operations of the executor: resolving inputs, prompts, revealing results, path text.
 #include "actions/FinderActionExecutor.h"
 #include "catalogue/AppPreferencesPersistence.h"
+#include "platform/DiagnosticLog.h"
 #include "platform/FinderActionExecutionError.h"
 #include "platform/MainThread.h"
 #include "platform/Platform.h"
 
+#include <QCoreApplication>
 #include <QDir>
+#include <QFile>
 #include <QFileInfo>
 #include <QStandardPaths>
 #include <QUrl>
 
 #include <algorithm>
+#include <cerrno>
+#include <sys/stat.h>
 
 namespace {
 
@@ -159,6 +164,46 @@ void FinderActionExecutor::revealCreatedItemsIfWanted(const QStringList& urls) {
 void FinderActionExecutor::revealActionResultsIfWanted(const QStringList& urls) {
     if (AppPreferencesPersistence::load().revealActionResults)
         openContainingFolders(urls);
+}
+
+QString FinderActionExecutor::checkedRequestPath(const QString& text) {
+    if (!text.startsWith(QLatin1Char('/')) || text.contains(QChar(0)))
+        throw FinderActionExecutionError::invalidPath(DiagnosticLog::escapedText(text));
+    QString trimmed = text;
+    while (trimmed.size() > 1 && trimmed.endsWith(QLatin1Char('/')))
+        trimmed.chop(1);
+    const QStringList components = trimmed.split(QLatin1Char('/'), Qt::SkipEmptyParts);
+    const auto dotted = [](const QString& component) {
+        return component == QLatin1String(".") || component == QLatin1String("..");
+    };
+    if (std::none_of(components.cbegin(), components.cend(), dotted))
+        return QDir::cleanPath(trimmed); // only doubled slashes go
+    // The item itself may be a link (renaming or trashing it must touch the link), so only the folder it
+    // sits in is resolved, unless the last component is a dot itself.
+    const bool lastIsDotted = dotted(components.constLast());
+    const QString folder = lastIsDotted ? trimmed : trimmed.left(trimmed.lastIndexOf(QLatin1Char('/')) + 1);
+    const QString resolved = QFileInfo(folder).canonicalFilePath();
+    if (resolved.isEmpty())
+        throw FinderActionExecutionError::invalidPath(text);
+    if (lastIsDotted)
+        return resolved;
+    return (resolved == QLatin1String("/") ? QString() : resolved) + QLatin1Char('/') +
+           components.constLast();
+}
+
+void FinderActionExecutor::requireRegularFiles(const QStringList& paths) {
+    for (const QString& path : paths) {
+        struct stat status {};
+        if (::stat(QFile::encodeName(path).constData(), &status) != 0) {
+            if (errno == ENOENT)
+                throw FinderActionExecutionError::sourceItemMissing(path);
+            continue; // reading it will say what is wrong
+        }
+        if (!S_ISREG(status.st_mode))
+            throw FinderActionExecutionError::commandFailed(
+                QCoreApplication::translate("FinderActionExecutor", "“%1”不是普通文件，无法读取它的内容。")
+                    .arg(path));
+    }
 }
 
 QString FinderActionExecutor::normalizedPathText(const QString& text) {

@@ -71,6 +71,7 @@ QStringList PdfActions::pdfInputs(const QStringList& selectedURLs) {
     for (const QString& url : selectedURLs)
         if (UniqueName::splitExtension(QFileInfo(url).fileName()).second.toLower() == QLatin1String("pdf"))
             pdfs.append(url);
+    FinderActionExecutor::requireRegularFiles(pdfs);
     return pdfs;
 }
 
@@ -163,6 +164,7 @@ QStringList PdfActions::splitPDFs(const QStringList& selectedURLs) {
 QStringList PdfActions::imagesToPDF(const QStringList& selectedURLs) {
     if (selectedURLs.isEmpty())
         throw FinderActionExecutionError::noSelection();
+    FinderActionExecutor::requireRegularFiles(selectedURLs);
     const QString output =
         UniqueName::path(folderOf(selectedURLs.first()), QStringLiteral("Images"), QStringLiteral("pdf"));
     QSaveFile file(output);

@@ -89,7 +89,12 @@ QStringList RenameActions::renameFiles(const QStringList& selectedURLs, RenameMo
     QStringList items = FinderActionExecutor::validatedSourceURLs(selectedURLs);
     items.removeDuplicates();
     FinderNameOrder::sortByName(items);
-    const RenameOptions options = renameOptions(mode);
+    // A cancelled prompt ends the action with nothing renamed: guessing a name for the user would lose
+    // the original names for good.
+    const std::optional<RenameOptions> answered = renameOptions(mode);
+    if (!answered)
+        return {};
+    const RenameOptions& options = *answered;
 
     std::vector<PlannedRename> plan;
     for (qsizetype index = 0; index < items.size(); ++index) {
@@ -129,29 +134,30 @@ QStringList RenameActions::renameFiles(const QStringList& selectedURLs, RenameMo
     return results;
 }
 
-RenameOptions RenameActions::renameOptions(RenameMode mode) {
+std::optional<RenameOptions> RenameActions::renameOptions(RenameMode mode) {
+    const auto single = [](const std::optional<QString>& answer) -> std::optional<RenameOptions> {
+        if (!answer)
+            return std::nullopt;
+        return RenameOptions{*answer, {}};
+    };
     switch (mode) {
     case RenameMode::addPrefix:
-        return {FinderActionExecutor::promptText(tr("添加前缀"), tr("输入要添加到文件名前面的文字。"))
-                    .value_or(QString()),
-                {}};
+        return single(FinderActionExecutor::promptText(tr("添加前缀"), tr("输入要添加到文件名前面的文字。")));
     case RenameMode::addSuffix:
-        return {FinderActionExecutor::promptText(tr("添加后缀"), tr("输入要添加到扩展名前面的文字。"))
-                    .value_or(QString()),
-                {}};
+        return single(FinderActionExecutor::promptText(tr("添加后缀"), tr("输入要添加到扩展名前面的文字。")));
     case RenameMode::findReplace: {
         const auto answer = FinderActionExecutor::promptTwoTexts(tr("查找并替换"), tr("查找"), tr("替换为"));
-        return answer ? RenameOptions{answer->first, answer->second} : RenameOptions{};
+        if (!answer)
+            return std::nullopt;
+        return RenameOptions{answer->first, answer->second};
     }
     case RenameMode::sequential:
-        return {FinderActionExecutor::promptText(tr("序号重命名"), tr("输入统一文件名。"))
-                    .value_or(QStringLiteral("File")),
-                {}};
+        return single(FinderActionExecutor::promptText(tr("序号重命名"), tr("输入统一文件名。")));
     case RenameMode::lowercase:
     case RenameMode::uppercase:
         break;
     }
-    return {};
+    return RenameOptions{};
 }
 
 QString RenameActions::renamedName(const QString& name, RenameMode mode, const RenameOptions& options,

@@ -19,9 +19,9 @@ class RenameActions {
 public:
     // Renames every selected item by one rule, in file-manager order; returns the renamed items' new paths.
     static QStringList renameFiles(const QStringList& selectedURLs, RenameMode mode);
-    // Asks for the rule's texts. An unanswered prompt leaves them empty, except the sequential base name,
-    // which falls back to "File".
-    static RenameOptions renameOptions(RenameMode mode);
+    // Asks for the rule's texts; nothing when the user cancelled (the rename then does not happen). The
+    // case rules ask nothing.
+    static std::optional<RenameOptions> renameOptions(RenameMode mode);
     // The new name of the item called name at zero-based position index of the sorted selection.
     static QString renamedName(const QString& name, RenameMode mode, const RenameOptions& options,
                                qsizetype index);

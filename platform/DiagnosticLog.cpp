@@ -5,12 +5,64 @@
 #include <QTimeZone>
 
 #include <fcntl.h>
+#include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
+namespace {
+
+// Drops the older half of the log, keeping whole lines. The caller holds the file's lock.
+void dropOlderHalf(int descriptor, qint64 size) {
+    QByteArray kept(size - size / 2, Qt::Uninitialized);
+    const ssize_t read = ::pread(descriptor, kept.data(), size_t(kept.size()), off_t(size / 2));
+    if (read < 0)
+        return;
+    kept.truncate(read);
+    const qsizetype firstLineEnd = kept.indexOf('\n');
+    kept.remove(0, firstLineEnd < 0 ? kept.size() : firstLineEnd + 1);
+    if (::ftruncate(descriptor, 0) != 0)
+        return;
+    // The descriptor appends, so this lands at the start of the now empty file.
+    [[maybe_unused]] const ssize_t written = ::write(descriptor, kept.constData(), size_t(kept.size()));
+}
+
+} // namespace
+
+QString DiagnosticLog::escapedText(const QString& text) {
+    QString escaped;
+    escaped.reserve(text.size());
+    for (const QChar character : text) {
+        const char16_t code = character.unicode();
+        if (code >= 0x20 && code != 0x7f && !(code >= 0x80 && code < 0xa0) && code != 0x2028 &&
+            code != 0x2029) {
+            escaped.append(character);
+            continue;
+        }
+        switch (code) {
+        case '\n':
+            escaped.append(QLatin1String("\\n"));
+            break;
+        case '\r':
+            escaped.append(QLatin1String("\\r"));
+            break;
+        case '\t':
+            escaped.append(QLatin1String("\\t"));
+            break;
+        case 0:
+            escaped.append(QLatin1String("\\0"));
+            break;
+        default:
+            escaped.append(code > 0xff ? QStringLiteral("\\u%1").arg(int(code), 4, 16, QLatin1Char('0'))
+                                       : QStringLiteral("\\x%1").arg(int(code), 2, 16, QLatin1Char('0')));
+        }
+    }
+    return escaped;
+}
+
 QByteArray DiagnosticLog::formatLine(const QString& message, const QDateTime& when) {
     const QString stamp = when.toTimeZone(QTimeZone::utc()).toString(QStringLiteral("yyyy-MM-dd HH:mm:ss"));
-    return (QLatin1Char('[') + stamp + QStringLiteral(" +0000] ") + message + QLatin1Char('\n')).toUtf8();
+    return (QLatin1Char('[') + stamp + QStringLiteral(" +0000] ") + escapedText(message) + QLatin1Char('\n'))
+        .toUtf8();
 }
 
 QString DiagnosticLog::listText(const QStringList& paths) {
@@ -27,16 +79,23 @@ QString DiagnosticLog::optionalText(const std::optional<QString>& value) {
 void DiagnosticLog::append(const QString& message) {
     const QByteArray line = formatLine(message, QDateTime::currentDateTimeUtc());
     const QByteArray path = KestroPaths::diagnosticLogPath().toLocal8Bit();
-    // The temporary root is shared with other accounts: never follow a link planted there, keep the file
-    // private, and leave alone a log that someone else owns.
+    // The temporary root is shared with other accounts. Never follow a link planted there, never wait on a
+    // pipe or device put in the log's place (O_NONBLOCK makes opening a FIFO without a reader fail at
+    // once), keep the file private, and write only to a plain file of ours that has no second name.
     const int descriptor =
-        ::open(path.constData(), O_WRONLY | O_APPEND | O_CREAT | O_NOFOLLOW | O_CLOEXEC, 0600);
+        ::open(path.constData(), O_WRONLY | O_APPEND | O_CREAT | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC, 0600);
     if (descriptor < 0)
         return;
     struct stat status {};
-    if (::fstat(descriptor, &status) == 0 && status.st_uid == ::getuid() && S_ISREG(status.st_mode)) {
-        // One write per line, so lines from two threads never interleave.
+    if (::fstat(descriptor, &status) == 0 && S_ISREG(status.st_mode) && status.st_uid == ::getuid() &&
+        status.st_nlink == 1) {
+        // Several Kestro processes may log at once: the lock keeps trimming and writing apart. One write
+        // per line, so lines never interleave.
+        ::flock(descriptor, LOCK_EX);
+        if (::fstat(descriptor, &status) == 0 && status.st_size > sizeLimit)
+            dropOlderHalf(descriptor, status.st_size);
         [[maybe_unused]] const ssize_t written = ::write(descriptor, line.constData(), size_t(line.size()));
+        ::flock(descriptor, LOCK_UN);
     }
     ::close(descriptor);
 }

@@ -5,13 +5,20 @@
 #include <QString>
 #include <QStringList>
 
-// The shared diagnostic log: "[date] message" lines appended to kestro-app-action.log in the
-// machine's temporary root. Logging never fails its caller.
+// The shared diagnostic log: "[date] message" lines appended to kestro-app-action.log in the machine's
+// temporary root. Logging never fails its caller and never blocks it: a log that is not a plain file of
+// ours (a pipe, a device, a link, another account's file) is not written at all.
 class DiagnosticLog {
 public:
+    // Past this size the oldest half of the log is dropped before the next line is written.
+    static constexpr qint64 sizeLimit = 4 * 1024 * 1024;
+
     static void append(const QString& message);
-    // The line as written, for a given moment: "[2026-01-01 00:00:00 +0000] message\n".
+    // The line as written, for a given moment: "[2026-01-01 00:00:00 +0000] message\n". Control characters
+    // in the message are escaped, so one request always makes one line and cannot forge others.
     static QByteArray formatLine(const QString& message, const QDateTime& when);
+    // Control characters as C escapes ("\n", "\t", "\x01", "\0"); everything else unchanged.
+    static QString escapedText(const QString& text);
 
     // How request fields read in log lines: ["/a", "/b"], and "none" for an absent value.
     static QString listText(const QStringList& paths);

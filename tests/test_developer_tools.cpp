@@ -93,7 +93,7 @@ private slots:
             try {
                 DeveloperToolActions::copyChecksums({file, bad}, ChecksumAlgorithm::sha256);
                 QFAIL("must fail");
-            } catch (const PlatformError& error) {
+            } catch (const KestroError& error) {
                 QVERIFY2(error.errorDescription().contains(bad), qPrintable(error.errorDescription()));
             }
         }

@@ -50,7 +50,6 @@ private slots:
     void finderOrderIsStableForEqualNames();
     void sequentialNumbersInFinderOrder();
     void sequentialUnderCLocaleCountsByValue();
-    void sequentialCancelledUsesFile();
     void thousandthItemHasFourDigits();
     void prefixAndSuffix();
     void cancelledPromptsRenameNothing();
@@ -124,16 +123,6 @@ void TestRenameActions::sequentialUnderCLocaleCountsByValue() {
     QCOMPARE(readAll(folder + "/N 003.txt"), QByteArray("File 10.txt"));
 }
 
-void TestRenameActions::sequentialCancelledUsesFile() {
-    TestEnvironment env;
-    QVERIFY(saveQuietPreferences());
-    const QString folder = env.makeFolder("cancel");
-    const QStringList items = makeFiles(env, folder, {"x.md", "y.md"});
-    const QStringList results = RenameActions::renameFiles(items, RenameMode::sequential);
-    QCOMPARE(fileNames(results), (QStringList{"File 001.md", "File 002.md"}));
-    QCOMPARE(namesIn(folder), (QStringList{"File 001.md", "File 002.md"}));
-}
-
 void TestRenameActions::thousandthItemHasFourDigits() {
     const RenameOptions options{QStringLiteral("Scan"), {}};
     QCOMPARE(RenameActions::renamedName("p.tif", RenameMode::sequential, options, 0),
@@ -170,14 +159,17 @@ void TestRenameActions::cancelledPromptsRenameNothing() {
     QVERIFY(saveQuietPreferences());
     const QString folder = env.makeFolder("cancelled");
     const QStringList items = makeFiles(env, folder, {"a.txt", "b.txt"});
-    for (const RenameMode mode : {RenameMode::addPrefix, RenameMode::addSuffix, RenameMode::findReplace}) {
+    // Sequential renaming too: numbering the items under a made-up name would lose their names for good.
+    for (const RenameMode mode :
+         {RenameMode::addPrefix, RenameMode::addSuffix, RenameMode::findReplace, RenameMode::sequential}) {
         const QStringList results = RenameActions::renameFiles(items, mode);
         QVERIFY(results.isEmpty());
         QCOMPARE(namesIn(folder), (QStringList{"a.txt", "b.txt"}));
     }
     QCOMPARE(FakePlatform::prompts().asked,
              (QStringList{"添加前缀", "输入要添加到文件名前面的文字。", "添加后缀",
-                          "输入要添加到扩展名前面的文字。", "查找并替换", "查找", "替换为"}));
+                          "输入要添加到扩展名前面的文字。", "查找并替换", "查找", "替换为", "序号重命名",
+                          "输入统一文件名。"}));
     QVERIFY(FakePlatform::workspace().openedUrls.isEmpty());
 }
 
@@ -317,6 +309,7 @@ void TestRenameActions::largeSelection() {
     for (int i = 1; i <= 2000; ++i)
         items.append(env.writeFile(folder + QStringLiteral("/item %1.dat").arg(i), QByteArray::number(i)));
     std::reverse(items.begin(), items.end());
+    FakePlatform::prompts().textAnswers = {QStringLiteral("File")};
     const QStringList results = RenameActions::renameFiles(items, RenameMode::sequential);
     QCOMPARE(results.size(), 2000);
     QCOMPARE(QFileInfo(results.first()).fileName(), QString("File 001.dat"));
