@@ -11,6 +11,8 @@
 #include "catalogue/AppVersion.h"
 #include "intake/FinderSelectionModel.h"
 #include "intake/KestroQueuedActionRunner.h"
+#include "platform/DiagnosticLog.h"
+#include "platform/KestroError.h"
 #include "platform/Platform.h"
 
 #include <QApplication>
@@ -29,6 +31,8 @@ namespace {
 struct Options {
     enum class Mode { host, perform, drain, help, version, invalid } mode = Mode::host;
     QString url;
+    // The URL came through the kestro: scheme handler, that is from another program (a browser).
+    bool fromLink = false;
     bool loginItem = false;
     QString helpText;
     QString errorText;
@@ -47,9 +51,13 @@ Options parse(int argc, char* argv[]) {
                                    QStringLiteral("Run one pass of the action queue and exit."));
     const QCommandLineOption loginItem(QStringLiteral("login-item"),
                                        QStringLiteral("Start hidden, as at login."));
+    const QCommandLineOption openLink(
+        QStringLiteral("open-link"),
+        QStringLiteral("The URL is a link another program opened (the kestro: scheme handler): ask before "
+                       "acting on it."));
     const QCommandLineOption help = parser.addHelpOption();
     const QCommandLineOption version = parser.addVersionOption();
-    parser.addOptions({perform, drain, loginItem});
+    parser.addOptions({perform, drain, loginItem, openLink});
     parser.addPositionalArgument(QStringLiteral("url"),
                                  QStringLiteral("A kestro: URL for the running host."));
 
@@ -61,6 +69,7 @@ Options parse(int argc, char* argv[]) {
         return options;
     }
     options.loginItem = parser.isSet(loginItem);
+    options.fromLink = parser.isSet(openLink);
     if (parser.isSet(help))
         options.mode = Options::Mode::help;
     else if (parser.isSet(version))
@@ -72,6 +81,10 @@ Options parse(int argc, char* argv[]) {
         options.mode = Options::Mode::drain;
     else if (!parser.positionalArguments().isEmpty())
         options.url = parser.positionalArguments().constFirst();
+    if (options.fromLink && (options.mode != Options::Mode::host || options.url.isEmpty())) {
+        options.mode = Options::Mode::invalid;
+        options.errorText = QStringLiteral("--open-link takes one kestro: URL and nothing else.");
+    }
     return options;
 }
 
@@ -122,8 +135,9 @@ int runPerform(int argc, char* argv[], const QString& text) {
 }
 
 QStringList messageFor(const Options& options) {
-    return options.url.isEmpty() ? QStringList{QStringLiteral("show")}
-                                 : QStringList{QStringLiteral("open-url"), options.url};
+    if (options.url.isEmpty())
+        return {QStringLiteral("show")};
+    return {options.fromLink ? QStringLiteral("open-link") : QStringLiteral("open-url"), options.url};
 }
 
 bool forwardToRunningHost(int argc, char* argv[], const QStringList& message) {
@@ -160,7 +174,16 @@ int runHost(int argc, char* argv[], const Options& options) {
     // Two launches at once: the one that loses the lock hands its request to the winner. Nothing of the host
     // exists before the lock is ours, so a losing launch writes no file and runs no queue.
     SingleInstance instance;
-    for (int attempt = 0; !instance.listen(); ++attempt) {
+    const auto listen = [&instance] {
+        try {
+            return instance.listen();
+        } catch (const std::exception& error) {
+            print(stderr, describeError(error) + QLatin1Char('\n'));
+            DiagnosticLog::append(QStringLiteral("single instance refused: ") + describeError(error));
+            throw;
+        }
+    };
+    for (int attempt = 0; !listen(); ++attempt) {
         if (SingleInstance::sendToRunningInstance(messageFor(options)))
             return 0;
         if (attempt == 50) {
@@ -174,7 +197,7 @@ int runHost(int argc, char* argv[], const Options& options) {
     connectHooks(host);
     host.finishLaunching();
     if (!options.url.isEmpty())
-        host.openURL(options.url);
+        host.openURL(options.url, options.fromLink ? RequestOrigin::link : RequestOrigin::user);
     const int status = application.exec();
     // Quitting waits for a queued action in hand to finish.
     host.shutDown();
@@ -208,5 +231,9 @@ int KestroCommandLine::run(int argc, char* argv[]) {
     }
     if (forwardToRunningHost(argc, argv, messageFor(options)))
         return 0;
-    return runHost(argc, argv, options);
+    try {
+        return runHost(argc, argv, options);
+    } catch (const KestroError&) {
+        return 1; // already reported
+    }
 }

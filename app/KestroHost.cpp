@@ -14,6 +14,7 @@
 #include "stores/ScheduledDeletionListStore.h"
 #include "stores/ScheduledDeletionRunner.h"
 
+#include <QCoreApplication>
 #include <QPointer>
 #include <QTimer>
 
@@ -28,6 +29,10 @@ KestroHost::KestroHost(bool launchedAtLogin, QObject* parent)
     , m_preferences(new AppPreferencesStore(this))
     , m_scheduledDeletions(new ScheduledDeletionListStore(this)) {
     DiagnosticLog::append(QStringLiteral("KestroApp init"));
+    m_requestThreads.setMaxThreadCount(4);
+    m_selectionModel->setRunner(
+        [this](std::function<void()> work) { m_requestThreads.start(std::move(work)); });
+    m_selectionModel->setSettingsSource([this] { return m_featureSettings->settings(); });
     m_queueRunner = new KestroQueuedActionRunner(this);
     connect(
         m_queueRunner, &KestroQueuedActionRunner::passFinished, this,
@@ -70,6 +75,9 @@ void KestroHost::shutDown() {
         m_queueRunner->stop();
     if (m_deletionRunner)
         m_deletionRunner->stop();
+    // A request in hand may be waiting for the main thread (a prompt): keep serving it while waiting.
+    while (!m_requestThreads.waitForDone(20))
+        QCoreApplication::processEvents(QEventLoop::AllEvents, 20);
 }
 
 void KestroHost::runLaunchPresentation() {
@@ -111,8 +119,8 @@ KestroMainWindow* KestroHost::createMainWindow() {
     return new KestroMainWindow(new SettingsContentView(stores));
 }
 
-void KestroHost::openURL(const QString& url) {
-    m_selectionModel->handleIncomingURL(url);
+void KestroHost::openURL(const QString& url, RequestOrigin origin) {
+    m_selectionModel->handleIncomingURL(url, origin);
 }
 
 void KestroHost::handleMessage(const QStringList& message) {
@@ -120,7 +128,9 @@ void KestroHost::handleMessage(const QStringList& message) {
         return;
     const QString& command = message.constFirst();
     if (command == QLatin1String("open-url") && message.size() >= 2)
-        openURL(message.at(1));
+        openURL(message.at(1), RequestOrigin::user);
+    else if (command == QLatin1String("open-link") && message.size() >= 2)
+        openURL(message.at(1), RequestOrigin::link);
     else if (command == QLatin1String("show"))
         emit showRequested();
 }

@@ -1,6 +1,9 @@
 #pragma once
 
+#include "intake/KestroActionURL.h"
+
 #include <QObject>
+#include <QThreadPool>
 #include <QUrl>
 
 class AppPreferencesStore;
@@ -26,11 +29,12 @@ public:
     ~KestroHost() override;
 
     void finishLaunching();
-    // Stops polling and the deletion runner; a queued action in hand finishes first.
+    // Stops polling and the deletion runner; queued actions and URL requests in hand finish first.
     void shutDown();
 
-    void openURL(const QString& url);
-    // A message from a later launch: ["open-url", url] or ["show"].
+    void openURL(const QString& url, RequestOrigin origin = RequestOrigin::user);
+    // A message from a later launch: ["open-url", url] (the user's command line), ["open-link", url] (a
+    // link another program opened) or ["show"].
     void handleMessage(const QStringList& message);
     // The user started Kestro again while it runs: show the window.
     void reopen();
@@ -78,4 +82,6 @@ private:
     KestroQueuedActionRunner* m_queueRunner = nullptr;
     ScheduledDeletionRunner* m_deletionRunner = nullptr;
     MenuBarController* m_menuBar = nullptr;
+    // URL requests run here, never on the main thread: a stuck action must not freeze the tray.
+    QThreadPool m_requestThreads;
 };

@@ -102,6 +102,11 @@ std::optional<QString> WidgetPrompts::chooseDirectory(const QString& buttonLabel
     return dialog.selectedFiles().constFirst();
 }
 
+bool WidgetPrompts::confirmRequestFromAnotherProgram(const ConsentRequest& request) {
+    ConsentDialog dialog(request, m_consentTiming);
+    return dialog.ask();
+}
+
 std::optional<QString> WidgetPrompts::requestFeatureText() {
     PromptDialog dialog(tr("请求新功能"), tr("描述你希望 Kestro 增加的 Finder 右键功能。"), tr("提交"));
     auto* text = new QPlainTextEdit;

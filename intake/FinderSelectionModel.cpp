@@ -1,119 +1,154 @@
 #include "intake/FinderSelectionModel.h"
 
 #include "actions/FinderActionExecutor.h"
+#include "catalogue/FeatureSettingsDefaults.h"
+#include "catalogue/FeatureSettingsPersistence.h"
+#include "catalogue/KestroFeature.h"
 #include "intake/FeatureRequestMailer.h"
 #include "intake/FinderCurrentContext.h"
+#include "intake/LinkRequestPolicy.h"
 #include "platform/DiagnosticLog.h"
 #include "platform/KestroError.h"
+#include "platform/Platform.h"
 
-#include <QRegularExpression>
-#include <QUrlQuery>
+#include <QCoreApplication>
+#include <QPointer>
+
+#include <atomic>
 
 namespace {
 
-struct ParsedRequest {
-    QStringList paths;
-    std::optional<QString> target;
-    std::optional<QString> actionID;
-    std::optional<QString> destination;
-    std::optional<QString> presetID;
-    std::optional<QString> title;
-};
-
-ParsedRequest parseQuery(const QUrl& url) {
-    ParsedRequest request;
-    const auto firstWins = [](std::optional<QString>& slot, const QString& value) {
-        if (!slot)
-            slot = value;
-    };
-    const QUrlQuery query(url);
-    for (const auto& [name, value] : query.queryItems(QUrl::FullyDecoded)) {
-        // An item without a value counts as absent.
-        if (value.isEmpty())
-            continue;
-        if (name == QLatin1String("path"))
-            request.paths.append(value);
-        else if (name == QLatin1String("target"))
-            firstWins(request.target, value);
-        else if (name == QLatin1String("actionID"))
-            firstWins(request.actionID, value);
-        else if (name == QLatin1String("destination") || name == QLatin1String("destinationPath"))
-            firstWins(request.destination, value);
-        else if (name == QLatin1String("presetID"))
-            firstWins(request.presetID, value);
-        else if (name == QLatin1String("action"))
-            firstWins(request.title, value);
-    }
-    return request;
+FeatureSettings storedFeatureSettings() {
+    return FeatureSettingsPersistence::loadSettings().value_or(FeatureSettingsDefaults::settings());
 }
 
-// A "%" not followed by two hex digits: such text is no URL, and guessing at it would hand the action
-// paths that nobody selected.
-bool hasBrokenPercentEncoding(const QString& text) {
-    static const QRegularExpression broken(QStringLiteral("%(?![0-9A-Fa-f]{2})"));
-    return text.contains(broken);
+// Kestro's own name for the action, never the title the link brought along.
+QString titleOf(const QString& actionID) {
+    if (const std::optional<KestroFeature> feature = KestroFeature::owning(actionID)) {
+        for (const KestroFeatureChild& child : feature->children()) {
+            if (child.actionID == actionID)
+                return child.title;
+        }
+    }
+    return actionID;
 }
 
 } // namespace
 
 FinderSelectionModel::FinderSelectionModel(QObject* parent, Clock clock)
     : QObject(parent)
-    , m_clock(std::move(clock)) {}
+    , m_clock(std::move(clock))
+    , m_runner([](const std::function<void()>& work) { work(); })
+    , m_settingsSource(&storedFeatureSettings) {}
 
-bool FinderSelectionModel::shouldHandle(const QUrl& url) {
-    const QString text = url.toString(QUrl::FullyEncoded);
+bool FinderSelectionModel::shouldHandle(const QString& canonicalURL) {
     const QDateTime now = m_clock();
     // A clock that went backwards gives a negative interval, which counts as within the second too.
-    if (m_lastHandledURLString == text && m_lastHandledDate && m_lastHandledDate->msecsTo(now) < 1000)
+    if (m_lastHandledURLString == canonicalURL && m_lastHandledDate && m_lastHandledDate->msecsTo(now) < 1000)
         return false;
-    m_lastHandledURLString = text;
+    m_lastHandledURLString = canonicalURL;
     m_lastHandledDate = now;
     return true;
 }
 
-bool FinderSelectionModel::handleIncomingURL(const QString& urlText) {
-    // QUrl folds the scheme to lower case; the scheme is compared exactly, so look at the text itself.
-    if (!urlText.startsWith(QLatin1String("kestro:")) || hasBrokenPercentEncoding(urlText))
+bool FinderSelectionModel::handleIncomingURL(const QString& urlText, RequestOrigin origin) {
+    const std::optional<KestroActionURL> url = KestroActionURL::parse(urlText);
+    if (!url || !shouldHandle(url->canonicalText))
         return false;
-    const QUrl url(urlText);
-    if (!shouldHandle(url))
-        return false;
-    if (url.host() == QLatin1String("feature-request")) {
+    if (url->kind == KestroActionURL::Kind::featureRequest) {
         FeatureRequestMailer::presentRequestDialog();
         return true;
     }
-    if (url.host() != QLatin1String("finder-action"))
-        return false;
 
-    const ParsedRequest request = parseQuery(url);
-    const QString actionID = request.actionID.value_or(QStringLiteral("completed"));
-    m_lastActionTitle = request.title;
+    KestroActionRequest request;
+    request.actionID = url->actionID.value_or(QStringLiteral("completed"));
+    m_lastActionTitle = url->title;
     emit lastActionTitleChanged();
 
-    const FinderCurrentContext context = !request.paths.isEmpty() && request.target
+    const FinderCurrentContext context = !url->passedPaths.isEmpty() && url->target
                                              ? FinderCurrentContext::empty
                                              : FinderCurrentContext{FinderCurrentContext::readSelectedURLs(),
                                                                     FinderCurrentContext::readTargetedURL()};
-    const QStringList selection = request.paths.isEmpty() ? context.selectedURLs : request.paths;
-    const std::optional<QString> target = request.target ? request.target : context.targetedURL;
-    m_selectedFiles = selection;
+    request.selectedURLs = url->passedPaths.isEmpty() ? context.selectedURLs : url->passedPaths;
+    request.targetedURL = url->target ? url->target : context.targetedURL;
+    request.destinationURL = url->destination;
+    request.presetID = url->presetID;
+    m_selectedFiles = request.selectedURLs;
     emit selectedFilesChanged();
 
     DiagnosticLog::append(QStringLiteral("action=%1 passed=%2 selected=%3 target=%4 destination=%5 url=%6")
-                              .arg(actionID, QString::number(request.paths.size()),
-                                   DiagnosticLog::listText(selection), DiagnosticLog::optionalText(target),
-                                   DiagnosticLog::optionalText(request.destination),
-                                   url.toString(QUrl::FullyEncoded)));
-    try {
-        FinderActionExecutor::perform(actionID, selection, target, request.destination, request.presetID);
-        DiagnosticLog::append(QStringLiteral("action succeeded: ") + actionID);
-        return true;
-    } catch (const std::exception& error) {
-        m_lastErrorDescription = describeError(error);
-        DiagnosticLog::append(QStringLiteral("action=%1 error=%2").arg(actionID, m_lastErrorDescription));
-        showError(error);
+                              .arg(request.actionID, QString::number(url->passedPaths.size()),
+                                   DiagnosticLog::listText(request.selectedURLs),
+                                   DiagnosticLog::optionalText(request.targetedURL),
+                                   DiagnosticLog::optionalText(request.destinationURL), url->canonicalText));
+    if (origin == RequestOrigin::link && !mayRunLinkRequest(request))
         return false;
+    return run(request);
+}
+
+bool FinderSelectionModel::mayRunLinkRequest(KestroActionRequest& request) {
+    const auto refuse = [&](const QString& reason) {
+        m_lastErrorDescription = tr("Kestro 拒绝了另一个程序的请求：%1").arg(request.actionID);
+        DiagnosticLog::append(
+            QStringLiteral("link request refused: action=%1 reason=%2").arg(request.actionID, reason));
+        return false;
+    };
+    const LinkRequestPolicy::Decision decision = LinkRequestPolicy::evaluate(request, m_settingsSource());
+    switch (decision.verdict) {
+    case LinkRequestPolicy::Verdict::refuse:
+        return refuse(decision.reason);
+    case LinkRequestPolicy::Verdict::run:
+        return true;
+    case LinkRequestPolicy::Verdict::ask:
+        break;
     }
+    // One question at a time: a page that opens links in a loop gets no stack of dialogs.
+    if (m_askingForConsent)
+        return refuse(QStringLiteral("another request is waiting for an answer"));
+    ConsentRequest consent{titleOf(request.actionID), request.actionID,
+                           FinderActionExecutor::effectiveURLs(request.selectedURLs, request.targetedURL),
+                           request.destinationURL};
+    m_askingForConsent = true;
+    const bool confirmed = Platform::prompts().confirmRequestFromAnotherProgram(consent);
+    m_askingForConsent = false;
+    if (!confirmed)
+        return refuse(QStringLiteral("not confirmed"));
+    DiagnosticLog::append(QStringLiteral("link request confirmed: action=") + request.actionID);
+    return true;
+}
+
+bool FinderSelectionModel::run(const KestroActionRequest& request) {
+    enum State { pending, succeeded, failed };
+    auto state = std::make_shared<std::atomic<int>>(pending);
+    QPointer<FinderSelectionModel> self(this);
+    m_runner([request, state, self] {
+        QString error;
+        try {
+            FinderActionExecutor::perform(request.actionID, request.selectedURLs, request.targetedURL,
+                                          request.destinationURL, request.presetID);
+            DiagnosticLog::append(QStringLiteral("action succeeded: ") + request.actionID);
+        } catch (const std::exception& failure) {
+            error = describeError(failure);
+            DiagnosticLog::append(QStringLiteral("action=%1 error=%2").arg(request.actionID, error));
+            DiagnosticLog::append(QStringLiteral("suppressed error alert: ") + error);
+        }
+        state->store(error.isEmpty() ? succeeded : failed);
+        // The outcome is recorded on the main thread, where this model lives; the work may outlive the
+        // model (the host waits for running work only at exit), so the model is looked up there.
+        const auto record = [self, error, actionID = request.actionID] {
+            if (!self)
+                return;
+            if (!error.isEmpty())
+                self->m_lastErrorDescription = error;
+            emit self->requestFinished(actionID, error.isEmpty());
+        };
+        if (QCoreApplication* application = QCoreApplication::instance())
+            QMetaObject::invokeMethod(application, record, Qt::AutoConnection);
+        else
+            record();
+    });
+    // A failure is known here only when the work ran in place.
+    return state->load() != failed;
 }
 
 void FinderSelectionModel::showError(const std::exception& error) {

@@ -1,44 +1,64 @@
 #pragma once
 
+#include "catalogue/FeatureSettings.h"
+#include "intake/KestroActionURL.h"
+
 #include <functional>
 #include <optional>
 #include <QDateTime>
 #include <QObject>
 #include <QStringList>
-#include <QUrl>
 
 // The URL road: turns a kestro:// URL into an action request, fills in what the file manager knows when
-// the URL lacks it, runs it and logs the outcome. Main thread only.
+// the URL lacks it, checks what a link from another program may do, runs it and logs the outcome. Lives on
+// the main thread; the action itself runs wherever the runner puts it.
 class FinderSelectionModel : public QObject {
     Q_OBJECT
 public:
     using Clock = std::function<QDateTime()>;
+    // Runs one request's work. The host hands it to worker threads, so that no action ever holds up the
+    // tray, the window or the next request; a one-shot process runs it in place.
+    using Runner = std::function<void(std::function<void()> work)>;
+    // The user's current feature settings, for what a link may run.
+    using SettingsSource = std::function<FeatureSettings()>;
 
     explicit FinderSelectionModel(QObject* parent = nullptr, Clock clock = &QDateTime::currentDateTimeUtc);
+
+    void setRunner(Runner runner) { m_runner = std::move(runner); }
+    void setSettingsSource(SettingsSource source) { m_settingsSource = std::move(source); }
 
     const QStringList& selectedFiles() const { return m_selectedFiles; }
     const std::optional<QString>& lastActionTitle() const { return m_lastActionTitle; }
 
-    // Runs the request the URL carries. Returns false when it was ignored or its action failed, so that a
-    // one-shot caller can report the failure; the failure itself is already logged.
-    // The text is taken as delivered: the scheme must be exactly "kestro", in lower case.
-    bool handleIncomingURL(const QString& urlText);
+    // Takes the request the URL carries. Returns false when it was ignored or refused, or when its action
+    // ran in place and failed, so that a one-shot caller can report the failure; the failure itself is
+    // already logged. The text is taken as delivered: the scheme must be exactly "kestro", in lower case.
+    bool handleIncomingURL(const QString& urlText, RequestOrigin origin = RequestOrigin::user);
     // The duplicate filter: the same URL again within one second is dropped.
-    bool shouldHandle(const QUrl& url);
+    bool shouldHandle(const QString& canonicalURL);
     void showError(const std::exception& error);
 
-    // The text of the last failure handled, for callers that report it themselves.
+    // The text of the last failure or refusal, for callers that report it themselves.
     const QString& lastErrorDescription() const { return m_lastErrorDescription; }
 
 signals:
     void selectedFilesChanged();
     void lastActionTitleChanged();
+    // On this object's thread, after a request's action has run (or failed).
+    void requestFinished(const QString& actionID, bool succeeded);
 
 private:
+    // Whether a link's request may run now; asks the user when it must. Logs every refusal.
+    bool mayRunLinkRequest(KestroActionRequest& request);
+    bool run(const KestroActionRequest& request);
+
     Clock m_clock;
+    Runner m_runner;
+    SettingsSource m_settingsSource;
     QStringList m_selectedFiles;
     std::optional<QString> m_lastActionTitle;
     std::optional<QString> m_lastHandledURLString;
     std::optional<QDateTime> m_lastHandledDate;
     QString m_lastErrorDescription;
+    bool m_askingForConsent = false;
 };

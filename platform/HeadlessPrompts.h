@@ -16,5 +16,6 @@ public:
                                               const QStringList&) override {
         return std::nullopt;
     }
+    bool confirmRequestFromAnotherProgram(const ConsentRequest&) override { return false; }
     std::optional<QString> requestFeatureText() override { return std::nullopt; }
 };

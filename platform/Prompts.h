@@ -22,6 +22,15 @@ struct OpenPanelRequest {
     bool canCreateFolders = false;
 };
 
+// What a request from another program (a link a browser opened) asks to do, shown to the user before
+// anything happens. Every text here may come from that program except the title, which is Kestro's own.
+struct ConsentRequest {
+    QString actionTitle;
+    QString actionID;
+    QStringList items; // every item the action would touch, in order
+    std::optional<QString> destination;
+};
+
 // Modal questions to the user. Every answer is optional: no answer means cancelled, which is also what a
 // process without an interactive display gets at once.
 class Prompts {
@@ -45,6 +54,9 @@ public:
                                                       const QStringList& /*names*/) {
         return std::nullopt;
     }
+    // Asks whether a request from another program may run: true only when the user confirmed it. No
+    // answer, no display or a dismissed dialog all mean no.
+    virtual bool confirmRequestFromAnotherProgram(const ConsentRequest& request) = 0;
     // The feature-request dialog: the text the user wants to send, or nothing when cancelled.
     virtual std::optional<QString> requestFeatureText() = 0;
 };

@@ -65,6 +65,14 @@ std::optional<QString> FakePrompts::chooseShortcutName(const QString& title, con
     return takeFirst(shortcutNameAnswers);
 }
 
+bool FakePrompts::confirmRequestFromAnotherProgram(const ConsentRequest& request) {
+    asked << QStringLiteral("consent");
+    consentRequests.append(request);
+    if (onConsent)
+        onConsent();
+    return consentAnswers.isEmpty() ? false : consentAnswers.takeFirst();
+}
+
 std::optional<QString> FakePrompts::requestFeatureText() {
     asked << QStringLiteral("feature-request");
     return takeFirst(featureRequestAnswers);

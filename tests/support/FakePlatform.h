@@ -2,6 +2,7 @@
 
 #include "platform/Platform.h"
 
+#include <functional>
 #include <memory>
 #include <optional>
 #include <QHash>
@@ -57,9 +58,12 @@ public:
     QList<std::optional<QString>> featureRequestAnswers;
     QList<std::optional<QString>> itemAnswers;
     QList<std::optional<QString>> shortcutNameAnswers;
-    QStringList asked;                    // titles, labels and button prompts, in order
-    QList<OpenPanelRequest> panels;       // every open panel shown, as asked
-    QList<QStringList> shortcutNameLists; // the names every shortcut picker offered
+    QList<bool> consentAnswers;            // an empty queue refuses
+    QList<ConsentRequest> consentRequests; // every consent asked for, as asked
+    std::function<void()> onConsent;       // runs while the consent question is open
+    QStringList asked;                     // titles, labels and button prompts, in order
+    QList<OpenPanelRequest> panels;        // every open panel shown, as asked
+    QList<QStringList> shortcutNameLists;  // the names every shortcut picker offered
 
     std::optional<QString> promptText(const QString& title, const QString& message) override;
     std::optional<std::pair<QString, QString>> promptTwoTexts(const QString& title, const QString& firstLabel,
@@ -68,6 +72,7 @@ public:
     std::optional<QString> chooseItem(const OpenPanelRequest& request) override;
     std::optional<QString> chooseShortcutName(const QString& title, const QString& message,
                                               const QString& placeholder, const QStringList& names) override;
+    bool confirmRequestFromAnotherProgram(const ConsentRequest& request) override;
     std::optional<QString> requestFeatureText() override;
 };
 

@@ -1,0 +1,26 @@
+#pragma once
+
+#include "catalogue/FeatureSettings.h"
+#include "intake/KestroActionURL.h"
+
+// What a kestro: link from another program may do. Such a link runs at once only when it cannot hurt (a
+// new empty file in a folder of the user's, a standard folder opened); anything else waits for the user's
+// consent; some things are never taken from a link at all.
+class LinkRequestPolicy {
+public:
+    enum class Verdict { run, ask, refuse };
+    struct Decision {
+        Verdict verdict;
+        // Why a request was refused, for the log.
+        QString reason;
+    };
+
+    // May rewrite the request: an application named by its desktop entry id becomes that entry's path.
+    static Decision evaluate(KestroActionRequest& request, const FeatureSettings& settings);
+
+    // Whether the action is switched on in the settings (its feature and the action itself). Actions that
+    // the catalogue does not list count as on: there is no switch for them.
+    static bool isSwitchedOn(const QString& actionID, const FeatureSettings& settings);
+    // The installed desktop entry an id or a path names, or nothing when it names no installed application.
+    static std::optional<QString> installedDesktopEntry(const QString& idOrPath);
+};

@@ -1,0 +1,302 @@
+// What a kestro: link from another program may do, and what no request on any road may carry: the attacks a
+// web page would try, each against the real actions (only the user's session — the consent answer, the
+// launched application — is a fake).
+#include "actions/FinderActionExecutor.h"
+#include "catalogue/FeatureSettingsDefaults.h"
+#include "catalogue/KestroFeature.h"
+#include "intake/FinderSelectionModel.h"
+#include "intake/LinkRequestPolicy.h"
+#include "platform/FinderActionExecutionError.h"
+#include "stores/ScheduledDeletionStore.h"
+#include "support/FakePlatform.h"
+#include "support/QuietPreferences.h"
+#include "support/TestEnvironment.h"
+
+#include <QDir>
+#include <QFile>
+#include <QtTest>
+#include <QUrl>
+#include <QUrlQuery>
+
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace {
+
+QString linkURL(const QString& actionID, const QStringList& paths, const std::optional<QString>& target = {},
+                const std::optional<QString>& destination = {}) {
+    QUrlQuery query;
+    query.addQueryItem(QStringLiteral("actionID"), actionID);
+    const auto encoded = [](const QString& text) {
+        return QString::fromLatin1(QUrl::toPercentEncoding(text));
+    };
+    for (const QString& path : paths)
+        query.addQueryItem(QStringLiteral("path"), encoded(path));
+    if (target)
+        query.addQueryItem(QStringLiteral("target"), encoded(*target));
+    if (destination)
+        query.addQueryItem(QStringLiteral("destination"), encoded(*destination));
+    QUrl url;
+    url.setScheme(QStringLiteral("kestro"));
+    url.setHost(QStringLiteral("finder-action"));
+    url.setQuery(query);
+    return url.toString(QUrl::FullyEncoded);
+}
+
+QStringList entriesOf(const QString& folder) {
+    return QDir(folder).entryList(QDir::AllEntries | QDir::NoDotAndDotDot | QDir::Hidden, QDir::Name);
+}
+
+} // namespace
+
+class TestLinkRequests : public QObject {
+    Q_OBJECT
+
+    std::unique_ptr<TestEnvironment> m_environment;
+    std::unique_ptr<FinderSelectionModel> m_model;
+    FeatureSettings m_settings;
+
+    bool openLink(const QString& url) { return m_model->handleIncomingURL(url, RequestOrigin::link); }
+    QString home() const { return m_environment->home(); }
+
+private slots:
+    void init() {
+        m_environment = std::make_unique<TestEnvironment>();
+        QVERIFY(saveQuietPreferences(QuietReveal::actionResultsAndCreatedItems));
+        // Everything switched on, so that only what a test switches off is off.
+        m_settings = FeatureSettingsDefaults::settings();
+        for (const KestroFeature& feature : KestroFeature::allCases()) {
+            m_settings.enabledFeatureIDs.insert(feature.id());
+            for (const QString& child : feature.childIDs())
+                m_settings.enabledChildIDs.insert(child);
+        }
+        m_model = std::make_unique<FinderSelectionModel>();
+        m_model->setSettingsSource([this] { return m_settings; });
+    }
+    void cleanup() {
+        m_model.reset();
+        m_environment.reset();
+    }
+
+    void aLinkNeverRunsAProgramItNames() {
+        const QString pwned = home() + QStringLiteral("/PWNED");
+        // The shell with its arguments smuggled in as "paths"; a desktop entry the browser just downloaded.
+        const QString downloaded = m_environment->writeFile(
+            home() + QStringLiteral("/Downloads/evil.desktop"),
+            "[Desktop Entry]\nType=Application\nName=x\nExec=sh -c 'touch ~/PWNED'\n");
+        for (const QString& program : {QStringLiteral("/bin/sh"), downloaded}) {
+            QVERIFY(!openLink(linkURL(QStringLiteral("openWithApplicationPath"),
+                                      {QStringLiteral("-c"), QStringLiteral("id > ~/PWNED")}, std::nullopt,
+                                      program)));
+            QVERIFY(!openLink(linkURL(QStringLiteral("openWithApplicationPath"), {home()}, home(), program)));
+        }
+        QVERIFY(FakePlatform::workspace().launches.isEmpty());
+        QVERIFY(FakePlatform::prompts().consentRequests.isEmpty()); // refused without even asking
+        QVERIFY(!QFile::exists(pwned));
+        QCOMPARE(m_environment->logText().count(QStringLiteral(
+                     "link request refused: action=openWithApplicationPath reason=not an installed "
+                     "application")),
+                 4);
+    }
+
+    void anInstalledApplicationStillNeedsConsent() {
+        const QString entry = m_environment->writeFile(
+            home() + QStringLiteral("/.local/share/applications/org.example.Viewer.desktop"),
+            "[Desktop Entry]\nType=Application\nName=Viewer\nExec=true %F\n");
+        const QString document = m_environment->writeFile(home() + QStringLiteral("/report.pdf"), "%PDF");
+
+        QVERIFY(!openLink(linkURL(QStringLiteral("openWithApplicationPath"), {document}, std::nullopt,
+                                  QStringLiteral("org.example.Viewer.desktop"))));
+        QCOMPARE(FakePlatform::prompts().consentRequests.size(), 1);
+        const ConsentRequest asked = FakePlatform::prompts().consentRequests.constFirst();
+        QCOMPARE(asked.actionID, QStringLiteral("openWithApplicationPath"));
+        QCOMPARE(asked.items, QStringList({document}));
+        QCOMPARE(asked.destination, std::optional<QString>(entry));
+        QVERIFY(FakePlatform::workspace().launches.isEmpty());
+
+        FakePlatform::prompts().consentAnswers = {true};
+        QVERIFY(
+            openLink(linkURL(QStringLiteral("openWithApplicationPath"), {document}, std::nullopt, entry)));
+        QCOMPARE(FakePlatform::workspace().launches.size(), 1);
+        QCOMPARE(FakePlatform::workspace().launches.constFirst().first, entry);
+        QCOMPARE(FakePlatform::workspace().launches.constFirst().second, QStringList({document}));
+    }
+
+    void theUserSeesEveryItemBeforeAnythingHappens() {
+        const QString shared = m_environment->makeFolder(QStringLiteral("shared"));
+        const QString bait = m_environment->writeFile(shared + QStringLiteral("/photo.jpg"), "jpg");
+        const QString ssh = m_environment->writeFile(home() + QStringLiteral("/.ssh/id_ed25519"), "KEY");
+        const QString documents = m_environment->makeFolder(QStringLiteral("home/Documents"));
+        const QStringList items{bait, QFileInfo(ssh).path(), documents};
+
+        QVERIFY(!openLink(linkURL(QStringLiteral("compressToZIP"), items, shared)));
+        QVERIFY(!openLink(linkURL(QStringLiteral("moveFilesToFolder"), items, std::nullopt, shared)));
+        QVERIFY(!openLink(linkURL(QStringLiteral("scheduleDelete1Hour"), items)));
+        QVERIFY(!openLink(linkURL(QStringLiteral("renameUppercase"), {QFileInfo(ssh).path()})));
+
+        const QList<ConsentRequest> asked = FakePlatform::prompts().consentRequests;
+        QCOMPARE(asked.size(), 4);
+        QCOMPARE(asked.at(0).items, items);
+        QCOMPARE(asked.at(0).actionTitle, QStringLiteral("压缩为 ZIP"));
+        QCOMPARE(asked.at(1).destination, std::optional<QString>(shared));
+        QCOMPARE(asked.at(2).items, items);
+        // Refused, so nothing at all changed.
+        QCOMPARE(entriesOf(shared), QStringList({QStringLiteral("photo.jpg")}));
+        QCOMPARE(readAll(ssh), QByteArray("KEY"));
+        QVERIFY(QFileInfo(documents).isDir());
+        QVERIFY(ScheduledDeletionStore::items().isEmpty());
+        QCOMPARE(m_environment->logText().count(QStringLiteral("reason=not confirmed")), 4);
+    }
+
+    void switchedOffAndNeverAllowedActionsAreRefusedWithoutAQuestion() {
+        const QString file = m_environment->writeFile(home() + QStringLiteral("/a.txt"), "a");
+        m_settings.enabledChildIDs.remove(QStringLiteral("copySHA256"));
+        m_settings.enabledFeatureIDs.remove(QStringLiteral("batchRename"));
+        FakePlatform::prompts().consentAnswers = {true, true, true, true, true, true};
+        for (const QString& actionID :
+             {QStringLiteral("copySHA256"), QStringLiteral("renameLowercase"), QStringLiteral("runScript__X"),
+              QStringLiteral("runShortcut__X"), QStringLiteral("finderViewPreset__X"),
+              QStringLiteral("toggleHiddenFiles"), QStringLiteral("finderSortName")})
+            QVERIFY2(!openLink(linkURL(actionID, {file}, home())), qPrintable(actionID));
+        QVERIFY(FakePlatform::prompts().consentRequests.isEmpty());
+        QVERIFY(FakePlatform::scripting().scriptsRun.isEmpty());
+        QCOMPARE(FakePlatform::clipboard().writes, 0);
+        const QString log = m_environment->logText();
+        QCOMPARE(log.count(QStringLiteral("reason=action switched off")), 2);
+        QCOMPARE(log.count(QStringLiteral("reason=never taken from a link")), 5);
+
+        // The user's own command line may still run the switched-off action.
+        QVERIFY(m_model->handleIncomingURL(linkURL(QStringLiteral("copySHA256"), {file}, home())));
+        QCOMPARE(FakePlatform::clipboard().writes, 1);
+    }
+
+    void harmlessRequestsRunAtOnce() {
+        const QString folder = m_environment->makeFolder(QStringLiteral("home/Notes"));
+        QVERIFY(openLink(linkURL(QStringLiteral("createTextFile"), {}, folder)));
+        QVERIFY(openLink(linkURL(QStringLiteral("createFolder"), {}, folder)));
+        const QString downloads = m_environment->makeFolder(QStringLiteral("home/Downloads"));
+        QVERIFY(openLink(linkURL(QStringLiteral("quickOpenDownloads"), {})));
+        QCOMPARE(entriesOf(folder),
+                 QStringList({QStringLiteral("Untitled Folder"), QStringLiteral("Untitled.txt")}));
+        QCOMPARE(FakePlatform::workspace().openedUrls, QList<QUrl>({QUrl::fromLocalFile(downloads)}));
+        QVERIFY(FakePlatform::prompts().consentRequests.isEmpty());
+
+        // A quick-open item pointed elsewhere by the link is no longer a standard folder.
+        QVERIFY(!openLink(linkURL(QStringLiteral("quickOpenDownloads"), {}, std::nullopt, folder)));
+        QCOMPARE(FakePlatform::prompts().consentRequests.size(), 1);
+        QCOMPARE(FakePlatform::workspace().openedUrls.size(), 1);
+    }
+
+    void aNewFileInSomeoneElsesFolderNeedsConsent() {
+        // A folder of another account: when the tests run as root, make one; otherwise the root folder is.
+        QString foreign = QStringLiteral("/");
+        if (::getuid() == 0) {
+            foreign = m_environment->makeFolder(QStringLiteral("foreign"));
+            QCOMPARE(::chown(QFile::encodeName(foreign).constData(), 65534, 65534), 0);
+        }
+        const QStringList before = entriesOf(foreign);
+        QVERIFY(!openLink(linkURL(QStringLiteral("createTextFile"), {}, foreign)));
+        QCOMPARE(FakePlatform::prompts().consentRequests.size(), 1);
+        QCOMPARE(FakePlatform::prompts().consentRequests.constFirst().items, QStringList({foreign}));
+        QCOMPARE(entriesOf(foreign), before);
+    }
+
+    void controlCharactersInALinkAreRefused() {
+        const QString folder = m_environment->makeFolder(QStringLiteral("home/x"));
+        FakePlatform::prompts().consentAnswers = {true};
+        QVERIFY(!openLink(linkURL(QStringLiteral("copyFullPath"), {folder + QStringLiteral("/a\nb")})));
+        QVERIFY(
+            !openLink(linkURL(QStringLiteral("createTextFile"), {}, folder + QStringLiteral("/\x1b[2J"))));
+        QVERIFY(FakePlatform::prompts().consentRequests.isEmpty());
+        QCOMPARE(m_environment->logText().count(QStringLiteral("reason=control characters in the request")),
+                 2);
+    }
+
+    void oneQuestionAtATime() {
+        // While the user looks at one question, a page opening links in a loop gets no second dialog.
+        const QString file = m_environment->writeFile(home() + QStringLiteral("/a.txt"), "a");
+        bool nestedResult = true;
+        FakePlatform::prompts().onConsent = [&] {
+            nestedResult = openLink(linkURL(QStringLiteral("copyMD5"), {file}));
+        };
+        QVERIFY(!openLink(linkURL(QStringLiteral("copySHA256"), {file})));
+        QVERIFY(!nestedResult);
+        QCOMPARE(FakePlatform::prompts().consentRequests.size(), 1);
+        QVERIFY(m_environment->logText().contains(
+            QStringLiteral("action=copyMD5 reason=another request is waiting for an answer")));
+    }
+
+    void everyRoadRefusesPathsThatAreNotAbsolute() {
+        // A relative path would resolve against the host's working folder (the home): no user name needed.
+        const QString folder = m_environment->makeFolder(QStringLiteral("home/work"));
+        m_environment->writeFile(folder + QStringLiteral("/victim"), "v");
+        QVERIFY(QDir::setCurrent(folder));
+        for (const QString& path :
+             {QStringLiteral("victim"), QStringLiteral("./victim"), QStringLiteral("")}) {
+            try {
+                FinderActionExecutor::perform(QStringLiteral("renameUppercase"), {path}, std::nullopt,
+                                              std::nullopt, std::nullopt);
+                QFAIL("a relative path was taken");
+            } catch (const FinderActionExecutionError& error) {
+                QCOMPARE(error.errorCase(), FinderActionExecutionError::Case::invalidPath);
+            }
+        }
+        try {
+            FinderActionExecutor::perform(QStringLiteral("copyFullPath"),
+                                          {folder + QChar(0) + QStringLiteral("x")}, std::nullopt,
+                                          std::nullopt, std::nullopt);
+            QFAIL("a path with NUL was taken");
+        } catch (const FinderActionExecutionError& error) {
+            QCOMPARE(error.errorDescription(), QStringLiteral("路径不可用：%1\\0x").arg(folder));
+        }
+        QCOMPARE(entriesOf(folder), QStringList({QStringLiteral("victim")}));
+        QCOMPARE(FakePlatform::clipboard().writes, 0);
+    }
+
+    void dotDotAfterALinkMeansWhatTheFileSystemSays() {
+        // link -> deep/inner, so "link/.." is "deep", not the folder that holds the link.
+        const QString deep = m_environment->makeFolder(QStringLiteral("home/deep/inner"));
+        m_environment->writeFile(QStringLiteral("home/deep/target.txt"), "deep");
+        m_environment->writeFile(QStringLiteral("home/target.txt"), "top");
+        QVERIFY(QFile::link(deep, home() + QStringLiteral("/link")));
+        FinderActionExecutor::perform(QStringLiteral("copyFullPath"),
+                                      {home() + QStringLiteral("/link/../target.txt")}, std::nullopt,
+                                      std::nullopt, std::nullopt);
+        QCOMPARE(FakePlatform::clipboard().contents, home() + QStringLiteral("/deep/target.txt"));
+        // A path without dots is left as the user sees it, links and all.
+        FinderActionExecutor::perform(QStringLiteral("copyFullPath"), {home() + QStringLiteral("/link//")},
+                                      std::nullopt, std::nullopt, std::nullopt);
+        QCOMPARE(FakePlatform::clipboard().contents, home() + QStringLiteral("/link"));
+        QCOMPARE(FinderActionExecutor::checkedRequestPath(home() + QStringLiteral("/link/..")),
+                 home() + "/deep");
+        QVERIFY_THROWS_EXCEPTION(FinderActionExecutionError, FinderActionExecutor::checkedRequestPath(
+                                                                 home() + QStringLiteral("/gone/../x")));
+    }
+
+    void specialFilesAreRefusedBeforeAnythingIsRead() {
+        const QString fifo = home() + QStringLiteral("/pipe");
+        QCOMPARE(::mkfifo(QFile::encodeName(fifo).constData(), 0600), 0);
+        // The PDF tools pick their inputs by name: links named .pdf lead to the same special files.
+        QVERIFY(QFile::link(QStringLiteral("/dev/zero"), home() + QStringLiteral("/zero.pdf")));
+        QVERIFY(QFile::link(fifo, home() + QStringLiteral("/pipe.pdf")));
+        for (const QString& special : {QStringLiteral("/dev/zero"), fifo}) {
+            for (const QString& actionID : {QStringLiteral("copySHA256"), QStringLiteral("copyMD5"),
+                                            QStringLiteral("mergePDFs"), QStringLiteral("compressPDF")}) {
+                const QString path = !actionID.contains(QStringLiteral("PDF")) ? special
+                                     : special == fifo ? home() + QStringLiteral("/pipe.pdf")
+                                                       : home() + QStringLiteral("/zero.pdf");
+                try {
+                    FinderActionExecutor::perform(actionID, {path}, std::nullopt, std::nullopt, std::nullopt);
+                    QFAIL("a special file was read");
+                } catch (const FinderActionExecutionError& error) {
+                    QVERIFY2(error.errorDescription().contains(QStringLiteral("不是普通文件")),
+                             qPrintable(error.errorDescription()));
+                }
+            }
+        }
+        QCOMPARE(FakePlatform::clipboard().writes, 0);
+    }
+};
+
+QTEST_GUILESS_MAIN(TestLinkRequests)
+#include "test_link_requests.moc"
