@@ -3,8 +3,6 @@
 #include "platform/KestroPaths.h"
 
 #include <QDataStream>
-#include <QDir>
-#include <QFile>
 #include <QLocalSocket>
 
 namespace {
@@ -46,11 +44,6 @@ std::optional<QStringList> readFrame(QLocalSocket& socket) {
     return message;
 }
 
-void ensurePrivateFolder(const QString& path) {
-    QDir().mkpath(path);
-    QFile::setPermissions(path, QFileDevice::ReadOwner | QFileDevice::WriteOwner | QFileDevice::ExeOwner);
-}
-
 } // namespace
 
 SingleInstance::SingleInstance(QObject* parent)
@@ -71,6 +64,9 @@ QString SingleInstance::lockPath() {
 }
 
 bool SingleInstance::sendToRunningInstance(const QStringList& message, int timeoutMilliseconds) {
+    // A listener in a folder someone else controls could read the request and answer for the host.
+    if (!KestroPaths::isPrivateDirectory(KestroPaths::runtimeDirectory()))
+        return false;
     QLocalSocket socket;
     socket.connectToServer(socketPath());
     if (!socket.waitForConnected(timeoutMilliseconds))
@@ -83,7 +79,7 @@ bool SingleInstance::sendToRunningInstance(const QStringList& message, int timeo
 }
 
 bool SingleInstance::listen() {
-    ensurePrivateFolder(KestroPaths::runtimeDirectory());
+    KestroPaths::ensurePrivateDirectory(KestroPaths::runtimeDirectory());
     m_lock = std::make_unique<QLockFile>(lockPath());
     // A lock left by a crashed host names a dead process; QLockFile takes such a lock over.
     m_lock->setStaleLockTime(0);

@@ -21,7 +21,8 @@ public:
 
     // Hands the message to a running host; true when it acknowledged it.
     static bool sendToRunningInstance(const QStringList& message, int timeoutMilliseconds = 3000);
-    // Takes the lock and starts listening; false when another host holds the lock.
+    // Takes the lock and starts listening; false when another host holds the lock. Throws PlatformError
+    // when the runtime folder is not a private folder of this user's.
     bool listen();
 
 signals:

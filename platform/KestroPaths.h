@@ -20,6 +20,12 @@ public:
     static QString userTemporaryDirectory();
     // A per-user folder for the single-instance socket and its lock.
     static QString runtimeDirectory();
+    // The runtime folder may sit in a temporary root that other accounts can write to, so it is used only
+    // when it is a real folder (no link) owned by this user with mode 0700. ensure creates it that way when
+    // it is missing and throws PlatformError when what is there is not such a folder; nothing else's mode
+    // is ever changed.
+    static void ensurePrivateDirectory(const QString& path);
+    static bool isPrivateDirectory(const QString& path);
     static QString autostartDirectory();
     static QString applicationsDirectory();
 

@@ -22,8 +22,15 @@ std::optional<ScheduledDeletionItem> itemFromVariant(const QVariant& value) {
         scheduledAt.typeId() != QMetaType::QDateTime || deleteAt.typeId() != QMetaType::QDateTime ||
         path.toString().isEmpty())
         return std::nullopt;
-    return ScheduledDeletionItem{id.toString(), path.toString(), scheduledAt.toDateTime(),
-                                 deleteAt.toDateTime()};
+    ScheduledDeletionItem item{id.toString(), path.toString(), scheduledAt.toDateTime(),
+                               deleteAt.toDateTime()};
+    const QVariant device = map.value(QStringLiteral("device"));
+    const QVariant inode = map.value(QStringLiteral("inode"));
+    if (device.typeId() == QMetaType::LongLong && inode.typeId() == QMetaType::LongLong) {
+        item.device = device.toULongLong();
+        item.inode = inode.toULongLong();
+    }
+    return item;
 }
 } // namespace
 
@@ -59,6 +66,8 @@ void ScheduledDeletionPersistence::save(const QList<ScheduledDeletionItem>& item
             {QStringLiteral("path"), item.path},
             {QStringLiteral("scheduledAt"), item.scheduledAt},
             {QStringLiteral("deleteAt"), item.deleteAt},
+            {QStringLiteral("device"), item.device},
+            {QStringLiteral("inode"), item.inode},
         });
     }
     if (!PropertyListFile::write(fileURL(), list))

@@ -10,6 +10,7 @@
 
 #include <QCoreApplication>
 #include <QDir>
+#include <QFileInfo>
 #include <QLockFile>
 #include <QMutex>
 #include <QSet>
@@ -17,7 +18,10 @@
 #include <QUuid>
 
 #include <algorithm>
+#include <fcntl.h>
+#include <optional>
 #include <sys/stat.h>
+#include <unistd.h>
 
 namespace {
 // Reading, changing and saving the file is one step: threads of this process queue on the mutex, other
@@ -48,6 +52,59 @@ bool itemExists(const QString& path) {
     struct stat status {};
     return ::lstat(QFile::encodeName(path).constData(), &status) == 0;
 }
+
+// The path under which an item is kept: its folder's real path and its own name, so that the route to it
+// holds no link at all and a link that shows up on that route later is a change, not the way there.
+std::optional<QString> realRoute(const QString& path) {
+    const QFileInfo info(path);
+    const QString folder = QFileInfo(info.path()).canonicalFilePath();
+    if (folder.isEmpty() || info.fileName().isEmpty())
+        return std::nullopt;
+    return (folder == QLatin1String("/") ? QString() : folder) + QLatin1Char('/') + info.fileName();
+}
+
+struct Identity {
+    quint64 device = 0;
+    quint64 inode = 0;
+};
+
+// What the path leads to now, reached folder by folder without following any link; nothing when the item
+// is gone or the route passes through a link.
+std::optional<Identity> identityAlongRoute(const QString& path) {
+    const QStringList components = path.split(QLatin1Char('/'), Qt::SkipEmptyParts);
+    if (!path.startsWith(QLatin1Char('/')) || components.isEmpty())
+        return std::nullopt;
+    int folder = ::open("/", O_PATH | O_DIRECTORY | O_CLOEXEC);
+    for (qsizetype index = 0; folder >= 0 && index + 1 < components.size(); ++index) {
+        const int next = ::openat(folder, QFile::encodeName(components.at(index)).constData(),
+                                  O_PATH | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC);
+        ::close(folder);
+        folder = next;
+    }
+    if (folder < 0)
+        return std::nullopt;
+    struct stat status {};
+    const int result = ::fstatat(folder, QFile::encodeName(components.constLast()).constData(), &status,
+                                 AT_SYMLINK_NOFOLLOW);
+    ::close(folder);
+    if (result != 0)
+        return std::nullopt;
+    return Identity{quint64(status.st_dev), quint64(status.st_ino)};
+}
+
+enum class DueState { gone, changed, same };
+
+DueState stateOf(const ScheduledDeletionItem& item) {
+    if (!itemExists(item.path))
+        return DueState::gone;
+    const std::optional<Identity> now = identityAlongRoute(item.path);
+    if (!now)
+        return DueState::changed;
+    // Entries made before identities were kept have only the route to go by.
+    if (item.inode != 0 && (now->device != item.device || now->inode != item.inode))
+        return DueState::changed;
+    return DueState::same;
+}
 } // namespace
 
 QList<ScheduledDeletionItem> ScheduledDeletionStore::schedule(const QStringList& paths, double interval,
@@ -59,17 +116,18 @@ QList<ScheduledDeletionItem> ScheduledDeletionStore::schedule(const QStringList&
     const QDateTime deleteAt = scheduledAt.addMSecs(qint64(interval * 1000));
 
     QStringList newPaths;
-    for (const QString& path : paths) {
-        const QString cleaned = QDir::cleanPath(path);
-        // A path named twice in one selection still gets one entry.
-        if (QDir::isAbsolutePath(cleaned) && !newPaths.contains(cleaned) && itemExists(cleaned))
-            newPaths.append(cleaned);
-    }
-
     QList<ScheduledDeletionItem> added;
-    for (const QString& path : newPaths)
-        added.append(
-            {QUuid::createUuid().toString(QUuid::WithoutBraces).toUpper(), path, scheduledAt, deleteAt});
+    for (const QString& path : paths) {
+        const std::optional<QString> route =
+            QDir::isAbsolutePath(path) ? realRoute(QDir::cleanPath(path)) : std::nullopt;
+        const std::optional<Identity> identity = route ? identityAlongRoute(*route) : std::nullopt;
+        // A path named twice in one selection still gets one entry.
+        if (!identity || newPaths.contains(*route))
+            continue;
+        newPaths.append(*route);
+        added.append({QUuid::createUuid().toString(QUuid::WithoutBraces).toUpper(), *route, scheduledAt,
+                      deleteAt, identity->device, identity->inode});
+    }
     {
         const ScheduleLock lock;
         QList<ScheduledDeletionItem> items = ScheduledDeletionPersistence::load();
@@ -101,10 +159,19 @@ void ScheduledDeletionStore::processDueItems(const QDateTime& now) {
         for (const ScheduledDeletionItem& item : items) {
             if (item.deleteAt > now)
                 continue;
-            if (!itemExists(item.path)) {
+            switch (stateOf(item)) {
+            case DueState::gone:
                 DiagnosticLog::append(QStringLiteral("scheduled deletion skipped missing path=") + item.path);
                 finished.insert(item.id);
                 continue;
+            case DueState::changed:
+                // Another item now answers to this path (the original went, something else took its place,
+                // or a link appeared on the way): that is not what the user chose.
+                DiagnosticLog::append(QStringLiteral("scheduled deletion skipped changed path=") + item.path);
+                finished.insert(item.id);
+                continue;
+            case DueState::same:
+                break;
             }
             try {
                 Platform::trash().moveToTrash(item.path);

@@ -15,6 +15,7 @@
 #include <QtTest>
 
 #include <atomic>
+#include <sys/stat.h>
 
 namespace {
 const QDateTime noon(QDate(2030, 5, 1), QTime(12, 0), QTimeZone::utc());
@@ -37,6 +38,7 @@ private slots:
     void unreadableScheduleIsNeverReplaced();
     void cancelDropsOnlyThatEntry();
     void processingTrashesWhatIsDue();
+    void onlyTheObjectThatWasScheduledIsTrashed();
     void refusedItemsStayAndAreRetried();
     void listStoreFollowsChanges();
     void runnerRunsOnItsOwnThreadAndRepeats();
@@ -122,8 +124,12 @@ void TestScheduledDeletion::fileHoldsDatesAndSurvivesMalformedEntries() {
     const std::optional<QVariant> root = PropertyListFile::read(ScheduledDeletionPersistence::fileURL());
     QVERIFY(root && root->typeId() == QMetaType::QVariantList);
     const QVariantMap entry = root->toList().value(0).toMap();
-    QCOMPARE(entry.keys(), QStringList({"deleteAt", "id", "path", "scheduledAt"}));
+    QCOMPARE(entry.keys(), QStringList({"deleteAt", "device", "id", "inode", "path", "scheduledAt"}));
     QCOMPARE(entry.value("path").toString(), file);
+    struct stat status {};
+    QCOMPARE(::lstat(QFile::encodeName(file).constData(), &status), 0);
+    QCOMPARE(entry.value("device").toULongLong(), quint64(status.st_dev));
+    QCOMPARE(entry.value("inode").toULongLong(), quint64(status.st_ino));
     QCOMPARE(entry.value("scheduledAt").toDateTime(), noon);
     QCOMPARE(entry.value("deleteAt").toDateTime(), noon.addDays(30));
 
@@ -273,3 +279,32 @@ void TestScheduledDeletion::runnerRunsOnItsOwnThreadAndRepeats() {
 
 QTEST_GUILESS_MAIN(TestScheduledDeletion)
 #include "test_scheduled_deletion.moc"
+
+void TestScheduledDeletion::onlyTheObjectThatWasScheduledIsTrashed() {
+    TestEnvironment environment;
+    // A shared folder another account can write to, and the user's own folder it would like to reach.
+    const QString shared = environment.makeFolder(QStringLiteral("shared"));
+    const QString scheduled = environment.writeFile(QStringLiteral("shared/project/notes.txt"), "old");
+    const QString replaced = environment.writeFile(QStringLiteral("shared/replaced.txt"), "old");
+    const QString victim = environment.writeFile(QStringLiteral("home/Documents/notes.txt"), "precious");
+    const QString kept = environment.writeFile(QStringLiteral("shared/kept.txt"), "kept");
+    ScheduledDeletionStore::schedule({scheduled, replaced, kept}, 3600, noon);
+
+    // The scheduled folder vanishes and comes back as a link into the user's home; the other file is
+    // replaced by a new one of the same name.
+    QVERIFY(QDir(shared + QStringLiteral("/project")).removeRecursively());
+    QVERIFY(QFile::link(QFileInfo(victim).path(), shared + QStringLiteral("/project")));
+    QVERIFY(QFile::remove(replaced));
+    const QString newcomer = environment.writeFile(QStringLiteral("shared/replaced.txt"), "new");
+    QCOMPARE(QFile(shared + QStringLiteral("/project/notes.txt")).exists(), true);
+
+    ScheduledDeletionStore::processDueItems(noon.addSecs(7200));
+    QCOMPARE(FakePlatform::trash().trashed, QStringList({kept}));
+    QCOMPARE(readAll(victim), QByteArray("precious"));
+    QCOMPARE(readAll(newcomer), QByteArray("new"));
+    const QString log = environment.logText();
+    QVERIFY(log.contains(QStringLiteral("scheduled deletion skipped changed path=") + scheduled));
+    QVERIFY(log.contains(QStringLiteral("scheduled deletion skipped changed path=") + replaced));
+    // Both are settled: they are not tried again.
+    QVERIFY(ScheduledDeletionStore::items().isEmpty());
+}
