@@ -70,9 +70,12 @@ ConsentDialog::ConsentDialog(const ConsentRequest& request, Timing timing, QWidg
 bool ConsentDialog::ask() {
     QTimer::singleShot(m_timing.confirmDelay, m_confirm, [this] { m_confirm->setEnabled(true); });
     QTimer::singleShot(m_timing.answerTimeout, this, &QDialog::reject);
-    show();
-    raise();
-    activateWindow();
-    m_cancel->setFocus();
+    // Brought to the front once exec() has shown it: showing it before would leave it without modality.
+    QTimer::singleShot(0, this, [this] {
+        raise();
+        activateWindow();
+        m_cancel->setFocus();
+    });
+    setWindowModality(Qt::ApplicationModal);
     return exec() == QDialog::Accepted;
 }

@@ -3,7 +3,6 @@
 #include "actions/FinderActionExecutor.h"
 #include "catalogue/FeatureSettingsDefaults.h"
 #include "catalogue/FeatureSettingsPersistence.h"
-#include "catalogue/KestroFeature.h"
 #include "intake/FeatureRequestMailer.h"
 #include "intake/FinderCurrentContext.h"
 #include "intake/LinkRequestPolicy.h"
@@ -20,17 +19,6 @@ namespace {
 
 FeatureSettings storedFeatureSettings() {
     return FeatureSettingsPersistence::loadSettings().value_or(FeatureSettingsDefaults::settings());
-}
-
-// Kestro's own name for the action, never the title the link brought along.
-QString titleOf(const QString& actionID) {
-    if (const std::optional<KestroFeature> feature = KestroFeature::owning(actionID)) {
-        for (const KestroFeatureChild& child : feature->children()) {
-            if (child.actionID == actionID)
-                return child.title;
-        }
-    }
-    return actionID;
 }
 
 } // namespace
@@ -105,7 +93,7 @@ bool FinderSelectionModel::mayRunLinkRequest(KestroActionRequest& request) {
     // One question at a time: a page that opens links in a loop gets no stack of dialogs.
     if (m_askingForConsent)
         return refuse(QStringLiteral("another request is waiting for an answer"));
-    ConsentRequest consent{titleOf(request.actionID), request.actionID,
+    ConsentRequest consent{LinkRequestPolicy::titleOf(request.actionID), request.actionID,
                            FinderActionExecutor::effectiveURLs(request.selectedURLs, request.targetedURL),
                            request.destinationURL};
     m_askingForConsent = true;

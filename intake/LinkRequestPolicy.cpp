@@ -4,8 +4,10 @@
 #include "actions/KestroFileTemplate.h"
 #include "catalogue/KestroFeature.h"
 
+#include <QCoreApplication>
 #include <QDir>
 #include <QFileInfo>
+#include <QHash>
 #include <QSet>
 #include <QStandardPaths>
 
@@ -67,13 +69,47 @@ bool targetsAFolderOfTheUsers(const KestroActionRequest& request) {
            status.st_uid == ::getuid();
 }
 
+// The actions behind the items of the user's lists: their feature, and their name for the user.
+struct ListItemAction {
+    KestroFeature feature;
+    const char* title;
+};
+
+const QHash<QString, ListItemAction>& listItemActions() {
+    static const QHash<QString, ListItemAction> actions{
+        {QStringLiteral("copyFilesToFolder"), {KestroFeature::copyFile, QT_TR_NOOP("复制到文件夹")}},
+        {QStringLiteral("copyFilesToPath"), {KestroFeature::copyFile, QT_TR_NOOP("复制到文件夹")}},
+        {QStringLiteral("moveFilesToFolder"), {KestroFeature::organizeFile, QT_TR_NOOP("移动到文件夹")}},
+        {QStringLiteral("moveFilesToPath"), {KestroFeature::organizeFile, QT_TR_NOOP("移动到文件夹")}},
+        {QStringLiteral("openWithApplicationPath"), {KestroFeature::openWith, QT_TR_NOOP("用应用打开")}},
+        {QStringLiteral("openInVSCode"), {KestroFeature::openWith, QT_TR_NOOP("用 VS Code 打开")}},
+        {QStringLiteral("openInCursor"), {KestroFeature::openWith, QT_TR_NOOP("用 Cursor 打开")}},
+        {QStringLiteral("quickOpenPath"), {KestroFeature::quickOpen, QT_TR_NOOP("打开文件夹")}},
+    };
+    return actions;
+}
+
 } // namespace
 
 bool LinkRequestPolicy::isSwitchedOn(const QString& actionID, const FeatureSettings& settings) {
+    if (const auto listItem = listItemActions().constFind(actionID); listItem != listItemActions().cend())
+        return settings.enabledFeatureIDs.contains(listItem->feature.id());
     const std::optional<KestroFeature> feature = KestroFeature::owning(actionID);
     if (!feature)
         return true;
     return settings.enabledFeatureIDs.contains(feature->id()) && settings.enabledChildIDs.contains(actionID);
+}
+
+QString LinkRequestPolicy::titleOf(const QString& actionID) {
+    if (const auto listItem = listItemActions().constFind(actionID); listItem != listItemActions().cend())
+        return QCoreApplication::translate("LinkRequestPolicy", listItem->title);
+    if (const std::optional<KestroFeature> feature = KestroFeature::owning(actionID)) {
+        for (const KestroFeatureChild& child : feature->children()) {
+            if (child.actionID == actionID)
+                return child.title;
+        }
+    }
+    return actionID;
 }
 
 std::optional<QString> LinkRequestPolicy::installedDesktopEntry(const QString& idOrPath) {

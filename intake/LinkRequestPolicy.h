@@ -18,9 +18,12 @@ public:
     // May rewrite the request: an application named by its desktop entry id becomes that entry's path.
     static Decision evaluate(KestroActionRequest& request, const FeatureSettings& settings);
 
-    // Whether the action is switched on in the settings (its feature and the action itself). Actions that
-    // the catalogue does not list count as on: there is no switch for them.
+    // Whether the action is switched on in the settings: its feature and the action itself. The menu items
+    // of the user's own lists (destinations, applications) have no switch of their own and follow their
+    // feature's; anything else the catalogue does not list has no switch at all.
     static bool isSwitchedOn(const QString& actionID, const FeatureSettings& settings);
+    // Kestro's own name for an action, to show the user; never a title that came with the request.
+    static QString titleOf(const QString& actionID);
     // The installed desktop entry an id or a path names, or nothing when it names no installed application.
     static std::optional<QString> installedDesktopEntry(const QString& idOrPath);
 };

@@ -1,0 +1,185 @@
+// The question a link from another program raises, opened for real through the URL road and answered with
+// the mouse and keyboard the way a user would.
+#include "app/ConsentDialog.h"
+#include "app/WidgetPrompts.h"
+#include "catalogue/FeatureSettingsDefaults.h"
+#include "catalogue/KestroFeature.h"
+#include "intake/FinderSelectionModel.h"
+#include "platform/HeadlessPrompts.h"
+#include "platform/Platform.h"
+#include "support/QuietPreferences.h"
+#include "support/TestEnvironment.h"
+
+#include <QApplication>
+#include <QDir>
+#include <QLabel>
+#include <QListWidget>
+#include <QPushButton>
+#include <QtTest>
+#include <QUrl>
+#include <QUrlQuery>
+
+#include <functional>
+
+using namespace std::chrono_literals;
+
+namespace {
+
+QString linkURL(const QString& actionID, const QStringList& paths, const QString& destination) {
+    QUrlQuery query;
+    query.addQueryItem(QStringLiteral("actionID"), actionID);
+    for (const QString& path : paths)
+        query.addQueryItem(QStringLiteral("path"), QString::fromLatin1(QUrl::toPercentEncoding(path)));
+    query.addQueryItem(QStringLiteral("destination"),
+                       QString::fromLatin1(QUrl::toPercentEncoding(destination)));
+    QUrl url;
+    url.setScheme(QStringLiteral("kestro"));
+    url.setHost(QStringLiteral("finder-action"));
+    url.setQuery(query);
+    return url.toString(QUrl::FullyEncoded);
+}
+
+// Runs what the user does once the dialog is up, from the event loop the dialog itself runs.
+void whenDialogShows(std::function<void(ConsentDialog&)> user) {
+    auto* poll = new QTimer;
+    poll->setInterval(10);
+    QObject::connect(poll, &QTimer::timeout, [poll, user] {
+        auto* dialog = qobject_cast<ConsentDialog*>(QApplication::activeModalWidget());
+        if (!dialog || !dialog->isVisible())
+            return;
+        poll->stop();
+        poll->deleteLater();
+        user(*dialog);
+    });
+    poll->start();
+}
+
+void click(QPushButton* button) {
+    QVERIFY(button);
+    QTest::mouseClick(button, Qt::LeftButton, {}, button->rect().center());
+}
+
+} // namespace
+
+class TestConsentDialog : public QObject {
+    Q_OBJECT
+
+    std::unique_ptr<TestEnvironment> m_environment;
+    std::unique_ptr<FinderSelectionModel> m_model;
+    QString m_source;
+    QString m_destination;
+
+    QString request() const {
+        return linkURL(QStringLiteral("copyFilesToFolder"), {m_source}, m_destination);
+    }
+    bool copied() const { return QFile::exists(m_destination + QStringLiteral("/secret.txt")); }
+
+private slots:
+    void init() {
+        m_environment = std::make_unique<TestEnvironment>();
+        QVERIFY(saveQuietPreferences());
+        m_source = m_environment->writeFile(QStringLiteral("home/secret.txt"), "s");
+        m_destination = m_environment->makeFolder(QStringLiteral("shared"));
+        Platform::setPrompts(std::make_shared<WidgetPrompts>(ConsentTiming{300ms, 5s}));
+        m_model = std::make_unique<FinderSelectionModel>();
+        m_model->setSettingsSource([] {
+            FeatureSettings settings = FeatureSettingsDefaults::settings();
+            for (const KestroFeature& feature : KestroFeature::allCases())
+                settings.enabledFeatureIDs.insert(feature.id());
+            return settings;
+        });
+    }
+    void cleanup() {
+        m_model.reset();
+        m_environment.reset();
+    }
+
+    void showsEverythingAndConfirmsOnlyAfterTheDelay() {
+        // Forty items: all of them are listed, the list scrolls.
+        QStringList items{m_source};
+        for (int index = 1; index < 40; ++index)
+            items.append(m_environment->writeFile(QStringLiteral("home/item %1.txt").arg(index), "x"));
+        bool sawEverything = false;
+        whenDialogShows([&](ConsentDialog& dialog) {
+            auto* confirm = dialog.findChild<QPushButton*>(QStringLiteral("confirmButton"));
+            auto* list = dialog.findChild<QListWidget*>(QStringLiteral("itemList"));
+            auto* destination = dialog.findChild<QLabel*>(QStringLiteral("destinationLabel"));
+            QVERIFY(confirm && list && destination);
+            QVERIFY(!confirm->isEnabled());
+            QVERIFY(dialog.findChild<QPushButton*>(QStringLiteral("cancelButton"))->isDefault());
+            QCOMPARE(list->count(), 40);
+            QCOMPARE(list->item(39)->text(), items.at(39));
+            QVERIFY(destination->text().contains(m_destination));
+            const QList<QLabel*> labels = dialog.findChildren<QLabel*>();
+            QVERIFY(std::any_of(labels.cbegin(), labels.cend(), [](QLabel* label) {
+                return label->text() == QStringLiteral("另一个程序请求 Kestro 执行此操作");
+            }));
+            QVERIFY(dialog.findChild<QLabel*>(QStringLiteral("actionLabel"))
+                        ->text()
+                        .contains(QStringLiteral("复制到文件夹")));
+            // A click on the sleeping button does nothing.
+            click(confirm);
+            QVERIFY(dialog.isVisible());
+            sawEverything = true;
+            QTRY_VERIFY_WITH_TIMEOUT(confirm->isEnabled(), 3000);
+            click(confirm);
+        });
+        QVERIFY(m_model->handleIncomingURL(linkURL(QStringLiteral("copyFilesToFolder"), items, m_destination),
+                                           RequestOrigin::link));
+        QVERIFY(sawEverything);
+        QVERIFY(copied());
+        QVERIFY(m_environment->logText().contains(
+            QStringLiteral("link request confirmed: action=copyFilesToFolder")));
+    }
+
+    void enterAndCancelRefuse() {
+        // Return goes to the default button, which is Cancel, even once confirming is possible.
+        whenDialogShows([](ConsentDialog& dialog) {
+            QTest::qWait(400);
+            QTest::keyClick(&dialog, Qt::Key_Return);
+        });
+        QVERIFY(!m_model->handleIncomingURL(request(), RequestOrigin::link));
+        QTest::qWait(1100); // past the duplicate filter
+        whenDialogShows([](ConsentDialog& dialog) {
+            click(dialog.findChild<QPushButton*>(QStringLiteral("cancelButton")));
+        });
+        QVERIFY(!m_model->handleIncomingURL(request(), RequestOrigin::link));
+        QVERIFY(!copied());
+        QCOMPARE(m_environment->logText().count(QStringLiteral("reason=not confirmed")), 2);
+    }
+
+    void noAnswerRefusesByItself() {
+        Platform::setPrompts(std::make_shared<WidgetPrompts>(ConsentTiming{100ms, 600ms}));
+        QElapsedTimer clock;
+        clock.start();
+        QVERIFY(!m_model->handleIncomingURL(request(), RequestOrigin::link));
+        QVERIFY(clock.elapsed() >= 500);
+        QVERIFY(!QApplication::activeModalWidget());
+        QVERIFY(!copied());
+    }
+
+    void withNoDisplayNothingIsAskedAndNothingRuns() {
+        Platform::setPrompts(std::make_shared<HeadlessPrompts>());
+        QVERIFY(!m_model->handleIncomingURL(request(), RequestOrigin::link));
+        QVERIFY(!copied());
+        QVERIFY(m_environment->logText().contains(
+            QStringLiteral("link request refused: action=copyFilesToFolder reason=not confirmed")));
+    }
+
+    void theUsersOwnRequestAsksNothing() {
+        QVERIFY(m_model->handleIncomingURL(request(), RequestOrigin::user));
+        QVERIFY(copied());
+        QVERIFY(!m_environment->logText().contains(QStringLiteral("link request")));
+    }
+
+    void textsFromTheLinkAreNeverMarkup() {
+        const QString folder = m_environment->makeFolder(QStringLiteral("<b>bold</b> <a href='x'>link</a>"));
+        ConsentDialog dialog(
+            {QStringLiteral("拷贝到"), QStringLiteral("copyFilesToFolder"), {folder}, folder});
+        for (QLabel* label : dialog.findChildren<QLabel*>())
+            QCOMPARE(label->textFormat(), Qt::PlainText);
+    }
+};
+
+QTEST_MAIN(TestConsentDialog)
+#include "test_consent_dialog.moc"
