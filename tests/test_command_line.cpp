@@ -74,28 +74,31 @@ private slots:
         QCOMPARE(KestroProcess::run({QStringLiteral("--no-such-option")}).exitCode, 2);
     }
 
-    void clipboardTextAlsoGoesToStandardOutput()
-    {
+    void clipboardTextAlsoGoesToStandardOutput() {
         const QString file = m_environment->writeFile(QStringLiteral("it's \"here\" 文件.txt"), "abc");
-        KestroProcess run = KestroProcess::run({QStringLiteral("--perform"), actionURL(QStringLiteral("copyFullPath"), {file}, {})});
+        KestroProcess run = KestroProcess::run(
+            {QStringLiteral("--perform"), actionURL(QStringLiteral("copyFullPath"), {file}, {})});
         QCOMPARE(run.exitCode, 0);
         QCOMPARE(QString::fromUtf8(run.standardOutput), file + QLatin1Char('\n'));
-        run = KestroProcess::run({QStringLiteral("--perform"), actionURL(QStringLiteral("copySHA256"), {file}, {})});
+        run = KestroProcess::run(
+            {QStringLiteral("--perform"), actionURL(QStringLiteral("copySHA256"), {file}, {})});
         QCOMPARE(run.exitCode, 0);
         QCOMPARE(run.standardOutput,
-                 QByteArray("ba7816bf8f01cfea414140de5dae2223b00361a396177a9cb410ff61f20015ad  ") + QFileInfo(file).fileName().toUtf8() + "\n");
+                 QByteArray("ba7816bf8f01cfea414140de5dae2223b00361a396177a9cb410ff61f20015ad  ") +
+                     QFileInfo(file).fileName().toUtf8() + "\n");
     }
 
-    void drainRunsTheQueueOnceAndExits()
-    {
+    void drainRunsTheQueueOnceAndExits() {
         const QString folder = m_environment->makeFolder(QStringLiteral("queued"));
         const QString queue = m_environment->kestroTmp() + QStringLiteral("/kestro-action-queue");
         QDir().mkpath(queue);
-        QFile::setPermissions(queue, QFileDevice::ReadOwner | QFileDevice::WriteOwner | QFileDevice::ExeOwner);
-        const QByteArray request = QJsonDocument(QJsonObject{{QStringLiteral("actionID"), QStringLiteral("createFolder")},
-                                                             {QStringLiteral("selectedPaths"), QJsonArray()},
-                                                             {QStringLiteral("targetedPath"), folder}})
-                                       .toJson();
+        QFile::setPermissions(queue,
+                              QFileDevice::ReadOwner | QFileDevice::WriteOwner | QFileDevice::ExeOwner);
+        const QByteArray request =
+            QJsonDocument(QJsonObject{{QStringLiteral("actionID"), QStringLiteral("createFolder")},
+                                      {QStringLiteral("selectedPaths"), QJsonArray()},
+                                      {QStringLiteral("targetedPath"), folder}})
+                .toJson();
         m_environment->writeFile(queue + QStringLiteral("/a.json"), request);
         m_environment->writeFile(queue + QStringLiteral("/b.json"), "not json");
         const KestroProcess run = KestroProcess::run({QStringLiteral("--drain")});

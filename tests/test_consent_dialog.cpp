@@ -7,6 +7,7 @@
 #include "intake/FinderSelectionModel.h"
 #include "platform/HeadlessPrompts.h"
 #include "platform/Platform.h"
+#include "support/KestroProcess.h"
 #include "support/QuietPreferences.h"
 #include "support/TestEnvironment.h"
 
@@ -24,20 +25,6 @@
 using namespace std::chrono_literals;
 
 namespace {
-
-QString linkURL(const QString& actionID, const QStringList& paths, const QString& destination) {
-    QUrlQuery query;
-    query.addQueryItem(QStringLiteral("actionID"), actionID);
-    for (const QString& path : paths)
-        query.addQueryItem(QStringLiteral("path"), QString::fromLatin1(QUrl::toPercentEncoding(path)));
-    query.addQueryItem(QStringLiteral("destination"),
-                       QString::fromLatin1(QUrl::toPercentEncoding(destination)));
-    QUrl url;
-    url.setScheme(QStringLiteral("kestro"));
-    url.setHost(QStringLiteral("finder-action"));
-    url.setQuery(query);
-    return url.toString(QUrl::FullyEncoded);
-}
 
 // Runs what the user does once the dialog is up, from the event loop the dialog itself runs.
 void whenDialogShows(std::function<void(ConsentDialog&)> user) {
@@ -70,7 +57,7 @@ class TestConsentDialog : public QObject {
     QString m_destination;
 
     QString request() const {
-        return linkURL(QStringLiteral("copyFilesToFolder"), {m_source}, m_destination);
+        return kestroActionURL(QStringLiteral("copyFilesToFolder"), {m_source}, std::nullopt, m_destination);
     }
     bool copied() const { return QFile::exists(m_destination + QStringLiteral("/secret.txt")); }
 
@@ -124,8 +111,9 @@ private slots:
             QTRY_VERIFY_WITH_TIMEOUT(confirm->isEnabled(), 3000);
             click(confirm);
         });
-        QVERIFY(m_model->handleIncomingURL(linkURL(QStringLiteral("copyFilesToFolder"), items, m_destination),
-                                           RequestOrigin::link));
+        QVERIFY(m_model->handleIncomingURL(
+            kestroActionURL(QStringLiteral("copyFilesToFolder"), items, std::nullopt, m_destination),
+            RequestOrigin::link));
         QVERIFY(sawEverything);
         QVERIFY(copied());
         QVERIFY(m_environment->logText().contains(

@@ -9,6 +9,7 @@
 #include "platform/FinderActionExecutionError.h"
 #include "stores/ScheduledDeletionStore.h"
 #include "support/FakePlatform.h"
+#include "support/KestroProcess.h"
 #include "support/QuietPreferences.h"
 #include "support/TestEnvironment.h"
 
@@ -22,26 +23,6 @@
 #include <unistd.h>
 
 namespace {
-
-QString linkURL(const QString& actionID, const QStringList& paths, const std::optional<QString>& target = {},
-                const std::optional<QString>& destination = {}) {
-    QUrlQuery query;
-    query.addQueryItem(QStringLiteral("actionID"), actionID);
-    const auto encoded = [](const QString& text) {
-        return QString::fromLatin1(QUrl::toPercentEncoding(text));
-    };
-    for (const QString& path : paths)
-        query.addQueryItem(QStringLiteral("path"), encoded(path));
-    if (target)
-        query.addQueryItem(QStringLiteral("target"), encoded(*target));
-    if (destination)
-        query.addQueryItem(QStringLiteral("destination"), encoded(*destination));
-    QUrl url;
-    url.setScheme(QStringLiteral("kestro"));
-    url.setHost(QStringLiteral("finder-action"));
-    url.setQuery(query);
-    return url.toString(QUrl::FullyEncoded);
-}
 
 QStringList entriesOf(const QString& folder) {
     return QDir(folder).entryList(QDir::AllEntries | QDir::NoDotAndDotDot | QDir::Hidden, QDir::Name);
@@ -85,10 +66,11 @@ private slots:
             home() + QStringLiteral("/Downloads/evil.desktop"),
             "[Desktop Entry]\nType=Application\nName=x\nExec=sh -c 'touch ~/PWNED'\n");
         for (const QString& program : {QStringLiteral("/bin/sh"), downloaded}) {
-            QVERIFY(!openLink(linkURL(QStringLiteral("openWithApplicationPath"),
-                                      {QStringLiteral("-c"), QStringLiteral("id > ~/PWNED")}, std::nullopt,
-                                      program)));
-            QVERIFY(!openLink(linkURL(QStringLiteral("openWithApplicationPath"), {home()}, home(), program)));
+            QVERIFY(!openLink(kestroActionURL(QStringLiteral("openWithApplicationPath"),
+                                              {QStringLiteral("-c"), QStringLiteral("id > ~/PWNED")},
+                                              std::nullopt, program)));
+            QVERIFY(!openLink(
+                kestroActionURL(QStringLiteral("openWithApplicationPath"), {home()}, home(), program)));
         }
         QVERIFY(FakePlatform::workspace().launches.isEmpty());
         QVERIFY(FakePlatform::prompts().consentRequests.isEmpty()); // refused without even asking
@@ -105,8 +87,8 @@ private slots:
             "[Desktop Entry]\nType=Application\nName=Viewer\nExec=true %F\n");
         const QString document = m_environment->writeFile(home() + QStringLiteral("/report.pdf"), "%PDF");
 
-        QVERIFY(!openLink(linkURL(QStringLiteral("openWithApplicationPath"), {document}, std::nullopt,
-                                  QStringLiteral("org.example.Viewer.desktop"))));
+        QVERIFY(!openLink(kestroActionURL(QStringLiteral("openWithApplicationPath"), {document}, std::nullopt,
+                                          QStringLiteral("org.example.Viewer.desktop"))));
         QCOMPARE(FakePlatform::prompts().consentRequests.size(), 1);
         const ConsentRequest asked = FakePlatform::prompts().consentRequests.constFirst();
         QCOMPARE(asked.actionID, QStringLiteral("openWithApplicationPath"));
@@ -115,8 +97,8 @@ private slots:
         QVERIFY(FakePlatform::workspace().launches.isEmpty());
 
         FakePlatform::prompts().consentAnswers = {true};
-        QVERIFY(
-            openLink(linkURL(QStringLiteral("openWithApplicationPath"), {document}, std::nullopt, entry)));
+        QVERIFY(openLink(
+            kestroActionURL(QStringLiteral("openWithApplicationPath"), {document}, std::nullopt, entry)));
         QCOMPARE(FakePlatform::workspace().launches.size(), 1);
         QCOMPARE(FakePlatform::workspace().launches.constFirst().first, entry);
         QCOMPARE(FakePlatform::workspace().launches.constFirst().second, QStringList({document}));
@@ -129,10 +111,10 @@ private slots:
         const QString documents = m_environment->makeFolder(QStringLiteral("home/Documents"));
         const QStringList items{bait, QFileInfo(ssh).path(), documents};
 
-        QVERIFY(!openLink(linkURL(QStringLiteral("compressToZIP"), items, shared)));
-        QVERIFY(!openLink(linkURL(QStringLiteral("moveFilesToFolder"), items, std::nullopt, shared)));
-        QVERIFY(!openLink(linkURL(QStringLiteral("scheduleDelete1Hour"), items)));
-        QVERIFY(!openLink(linkURL(QStringLiteral("renameUppercase"), {QFileInfo(ssh).path()})));
+        QVERIFY(!openLink(kestroActionURL(QStringLiteral("compressToZIP"), items, shared)));
+        QVERIFY(!openLink(kestroActionURL(QStringLiteral("moveFilesToFolder"), items, std::nullopt, shared)));
+        QVERIFY(!openLink(kestroActionURL(QStringLiteral("scheduleDelete1Hour"), items)));
+        QVERIFY(!openLink(kestroActionURL(QStringLiteral("renameUppercase"), {QFileInfo(ssh).path()})));
 
         const QList<ConsentRequest> asked = FakePlatform::prompts().consentRequests;
         QCOMPARE(asked.size(), 4);
@@ -157,7 +139,7 @@ private slots:
              {QStringLiteral("copySHA256"), QStringLiteral("renameLowercase"), QStringLiteral("runScript__X"),
               QStringLiteral("runShortcut__X"), QStringLiteral("finderViewPreset__X"),
               QStringLiteral("toggleHiddenFiles"), QStringLiteral("finderSortName")})
-            QVERIFY2(!openLink(linkURL(actionID, {file}, home())), qPrintable(actionID));
+            QVERIFY2(!openLink(kestroActionURL(actionID, {file}, home())), qPrintable(actionID));
         QVERIFY(FakePlatform::prompts().consentRequests.isEmpty());
         QVERIFY(FakePlatform::scripting().scriptsRun.isEmpty());
         QCOMPARE(FakePlatform::clipboard().writes, 0);
@@ -166,23 +148,23 @@ private slots:
         QCOMPARE(log.count(QStringLiteral("reason=never taken from a link")), 5);
 
         // The user's own command line may still run the switched-off action.
-        QVERIFY(m_model->handleIncomingURL(linkURL(QStringLiteral("copySHA256"), {file}, home())));
+        QVERIFY(m_model->handleIncomingURL(kestroActionURL(QStringLiteral("copySHA256"), {file}, home())));
         QCOMPARE(FakePlatform::clipboard().writes, 1);
     }
 
     void harmlessRequestsRunAtOnce() {
         const QString folder = m_environment->makeFolder(QStringLiteral("home/Notes"));
-        QVERIFY(openLink(linkURL(QStringLiteral("createTextFile"), {}, folder)));
-        QVERIFY(openLink(linkURL(QStringLiteral("createFolder"), {}, folder)));
+        QVERIFY(openLink(kestroActionURL(QStringLiteral("createTextFile"), {}, folder)));
+        QVERIFY(openLink(kestroActionURL(QStringLiteral("createFolder"), {}, folder)));
         const QString downloads = m_environment->makeFolder(QStringLiteral("home/Downloads"));
-        QVERIFY(openLink(linkURL(QStringLiteral("quickOpenDownloads"), {})));
+        QVERIFY(openLink(kestroActionURL(QStringLiteral("quickOpenDownloads"), {})));
         QCOMPARE(entriesOf(folder),
                  QStringList({QStringLiteral("Untitled Folder"), QStringLiteral("Untitled.txt")}));
         QCOMPARE(FakePlatform::workspace().openedUrls, QList<QUrl>({QUrl::fromLocalFile(downloads)}));
         QVERIFY(FakePlatform::prompts().consentRequests.isEmpty());
 
         // A quick-open item pointed elsewhere by the link is no longer a standard folder.
-        QVERIFY(!openLink(linkURL(QStringLiteral("quickOpenDownloads"), {}, std::nullopt, folder)));
+        QVERIFY(!openLink(kestroActionURL(QStringLiteral("quickOpenDownloads"), {}, std::nullopt, folder)));
         QCOMPARE(FakePlatform::prompts().consentRequests.size(), 1);
         QCOMPARE(FakePlatform::workspace().openedUrls.size(), 1);
     }
@@ -195,7 +177,7 @@ private slots:
             QCOMPARE(::chown(QFile::encodeName(foreign).constData(), 65534, 65534), 0);
         }
         const QStringList before = entriesOf(foreign);
-        QVERIFY(!openLink(linkURL(QStringLiteral("createTextFile"), {}, foreign)));
+        QVERIFY(!openLink(kestroActionURL(QStringLiteral("createTextFile"), {}, foreign)));
         QCOMPARE(FakePlatform::prompts().consentRequests.size(), 1);
         QCOMPARE(FakePlatform::prompts().consentRequests.constFirst().items, QStringList({foreign}));
         QCOMPARE(entriesOf(foreign), before);
@@ -204,9 +186,10 @@ private slots:
     void controlCharactersInALinkAreRefused() {
         const QString folder = m_environment->makeFolder(QStringLiteral("home/x"));
         FakePlatform::prompts().consentAnswers = {true};
-        QVERIFY(!openLink(linkURL(QStringLiteral("copyFullPath"), {folder + QStringLiteral("/a\nb")})));
         QVERIFY(
-            !openLink(linkURL(QStringLiteral("createTextFile"), {}, folder + QStringLiteral("/\x1b[2J"))));
+            !openLink(kestroActionURL(QStringLiteral("copyFullPath"), {folder + QStringLiteral("/a\nb")})));
+        QVERIFY(!openLink(
+            kestroActionURL(QStringLiteral("createTextFile"), {}, folder + QStringLiteral("/\x1b[2J"))));
         QVERIFY(FakePlatform::prompts().consentRequests.isEmpty());
         QCOMPARE(m_environment->logText().count(QStringLiteral("reason=control characters in the request")),
                  2);
@@ -217,9 +200,9 @@ private slots:
         const QString file = m_environment->writeFile(home() + QStringLiteral("/a.txt"), "a");
         bool nestedResult = true;
         FakePlatform::prompts().onConsent = [&] {
-            nestedResult = openLink(linkURL(QStringLiteral("copyMD5"), {file}));
+            nestedResult = openLink(kestroActionURL(QStringLiteral("copyMD5"), {file}));
         };
-        QVERIFY(!openLink(linkURL(QStringLiteral("copySHA256"), {file})));
+        QVERIFY(!openLink(kestroActionURL(QStringLiteral("copySHA256"), {file})));
         QVERIFY(!nestedResult);
         QCOMPARE(FakePlatform::prompts().consentRequests.size(), 1);
         QVERIFY(m_environment->logText().contains(

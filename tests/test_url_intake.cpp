@@ -49,9 +49,10 @@ private slots:
         const QStringList lines = logLines();
         // A line break in a path is escaped: one request is one line, and it cannot forge another.
         QCOMPARE(lines.size(), 2);
-        QVERIFY(lines.at(0).startsWith(QStringLiteral(
-            "action=completed passed=3 selected=[\"/b c/2.txt\", \"/a/文.txt\", \"/line\\nbreak\"] target=/first "
-            "destination=/dest ination url=kestro://finder-action?")));
+        QVERIFY(
+            lines.at(0).startsWith(QStringLiteral("action=completed passed=3 selected=[\"/b c/2.txt\", "
+                                                  "\"/a/文.txt\", \"/line\\nbreak\"] target=/first "
+                                                  "destination=/dest ination url=kestro://finder-action?")));
         QCOMPARE(lines.at(1), QStringLiteral("action succeeded: completed"));
     }
 

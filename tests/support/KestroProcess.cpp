@@ -1,5 +1,9 @@
 #include "support/KestroProcess.h"
 
+#include <QElapsedTimer>
+#include <QUrl>
+#include <QUrlQuery>
+
 QString KestroProcess::binary() {
     return qEnvironmentVariable("KESTRO_BINARY");
 }
@@ -19,4 +23,55 @@ KestroProcess KestroProcess::run(const QStringList& arguments, int timeoutMillis
     process.waitForFinished(timeoutMilliseconds);
     return {process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -1,
             process.readAllStandardOutput(), process.readAllStandardError()};
+}
+
+bool KestroHostProcess::start(const QStringList& arguments) {
+    QProcessEnvironment environment = KestroProcess::environment();
+    environment.insert(QStringLiteral("KESTRO_REPORT_READY"), QStringLiteral("1"));
+    m_process.setProcessEnvironment(environment);
+    m_process.setProcessChannelMode(QProcess::SeparateChannels);
+    m_process.start(KestroProcess::binary(), arguments);
+    if (!m_process.waitForStarted(10000))
+        return false;
+    m_process.setReadChannel(QProcess::StandardError);
+    QByteArray errors;
+    QElapsedTimer clock;
+    clock.start();
+    while (clock.elapsed() < 30000 && m_process.state() == QProcess::Running) {
+        m_process.waitForReadyRead(200);
+        errors += m_process.readAllStandardError();
+        if (errors.contains("kestro: ready\n"))
+            return true;
+    }
+    qWarning("host did not report ready: %s", errors.constData());
+    return false;
+}
+
+void KestroHostProcess::stop() {
+    if (m_process.state() == QProcess::NotRunning)
+        return;
+    m_process.terminate();
+    if (!m_process.waitForFinished(10000))
+        m_process.kill();
+    m_process.waitForFinished(5000);
+}
+
+QString kestroActionURL(const QString& actionID, const QStringList& paths,
+                        const std::optional<QString>& target, const std::optional<QString>& destination) {
+    const auto encoded = [](const QString& text) {
+        return QString::fromLatin1(QUrl::toPercentEncoding(text));
+    };
+    QUrlQuery query;
+    query.addQueryItem(QStringLiteral("actionID"), actionID);
+    for (const QString& path : paths)
+        query.addQueryItem(QStringLiteral("path"), encoded(path));
+    if (target)
+        query.addQueryItem(QStringLiteral("target"), encoded(*target));
+    if (destination)
+        query.addQueryItem(QStringLiteral("destination"), encoded(*destination));
+    QUrl url;
+    url.setScheme(QStringLiteral("kestro"));
+    url.setHost(QStringLiteral("finder-action"));
+    url.setQuery(query);
+    return url.toString(QUrl::FullyEncoded);
 }

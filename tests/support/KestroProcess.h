@@ -1,5 +1,6 @@
 #pragma once
 
+#include <optional>
 #include <QProcess>
 #include <QString>
 #include <QStringList>
@@ -15,3 +16,22 @@ struct KestroProcess {
     // Runs kestro with the arguments and waits for it to end.
     static KestroProcess run(const QStringList& arguments, int timeoutMilliseconds = 60000);
 };
+
+// A host started from build/kestro with the test's private environment, waited for until it says it is
+// ready, and ended when this object goes.
+class KestroHostProcess {
+public:
+    KestroHostProcess() = default;
+    ~KestroHostProcess() { stop(); }
+    bool start(const QStringList& arguments = {});
+    void stop();
+    QProcess& process() { return m_process; }
+
+private:
+    QProcess m_process;
+};
+
+// kestro://finder-action?actionID=...&path=...&target=...&destination=..., every value percent-encoded.
+QString kestroActionURL(const QString& actionID, const QStringList& paths = {},
+                        const std::optional<QString>& target = {},
+                        const std::optional<QString>& destination = {});
