@@ -80,10 +80,10 @@ void DiagnosticLog::append(const QString& message) {
     const QByteArray line = formatLine(message, QDateTime::currentDateTimeUtc());
     const QByteArray path = KestroPaths::diagnosticLogPath().toLocal8Bit();
     // The temporary root is shared with other accounts. Never follow a link planted there, never wait on a
-    // pipe or device put in the log's place (O_NONBLOCK makes opening a FIFO without a reader fail at
-    // once), keep the file private, and write only to a plain file of ours that has no second name.
+    // pipe or device put in the log's place (O_NONBLOCK: opening never waits), keep the file private, and
+    // write only to a plain file of ours that has no second name. Read access is for trimming.
     const int descriptor =
-        ::open(path.constData(), O_WRONLY | O_APPEND | O_CREAT | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC, 0600);
+        ::open(path.constData(), O_RDWR | O_APPEND | O_CREAT | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC, 0600);
     if (descriptor < 0)
         return;
     struct stat status {};

@@ -1,9 +1,12 @@
 #include "actions/ProcessRunner.h"
+#include "actions/StagingDirectory.h"
 #include "platform/DiagnosticLog.h"
 #include "platform/FinderActionExecutionError.h"
 #include "support/TestEnvironment.h"
 
+#include <QElapsedTimer>
 #include <QFile>
+#include <QFileInfo>
 #include <QRegularExpression>
 #include <QtTest>
 
@@ -138,6 +141,59 @@ private slots:
         QVERIFY(::chown(QFile::encodeName(path).constData(), 65534, 65534) == 0);
         DiagnosticLog::append(QStringLiteral("ours"));
         QCOMPARE(readAll(path), QByteArray("theirs\n"));
+    }
+
+    void logKeepsToItsOwnPlainFile() {
+        const QString path = m_environment->kestroTmp() + QStringLiteral("/kestro-app-action.log");
+        // A second name for the log (a hard link an attacker made to read along) stops the writing.
+        const QString log = m_environment->writeFile(path, "kept\n");
+        const QString second = m_environment->root() + QStringLiteral("/second-name");
+        QCOMPARE(::link(QFile::encodeName(log).constData(), QFile::encodeName(second).constData()), 0);
+        DiagnosticLog::append(QStringLiteral("through a second name?"));
+        QCOMPARE(readAll(second), QByteArray("kept\n"));
+        QVERIFY(QFile::remove(second) && QFile::remove(log));
+
+        // A pipe with nobody reading would block every write: it is passed over at once.
+        QCOMPARE(::mkfifo(QFile::encodeName(path).constData(), 0600), 0);
+        QElapsedTimer clock;
+        clock.start();
+        DiagnosticLog::append(QStringLiteral("into a pipe?"));
+        QVERIFY(clock.elapsed() < 5000);
+    }
+
+    void stagingFoldersArePrivate() {
+        QString path;
+        {
+            const StagingDirectory staging(QStringLiteral("kestro-test-"));
+            path = staging.path();
+            struct stat status {};
+            QCOMPARE(::lstat(QFile::encodeName(path).constData(), &status), 0);
+            QVERIFY(S_ISDIR(status.st_mode));
+            QCOMPARE(status.st_mode & 07777, mode_t(0700));
+        }
+        QVERIFY(!QFileInfo::exists(path));
+    }
+
+    void logLinesCannotBeForgedAndTheLogStaysSmall() {
+        DiagnosticLog::append(
+            QStringLiteral("path=/a\n[2026-01-01 00:00:00 +0000] action succeeded: x\t\x1b[2J\u2028"));
+        QCOMPARE(m_environment->logText().count(QLatin1Char('\n')), 1);
+        QVERIFY(m_environment->logText().contains(
+            QStringLiteral("path=/a\\n[2026-01-01 00:00:00 +0000] action succeeded: x\\t\\x1b[2J\\u2028\n")));
+
+        // Past the limit the older half goes, at a line boundary, and the new line is there.
+        const QString path = m_environment->kestroTmp() + QStringLiteral("/kestro-app-action.log");
+        QByteArray filler;
+        for (int index = 0; filler.size() <= DiagnosticLog::sizeLimit; ++index)
+            filler += QByteArray("[2026-01-01 00:00:00 +0000] line ") + QByteArray::number(index) + '\n';
+        m_environment->writeFile(path, filler);
+        DiagnosticLog::append(QStringLiteral("newest"));
+        const QByteArray after = readAll(path);
+        QVERIFY(after.size() < DiagnosticLog::sizeLimit * 3 / 4);
+        QVERIFY(after.size() > DiagnosticLog::sizeLimit / 4);
+        QVERIFY(after.startsWith("[2026-01-01 00:00:00 +0000] line "));
+        QVERIFY(after.endsWith(" +0000] newest\n"));
+        QVERIFY(filler.endsWith(after.left(after.size() - after.mid(after.lastIndexOf("\n[") + 1).size())));
     }
 };
 
