@@ -20,7 +20,7 @@ AppPreferences AppPreferencesPersistence::load() {
         return {};
     const QVariantMap map = root->toMap();
     return {boolean(map, "revealCreatedItems", false), boolean(map, "revealActionResults", true),
-            boolean(map, "launchAtLogin", false)};
+            boolean(map, "launchAtLogin", false), boolean(map, "showsFailureNotifications", true)};
 }
 
 bool AppPreferencesPersistence::save(const AppPreferences& preferences) {
@@ -29,5 +29,6 @@ bool AppPreferencesPersistence::save(const AppPreferences& preferences) {
                        {QStringLiteral("revealCreatedItems"), preferences.revealCreatedItems},
                        {QStringLiteral("revealActionResults"), preferences.revealActionResults},
                        {QStringLiteral("launchAtLogin"), preferences.launchAtLogin},
+                       {QStringLiteral("showsFailureNotifications"), preferences.showsFailureNotifications},
                    });
 }

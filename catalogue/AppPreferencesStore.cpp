@@ -9,6 +9,7 @@ AppPreferencesStore::AppPreferencesStore(QObject* parent)
     const AppPreferences stored = AppPreferencesPersistence::load();
     m_revealCreatedItems = stored.revealCreatedItems;
     m_revealActionResults = stored.revealActionResults;
+    m_showsFailureNotifications = stored.showsFailureNotifications;
     // The system, not the file, knows whether we start at login; the file follows it.
     m_launchAtLogin = Platform::loginItems().isEnabled();
     if (stored.launchAtLogin != m_launchAtLogin)
@@ -31,6 +32,14 @@ void AppPreferencesStore::setRevealActionResults(bool value) {
     emit revealActionResultsChanged(value);
 }
 
+void AppPreferencesStore::setShowsFailureNotifications(bool value) {
+    if (value == m_showsFailureNotifications)
+        return;
+    m_showsFailureNotifications = value;
+    save();
+    emit showsFailureNotificationsChanged(value);
+}
+
 void AppPreferencesStore::setLaunchAtLogin(bool value) {
     const bool old = m_launchAtLogin;
     m_launchAtLogin = value;
@@ -48,5 +57,6 @@ void AppPreferencesStore::setLaunchAtLogin(bool value) {
 }
 
 void AppPreferencesStore::save() const {
-    AppPreferencesPersistence::save({m_revealCreatedItems, m_revealActionResults, m_launchAtLogin});
+    AppPreferencesPersistence::save(
+        {m_revealCreatedItems, m_revealActionResults, m_launchAtLogin, m_showsFailureNotifications});
 }

@@ -14,15 +14,18 @@ public:
     bool revealCreatedItems() const { return m_revealCreatedItems; }
     bool revealActionResults() const { return m_revealActionResults; }
     bool launchAtLogin() const { return m_launchAtLogin; }
+    bool showsFailureNotifications() const { return m_showsFailureNotifications; }
 
     void setRevealCreatedItems(bool value);
     void setRevealActionResults(bool value);
     void setLaunchAtLogin(bool value);
+    void setShowsFailureNotifications(bool value);
 
 signals:
     void revealCreatedItemsChanged(bool value);
     void revealActionResultsChanged(bool value);
     void launchAtLoginChanged(bool value);
+    void showsFailureNotificationsChanged(bool value);
 
 private:
     void save() const;
@@ -31,4 +34,5 @@ private:
     bool m_revealCreatedItems = false;
     bool m_revealActionResults = true;
     bool m_launchAtLogin = false;
+    bool m_showsFailureNotifications = true;
 };

@@ -3,6 +3,7 @@
 #include "actions/FinderActionExecutor.h"
 #include "catalogue/FeatureSettingsDefaults.h"
 #include "catalogue/FeatureSettingsPersistence.h"
+#include "intake/FailureNotifier.h"
 #include "intake/FeatureRequestMailer.h"
 #include "intake/FinderCurrentContext.h"
 #include "intake/LinkRequestPolicy.h"
@@ -119,6 +120,7 @@ bool FinderSelectionModel::run(const KestroActionRequest& request) {
             error = describeError(failure);
             DiagnosticLog::append(QStringLiteral("action=%1 error=%2").arg(request.actionID, error));
             DiagnosticLog::append(QStringLiteral("suppressed error alert: ") + error);
+            FailureNotifier::report(error);
         }
         state->store(error.isEmpty() ? succeeded : failed);
         // The outcome is recorded on the main thread, where this model lives; the work may outlive the

@@ -1,6 +1,7 @@
 #include "intake/KestroQueueDrain.h"
 
 #include "actions/FinderActionExecutor.h"
+#include "intake/FailureNotifier.h"
 #include "platform/DiagnosticLog.h"
 #include "platform/KestroError.h"
 #include "platform/KestroPaths.h"
@@ -22,6 +23,7 @@ void performWithExecutor(const KestroQueuedAction& action) {
 // No alert is shown for a failed queued action; the report is logged on the main thread, after the
 // failure itself, as the URL road does with its own failures.
 void reportOnMainThread(const QString& description) {
+    FailureNotifier::report(description);
     const QString line = QStringLiteral("suppressed queued action error alert: ") + description;
     QCoreApplication* application = QCoreApplication::instance();
     if (!application || QThread::currentThread() == application->thread()) {

@@ -14,6 +14,7 @@ struct Services {
     std::shared_ptr<Trash> trash;
     std::shared_ptr<LoginItems> loginItems;
     std::shared_ptr<Notifications> notifications;
+    std::shared_ptr<DesktopNotifications> desktopNotifications;
 };
 
 std::mutex servicesMutex;
@@ -60,6 +61,9 @@ LoginItems& Platform::loginItems() {
 Notifications& Platform::notifications() {
     return serviceOf(&Services::notifications, createSystemNotifications);
 }
+DesktopNotifications& Platform::desktopNotifications() {
+    return serviceOf(&Services::desktopNotifications, createSystemDesktopNotifications);
+}
 
 void Platform::setWorkspace(std::shared_ptr<Workspace> service) {
     install(&Services::workspace, std::move(service));
@@ -81,6 +85,9 @@ void Platform::setLoginItems(std::shared_ptr<LoginItems> service) {
 }
 void Platform::setNotifications(std::shared_ptr<Notifications> service) {
     install(&Services::notifications, std::move(service));
+}
+void Platform::setDesktopNotifications(std::shared_ptr<DesktopNotifications> service) {
+    install(&Services::desktopNotifications, std::move(service));
 }
 
 void Platform::reset() {

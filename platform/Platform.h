@@ -1,6 +1,7 @@
 #pragma once
 
 #include "platform/Clipboard.h"
+#include "platform/DesktopNotifications.h"
 #include "platform/FileManagerScripting.h"
 #include "platform/LoginItems.h"
 #include "platform/Notifications.h"
@@ -22,6 +23,7 @@ public:
     static Trash& trash();
     static LoginItems& loginItems();
     static Notifications& notifications();
+    static DesktopNotifications& desktopNotifications();
 
     static void setWorkspace(std::shared_ptr<Workspace> service);
     static void setClipboard(std::shared_ptr<Clipboard> service);
@@ -30,6 +32,7 @@ public:
     static void setTrash(std::shared_ptr<Trash> service);
     static void setLoginItems(std::shared_ptr<LoginItems> service);
     static void setNotifications(std::shared_ptr<Notifications> service);
+    static void setDesktopNotifications(std::shared_ptr<DesktopNotifications> service);
 
     // Back to this system's own implementations.
     static void reset();
@@ -42,3 +45,4 @@ std::shared_ptr<FileManagerScripting> createSystemFileManagerScripting();
 std::shared_ptr<Trash> createSystemTrash();
 std::shared_ptr<LoginItems> createSystemLoginItems();
 std::shared_ptr<Notifications> createSystemNotifications();
+std::shared_ptr<DesktopNotifications> createSystemDesktopNotifications();

@@ -24,6 +24,8 @@ PreferencesDetailView::PreferencesDetailView(const SettingsStores& stores, QWidg
     , m_revealResults(
           new SettingsToggleRow(QStringLiteral("folder"), tr("处理后定位结果"),
                                 tr("复制、移动、重命名、图片和 PDF 处理完成后，在 Finder 中显示结果文件。")))
+    , m_notifyFailures(new SettingsToggleRow(QStringLiteral("bell"), tr("操作失败时显示通知"),
+                                             tr("右键操作没能完成时，在桌面通知里说明原因。")))
     , m_launchAtLogin(
           new SettingsToggleRow(QStringLiteral("power"), tr("登录时启动"), launchAtLoginExplanation()))
     , m_grouping(new SettingsToggleRow(QStringLiteral("contextualmenu.and.cursorarrow"),
@@ -40,6 +42,7 @@ PreferencesDetailView::PreferencesDetailView(const SettingsStores& stores, QWidg
     auto* behaviour = new SettingsSection(tr("操作之后"));
     behaviour->addRow(m_revealCreated);
     behaviour->addRow(m_revealResults);
+    behaviour->addRow(m_notifyFailures);
     layout->addWidget(behaviour);
     auto* startup = new SettingsSection(tr("启动"));
     startup->addRow(m_launchAtLogin);
@@ -55,6 +58,7 @@ PreferencesDetailView::PreferencesDetailView(const SettingsStores& stores, QWidg
     m_revealCreated->setChecked(preferences.revealCreatedItems());
     m_revealResults->setChecked(preferences.revealActionResults());
     m_launchAtLogin->setChecked(preferences.launchAtLogin());
+    m_notifyFailures->setChecked(preferences.showsFailureNotifications());
     m_grouping->setChecked(settings.groupsFeaturesUnderKestro());
     m_collapsed->setChecked(settings.menuLayout() == FinderMenuLayout::collapsed);
 
@@ -64,6 +68,8 @@ PreferencesDetailView::PreferencesDetailView(const SettingsStores& stores, QWidg
             &AppPreferencesStore::setRevealActionResults);
     connect(m_launchAtLogin, &SettingsToggleRow::toggled, &preferences,
             &AppPreferencesStore::setLaunchAtLogin);
+    connect(m_notifyFailures, &SettingsToggleRow::toggled, &preferences,
+            &AppPreferencesStore::setShowsFailureNotifications);
     connect(m_grouping, &SettingsToggleRow::toggled, &settings,
             &FeatureSettingsStore::setGroupsFeaturesUnderKestro);
     connect(m_collapsed, &SettingsToggleRow::toggled, &settings, [&settings](bool on) {
@@ -76,6 +82,8 @@ PreferencesDetailView::PreferencesDetailView(const SettingsStores& stores, QWidg
     connect(&preferences, &AppPreferencesStore::revealActionResultsChanged, m_revealResults,
             &SettingsToggleRow::setChecked);
     connect(&preferences, &AppPreferencesStore::launchAtLoginChanged, m_launchAtLogin,
+            &SettingsToggleRow::setChecked);
+    connect(&preferences, &AppPreferencesStore::showsFailureNotificationsChanged, m_notifyFailures,
             &SettingsToggleRow::setChecked);
     connect(&settings, &FeatureSettingsStore::groupsFeaturesUnderKestroChanged, m_grouping,
             &SettingsToggleRow::setChecked);

@@ -16,6 +16,7 @@ public:
     SettingsToggleRow* revealCreatedItemsRow() const { return m_revealCreated; }
     SettingsToggleRow* revealActionResultsRow() const { return m_revealResults; }
     SettingsToggleRow* launchAtLoginRow() const { return m_launchAtLogin; }
+    SettingsToggleRow* failureNotificationsRow() const { return m_notifyFailures; }
     SettingsToggleRow* groupingRow() const { return m_grouping; }
     SettingsToggleRow* collapsedLayoutRow() const { return m_collapsed; }
 
@@ -24,6 +25,7 @@ public:
 private:
     SettingsToggleRow* m_revealCreated;
     SettingsToggleRow* m_revealResults;
+    SettingsToggleRow* m_notifyFailures;
     SettingsToggleRow* m_launchAtLogin;
     SettingsToggleRow* m_grouping;
     SettingsToggleRow* m_collapsed;

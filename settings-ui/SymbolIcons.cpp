@@ -11,6 +11,7 @@ const QHash<QString, QString>& themeNames() {
     static const QHash<QString, QString> names{
         {QStringLiteral("doc.badge.plus"), QStringLiteral("document-new")},
         {QStringLiteral("folder"), QStringLiteral("folder")},
+        {QStringLiteral("bell"), QStringLiteral("preferences-system-notifications")},
         {QStringLiteral("folder.badge.plus"), QStringLiteral("folder-new")},
         {QStringLiteral("folder.badge.gearshape"), QStringLiteral("system-search")},
         {QStringLiteral("doc.on.doc"), QStringLiteral("edit-copy")},

@@ -11,6 +11,7 @@ struct Fakes {
     std::shared_ptr<FakeTrash> trash;
     std::shared_ptr<FakeLoginItems> loginItems;
     std::shared_ptr<FakeNotifications> notifications;
+    std::shared_ptr<FakeDesktopNotifications> desktopNotifications;
 };
 
 Fakes& fakes() {
@@ -108,10 +109,10 @@ void FakeLoginItems::setEnabled(bool value) {
 
 void FakePlatform::install() {
     Fakes& all = fakes();
-    all = Fakes{std::make_shared<FakeWorkspace>(),    std::make_shared<FakeClipboard>(),
-                std::make_shared<FakePrompts>(),      std::make_shared<FakeFileManagerScripting>(),
-                std::make_shared<FakeTrash>(),        std::make_shared<FakeLoginItems>(),
-                std::make_shared<FakeNotifications>()};
+    all = Fakes{std::make_shared<FakeWorkspace>(),     std::make_shared<FakeClipboard>(),
+                std::make_shared<FakePrompts>(),       std::make_shared<FakeFileManagerScripting>(),
+                std::make_shared<FakeTrash>(),         std::make_shared<FakeLoginItems>(),
+                std::make_shared<FakeNotifications>(), std::make_shared<FakeDesktopNotifications>()};
     Platform::setWorkspace(all.workspace);
     Platform::setClipboard(all.clipboard);
     Platform::setPrompts(all.prompts);
@@ -119,6 +120,7 @@ void FakePlatform::install() {
     Platform::setTrash(all.trash);
     Platform::setLoginItems(all.loginItems);
     Platform::setNotifications(all.notifications);
+    Platform::setDesktopNotifications(all.desktopNotifications);
 }
 
 FakeWorkspace& FakePlatform::workspace() {
@@ -141,4 +143,7 @@ FakeLoginItems& FakePlatform::loginItems() {
 }
 FakeNotifications& FakePlatform::notifications() {
     return *fakes().notifications;
+}
+FakeDesktopNotifications& FakePlatform::desktopNotifications() {
+    return *fakes().desktopNotifications;
 }

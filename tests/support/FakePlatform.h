@@ -106,6 +106,20 @@ public:
     void setEnabled(bool value) override;
 };
 
+class FakeDesktopNotifications : public DesktopNotifications {
+public:
+    struct Notice {
+        QString summary;
+        QString body;
+        bool replacesPrevious;
+    };
+    QList<Notice> shown;
+
+    void show(const QString& summary, const QString& body, bool replacesPrevious) override {
+        shown.append({summary, body, replacesPrevious});
+    }
+};
+
 class FakeNotifications : public Notifications {
 public:
     QStringList settingsReasons;
@@ -125,4 +139,5 @@ struct FakePlatform {
     static FakeTrash& trash();
     static FakeLoginItems& loginItems();
     static FakeNotifications& notifications();
+    static FakeDesktopNotifications& desktopNotifications();
 };
