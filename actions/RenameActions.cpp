@@ -140,7 +140,8 @@ RenameOptions RenameActions::renameOptions(RenameMode mode) {
                     .value_or(QString()),
                 {}};
     case RenameMode::findReplace: {
-        const auto answer = FinderActionExecutor::promptTwoTexts(tr("查找并替换"), tr("查找"), tr("替换为"));
+        const auto answer =
+            FinderActionExecutor::promptTwoTexts(tr("查找并替换"), QString(), tr("查找"), tr("替换为"));
         return answer ? RenameOptions{answer->first, answer->second} : RenameOptions{};
     }
     case RenameMode::sequential:
