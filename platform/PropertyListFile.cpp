@@ -12,6 +12,7 @@
 
 #include <plist/plist.h>
 
+#include <algorithm>
 #include <cstdlib>
 #include <memory>
 
@@ -49,11 +50,10 @@ QVariant toVariant(plist_t node, int depth = 0) {
         return value;
     }
     case PLIST_STRING: {
-        char* value = nullptr;
-        plist_get_string_val(node, &value);
-        QString text = QString::fromUtf8(value ? value : "");
-        std::free(value);
-        return text;
+        // Not plist_get_string_val: it asserts (and so aborts) on a string holding a NUL character.
+        uint64_t length = 0;
+        const char* value = plist_get_string_ptr(node, &length);
+        return QString::fromUtf8(value ? value : "", value ? qsizetype(length) : 0);
     }
     case PLIST_DATA: {
         char* value = nullptr;
@@ -167,7 +167,9 @@ std::optional<QVariant> PropertyListFile::read(const QString& path) {
     QFile file(path);
     if (!file.open(QIODevice::ReadOnly))
         return std::nullopt;
-    const QByteArray bytes = file.read(PropertyListShape::maximumFileSize + 1);
+    // As much as the file said it held, and one byte more to notice one that grew since: a read of the
+    // whole limit would claim that much memory for every file.
+    const QByteArray bytes = file.read(std::min(info.size(), PropertyListShape::maximumFileSize) + 1);
     return parse(bytes);
 }
 

@@ -4,6 +4,7 @@
 #include <QChar>
 
 #include <algorithm>
+#include <cstring>
 #include <vector>
 
 namespace PropertyListShape {
@@ -55,6 +56,8 @@ public:
 private:
     enum State : uchar { unvisited, open, done };
     struct Object {
+        bool isDictionary = false;
+        bool holdsNul = false;   // a string with a NUL character, which libplist cannot take as a key
         qint64 payload = 0;      // bytes of a string or data
         qint64 referencesAt = 0; // where the child references start
         qint64 referenceCount = 0;
@@ -111,6 +114,11 @@ private:
                 return false;
             length = type == 0x6 ? 2 * count : count;
             description.payload = length;
+            if (length > m_objectsEnd - position)
+                return false;
+            description.holdsNul = type == 0x5 ? std::memchr(m_data + position, 0, size_t(length)) != nullptr
+                                   : type == 0x6 ? holdsNulCodeUnit(position, count)
+                                                 : false;
             break;
         case 0x8: // UID
             length = info + 1;
@@ -121,6 +129,7 @@ private:
             if (!readCount(info, position, count))
                 return false;
             description.referenceCount = type == 0xD ? 2 * count : count;
+            description.isDictionary = type == 0xD;
             description.referencesAt = position;
             length = description.referenceCount * m_referenceSize;
             break;
@@ -128,6 +137,14 @@ private:
             return false;
         }
         return length <= m_objectsEnd - position;
+    }
+
+    bool holdsNulCodeUnit(qint64 position, qint64 count) const {
+        for (qint64 index = 0; index < count; ++index) {
+            if (m_data[position + 2 * index] == 0 && m_data[position + 2 * index + 1] == 0)
+                return true;
+        }
+        return false;
     }
 
     qint64 reference(const Object& description, qint64 index) const {
@@ -158,6 +175,12 @@ private:
                 const qint64 child = reference(frame.description, frame.next++);
                 if (child < 0 || child >= m_objectCount || m_state[size_t(child)] == open)
                     return false; // out of range, or an object inside itself
+                // libplist aborts on a dictionary key with a NUL character in it.
+                Object key;
+                if (frame.description.isDictionary && frame.next <= frame.description.referenceCount / 2 &&
+                    (!describe(child, key) || key.holdsNul))
+                    return false;
+                // Last: entering may move the stack, and frame with it.
                 if (m_state[size_t(child)] == unvisited && !enter(child))
                     return false;
                 continue;
