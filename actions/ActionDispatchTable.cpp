@@ -5,6 +5,7 @@
 #include "actions/DeveloperToolActions.h"
 #include "actions/FinderActionExecutor.h"
 #include "actions/FinderViewPresetActions.h"
+#include "actions/PathParts.h"
 #include "actions/ImageActions.h"
 #include "actions/KestroFileTemplate.h"
 #include "actions/NewFileActions.h"
@@ -14,7 +15,6 @@
 #include "actions/RenameActions.h"
 #include "actions/ScheduledDeletionActions.h"
 
-#include <QFileInfo>
 #include <QHash>
 
 namespace {
@@ -52,7 +52,7 @@ Handler viewPresetFromRequest() {
     return returningNothing([](const Request& request) {
         std::optional<QString> id = request.presetID;
         if (!id && request.destinationURL)
-            id = QFileInfo(*request.destinationURL).fileName();
+            id = PathParts::folderNameOf(*request.destinationURL);
         FinderViewPresetActions::applyFinderViewPreset(id);
     });
 }

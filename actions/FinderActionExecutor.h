@@ -27,8 +27,10 @@ public:
     // Modal prompts, shown on the main thread whichever thread asks. No answer means cancelled.
     static std::optional<QString> chooseDestinationDirectory(const QString& prompt);
     static std::optional<QString> promptText(const QString& title, const QString& message);
-    static std::optional<std::pair<QString, QString>>
-    promptTwoTexts(const QString& title, const QString& firstLabel, const QString& secondLabel);
+    static std::optional<std::pair<QString, QString>> promptTwoTexts(const QString& title,
+                                                                     const QString& message,
+                                                                     const QString& firstHint,
+                                                                     const QString& secondHint);
 
     static void revealInFinder(const QStringList& urls);
     static void revealURLInFinder(const QString& url);

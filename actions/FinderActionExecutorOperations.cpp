@@ -110,10 +110,12 @@ std::optional<QString> FinderActionExecutor::promptText(const QString& title, co
 }
 
 std::optional<std::pair<QString, QString>> FinderActionExecutor::promptTwoTexts(const QString& title,
-                                                                                const QString& firstLabel,
-                                                                                const QString& secondLabel) {
+                                                                                const QString& message,
+                                                                                const QString& firstHint,
+                                                                                const QString& secondHint) {
     std::optional<std::pair<QString, QString>> answer;
-    runOnMainThread([&] { answer = Platform::prompts().promptTwoTexts(title, firstLabel, secondLabel); });
+    runOnMainThread(
+        [&] { answer = Platform::prompts().promptTwoTexts(title, message, firstHint, secondHint); });
     return answer;
 }
 

@@ -85,8 +85,8 @@ QStringList ImageActions::convertImages(const QStringList& selectedURLs, const Q
 }
 
 std::optional<QSize> ImageActions::promptImageSize() {
-    const auto answer =
-        FinderActionExecutor::promptTwoTexts(tr("调整图片大小"), tr("宽度（像素）"), tr("高度（像素）"));
+    const auto answer = FinderActionExecutor::promptTwoTexts(
+        tr("调整图片大小"), tr("输入宽度和高度，例如 1024 x 768。"), tr("宽度（像素）"), tr("高度（像素）"));
     if (!answer)
         return std::nullopt;
     const std::optional<int> width = pixelCount(answer->first);

@@ -9,6 +9,8 @@ namespace PathParts {
 QString parentOf(const QString& path);
 // The last component of path.
 QString nameOf(const QString& path);
+// The last component of a folder's path, however many slashes end it: "b" for "/a/b/"; empty for "/".
+QString folderNameOf(const QString& path);
 // name inside folder, with exactly one slash between them.
 QString joined(const QString& folder, const QString& name);
 

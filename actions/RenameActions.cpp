@@ -146,7 +146,8 @@ std::optional<RenameOptions> RenameActions::renameOptions(RenameMode mode) {
     case RenameMode::addSuffix:
         return single(FinderActionExecutor::promptText(tr("添加后缀"), tr("输入要添加到扩展名前面的文字。")));
     case RenameMode::findReplace: {
-        const auto answer = FinderActionExecutor::promptTwoTexts(tr("查找并替换"), tr("查找"), tr("替换为"));
+        const auto answer =
+            FinderActionExecutor::promptTwoTexts(tr("查找并替换"), QString(), tr("查找"), tr("替换为"));
         if (!answer)
             return std::nullopt;
         return RenameOptions{answer->first, answer->second};

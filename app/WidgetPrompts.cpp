@@ -1,14 +1,20 @@
 #include "app/WidgetPrompts.h"
 
 #include <QApplication>
+#include <QComboBox>
+#include <QCompleter>
 #include <QDialog>
 #include <QDialogButtonBox>
+#include <QDir>
 #include <QFileDialog>
-#include <QFormLayout>
+#include <QFileInfo>
+#include <QFileSystemModel>
 #include <QLabel>
 #include <QLineEdit>
+#include <QMessageBox>
 #include <QPlainTextEdit>
 #include <QPushButton>
+#include <QSortFilterProxyModel>
 #include <QVBoxLayout>
 
 namespace {
@@ -17,13 +23,23 @@ QString tr(const char* text) {
     return QCoreApplication::translate("WidgetPrompts", text);
 }
 
+// Shows a dialog modal to the whole application and in front, then waits for its answer. The modality is
+// set before it is shown: exec() on a dialog already visible would leave it non-modal.
+int runInFront(QDialog& dialog) {
+    dialog.setWindowModality(Qt::ApplicationModal);
+    dialog.setWindowFlag(Qt::WindowStaysOnTopHint);
+    dialog.show();
+    dialog.raise();
+    dialog.activateWindow();
+    return dialog.exec();
+}
+
 // The alert every prompt shares: a bold message, an explanation, an accessory, then the accept and cancel
 // buttons in that order.
 class PromptDialog : public QDialog {
 public:
     PromptDialog(const QString& title, const QString& message, const QString& acceptText) {
         setWindowTitle(QStringLiteral("Kestro"));
-        setWindowFlag(Qt::WindowStaysOnTopHint);
         m_layout = new QVBoxLayout(this);
         auto* heading = new QLabel(title);
         QFont bold = heading->font();
@@ -48,15 +64,80 @@ public:
 
     bool run() {
         m_layout->addWidget(m_buttons);
-        show();
-        raise();
-        activateWindow();
-        return exec() == QDialog::Accepted;
+        return runInFront(*this) == QDialog::Accepted;
     }
 
 private:
     QVBoxLayout* m_layout = nullptr;
     QDialogButtonBox* m_buttons = nullptr;
+};
+
+// The panel's own settings from the request: title, accept button, start folder, folder creation.
+void prepareFileDialog(QFileDialog& dialog, const OpenPanelRequest& request) {
+    dialog.setWindowTitle(request.title);
+    if (!request.buttonLabel.isEmpty())
+        dialog.setLabelText(QFileDialog::Accept, request.buttonLabel);
+    if (!request.initialDirectory.isEmpty())
+        dialog.setDirectory(request.initialDirectory);
+    // A read-only panel offers no "new folder" (nor renaming or deleting).
+    dialog.setOption(QFileDialog::ReadOnly, !request.canCreateFolders);
+}
+
+std::optional<QString> runFileDialog(QFileDialog& dialog) {
+    if (runInFront(dialog) != QDialog::Accepted || dialog.selectedFiles().isEmpty())
+        return std::nullopt;
+    return QDir::cleanPath(dialog.selectedFiles().constFirst());
+}
+
+// What this system launches as an application: a desktop entry or an executable file (and on macOS an
+// application bundle, which is a folder).
+bool isApplication(const QFileInfo& info) {
+    if (info.isDir())
+        return info.suffix() == QLatin1String("app");
+    return info.isFile() && (info.suffix() == QLatin1String("desktop") || info.isExecutable());
+}
+
+// The panel lists folders and applications only.
+class ApplicationFilter : public QSortFilterProxyModel {
+public:
+    using QSortFilterProxyModel::QSortFilterProxyModel;
+
+protected:
+    bool filterAcceptsRow(int row, const QModelIndex& parent) const override {
+        auto* files = qobject_cast<QFileSystemModel*>(sourceModel());
+        if (!files)
+            return true;
+        const QFileInfo info = files->fileInfo(files->index(row, 0, parent));
+        return info.isDir() || isApplication(info);
+    }
+};
+
+// An open panel for one application. The filter needs Qt's own panel; the system's would ignore it. A typed
+// name that is no application is refused with a message and the panel stays open.
+class ApplicationFileDialog : public QFileDialog {
+public:
+    explicit ApplicationFileDialog(const QString& title)
+        : QFileDialog(nullptr, title) {
+        setOption(QFileDialog::DontUseNativeDialog);
+        setFileMode(QFileDialog::ExistingFile);
+        setProxyModel(new ApplicationFilter(this));
+    }
+
+    void accept() override {
+        const QStringList chosen = selectedFiles();
+        if (chosen.size() == 1) {
+            const QFileInfo info(chosen.constFirst());
+            // A folder is opened, not chosen; the panel does that itself.
+            if (info.isFile() && !isApplication(info)) {
+                QMessageBox::warning(this, QStringLiteral("Kestro"),
+                                     QCoreApplication::translate(
+                                         "WidgetPrompts", "“%1”不是应用：请选择 .desktop 文件或可执行文件。")
+                                         .arg(QDir::toNativeSeparators(info.filePath())));
+                return;
+            }
+        }
+        QFileDialog::accept();
+    }
 };
 
 } // namespace
@@ -73,17 +154,19 @@ std::optional<QString> WidgetPrompts::promptText(const QString& title, const QSt
     return field->text();
 }
 
-std::optional<std::pair<QString, QString>>
-WidgetPrompts::promptTwoTexts(const QString& title, const QString& firstLabel, const QString& secondLabel) {
-    PromptDialog dialog(title, QString(), tr("确定"));
-    auto* form = new QFormLayout;
+std::optional<std::pair<QString, QString>> WidgetPrompts::promptTwoTexts(const QString& title,
+                                                                         const QString& message,
+                                                                         const QString& firstHint,
+                                                                         const QString& secondHint) {
+    PromptDialog dialog(title, message, tr("确定"));
     auto* first = new QLineEdit;
     auto* second = new QLineEdit;
-    first->setMinimumWidth(320);
-    second->setMinimumWidth(320);
-    form->addRow(firstLabel, first);
-    form->addRow(secondLabel, second);
-    dialog.addAccessory(form);
+    for (QLineEdit* field : {first, second}) {
+        field->setMinimumWidth(360);
+        dialog.addAccessory(field);
+    }
+    first->setPlaceholderText(firstHint);
+    second->setPlaceholderText(secondHint);
     first->setFocus();
     if (!dialog.run())
         return std::nullopt;
@@ -95,11 +178,45 @@ std::optional<QString> WidgetPrompts::chooseDirectory(const QString& buttonLabel
     dialog.setFileMode(QFileDialog::Directory);
     dialog.setOption(QFileDialog::ShowDirsOnly);
     dialog.setLabelText(QFileDialog::Accept, buttonLabel);
-    dialog.raise();
-    dialog.activateWindow();
-    if (dialog.exec() != QDialog::Accepted || dialog.selectedFiles().isEmpty())
+    return runFileDialog(dialog);
+}
+
+std::optional<QString> WidgetPrompts::chooseItem(const OpenPanelRequest& request) {
+    if (request.choose == OpenPanelRequest::Choose::application) {
+        ApplicationFileDialog dialog(request.title);
+        prepareFileDialog(dialog, request);
+        return runFileDialog(dialog);
+    }
+    QFileDialog dialog(nullptr, request.title);
+    prepareFileDialog(dialog, request);
+    if (request.choose == OpenPanelRequest::Choose::folder) {
+        dialog.setFileMode(QFileDialog::Directory);
+        dialog.setOption(QFileDialog::ShowDirsOnly);
+    } else {
+        dialog.setFileMode(QFileDialog::ExistingFile);
+    }
+    return runFileDialog(dialog);
+}
+
+std::optional<QString> WidgetPrompts::chooseShortcutName(const QString& title, const QString& message,
+                                                         const QString& placeholder,
+                                                         const QStringList& names) {
+    PromptDialog dialog(title, message, tr("添加"));
+    auto* box = new QComboBox;
+    box->setEditable(true);
+    box->setInsertPolicy(QComboBox::NoInsert);
+    box->addItems(names);
+    // An editable box completes typed text from its items; the completion is inline, as in the menu.
+    box->completer()->setCompletionMode(QCompleter::InlineCompletion);
+    box->completer()->setCaseSensitivity(Qt::CaseInsensitive);
+    box->lineEdit()->setPlaceholderText(placeholder);
+    box->setCurrentIndex(names.isEmpty() ? -1 : 0);
+    box->setFixedWidth(320);
+    dialog.addAccessory(box);
+    box->setFocus();
+    if (!dialog.run())
         return std::nullopt;
-    return dialog.selectedFiles().constFirst();
+    return box->currentText();
 }
 
 bool WidgetPrompts::confirmRequestFromAnotherProgram(const ConsentRequest& request) {

@@ -11,10 +11,14 @@ public:
         : m_consentTiming(consentTiming) {}
 
     std::optional<QString> promptText(const QString& title, const QString& message) override;
-    std::optional<std::pair<QString, QString>> promptTwoTexts(const QString& title, const QString& firstLabel,
-                                                              const QString& secondLabel) override;
+    std::optional<std::pair<QString, QString>> promptTwoTexts(const QString& title, const QString& message,
+                                                              const QString& firstHint,
+                                                              const QString& secondHint) override;
     std::optional<QString> chooseDirectory(const QString& buttonLabel) override;
     bool confirmRequestFromAnotherProgram(const ConsentRequest& request) override;
+    std::optional<QString> chooseItem(const OpenPanelRequest& request) override;
+    std::optional<QString> chooseShortcutName(const QString& title, const QString& message,
+                                              const QString& placeholder, const QStringList& names) override;
     std::optional<QString> requestFeatureText() override;
 
 private:

@@ -3,6 +3,8 @@
 #include "platform/KestroPaths.h"
 #include "platform/PropertyListFile.h"
 
+#include <QFileInfo>
+
 namespace {
 bool boolean(const QVariantMap& map, const char* key, bool fallback) {
     const QVariant value = map.value(QString::fromLatin1(key));
@@ -15,7 +17,13 @@ QString AppPreferencesPersistence::fileURL() {
 }
 
 AppPreferences AppPreferencesPersistence::load() {
+    bool ignored = false;
+    return load(ignored);
+}
+
+AppPreferences AppPreferencesPersistence::load(bool& leftSomethingOut) {
     const std::optional<QVariant> root = PropertyListFile::read(fileURL());
+    leftSomethingOut = (!root || root->typeId() != QMetaType::QVariantMap) && QFileInfo::exists(fileURL());
     if (!root || root->typeId() != QMetaType::QVariantMap)
         return {};
     const QVariantMap map = root->toMap();

@@ -10,6 +10,8 @@ public:
     static QString fileURL();
     // Missing, unreadable or malformed files and wrong-typed keys load as the defaults.
     static AppPreferences load();
+    // As load; leftSomethingOut tells whether a file exists that did not load as a whole.
+    static AppPreferences load(bool& leftSomethingOut);
     // Never throws; false when the file could not be written.
     static bool save(const AppPreferences& preferences);
 };

@@ -3,10 +3,17 @@
 #include "catalogue/AppPreferencesPersistence.h"
 #include "catalogue/LaunchAtLoginController.h"
 #include "platform/Platform.h"
+#include "platform/StoredFileBackup.h"
+
+#include <QFileInfo>
 
 AppPreferencesStore::AppPreferencesStore(QObject* parent)
     : QObject(parent) {
-    const AppPreferences stored = AppPreferencesPersistence::load();
+    bool unreadable = false;
+    const AppPreferences stored = AppPreferencesPersistence::load(unreadable);
+    // The first save writes over a file that did not load; it is kept aside first.
+    if (unreadable)
+        StoredFileBackup::keepCopy(QFileInfo(AppPreferencesPersistence::fileURL()).fileName());
     m_revealCreatedItems = stored.revealCreatedItems;
     m_revealActionResults = stored.revealActionResults;
     m_showsFailureNotifications = stored.showsFailureNotifications;

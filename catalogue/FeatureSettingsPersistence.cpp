@@ -3,8 +3,8 @@
 #include "catalogue/KestroSettingsChangeNotifier.h"
 #include "platform/KestroPaths.h"
 #include "platform/PropertyListFile.h"
+#include "platform/StoredFileBackup.h"
 
-#include <QFile>
 #include <QFileInfo>
 
 #include <algorithm>
@@ -112,12 +112,9 @@ std::optional<FeatureSettings> FeatureSettingsPersistence::settingsFromPropertyL
 
 void FeatureSettingsPersistence::keepUnreadableCopy() noexcept {
     try {
-        const QString path = applicationFileURL();
-        if (QFileInfo(path).size() <= 0)
-            return;
-        const QString copy = path + QStringLiteral(".unreadable");
-        QFile::remove(copy);
-        QFile::copy(path, copy);
+        // An empty file holds nothing to keep.
+        if (QFileInfo(applicationFileURL()).size() > 0)
+            StoredFileBackup::keepCopy(fileName());
     } catch (...) {
     }
 }

@@ -6,7 +6,7 @@
 class HeadlessPrompts : public Prompts {
 public:
     std::optional<QString> promptText(const QString&, const QString&) override { return std::nullopt; }
-    std::optional<std::pair<QString, QString>> promptTwoTexts(const QString&, const QString&,
+    std::optional<std::pair<QString, QString>> promptTwoTexts(const QString&, const QString&, const QString&,
                                                               const QString&) override {
         return std::nullopt;
     }

@@ -38,22 +38,23 @@ public:
     virtual ~Prompts() = default;
 
     virtual std::optional<QString> promptText(const QString& title, const QString& message) = 0;
-    virtual std::optional<std::pair<QString, QString>>
-    promptTwoTexts(const QString& title, const QString& firstLabel, const QString& secondLabel) = 0;
+    // Two one-line fields under title and message (message may be empty); the hints are the fields'
+    // placeholders. The first field has the focus.
+    virtual std::optional<std::pair<QString, QString>> promptTwoTexts(const QString& title,
+                                                                      const QString& message,
+                                                                      const QString& firstHint,
+                                                                      const QString& secondHint) = 0;
     // A folder chooser titled "选择目标文件夹" whose accept button reads buttonLabel.
     virtual std::optional<QString> chooseDirectory(const QString& buttonLabel) = 0;
-    // The two pickers of the settings window's lists. An implementation without them answers "cancelled".
-    // The absolute path of the chosen item.
-    virtual std::optional<QString> chooseItem(const OpenPanelRequest&) { return std::nullopt; }
+    // The open panel of the settings window's lists: the absolute path of the chosen item.
+    virtual std::optional<QString> chooseItem(const OpenPanelRequest& request) = 0;
     // The shortcut picker: an alert with title as its message text and message as its informative text,
     // buttons "添加" then "取消", and an editable combo box listing names (preset to the first one,
     // completing typed text, placeholder as its placeholder). "添加" answers the box's text as typed or
     // chosen.
-    virtual std::optional<QString> chooseShortcutName(const QString& /*title*/, const QString& /*message*/,
-                                                      const QString& /*placeholder*/,
-                                                      const QStringList& /*names*/) {
-        return std::nullopt;
-    }
+    virtual std::optional<QString> chooseShortcutName(const QString& title, const QString& message,
+                                                      const QString& placeholder,
+                                                      const QStringList& names) = 0;
     // Asks whether a request from another program may run: true only when the user confirmed it. No
     // answer, no display or a dismissed dialog all mean no.
     virtual bool confirmRequestFromAnotherProgram(const ConsentRequest& request) = 0;

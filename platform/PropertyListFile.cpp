@@ -1,6 +1,7 @@
 #include "platform/PropertyListFile.h"
 
 #include "platform/KestroPaths.h"
+#include "platform/PropertyListShape.h"
 
 #include <QDateTime>
 #include <QDir>
@@ -11,8 +12,8 @@
 
 #include <plist/plist.h>
 
+#include <algorithm>
 #include <cstdlib>
-#include <limits>
 #include <memory>
 
 namespace {
@@ -25,7 +26,12 @@ struct PlistDeleter {
 };
 using PlistPointer = std::unique_ptr<void, PlistDeleter>;
 
-QVariant toVariant(plist_t node) {
+// The shape check has already bounded the depth; the guard keeps this recursion safe on its own.
+struct TooDeep {};
+
+QVariant toVariant(plist_t node, int depth = 0) {
+    if (depth > PropertyListShape::maximumDepth + 1)
+        throw TooDeep();
     switch (plist_get_node_type(node)) {
     case PLIST_BOOLEAN: {
         uint8_t value = 0;
@@ -44,11 +50,10 @@ QVariant toVariant(plist_t node) {
         return value;
     }
     case PLIST_STRING: {
-        char* value = nullptr;
-        plist_get_string_val(node, &value);
-        QString text = QString::fromUtf8(value ? value : "");
-        std::free(value);
-        return text;
+        // Not plist_get_string_val: it asserts (and so aborts) on a string holding a NUL character.
+        uint64_t length = 0;
+        const char* value = plist_get_string_ptr(node, &length);
+        return QString::fromUtf8(value ? value : "", value ? qsizetype(length) : 0);
     }
     case PLIST_DATA: {
         char* value = nullptr;
@@ -68,25 +73,24 @@ QVariant toVariant(plist_t node) {
         QVariantList list;
         const uint32_t count = plist_array_get_size(node);
         for (uint32_t index = 0; index < count; ++index)
-            list.append(toVariant(plist_array_get_item(node, index)));
+            list.append(toVariant(plist_array_get_item(node, index), depth + 1));
         return list;
     }
     case PLIST_DICT: {
         QVariantMap map;
         plist_dict_iter iterator = nullptr;
         plist_dict_new_iter(node, &iterator);
+        const std::unique_ptr<void, decltype(&std::free)> iteratorOwner(iterator, &std::free);
         for (;;) {
             char* key = nullptr;
             plist_t value = nullptr;
             plist_dict_next_item(node, iterator, &key, &value);
-            if (!value) {
-                std::free(key);
-                break;
-            }
-            map.insert(QString::fromUtf8(key ? key : ""), toVariant(value));
+            const QString name = QString::fromUtf8(key ? key : "");
             std::free(key);
+            if (!value)
+                break;
+            map.insert(name, toVariant(value, depth + 1));
         }
-        std::free(iterator);
         return map;
     }
     default:
@@ -136,7 +140,9 @@ plist_t fromVariant(const QVariant& value) {
 } // namespace
 
 std::optional<QVariant> PropertyListFile::parse(const QByteArray& bytes) {
-    if (bytes.isEmpty() || bytes.size() > std::numeric_limits<int32_t>::max())
+    // libplist recurses on nesting and expands shared objects: what it could not parse safely is refused
+    // before it sees it.
+    if (bytes.isEmpty() || !PropertyListShape::isWithinLimits(bytes))
         return std::nullopt;
     plist_t root = nullptr;
     if (plist_is_binary(bytes.constData(), uint32_t(bytes.size())))
@@ -146,14 +152,25 @@ std::optional<QVariant> PropertyListFile::parse(const QByteArray& bytes) {
     if (!root)
         return std::nullopt;
     PlistPointer owner(root);
-    return toVariant(root);
+    try {
+        return toVariant(root);
+    } catch (const TooDeep&) {
+        return std::nullopt;
+    }
 }
 
 std::optional<QVariant> PropertyListFile::read(const QString& path) {
+    // Only a regular file of a sensible size is read: a pipe would block, a huge file would fill memory.
+    const QFileInfo info(path);
+    if (!info.isFile() || info.size() > PropertyListShape::maximumFileSize)
+        return std::nullopt;
     QFile file(path);
     if (!file.open(QIODevice::ReadOnly))
         return std::nullopt;
-    return parse(file.readAll());
+    // As much as the file said it held, and one byte more to notice one that grew since: a read of the
+    // whole limit would claim that much memory for every file.
+    const QByteArray bytes = file.read(std::min(info.size(), PropertyListShape::maximumFileSize) + 1);
+    return parse(bytes);
 }
 
 QByteArray PropertyListFile::toXml(const QVariant& value) {

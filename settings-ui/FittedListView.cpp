@@ -2,6 +2,7 @@
 
 #include "settings-ui/SettingsRowDelegate.h"
 
+#include <QMouseEvent>
 #include <QSet>
 
 FittedListView::FittedListView(QWidget* parent)
@@ -57,4 +58,27 @@ QSet<qsizetype> FittedListView::selectedOffsets() const {
     for (const QModelIndex& index : selectionModel()->selectedRows())
         offsets.insert(index.row());
     return offsets;
+}
+
+bool FittedListView::onHandle(const QPoint& position) const {
+    const QModelIndex index = indexAt(position);
+    return dragEnabled() && index.isValid() && index.flags().testFlag(Qt::ItemIsDragEnabled) &&
+           SettingsRowDelegate::handleRect(visualRect(index)).contains(position);
+}
+
+void FittedListView::mousePressEvent(QMouseEvent* event) {
+    m_pressedOnHandle = onHandle(event->position().toPoint());
+    QListView::mousePressEvent(event);
+}
+
+void FittedListView::mouseMoveEvent(QMouseEvent* event) {
+    if (event->buttons() == Qt::NoButton)
+        viewport()->setCursor(onHandle(event->position().toPoint()) ? Qt::OpenHandCursor : Qt::ArrowCursor);
+    QListView::mouseMoveEvent(event);
+}
+
+// Only the handle drags a row; a press anywhere else selects it and nothing more.
+void FittedListView::startDrag(Qt::DropActions supportedActions) {
+    if (m_pressedOnHandle)
+        QListView::startDrag(supportedActions);
 }

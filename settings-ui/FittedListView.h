@@ -3,7 +3,7 @@
 #include <QListView>
 
 // A list inside a scrolling page: as tall as its rows (no scroll bar of its own), drawn with the settings
-// row delegate, and reorderable by dragging when its model allows moves.
+// row delegate, and reorderable by dragging its rows' handles when its model allows moves.
 class FittedListView : public QListView {
     Q_OBJECT
 public:
@@ -15,4 +15,14 @@ public:
     QSize minimumSizeHint() const override;
     // The rows selected, as offsets in the list.
     QSet<qsizetype> selectedOffsets() const;
+
+protected:
+    void mousePressEvent(QMouseEvent* event) override;
+    void mouseMoveEvent(QMouseEvent* event) override;
+    void startDrag(Qt::DropActions supportedActions) override;
+
+private:
+    bool onHandle(const QPoint& position) const;
+
+    bool m_pressedOnHandle = false;
 };

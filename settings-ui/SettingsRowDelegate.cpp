@@ -38,9 +38,14 @@ QString SettingsRowDelegate::handleHelpText() {
 }
 
 QSize SettingsRowDelegate::sizeHint(const QStyleOptionViewItem& option, const QModelIndex& index) const {
+    QFont titleFont = option.font;
+    titleFont.setBold(true);
+    const int title = QFontMetrics(titleFont).height();
     const bool twoLines = !index.data(SubtitleRole).toString().isEmpty();
-    const int height = twoLines ? rowHeight : option.fontMetrics.height() + 2 * padding + 8;
-    return {200, std::max(height, tileSize + 2 * padding)};
+    const int text =
+        twoLines ? title + 2 + QFontMetrics(option.font).height() + 2 * padding : title + 2 * padding + 8;
+    const int switchHeight = checkable(index) ? ToggleSwitch::switchSize().height() + 2 * padding : 0;
+    return {200, std::max({text, tileSize + 2 * padding, switchHeight})};
 }
 
 void SettingsRowDelegate::paint(QPainter* painter, const QStyleOptionViewItem& styleOption,
@@ -117,24 +122,36 @@ void SettingsRowDelegate::paint(QPainter* painter, const QStyleOptionViewItem& s
 
 bool SettingsRowDelegate::editorEvent(QEvent* event, QAbstractItemModel* model,
                                       const QStyleOptionViewItem& option, const QModelIndex& index) {
-    if (!checkable(index) || !index.flags().testFlag(Qt::ItemIsEnabled))
+    if (!checkable(index))
         return QStyledItemDelegate::editorEvent(event, model, option, index);
+    // Qt's own handling would flip the row on its invisible check box, which sits where the drag handle is
+    // drawn: the switch is the only place that flips, so the base class never sees a checkable row.
+    if (!index.flags().testFlag(Qt::ItemIsEnabled))
+        return false;
     bool flip = false;
-    if (event->type() == QEvent::MouseButtonRelease) {
+    switch (event->type()) {
+    case QEvent::MouseButtonPress:
+    case QEvent::MouseButtonDblClick:
+    case QEvent::MouseButtonRelease: {
         const auto* mouse = static_cast<QMouseEvent*>(event);
-        flip = mouse->button() == Qt::LeftButton &&
-               switchRect(option.rect).contains(mouse->position().toPoint());
-    } else if (event->type() == QEvent::MouseButtonDblClick || event->type() == QEvent::MouseButtonPress) {
-        const auto* mouse = static_cast<QMouseEvent*>(event);
-        // Swallow the press on the switch so it does not start a drag or an edit.
-        if (switchRect(option.rect).contains(mouse->position().toPoint()))
+        if (!switchRect(option.rect).contains(mouse->position().toPoint()))
+            return false;
+        // Presses on the switch are swallowed so that they start no drag and no edit.
+        if (event->type() != QEvent::MouseButtonRelease || mouse->button() != Qt::LeftButton)
             return true;
-    } else if (event->type() == QEvent::KeyPress) {
+        flip = true;
+        break;
+    }
+    case QEvent::KeyPress: {
         const int key = static_cast<QKeyEvent*>(event)->key();
         flip = key == Qt::Key_Space || key == Qt::Key_Select;
+        break;
+    }
+    default:
+        break;
     }
     if (!flip)
-        return QStyledItemDelegate::editorEvent(event, model, option, index);
+        return false;
     const bool on = index.data(Qt::CheckStateRole).toInt() == Qt::Checked;
     return model->setData(index, on ? Qt::Unchecked : Qt::Checked, Qt::CheckStateRole);
 }

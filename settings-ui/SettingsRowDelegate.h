@@ -3,8 +3,8 @@
 #include <QStyledItemDelegate>
 
 // Draws the rows of the settings lists: a drag handle where the row can be dragged, an optional symbol tile,
-// a title over a grey explanation, and a switch where the row is checkable. A click on the switch flips it;
-// hovering the handle explains it.
+// a title over a grey explanation, and a switch where the row is checkable. A click on the switch flips it
+// and nothing else does; hovering the handle explains it. Rows are as tall as their text in the list's font.
 class SettingsRowDelegate : public QStyledItemDelegate {
     Q_OBJECT
 public:
@@ -12,7 +12,6 @@ public:
         SubtitleRole = Qt::UserRole + 100, // QString: the grey second line
         WarningRole,                       // bool: the second line reads as a warning
     };
-    static constexpr int rowHeight = 52;
 
     using QStyledItemDelegate::QStyledItemDelegate;
 

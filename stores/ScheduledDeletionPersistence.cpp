@@ -5,7 +5,6 @@
 #include "platform/PropertyListFile.h"
 
 #include <QCoreApplication>
-#include <QFile>
 #include <QFileInfo>
 #include <QVariant>
 
@@ -34,18 +33,25 @@ std::optional<ScheduledDeletionItem> itemFromVariant(const QVariant& value) {
 }
 } // namespace
 
+QString ScheduledDeletionPersistence::fileName() {
+    return QStringLiteral("ScheduledDeletions.plist");
+}
+
 QString ScheduledDeletionPersistence::fileURL() {
-    return KestroPaths::applicationSupportDirectory() + QStringLiteral("/ScheduledDeletions.plist");
+    return KestroPaths::applicationSupportDirectory() + QLatin1Char('/') + fileName();
 }
 
 QList<ScheduledDeletionItem> ScheduledDeletionPersistence::load() {
+    bool ignored = false;
+    return load(ignored);
+}
+
+QList<ScheduledDeletionItem> ScheduledDeletionPersistence::load(bool& leftSomethingOut) {
+    leftSomethingOut = false;
     const QString path = fileURL();
-    QFile file(path);
-    if (!file.exists() && !QFileInfo(path).isSymLink())
+    if (!QFileInfo::exists(path) && !QFileInfo(path).isSymLink())
         return {};
-    if (!file.open(QIODevice::ReadOnly))
-        throw PlatformError(file.errorString());
-    const std::optional<QVariant> root = PropertyListFile::parse(file.readAll());
+    const std::optional<QVariant> root = PropertyListFile::read(path);
     if (!root || root->typeId() != QMetaType::QVariantList)
         throw PlatformError(
             QCoreApplication::translate("ScheduledDeletion", "计划删除列表无法读取：%1").arg(path));
@@ -53,6 +59,8 @@ QList<ScheduledDeletionItem> ScheduledDeletionPersistence::load() {
     for (const QVariant& value : root->toList()) {
         if (const std::optional<ScheduledDeletionItem> item = itemFromVariant(value))
             items.append(*item);
+        else
+            leftSomethingOut = true;
     }
     return items;
 }

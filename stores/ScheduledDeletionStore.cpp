@@ -5,6 +5,7 @@
 #include "platform/KestroError.h"
 #include "platform/KestroPaths.h"
 #include "platform/Platform.h"
+#include "platform/StoredFileBackup.h"
 #include "stores/ScheduledDeletionNotifier.h"
 #include "stores/ScheduledDeletionPersistence.h"
 
@@ -46,6 +47,17 @@ private:
     QMutexLocker<QMutex> m_locker;
     QLockFile m_file;
 };
+
+// The schedule as read for a change. A file with entries that did not load is kept aside before the change
+// writes over it; when that copy cannot be made, nothing is changed.
+QList<ScheduledDeletionItem> loadForChange() {
+    bool leftSomethingOut = false;
+    QList<ScheduledDeletionItem> items = ScheduledDeletionPersistence::load(leftSomethingOut);
+    if (leftSomethingOut && StoredFileBackup::keepCopy(ScheduledDeletionPersistence::fileName()).isEmpty())
+        throw PlatformError(QCoreApplication::translate("ScheduledDeletion", "计划删除列表无法备份：%1")
+                                .arg(ScheduledDeletionPersistence::fileURL()));
+    return items;
+}
 
 // Something is there, even a link whose target is gone: that is what the trash would take.
 bool itemExists(const QString& path) {
@@ -130,7 +142,7 @@ QList<ScheduledDeletionItem> ScheduledDeletionStore::schedule(const QStringList&
     }
     {
         const ScheduleLock lock;
-        QList<ScheduledDeletionItem> items = ScheduledDeletionPersistence::load();
+        QList<ScheduledDeletionItem> items = loadForChange();
         const QSet<QString> replaced(newPaths.cbegin(), newPaths.cend());
         items.removeIf([&](const ScheduledDeletionItem& item) { return replaced.contains(item.path); });
         items.append(added);
@@ -143,7 +155,7 @@ QList<ScheduledDeletionItem> ScheduledDeletionStore::schedule(const QStringList&
 void ScheduledDeletionStore::cancel(const QString& id) {
     {
         const ScheduleLock lock;
-        QList<ScheduledDeletionItem> items = ScheduledDeletionPersistence::load();
+        QList<ScheduledDeletionItem> items = loadForChange();
         items.removeIf([&](const ScheduledDeletionItem& item) { return item.id == id; });
         saveItems(items);
     }
@@ -184,7 +196,7 @@ void ScheduledDeletionStore::processDueItems(const QDateTime& now) {
         }
         if (!finished.isEmpty()) {
             const ScheduleLock lock;
-            QList<ScheduledDeletionItem> current = ScheduledDeletionPersistence::load();
+            QList<ScheduledDeletionItem> current = loadForChange();
             current.removeIf([&](const ScheduledDeletionItem& item) { return finished.contains(item.id); });
             saveItems(current);
         }

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "stores/StoredFileBackup.h"
+#include "platform/StoredFileBackup.h"
 
 #include <optional>
 #include <QList>

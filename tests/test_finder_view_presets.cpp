@@ -269,6 +269,29 @@ private slots:
         }
     }
 
+    void thePresetIsTheDestinationsLastFolderWithOrWithoutSlashes() {
+        // The URL road hands the destination over as written; the queue road cleans it first. Both end here.
+        for (const char* destination :
+             {"/presets/icon-name", "/presets/icon-name/", "/presets/icon-name//"}) {
+            TestEnvironment environment;
+            FinderViewPresetStore store;
+            FinderActionExecutor::perform(QStringLiteral("finderViewPreset"), {}, {},
+                                          QString::fromLatin1(destination), {});
+            QVERIFY2(!FakePlatform::scripting().scriptsRun.isEmpty(), destination);
+            QVERIFY(FakePlatform::scripting().scriptsRun.constFirst().contains(
+                QStringLiteral("set current view of front Finder window to icon view")));
+        }
+        TestEnvironment environment;
+        FinderViewPresetStore store;
+        try {
+            FinderActionExecutor::perform(QStringLiteral("finderViewPreset"), {}, {}, QStringLiteral("/"),
+                                          {});
+            QFAIL("the root folder names no preset");
+        } catch (const FinderActionExecutionError& error) {
+            QCOMPARE(error.payload(), QStringLiteral("finderViewPreset__"));
+        }
+    }
+
     void unknownPresetsAreUnsupported() {
         TestEnvironment environment;
         FinderViewPresetStore store;

@@ -1,4 +1,5 @@
 // The settings window against real stores in a private home: every switch and drag must reach the files.
+#include "app/WidgetPrompts.h"
 #include "catalogue/AppPreferencesPersistence.h"
 #include "catalogue/AppPreferencesStore.h"
 #include "catalogue/FeatureSettingsPersistence.h"
@@ -6,6 +7,7 @@
 #include "intake/FeatureRequestMailer.h"
 #include "platform/KestroPaths.h"
 #include "platform/PropertyListFile.h"
+#include "platform/ShortcutsTool.h"
 #include "settings-ui/CustomDestinationSection.h"
 #include "settings-ui/CustomShortcutActionSection.h"
 #include "settings-ui/FeatureChildListModel.h"
@@ -21,6 +23,7 @@
 #include "settings-ui/SettingsSidebar.h"
 #include "settings-ui/SettingsToggleRow.h"
 #include "settings-ui/ToggleSwitch.h"
+#include "stores/CustomDestinationPersistence.h"
 #include "stores/CustomDestinationStore.h"
 #include "stores/CustomShortcutActionPersistence.h"
 #include "stores/CustomShortcutActionStore.h"
@@ -28,16 +31,21 @@
 #include "stores/ScheduledDeletionListStore.h"
 #include "stores/ScheduledDeletionStore.h"
 #include "support/FakePlatform.h"
+#include "support/ModalAnswer.h"
 #include "support/TestEnvironment.h"
 
 #include <memory>
+#include <QComboBox>
 #include <QDir>
+#include <QDrag>
+#include <QMouseEvent>
 #include <QFile>
 #include <QLabel>
 #include <QListView>
 #include <QListWidget>
 #include <QPlainTextEdit>
 #include <QPushButton>
+#include <QScrollArea>
 #include <QTest>
 #include <QUrlQuery>
 
@@ -76,6 +84,49 @@ void clickRowSwitch(QListView* list, int row) {
     QTest::mouseClick(list->viewport(), Qt::LeftButton, {}, SettingsRowDelegate::switchRect(rect).center());
 }
 
+// Clicks a widget at its middle, scrolled into view first when it sits in a scrolling page.
+void clickWidget(QWidget* widget) {
+    for (QWidget* parent = widget->parentWidget(); parent; parent = parent->parentWidget()) {
+        if (auto* page = qobject_cast<QScrollArea*>(parent)) {
+            page->ensureWidgetVisible(widget);
+            break;
+        }
+    }
+    QTest::mouseClick(widget, Qt::LeftButton, {}, widget->rect().center());
+}
+
+QPushButton* buttonNamed(QWidget* parent, const QString& text) {
+    for (QPushButton* button : parent->findChildren<QPushButton*>())
+        if (button->text() == text && button->isVisible())
+            return button;
+    return nullptr;
+}
+
+// The drags a view has started since the last look: Qt makes each QDrag a child of its source and deletes
+// it only when the event loop comes round again.
+int dragsStartedBy(QObject* view) {
+    const QList<QDrag*> drags = view->findChildren<QDrag*>(Qt::FindDirectChildrenOnly);
+    for (QDrag* drag : drags)
+        delete drag;
+    return int(drags.size());
+}
+
+// Presses at from, moves past the drag distance to to, and releases, as a hand on the mouse would.
+void pressMoveRelease(QListView* list, QPoint from, QPoint to) {
+    QWidget* viewport = list->viewport();
+    QTest::mousePress(viewport, Qt::LeftButton, {}, from);
+    // QTest::mouseMove of this Qt sends moves without the held button, so the moves are sent as the
+    // window system would deliver them.
+    const QPoint step = (to - from) / 4;
+    for (int index = 1; index <= 4; ++index) {
+        const QPoint at = from + step * index;
+        QMouseEvent move(QEvent::MouseMove, at, viewport->mapToGlobal(at), Qt::NoButton, Qt::LeftButton,
+                         Qt::NoModifier);
+        QApplication::sendEvent(viewport, &move);
+    }
+    QTest::mouseRelease(viewport, Qt::LeftButton, {}, to);
+}
+
 QStringList featureIDs(const QList<KestroFeature>& features) {
     QStringList ids;
     for (KestroFeature feature : features)
@@ -111,6 +162,160 @@ private slots:
         QCOMPARE(list->model()->index(0, 0).data(Qt::CheckStateRole).toInt(), int(Qt::Checked));
         // The feature itself stays on throughout.
         QVERIFY(storedList("enabledFeatureIDs").contains(QStringLiteral("createFile")));
+    }
+
+    void childRowChangesOnlyAtItsSwitch() {
+        TestEnvironment environment;
+        Window window;
+        window.view->showPage(SettingsPage::of(KestroFeature::createFile));
+        QVERIFY(QTest::qWaitForWindowExposed(window.view.get()));
+        FeatureChildrenSection* section =
+            window.view->featurePage(KestroFeature::createFile)->childrenSection();
+        QListView* list = section->listView();
+        const QString first = section->model()->children().constFirst().actionID;
+        const QByteArray before = readAll(FeatureSettingsPersistence::applicationFileURL());
+        const QRect row = list->visualRect(list->model()->index(0, 0));
+
+        // The handle, the title, the blank middle: clicked, double-clicked, pressed and held.
+        const QPoint handle = SettingsRowDelegate::handleRect(row).center();
+        const QPoint title(row.left() + row.width() / 3, row.center().y());
+        const QPoint blank(SettingsRowDelegate::switchRect(row).left() - 20, row.top() + 3);
+        for (const QPoint& point : {handle, title, blank}) {
+            QTest::mouseClick(list->viewport(), Qt::LeftButton, {}, point);
+            QTest::mouseDClick(list->viewport(), Qt::LeftButton, {}, point);
+        }
+        QVERIFY(window.featureSettings.isChildEnabled(first));
+        QCOMPARE(readAll(FeatureSettingsPersistence::applicationFileURL()), before);
+
+        // The switch flips it, with the mouse and with the space bar on the current row.
+        clickRowSwitch(list, 0);
+        QVERIFY(!window.featureSettings.isChildEnabled(first));
+        list->setCurrentIndex(list->model()->index(0, 0));
+        QTest::keyClick(list, Qt::Key_Space);
+        QVERIFY(window.featureSettings.isChildEnabled(first));
+        QVERIFY(storedList("enabledChildIDs").contains(first));
+    }
+
+    void childRowDragsFromItsHandleOnly() {
+        TestEnvironment environment;
+        Window window;
+        window.view->showPage(SettingsPage::of(KestroFeature::createFile));
+        QVERIFY(QTest::qWaitForWindowExposed(window.view.get()));
+        QListView* list = window.view->featurePage(KestroFeature::createFile)->childrenSection()->listView();
+        const QRect first = list->visualRect(list->model()->index(0, 0));
+        const QRect third = list->visualRect(list->model()->index(2, 0));
+        dragsStartedBy(list);
+        const QStringList enabled = storedList("enabledChildIDs");
+
+        // From the middle of the row: no drag.
+        pressMoveRelease(list, QPoint(first.center().x(), first.center().y()),
+                         QPoint(third.center().x(), third.center().y()));
+        QCOMPARE(dragsStartedBy(list), 0);
+        // From the handle: a drag starts, and nothing is switched on the way.
+        pressMoveRelease(list, SettingsRowDelegate::handleRect(first).center(),
+                         SettingsRowDelegate::handleRect(third).center());
+        QCOMPARE(dragsStartedBy(list), 1);
+        QCOMPARE(storedList("enabledChildIDs"), enabled);
+    }
+
+    void twoLineRowsAreAsTallAsTheirText() {
+        TestEnvironment environment;
+        Window window;
+        window.view->showPage(SettingsPage::of(KestroFeature::createFile));
+        QListView* list = window.view->featurePage(KestroFeature::createFile)->childrenSection()->listView();
+        for (int pixels : {12, 40}) {
+            QFont font = list->font();
+            font.setPixelSize(pixels);
+            list->setFont(font);
+            list->doItemsLayout();
+            QFont bold = font;
+            bold.setBold(true);
+            const int text = QFontMetrics(bold).height() + QFontMetrics(font).height();
+            const int height = list->visualRect(list->model()->index(0, 0)).height();
+            QVERIFY2(height >= text + 8,
+                     qPrintable(QStringLiteral("%1 px rows for %2 px of text").arg(height).arg(text)));
+            QVERIFY(height <= text + 40);
+        }
+    }
+
+    void everyAddButtonOpensItsPanelAndAddsTheChoice() {
+        TestEnvironment environment;
+        Platform::setPrompts(std::make_shared<WidgetPrompts>());
+        Window window;
+
+        // 添加常用路径: a folder, through the folder panel.
+        const QString folder = environment.makeFolder(QStringLiteral("常用 夹 'x'"));
+        window.view->showPage(SettingsPage::of(KestroFeature::copyFile));
+        QVERIFY(QTest::qWaitForWindowExposed(window.view.get()));
+        QWidget* copy = window.view->featurePage(KestroFeature::copyFile)->userSection();
+        ModalAnswer folderPanel([&](QWidget* dialog) {
+            QCOMPARE(dialog->windowTitle(), QStringLiteral("选择要添加到“复制到文件夹”的文件夹"));
+            Modal::typeIntoFilePanel(dialog, folder);
+        });
+        clickWidget(buttonNamed(copy, QStringLiteral("添加常用路径")));
+        QCOMPARE(folderPanel.answered(), 1);
+        const auto copies = CustomDestinationPersistence::load()->value(QStringLiteral("copy"));
+        QCOMPARE(copies.constLast().path, folder);
+        QCOMPARE(copies.constLast().name, QStringLiteral("常用 夹 'x'"));
+
+        // 添加应用: a desktop entry, named by its Name key.
+        const QString entry =
+            environment.writeFile(QStringLiteral("apps/org.example.Viewer.desktop"),
+                                  "[Desktop Entry]\nType=Application\nName=看图\nExec=true\n");
+        window.view->showPage(SettingsPage::of(KestroFeature::openWith));
+        QWidget* apps = window.view->featurePage(KestroFeature::openWith)->userSection();
+        ModalAnswer applicationPanel([&](QWidget* dialog) {
+            QCOMPARE(dialog->windowTitle(), QStringLiteral("选择常用应用"));
+            Modal::typeIntoFilePanel(dialog, entry);
+        });
+        clickWidget(buttonNamed(apps, QStringLiteral("添加应用")));
+        QCOMPARE(applicationPanel.answered(), 1);
+        const auto applications =
+            CustomDestinationPersistence::load()->value(QStringLiteral("openApplication"));
+        QCOMPARE(applications.constLast().path, entry);
+        QCOMPARE(applications.constLast().name, QStringLiteral("看图"));
+
+        // 添加脚本: a file, starting in the home folder.
+        const QString script = environment.writeFile(QStringLiteral("home/整理 照片.sh"), "#!/bin/sh\n");
+        window.view->showPage(SettingsPage::of(KestroFeature::customActions));
+        QWidget* custom = window.view->featurePage(KestroFeature::customActions)->userSection();
+        ModalAnswer scriptPanel([&](QWidget* dialog) {
+            QCOMPARE(dialog->windowTitle(), QStringLiteral("选择扩展脚本"));
+            QCOMPARE(QDir(qobject_cast<QFileDialog*>(dialog)->directory()).canonicalPath(),
+                     QDir(environment.home()).canonicalPath());
+            Modal::typeIntoFilePanel(dialog, QStringLiteral("整理 照片.sh"));
+        });
+        clickWidget(buttonNamed(custom, QStringLiteral("添加脚本")));
+        QCOMPARE(scriptPanel.answered(), 1);
+        QCOMPARE(CustomShortcutActionPersistence::load().constLast().scriptPath, script);
+        QCOMPARE(CustomShortcutActionPersistence::load().constLast().name, QStringLiteral("整理 照片"));
+
+        // 添加快捷指令: the picker lists what the shortcuts tool lists (a stand-in tool here: this system has
+        // none) and takes the chosen name.
+        const QString tool = environment.writeFile(QStringLiteral("bin/shortcuts"),
+                                                   "#!/bin/sh\nprintf '压缩图片\\n  Rename All \\n\\n'\n");
+        QFile::setPermissions(tool, QFile::permissions(tool) | QFileDevice::ExeOwner);
+        ShortcutsTool::setExecutablePath(tool);
+        ModalAnswer picker([&](QWidget* dialog) {
+            auto* box = dialog->findChild<QComboBox*>();
+            QCOMPARE(box->count(), 2);
+            box->lineEdit()->selectAll();
+            Modal::type(box->lineEdit(), QStringLiteral("Ren"));
+            Modal::click(Modal::button(dialog, QStringLiteral("添加")));
+        });
+        clickWidget(buttonNamed(custom, QStringLiteral("添加快捷指令")));
+        ShortcutsTool::resetExecutablePath();
+        QCOMPARE(picker.answered(), 1);
+        const CustomShortcutAction added = CustomShortcutActionPersistence::load().constLast();
+        QCOMPARE(added.kind, CustomShortcutAction::Kind::shortcut);
+        QCOMPARE(added.shortcutName, QStringLiteral("Rename All"));
+        QCOMPARE(window.customActions.actions().size(), 2);
+
+        // Cancelling a panel adds nothing.
+        ModalAnswer cancel([](QWidget* dialog) { Modal::cancel(dialog); });
+        clickWidget(buttonNamed(custom, QStringLiteral("添加脚本")));
+        QCOMPARE(cancel.answered(), 1);
+        QCOMPARE(window.customActions.actions().size(), 2);
     }
 
     void allChildrenButtonSwitchesEveryChildButNotTheFeature() {

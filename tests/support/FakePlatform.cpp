@@ -42,9 +42,14 @@ std::optional<QString> FakePrompts::promptText(const QString& title, const QStri
     return takeFirst(textAnswers);
 }
 
-std::optional<std::pair<QString, QString>>
-FakePrompts::promptTwoTexts(const QString& title, const QString& firstLabel, const QString& secondLabel) {
-    asked << title << firstLabel << secondLabel;
+std::optional<std::pair<QString, QString>> FakePrompts::promptTwoTexts(const QString& title,
+                                                                       const QString& message,
+                                                                       const QString& firstHint,
+                                                                       const QString& secondHint) {
+    asked << title;
+    if (!message.isEmpty())
+        asked << message;
+    asked << firstHint << secondHint;
     return takeFirst(twoTextAnswers);
 }
 

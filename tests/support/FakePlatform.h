@@ -66,8 +66,9 @@ public:
     QList<QStringList> shortcutNameLists;  // the names every shortcut picker offered
 
     std::optional<QString> promptText(const QString& title, const QString& message) override;
-    std::optional<std::pair<QString, QString>> promptTwoTexts(const QString& title, const QString& firstLabel,
-                                                              const QString& secondLabel) override;
+    std::optional<std::pair<QString, QString>> promptTwoTexts(const QString& title, const QString& message,
+                                                              const QString& firstHint,
+                                                              const QString& secondHint) override;
     std::optional<QString> chooseDirectory(const QString& buttonLabel) override;
     std::optional<QString> chooseItem(const OpenPanelRequest& request) override;
     std::optional<QString> chooseShortcutName(const QString& title, const QString& message,

@@ -1,4 +1,4 @@
-#include "stores/StoredFileBackup.h"
+#include "platform/StoredFileBackup.h"
 
 #include "platform/KestroPaths.h"
 

@@ -1,0 +1,131 @@
+#pragma once
+
+// Answering a modal dialog as a user would: the dialog is opened for real by the code under test (which
+// blocks in exec()), and the test's answer runs from the event loop once the dialog is up. GUI tests only.
+
+#include <QAbstractButton>
+#include <QPushButton>
+#include <QApplication>
+#include <QDialog>
+#include <QDialogButtonBox>
+#include <QFileDialog>
+#include <QLineEdit>
+#include <QMessageBox>
+#include <QPointer>
+#include <QTest>
+#include <QTimer>
+#include <QWidget>
+
+#include <functional>
+#include <memory>
+
+class ModalAnswer {
+public:
+    // Runs answer on the next modal widget that is shown and is not `after` (a dialog already open).
+    // How many answers ran is answered(); a test checks it so that a dialog that never opened fails.
+    explicit ModalAnswer(std::function<void(QWidget*)> answer, QWidget* after = nullptr)
+        : m_state(std::make_shared<State>()) {
+        m_state->answer = std::move(answer);
+        m_state->after = after;
+        auto* timer = new QTimer;
+        m_state->timer = timer;
+        timer->setInterval(20);
+        QObject::connect(timer, &QTimer::timeout, timer, [state = m_state, timer] {
+            QWidget* modal = QApplication::activeModalWidget();
+            if (!modal || modal == state->after || !modal->isVisible())
+                return;
+            timer->stop();
+            timer->deleteLater();
+            // Let the dialog finish showing (focus, layout) before it is driven.
+            QTest::qWait(30);
+            const QPointer<QWidget> dialog(modal);
+            state->answer(modal);
+            ++state->answered;
+            // A failed check inside the answer must not leave the code under test waiting forever.
+            if (QTest::currentTestFailed() && dialog && dialog->isVisible()) {
+                if (auto* modalDialog = qobject_cast<QDialog*>(dialog.data()))
+                    modalDialog->reject();
+            }
+        });
+        timer->start();
+    }
+    ~ModalAnswer() {
+        if (m_state->answered == 0 && m_state->timer)
+            m_state->timer->deleteLater();
+    }
+    int answered() const { return m_state->answered; }
+
+private:
+    struct State {
+        std::function<void(QWidget*)> answer;
+        QPointer<QWidget> after;
+        QPointer<QTimer> timer;
+        int answered = 0;
+    };
+    std::shared_ptr<State> m_state;
+};
+
+namespace Modal {
+
+// The button of the dialog's button box whose text is text, or nullptr.
+inline QAbstractButton* button(QWidget* dialog, const QString& text) {
+    for (QDialogButtonBox* box : dialog->findChildren<QDialogButtonBox*>()) {
+        for (QAbstractButton* candidate : box->buttons()) {
+            if (candidate->text().remove(QLatin1Char('&')) == text)
+                return candidate;
+        }
+    }
+    return nullptr;
+}
+
+// Types text key by key, Chinese and other text beyond Latin-1 included (QTest::keyClicks takes Latin-1).
+inline void type(QWidget* widget, const QString& text) {
+    for (qsizetype index = 0; index < text.size(); ++index) {
+        QString key(text.at(index));
+        if (text.at(index).isHighSurrogate() && index + 1 < text.size())
+            key += text.at(++index);
+        if (key.size() == 1 && key.at(0).unicode() < 0x80 && key.at(0).isPrint())
+            QTest::keyClick(widget, key.at(0).toLatin1());
+        else
+            QTest::sendKeyEvent(QTest::Click, widget, Qt::Key_unknown, key, Qt::NoModifier);
+    }
+}
+
+// Clicks a button with the mouse at its real place.
+inline void click(QAbstractButton* button) {
+    QTest::mouseClick(button, Qt::LeftButton, {}, button->rect().center());
+}
+
+// Types text into the file panel's name field and clicks its accept button (whatever it reads).
+inline void typeIntoFilePanel(QWidget* dialog, const QString& text) {
+    auto* panel = qobject_cast<QFileDialog*>(dialog);
+    Q_ASSERT(panel);
+    auto* field = panel->findChild<QLineEdit*>(QStringLiteral("fileNameEdit"));
+    Q_ASSERT(field);
+    field->clear();
+    type(field, text);
+    // The name field's completion list, which typing may open once the folder is read, closes as a click
+    // elsewhere would close it.
+    QTest::qWait(150);
+    while (QWidget* popup = QApplication::activePopupWidget())
+        popup->close();
+    auto* box = panel->findChild<QDialogButtonBox*>(QStringLiteral("buttonBox"));
+    Q_ASSERT(box);
+    QAbstractButton* accept = box->button(QDialogButtonBox::Open);
+    if (!accept)
+        accept = box->buttons().constFirst();
+    click(accept);
+}
+
+inline void cancel(QWidget* dialog) {
+    if (auto* panel = qobject_cast<QFileDialog*>(dialog)) {
+        auto* box = panel->findChild<QDialogButtonBox*>(QStringLiteral("buttonBox"));
+        click(box->button(QDialogButtonBox::Cancel));
+        return;
+    }
+    QAbstractButton* cancelButton = button(dialog, QStringLiteral("取消"));
+    Q_ASSERT(cancelButton);
+    click(cancelButton);
+}
+
+} // namespace Modal
