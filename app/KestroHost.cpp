@@ -4,8 +4,10 @@
 #include "app/MenuBarController.h"
 #include "catalogue/AppPreferencesStore.h"
 #include "catalogue/FeatureSettingsStore.h"
+#include "catalogue/KestroSettingsChangeNotifier.h"
 #include "intake/FinderSelectionModel.h"
 #include "intake/KestroQueuedActionRunner.h"
+#include "integration/FileManagerIntegration.h"
 #include "platform/DiagnosticLog.h"
 #include "settings-ui/SettingsContentView.h"
 #include "stores/CustomDestinationStore.h"
@@ -28,6 +30,9 @@ KestroHost::KestroHost(bool launchedAtLogin, QObject* parent)
     , m_preferences(new AppPreferencesStore(this))
     , m_scheduledDeletions(new ScheduledDeletionListStore(this)) {
     DiagnosticLog::append(QStringLiteral("KestroApp init"));
+    // The file managers' menus follow every settings announcement, and start from the saved settings.
+    KestroSettingsChangeNotifier::setObserver([](const QString&) { FileManagerIntegration::refresh(); });
+    FileManagerIntegration::refresh();
     m_queueRunner = new KestroQueuedActionRunner(this);
     connect(
         m_queueRunner, &KestroQueuedActionRunner::passFinished, this,
@@ -45,6 +50,7 @@ KestroHost::KestroHost(bool launchedAtLogin, QObject* parent)
 }
 
 KestroHost::~KestroHost() {
+    KestroSettingsChangeNotifier::setObserver({});
     shutDown();
     // The window holds views of the stores; it goes before them.
     delete mainWindow();
@@ -123,6 +129,8 @@ void KestroHost::handleMessage(const QStringList& message) {
         openURL(message.at(1));
     else if (command == QLatin1String("show"))
         emit showRequested();
+    else if (command == QLatin1String("drain"))
+        m_queueRunner->drain();
 }
 
 void KestroHost::noteReady() {

@@ -30,7 +30,8 @@ public:
     void shutDown();
 
     void openURL(const QString& url);
-    // A message from a later launch: ["open-url", url] or ["show"].
+    // A message from a later launch: ["open-url", url] or ["show"]; or ["drain"] from the file managers'
+    // hand-off after it queued a request.
     void handleMessage(const QStringList& message);
     // The user started Kestro again while it runs: show the window.
     void reopen();
