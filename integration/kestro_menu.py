@@ -18,15 +18,16 @@ MENU = @MENU@
 
 if "nemo-python" in os.path.realpath(__file__):
     gi.require_version("Nemo", "3.0")
-    from gi.repository import GObject, Nemo as FileManager
+    from gi.repository import Gio, GObject, Nemo as FileManager
 else:
     gi.require_version("Nautilus", "4.0")
-    from gi.repository import GObject, Nautilus as FileManager
+    from gi.repository import Gio, GObject, Nautilus as FileManager
 
 
 def _log(message):
     try:
         sys.stderr.write("kestro: %s\n" % message)
+        sys.stderr.flush()
     except Exception:
         pass
 
@@ -37,6 +38,8 @@ class _Description:
     def __init__(self):
         self.items = []
         self.seen = None
+        # Part of every item's name: the file managers keep actions by name, so a reloaded menu needs new ones.
+        self.generation = 0
 
     def current(self):
         try:
@@ -65,6 +68,7 @@ class _Description:
             if root.get("version") != 1 or not isinstance(items, list):
                 raise ValueError("unknown version or no item list")
             self.items = items
+            self.generation += 1
         except Exception as error:
             _log("menu description malformed, keeping the last good menu: %r" % (error,))
         return self.items
@@ -99,6 +103,23 @@ class KestroMenuProvider(GObject.GObject, FileManager.MenuProvider):
     def __init__(self):
         super().__init__()
         self._description = _Description()
+        # File managers ask for background items ahead of time (when a folder opens or changes): tell them to
+        # ask again when Kestro rewrites its menu, so a settings change shows at the next right-click.
+        self._monitor = None
+        try:
+            folder = Gio.File.new_for_path(os.path.dirname(MENU))
+            self._monitor = folder.monitor_directory(Gio.FileMonitorFlags.WATCH_MOVES, None)
+            self._monitor.connect("changed", self._folder_changed)
+        except Exception as error:
+            _log("cannot watch the menu description: %r" % (error,))
+
+    def _folder_changed(self, _monitor, changed, other, _event):
+        try:
+            names = {f.get_basename() for f in (changed, other) if f is not None}
+            if os.path.basename(MENU) in names:
+                self.emit_items_updated_signal()
+        except Exception as error:
+            _log("menu update failed: %r" % (error,))
 
     def _render(self, items, background, names, arguments, prefix):
         rendered = []
@@ -131,7 +152,9 @@ class KestroMenuProvider(GObject.GObject, FileManager.MenuProvider):
             if not paths or any(p is None for p in paths):
                 return []
             names = [os.path.basename(p) for p in paths]
-            return self._render(self._description.current(), False, names, paths, "Kestro::selection")
+            items = self._description.current()
+            prefix = "Kestro::%d::selection" % self._description.generation
+            return self._render(items, False, names, paths, prefix)
         except Exception as error:
             _log("menu failed: %r" % (error,))
             return []
@@ -141,7 +164,9 @@ class KestroMenuProvider(GObject.GObject, FileManager.MenuProvider):
             folder = arguments[-1].get_location().get_path()
             if folder is None:
                 return []
-            return self._render(self._description.current(), True, [], [folder], "Kestro::background")
+            items = self._description.current()
+            prefix = "Kestro::%d::background" % self._description.generation
+            return self._render(items, True, [], [folder], prefix)
         except Exception as error:
             _log("menu failed: %r" % (error,))
             return []

@@ -341,6 +341,9 @@ class GtkDriver:
         time.sleep(0.3)
         self.session.xdotool("click", "3")
 
+    def expect_item(self, label):
+        self.find(label, ("menu",))
+
     def pick(self, path):
         for label in path[:-1]:
             self.click(self.find(label, ("menu",)))
@@ -374,6 +377,10 @@ class Gtk4Driver(GtkDriver):
         self.session.xdotool("mousemove", str(self.empty[0]), str(self.empty[1]), "click", "1")
         time.sleep(0.3)
         self.session.xdotool("click", "3")
+
+    def expect_item(self, label):
+        time.sleep(0.8)
+        self.find_item(label)
 
     def pick(self, path):
         time.sleep(0.8)
@@ -431,6 +438,45 @@ def check_executable(folder):
             raise Failure(file_name + " is not executable: Dolphin would refuse it for a normal user")
 
 
+def write_private(path, text):
+    temporary = path + ".new"
+    with open(temporary, "w", encoding="utf-8") as file:
+        file.write(text)
+    os.chmod(temporary, 0o600)
+    os.replace(temporary, path)
+
+
+def check_extension_reloads(session, driver, file_manager):
+    """The Python extension re-reads Kestro's menu description when it changes: a malformed one keeps the
+    last good menu and leaves the file manager running; a changed one shows without a restart. (Nemo asks
+    for background items only when a folder view loads, so this uses the menu on the selection.)"""
+    description = os.path.join(session.env["XDG_DATA_HOME"], "kestro", "extension", "FileManagerMenu.json")
+    with open(description, encoding="utf-8") as file:
+        good = file.read()
+    write_private(description, '{"version": 1, "items": [{"title": ')
+    time.sleep(1.5)
+    driver.open_selection_menu()
+    driver.expect_item("Kestro")
+    session.xdotool("key", "Escape")
+    time.sleep(0.5)
+    if file_manager.poll() is not None:
+        raise Failure("the file manager ended on a malformed menu description")
+    with open(os.path.join(session.root, "file-manager.log"), encoding="utf-8", errors="replace") as file:
+        if "kestro: menu description malformed, keeping the last good menu" not in file.read():
+            raise Failure("the extension did not log the malformed menu description")
+    renamed = "新建文本文件 ✎"
+    if '"新建文本文件"' not in good:
+        raise Failure("the menu description has no 新建文本文件 item")
+    write_private(description, good.replace('"新建文本文件"', '"%s"' % renamed))
+    time.sleep(1.5)
+    driver.open_selection_menu()
+    driver.pick(["Kestro", "新建", renamed])
+    wait_for("Untitled 2.txt from the renamed item",
+             lambda: os.path.exists(os.path.join(session.folder, "Untitled 2.txt")))
+    log("%s: a malformed description kept the last good menu; a changed one showed without a restart" %
+        session.name)
+
+
 def run(name):
     spec = FILE_MANAGERS[name]
     install = subprocess.run([os.path.join(SOURCE, "scripts", "install-file-managers")] + spec["packages"] + TOOLS,
@@ -454,7 +500,10 @@ def run(name):
             driver = KeyDriver(session)
         if name == "dolphin":
             check_executable(data_folder(session, "kio/servicemenus"))
-        session.start(spec["command"] + [session.folder], stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
+        # What the file manager says (Kestro's extension logs there) is kept for a failure's report.
+        file_manager_log = open(os.path.join(session.root, "file-manager.log"), "w")
+        file_manager = session.start(spec["command"] + [session.folder], stdout=file_manager_log,
+                                     stderr=subprocess.STDOUT)
         window = wait_for("the %s window" % name,
                           lambda: session.xdotool("search", "--onlyvisible", "--class", spec["class"]).split(),
                           timeout=40)[0]
@@ -492,16 +541,22 @@ def run(name):
         else:
             session.expect_logged('action=createTextFile selected=["%s"] target=none' % session.folder)
         log("%s: background → Kestro › 新建 › 新建文本文件 made Untitled.txt" % name)
-        if os.listdir(session.folder) != [] and sorted(os.listdir(session.folder)) != sorted(NAMES + ["Untitled.txt"]):
+        expected = NAMES + ["Untitled.txt"]
+        if spec["extension"]:
+            check_extension_reloads(session, driver, file_manager)
+            expected.append("Untitled 2.txt")
+        if sorted(os.listdir(session.folder)) != sorted(expected):
             raise Failure("unexpected files in the folder: %r" % sorted(os.listdir(session.folder)))
         return 0
     except Failure as failure:
         shot = session.screenshot("failure")
         os.environ["KESTRO_E2E_KEEP"] = "1"
         print("FAIL: %s: %s (screen: %s)" % (name, failure, shot))
-        log_path = os.path.join(session.env["KESTRO_TMPDIR"], "kestro-app-action.log")
-        if os.path.exists(log_path):
-            print(open(log_path, encoding="utf-8", errors="replace").read()[-3000:])
+        for log_path in (os.path.join(session.env["KESTRO_TMPDIR"], "kestro-app-action.log"),
+                         os.path.join(session.root, "file-manager.log")):
+            if os.path.exists(log_path):
+                print("--- " + log_path)
+                print(open(log_path, encoding="utf-8", errors="replace").read()[-3000:])
         return 1
     finally:
         session.close()
