@@ -11,6 +11,7 @@
 #include "integration/KestroMenuModel.h"
 #include "integration/ThunarActions.h"
 #include "platform/KestroPaths.h"
+#include "settings-ui/FileManagerIntegrationSection.h"
 #include "support/KestroProcess.h"
 #include "support/TestEnvironment.h"
 
@@ -21,6 +22,7 @@
 #include <QJsonObject>
 #include <QLockFile>
 #include <QProcess>
+#include <QPushButton>
 #include <QSignalSpy>
 #include <QTest>
 
@@ -464,6 +466,25 @@ private slots:
         QTRY_VERIFY(lock.getLockInfo(&pid, &hostName, &application) && pid > 0);
         QVERIFY(::kill(pid_t(pid), SIGTERM) == 0);
         QTRY_VERIFY(::kill(pid_t(pid), 0) != 0);
+    }
+
+    void preferencesShowEachFileManagerAndReintegrate() {
+        TestEnvironment environment;
+        InstalledFileManagers installed(environment, {QStringLiteral("dolphin"), QStringLiteral("thunar")});
+        FileManagerIntegration::uninstall();
+        FileManagerIntegrationSection section;
+        section.resize(600, 400);
+        section.show();
+        QVERIFY(QTest::qWaitForWindowExposed(&section));
+        // GNOME Files, Nemo, Dolphin, Thunar, PCManFM-Qt.
+        const QString missing = QStringLiteral("未安装");
+        const QString found = QStringLiteral("已找到，未集成");
+        const QString integrated = QStringLiteral("已集成");
+        QCOMPARE(section.statusTexts(), (QStringList{missing, missing, found, found, missing}));
+        QTest::mouseClick(section.reintegrateButton(), Qt::LeftButton);
+        QCOMPARE(section.statusTexts(), (QStringList{missing, missing, integrated, integrated, missing}));
+        QVERIFY(!FileManagerIntegration::isSwitchedOff());
+        QVERIFY(readAll(FileManagerIntegration::thunarActionsPath()).contains("<unique-id>kestro-"));
     }
 
     void hostRewritesTheMenusAtEverySettingsChange() {
