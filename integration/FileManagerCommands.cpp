@@ -14,8 +14,17 @@ QString desktopArgument(const QString& argument) {
     return quoted + QLatin1Char('"');
 }
 
-// The string escapes every desktop-entry value goes through before Exec's own rules apply.
-QString desktopValue(const QString& text) {
+QString shellArgument(const QString& argument) {
+    QString quoted = argument;
+    quoted.replace(QLatin1Char('\''), QStringLiteral("'\\''"));
+    quoted.replace(QLatin1Char('%'), QStringLiteral("%%"));
+    return QLatin1Char('\'') + quoted + QLatin1Char('\'');
+}
+
+} // namespace
+
+// Every desktop-entry value goes through these before Exec's own rules apply.
+QString FileManagerCommands::desktopValue(const QString& text) {
     QString escaped;
     for (const QChar c : text) {
         switch (c.unicode()) {
@@ -37,15 +46,6 @@ QString desktopValue(const QString& text) {
     }
     return escaped;
 }
-
-QString shellArgument(const QString& argument) {
-    QString quoted = argument;
-    quoted.replace(QLatin1Char('\''), QStringLiteral("'\\''"));
-    quoted.replace(QLatin1Char('%'), QStringLiteral("%%"));
-    return QLatin1Char('\'') + quoted + QLatin1Char('\'');
-}
-
-} // namespace
 
 QStringList FileManagerCommands::handoffArguments(const QString& itemID) {
     return {itemID, QStringLiteral("--")};

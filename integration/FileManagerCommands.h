@@ -15,6 +15,10 @@ QStringList handoffArguments(const QString& itemID);
 // as "%F") is appended unquoted.
 QString desktopExec(const QStringList& arguments, const QString& fieldCode);
 
+// A desktop-entry value with the key's string escapes ("\\", "\n", "\t", "\r"), so that a newline in a
+// user's name cannot start a new key.
+QString desktopValue(const QString& text);
+
 // A Thunar custom-action command, which Thunar runs through "sh -c" after expanding its "%" codes: each
 // argument in single quotes, "%" doubled; fieldCode appended unquoted.
 QString thunarCommand(const QStringList& arguments, const QString& fieldCode);

@@ -9,14 +9,14 @@
 
 namespace {
 
-// A desktop-entry value: the key's string escapes, so a newline in a user's name cannot start a new key.
 QString value(const QString& text) {
-    QString escaped = text;
-    escaped.replace(QLatin1Char('\\'), QStringLiteral("\\\\"));
-    escaped.replace(QLatin1Char('\n'), QStringLiteral("\\n"));
-    escaped.replace(QLatin1Char('\r'), QStringLiteral("\\r"));
-    escaped.replace(QLatin1Char('\t'), QStringLiteral("\\t"));
-    return escaped;
+    return FileManagerCommands::desktopValue(text);
+}
+
+// Qt menus take "&" as the mark of a keyboard shortcut; "&&" shows one "&".
+QString qtMenuTitle(const QString& title) {
+    QString text = title;
+    return text.replace(QLatin1Char('&'), QStringLiteral("&&"));
 }
 
 QString mimeList(KestroMenuFileKind kind) {
@@ -88,12 +88,13 @@ FileManagerMenuFiles::dolphinServiceMenus(const QList<KestroMenuItem>& menu, con
             const QString title =
                 (placed.submenus.mid(1) + QStringList{placed.item.title}).join(QStringLiteral(" › "));
             actions += QStringLiteral("\n[Desktop Action %1]\nName=%2\nIcon=%3\nExec=%4\n")
-                           .arg(name, value(title), value(placed.item.icon), exec(handoff, placed.item));
+                           .arg(name, value(qtMenuTitle(title)), value(placed.item.icon),
+                                exec(handoff, placed.item));
         }
         QString text = QStringLiteral("[Desktop Entry]\nType=Service\nMimeType=%1\nActions=%2;\n")
                            .arg(mimeList(group.kind), actionNames.join(QLatin1Char(';')));
         if (!group.submenu.isEmpty())
-            text += QStringLiteral("X-KDE-Submenu=%1\n").arg(value(group.submenu));
+            text += QStringLiteral("X-KDE-Submenu=%1\n").arg(value(qtMenuTitle(group.submenu)));
         text += QStringLiteral("X-KDE-Priority=TopLevel\n") + QString::fromLatin1(generatedMarker()) +
                 QLatin1Char('\n') + actions;
         files.append(
@@ -114,14 +115,15 @@ FileManagerMenuFiles::pcmanfmActions(const QList<KestroMenuItem>& menu, const QS
             for (const KestroMenuItem& child : item.children)
                 children.append(write(child));
             text = QStringLiteral("[Desktop Entry]\nType=Menu\nName=%1\nIcon=%2\nItemsList=%3;\n%4\n")
-                       .arg(value(item.title), value(item.icon), children.join(QLatin1Char(';')),
+                       .arg(value(qtMenuTitle(item.title)), value(item.icon), children.join(QLatin1Char(';')),
                             QString::fromLatin1(generatedMarker()));
         } else {
             text = QStringLiteral("[Desktop Entry]\nType=Action\nName=%1\nIcon=%2\nProfiles=main;\n"
                                   "TargetContext=true\nTargetLocation=true\n%3\n\n"
                                   "[X-Action-Profile main]\nExec=%4\nMimeTypes=%5\n")
-                       .arg(value(item.title), value(item.icon), QString::fromLatin1(generatedMarker()),
-                            exec(handoff, item), mimeList(item.fileKind));
+                       .arg(value(qtMenuTitle(item.title)), value(item.icon),
+                            QString::fromLatin1(generatedMarker()), exec(handoff, item),
+                            mimeList(item.fileKind));
         }
         files.append({id + QStringLiteral(".desktop"), text.toUtf8()});
         return id;

@@ -242,7 +242,8 @@ def accessible_application(names):
     return None
 
 
-def find_showing(root, label, roles, depth=0):
+def find_accessible(root, label, roles, showing=True, depth=0):
+    """The first accessible of that label and role below root, depth first; only one on screen if showing."""
     import pyatspi
     if root is None or depth > 40:
         return None
@@ -255,32 +256,11 @@ def find_showing(root, label, roles, depth=0):
             continue
         try:
             if child.name == label and child.getRoleName() in roles and \
-                    child.getState().contains(pyatspi.STATE_SHOWING):
+                    (not showing or child.getState().contains(pyatspi.STATE_SHOWING)):
                 return child
         except Exception:
             continue
-        found = find_showing(child, label, roles, depth + 1)
-        if found is not None:
-            return found
-    return None
-
-
-def find_first(root, label, roles, depth=0):
-    if root is None or depth > 40:
-        return None
-    try:
-        children = list(root)
-    except Exception:
-        return None
-    for child in children:
-        if child is None:
-            continue
-        try:
-            if child.name == label and child.getRoleName() in roles:
-                return child
-        except Exception:
-            continue
-        found = find_first(child, label, roles, depth + 1)
+        found = find_accessible(child, label, roles, showing, depth + 1)
         if found is not None:
             return found
     return None
@@ -306,7 +286,7 @@ class GtkDriver:
                         lambda: accessible_application(self.application))
 
     def find(self, label, roles, timeout=8.0):
-        return wait_for("'%s' on screen" % label, lambda: find_showing(self.app(), label, roles), timeout)
+        return wait_for("'%s' on screen" % label, lambda: find_accessible(self.app(), label, roles), timeout)
 
     def click(self, accessible, button=1):
         x, y = centre(accessible)
@@ -329,7 +309,7 @@ class GtkDriver:
     def open_background_menu(self):
         pane = None
         for name in self.pane_names:
-            pane = find_showing(self.app(), name, ("directory pane", "scroll pane", "layered pane"))
+            pane = find_accessible(self.app(), name, ("directory pane", "scroll pane", "layered pane"))
             if pane is not None:
                 break
         if pane is None:
@@ -357,7 +337,7 @@ class Gtk4Driver(GtkDriver):
 
     def find_item(self, label, timeout=8.0):
         return wait_for("'%s' in the menu" % label,
-                        lambda: find_first(self.app(), label, ("menu item",)), timeout)
+                        lambda: find_accessible(self.app(), label, ("menu item",), showing=False), timeout)
 
     def prepare(self, window):
         self.window = window

@@ -242,6 +242,37 @@ private slots:
         qunsetenv("RECORD_TO");
     }
 
+    void desktopEntriesKeepTheUsersNamesAsTyped() {
+        // A newline in a name cannot start a key of its own, and Qt menus show "&" instead of taking it for
+        // a shortcut mark.
+        KestroMenuInput input;
+        input.settings.featureOrder = {QStringLiteral("copyFile")};
+        input.settings.enabledFeatureIDs = {QStringLiteral("copyFile")};
+        input.destinations[QStringLiteral("copy")] = {
+            {QStringLiteral("d"), QStringLiteral("A & B\nExec=rm -rf ~"), QStringLiteral("/srv/a")}};
+        const QList<KestroMenuItem> menu = KestroMenuModel::build(input);
+        for (const FileManagerMenuFiles::GeneratedFile& file :
+             FileManagerMenuFiles::dolphinServiceMenus(menu, QStringLiteral("/h")) +
+                 FileManagerMenuFiles::pcmanfmActions(menu, QStringLiteral("/h"))) {
+            GKeyFile* keyFile = g_key_file_new();
+            QVERIFY(g_key_file_load_from_data(keyFile, file.bytes.constData(), gsize(file.bytes.size()),
+                                              G_KEY_FILE_NONE, nullptr));
+            gsize count = 0;
+            gchar** groups = g_key_file_get_groups(keyFile, &count);
+            for (gsize index = 0; index < count; ++index) {
+                gchar* name = g_key_file_get_string(keyFile, groups[index], "Name", nullptr);
+                if (name && QString::fromUtf8(name).startsWith(QStringLiteral("A ")))
+                    QCOMPARE(QString::fromUtf8(name), QStringLiteral("A && B\nExec=rm -rf ~"));
+                g_free(name);
+                gchar* exec = g_key_file_get_string(keyFile, groups[index], "Exec", nullptr);
+                QVERIFY(!exec || !QByteArray(exec).contains("rm -rf"));
+                g_free(exec);
+            }
+            g_strfreev(groups);
+            g_key_file_unref(keyFile);
+        }
+    }
+
     void thunarCommandsReachTheHandoffExactly() {
         // Thunar puts each path in shell quotes for %F and runs the line through sh -c.
         TestEnvironment environment;
