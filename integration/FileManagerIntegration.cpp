@@ -24,8 +24,16 @@ QString switchedOffMarker() {
     return KestroPaths::applicationSupportDirectory() + QStringLiteral("/FileManagerIntegration.off");
 }
 
-// Whole or not at all. Folders Kestro creates for itself are private.
+// Whole or not at all. Folders Kestro creates for itself are private. A file that already holds these
+// bytes is left as it is: a settings change then costs a write only where the menu changed.
 bool writeFile(const QString& path, const QByteArray& bytes, QFileDevice::Permissions permissions) {
+    QFile existing(path);
+    if (existing.open(QIODevice::ReadOnly) && existing.size() == bytes.size() &&
+        existing.readAll() == bytes &&
+        (existing.permissions() & ~(QFileDevice::ReadUser | QFileDevice::WriteUser | QFileDevice::ExeUser)) ==
+            permissions)
+        return true;
+    existing.close();
     QDir().mkpath(QFileInfo(path).absolutePath());
     QSaveFile file(path);
     if (!file.open(QIODevice::WriteOnly) || file.write(bytes) != bytes.size() ||

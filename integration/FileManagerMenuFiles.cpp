@@ -3,6 +3,7 @@
 #include "integration/FileManagerCommands.h"
 
 #include <functional>
+#include <QCryptographicHash>
 #include <QFile>
 #include <QJsonArray>
 #include <QJsonDocument>
@@ -106,9 +107,12 @@ FileManagerMenuFiles::dolphinServiceMenus(const QList<KestroMenuItem>& menu, con
 QList<FileManagerMenuFiles::GeneratedFile>
 FileManagerMenuFiles::pcmanfmActions(const QList<KestroMenuItem>& menu, const QString& handoff) {
     QList<GeneratedFile> files;
-    int counter = 0;
     const std::function<QString(const KestroMenuItem&)> write = [&](const KestroMenuItem& item) -> QString {
-        const QString id = QStringLiteral("kestro-%1").arg(counter++, 3, 10, QLatin1Char('0'));
+        // Named after the item, so that a change rewrites only the entries it touches.
+        const QString id =
+            QStringLiteral("kestro-") +
+            QString::fromLatin1(
+                QCryptographicHash::hash(item.id.toUtf8(), QCryptographicHash::Sha1).toHex().left(16));
         QString text;
         if (item.isSubmenu()) {
             QStringList children;

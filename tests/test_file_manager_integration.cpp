@@ -339,6 +339,16 @@ private slots:
                       QFileDevice::ReadOther | QFileDevice::WriteOther | QFileDevice::ExeOther),
                  QFileDevice::Permissions());
 
+        // A rewrite with nothing changed leaves the files as they are (the same file, not a copy).
+        const auto inode = [](const QString& path) {
+            struct stat status {};
+            return ::stat(QFile::encodeName(path).constData(), &status) == 0 ? status.st_ino : ino_t(0);
+        };
+        const QString description = FileManagerIntegration::menuDescriptionPath();
+        const ino_t before = inode(description);
+        FileManagerIntegration::refresh();
+        QCOMPARE(inode(description), before);
+
         FileManagerIntegration::uninstall();
         for (const FileManagerIntegration::Status& status : FileManagerIntegration::status())
             QVERIFY2(!status.integrated, qPrintable(status.name));
