@@ -458,10 +458,10 @@ def check_extension_reloads(session, driver, file_manager):
 
 
 def run(name):
-    spec = FILE_MANAGERS[name]
-    install = subprocess.run([os.path.join(SOURCE, "scripts", "install-file-managers")] + spec["packages"] + TOOLS,
+    setup = FILE_MANAGERS[name]
+    install = subprocess.run([os.path.join(SOURCE, "scripts", "install-file-managers")] + setup["packages"] + TOOLS,
                              capture_output=True, text=True)
-    if install.returncode != 0 or not shutil.which(spec["command"][0]):
+    if install.returncode != 0 or not shutil.which(setup["command"][0]):
         print("SKIP: %s cannot be installed here: %s" % (name, (install.stderr or install.stdout).strip()[-400:]))
         return SKIP
 
@@ -482,10 +482,10 @@ def run(name):
             check_executable(data_folder(session, "kio/servicemenus"))
         # What the file manager says (Kestro's extension logs there) is kept for a failure's report.
         file_manager_log = open(os.path.join(session.root, "file-manager.log"), "w")
-        file_manager = session.start(spec["command"] + [session.folder], stdout=file_manager_log,
+        file_manager = session.start(setup["command"] + [session.folder], stdout=file_manager_log,
                                      stderr=subprocess.STDOUT)
         window = wait_for("the %s window" % name,
-                          lambda: session.xdotool("search", "--onlyvisible", "--class", spec["class"]).split(),
+                          lambda: session.xdotool("search", "--onlyvisible", "--class", setup["class"]).split(),
                           timeout=40)[0]
         time.sleep(2.0)
         driver.prepare(window)
@@ -493,7 +493,7 @@ def run(name):
         # On the selected files: copy them into the destination.
         driver.open_selection_menu()
         if isinstance(driver, KeyDriver):
-            driver.pick(spec["selection keys"])
+            driver.pick(setup["selection keys"])
         else:
             driver.pick(["Kestro", "复制到", DESTINATION_NAME])
         for index, file_name in enumerate(NAMES):
@@ -510,19 +510,19 @@ def run(name):
         time.sleep(0.5)
         driver.open_background_menu()
         if isinstance(driver, KeyDriver):
-            driver.pick(spec["background keys"])
+            driver.pick(setup["background keys"])
         else:
             driver.pick(["Kestro", "新建", "新建文本文件"])
         untitled = os.path.join(session.folder, "Untitled.txt")
         wait_for("Untitled.txt in the folder", lambda: os.path.exists(untitled), timeout=15)
-        if spec["extension"]:
+        if setup["extension"]:
             # The extension hands over the folder as the target, with nothing selected.
             session.expect_logged("action=createTextFile selected=[] target=%s destination=" % session.folder)
         else:
             session.expect_logged('action=createTextFile selected=["%s"] target=none' % session.folder)
         log("%s: background → Kestro › 新建 › 新建文本文件 made Untitled.txt" % name)
         expected = NAMES + ["Untitled.txt"]
-        if spec["extension"]:
+        if setup["extension"]:
             check_extension_reloads(session, driver, file_manager)
             expected.append("Untitled 2.txt")
         if sorted(os.listdir(session.folder)) != sorted(expected):

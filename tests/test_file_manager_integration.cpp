@@ -208,8 +208,8 @@ private slots:
     }
 
     void desktopEntryCommandsReachTheHandoffExactly() {
-        // GIO parses Exec as the Desktop Entry Specification says, as Dolphin and PCManFM-Qt do; the hand-off
-        // here is a recorder in a folder whose name needs quoting itself.
+        // GIO parses Exec by freedesktop.org's desktop-entry rules, as Dolphin and PCManFM-Qt do; the
+        // hand-off here is a recorder in a folder whose name needs quoting itself.
         TestEnvironment environment;
         // Plain local files: no GIO daemon is started on the test's session bus.
         qputenv("GIO_USE_VFS", "local");
