@@ -11,6 +11,7 @@
 #include "catalogue/AppVersion.h"
 #include "intake/FinderSelectionModel.h"
 #include "intake/KestroQueuedActionRunner.h"
+#include "integration/FileManagerIntegration.h"
 #include "platform/DiagnosticLog.h"
 #include "platform/KestroError.h"
 #include "platform/Platform.h"
@@ -29,7 +30,16 @@
 namespace {
 
 struct Options {
-    enum class Mode { host, perform, drain, help, version, invalid } mode = Mode::host;
+    enum class Mode {
+        host,
+        perform,
+        drain,
+        installIntegration,
+        uninstallIntegration,
+        help,
+        version,
+        invalid
+    } mode = Mode::host;
     QString url;
     // The URL came through the kestro: scheme handler, that is from another program (a browser).
     bool fromLink = false;
@@ -51,13 +61,19 @@ Options parse(int argc, char* argv[]) {
                                    QStringLiteral("Run one pass of the action queue and exit."));
     const QCommandLineOption loginItem(QStringLiteral("login-item"),
                                        QStringLiteral("Start hidden, as at login."));
+    const QCommandLineOption installIntegration(
+        QStringLiteral("install-integration"),
+        QStringLiteral("Put Kestro's menu into the installed file managers."));
+    const QCommandLineOption uninstallIntegration(
+        QStringLiteral("uninstall-integration"),
+        QStringLiteral("Remove exactly Kestro's files and entries from the file managers."));
     const QCommandLineOption openLink(
         QStringLiteral("open-link"),
         QStringLiteral("The URL is a link another program opened (the kestro: scheme handler): ask before "
                        "acting on it."));
     const QCommandLineOption help = parser.addHelpOption();
     const QCommandLineOption version = parser.addVersionOption();
-    parser.addOptions({perform, drain, loginItem, openLink});
+    parser.addOptions({perform, drain, loginItem, openLink, installIntegration, uninstallIntegration});
     parser.addPositionalArgument(QStringLiteral("url"),
                                  QStringLiteral("A kestro: URL for the running host."));
 
@@ -79,6 +95,10 @@ Options parse(int argc, char* argv[]) {
         options.url = parser.value(perform);
     } else if (parser.isSet(drain))
         options.mode = Options::Mode::drain;
+    else if (parser.isSet(installIntegration))
+        options.mode = Options::Mode::installIntegration;
+    else if (parser.isSet(uninstallIntegration))
+        options.mode = Options::Mode::uninstallIntegration;
     else if (!parser.positionalArguments().isEmpty())
         options.url = parser.positionalArguments().constFirst();
     if (options.fromLink && (options.mode != Options::Mode::host || options.url.isEmpty())) {
@@ -134,10 +154,31 @@ int runPerform(int argc, char* argv[], const QString& text) {
     return 1;
 }
 
+// Writes or removes Kestro's menu in the file managers and says, per file manager, what it did.
+int runIntegration(bool install) {
+    if (install)
+        FileManagerIntegration::install();
+    else
+        FileManagerIntegration::uninstall();
+    for (const FileManagerIntegration::Status& status : FileManagerIntegration::status()) {
+        QString state;
+        if (!status.installed)
+            state = QCoreApplication::translate("KestroCommandLine", "未安装");
+        else if (status.integrated)
+            state = QCoreApplication::translate("KestroCommandLine", "已加入 Kestro 菜单");
+        else
+            state = QCoreApplication::translate("KestroCommandLine", "没有 Kestro 菜单");
+        print(stdout, status.name + QStringLiteral("：") + state + QLatin1Char('\n'));
+    }
+    return 0;
+}
+
 QStringList messageFor(const Options& options) {
-    if (options.url.isEmpty())
-        return {QStringLiteral("show")};
-    return {options.fromLink ? QStringLiteral("open-link") : QStringLiteral("open-url"), options.url};
+    if (!options.url.isEmpty())
+        return {options.fromLink ? QStringLiteral("open-link") : QStringLiteral("open-url"), options.url};
+    // A hidden start (at login, or by the file managers' hand-off) while a host runs must not bring up the
+    // window: it only asks for a queue pass.
+    return {options.loginItem ? QStringLiteral("drain") : QStringLiteral("show")};
 }
 
 bool forwardToRunningHost(int argc, char* argv[], const QStringList& message) {
@@ -225,6 +266,11 @@ int KestroCommandLine::run(int argc, char* argv[]) {
     case Options::Mode::drain: {
         QCoreApplication application(argc, argv);
         return KestroQueuedActionRunner::drainOnce();
+    }
+    case Options::Mode::installIntegration:
+    case Options::Mode::uninstallIntegration: {
+        QCoreApplication application(argc, argv);
+        return runIntegration(options.mode == Options::Mode::installIntegration);
     }
     case Options::Mode::host:
         break;

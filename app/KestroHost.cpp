@@ -4,8 +4,10 @@
 #include "app/MenuBarController.h"
 #include "catalogue/AppPreferencesStore.h"
 #include "catalogue/FeatureSettingsStore.h"
+#include "catalogue/KestroSettingsChangeNotifier.h"
 #include "intake/FinderSelectionModel.h"
 #include "intake/KestroQueuedActionRunner.h"
+#include "integration/FileManagerIntegration.h"
 #include "platform/DiagnosticLog.h"
 #include "settings-ui/SettingsContentView.h"
 #include "stores/CustomDestinationStore.h"
@@ -33,6 +35,9 @@ KestroHost::KestroHost(bool launchedAtLogin, QObject* parent)
     m_selectionModel->setRunner(
         [this](std::function<void()> work) { m_requestThreads.start(std::move(work)); });
     m_selectionModel->setSettingsSource([this] { return m_featureSettings->settings(); });
+    // The file managers' menus follow every settings announcement, and start from the saved settings.
+    KestroSettingsChangeNotifier::setObserver([](const QString&) { FileManagerIntegration::refresh(); });
+    FileManagerIntegration::refresh();
     m_queueRunner = new KestroQueuedActionRunner(this);
     connect(
         m_queueRunner, &KestroQueuedActionRunner::passFinished, this,
@@ -50,6 +55,7 @@ KestroHost::KestroHost(bool launchedAtLogin, QObject* parent)
 }
 
 KestroHost::~KestroHost() {
+    KestroSettingsChangeNotifier::setObserver({});
     shutDown();
     // The window holds views of the stores; it goes before them.
     delete mainWindow();
@@ -133,6 +139,8 @@ void KestroHost::handleMessage(const QStringList& message) {
         openURL(message.at(1), RequestOrigin::link);
     else if (command == QLatin1String("show"))
         emit showRequested();
+    else if (command == QLatin1String("drain"))
+        m_queueRunner->drain();
 }
 
 void KestroHost::noteReady() {

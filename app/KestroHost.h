@@ -34,7 +34,8 @@ public:
 
     void openURL(const QString& url, RequestOrigin origin = RequestOrigin::user);
     // A message from a later launch: ["open-url", url] (the user's command line), ["open-link", url] (a
-    // link another program opened) or ["show"].
+    // link another program opened) or ["show"]; or ["drain"] from the file managers' hand-off after it
+    // queued a request.
     void handleMessage(const QStringList& message);
     // The user started Kestro again while it runs: show the window.
     void reopen();

@@ -30,15 +30,24 @@ FeatureSettingsStore::FeatureSettingsStore(QObject* parent)
 }
 
 QList<KestroFeature> FeatureSettingsStore::orderedFeatures() const {
+    return orderedFeatures(m_settings);
+}
+
+QList<KestroFeatureChild> FeatureSettingsStore::orderedChildren(KestroFeature feature) const {
+    return orderedChildren(m_settings, feature);
+}
+
+QList<KestroFeature> FeatureSettingsStore::orderedFeatures(const FeatureSettings& settings) {
     QList<KestroFeature> features;
-    for (const QString& id : m_settings.featureOrder) {
+    for (const QString& id : settings.featureOrder) {
         if (const std::optional<KestroFeature> feature = KestroFeature::fromRawValue(id))
             features.append(*feature);
     }
     return features;
 }
 
-QList<KestroFeatureChild> FeatureSettingsStore::orderedChildren(KestroFeature feature) const {
+QList<KestroFeatureChild> FeatureSettingsStore::orderedChildren(const FeatureSettings& settings,
+                                                                KestroFeature feature) {
     QHash<QString, KestroFeatureChild> byID;
     for (const KestroFeatureChild& child : feature.children()) {
         if (!byID.contains(child.actionID))
@@ -46,7 +55,7 @@ QList<KestroFeatureChild> FeatureSettingsStore::orderedChildren(KestroFeature fe
     }
     QList<KestroFeatureChild> children;
     for (const QString& id :
-         FeatureSettingsNormalization::normalizedChildOrder(storedOrder(m_settings, feature), feature)) {
+         FeatureSettingsNormalization::normalizedChildOrder(storedOrder(settings, feature), feature)) {
         const auto child = byID.constFind(id);
         if (child != byID.cend())
             children.append(child.value());

@@ -19,6 +19,9 @@ public:
     QList<KestroFeature> orderedFeatures() const;
     // The feature's children in the user's order.
     QList<KestroFeatureChild> orderedChildren(KestroFeature feature) const;
+    // The same for a record outside any store (the file-manager menu is built from saved settings).
+    static QList<KestroFeature> orderedFeatures(const FeatureSettings& settings);
+    static QList<KestroFeatureChild> orderedChildren(const FeatureSettings& settings, KestroFeature feature);
 
     bool isEnabled(KestroFeature feature) const;
     bool isEnabled(const KestroFeatureChild& child) const;

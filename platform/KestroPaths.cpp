@@ -30,6 +30,14 @@ QString KestroPaths::homeDirectory() {
     return QDir::homePath();
 }
 
+QString KestroPaths::configHome() {
+    return xdgDirectory("XDG_CONFIG_HOME", QStringLiteral(".config"));
+}
+
+QString KestroPaths::dataHome() {
+    return xdgDirectory("XDG_DATA_HOME", QStringLiteral(".local/share"));
+}
+
 QString KestroPaths::applicationSupportDirectory() {
     return xdgDirectory("XDG_CONFIG_HOME", QStringLiteral(".config")) + QStringLiteral("/kestro");
 }

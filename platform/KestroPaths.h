@@ -7,6 +7,9 @@
 class KestroPaths {
 public:
     static QString homeDirectory();
+    // XDG_CONFIG_HOME and XDG_DATA_HOME (absolute values only), else their defaults under the home folder.
+    static QString configHome();
+    static QString dataHome();
     // Where the host keeps its property lists (the copy it reads back).
     static QString applicationSupportDirectory();
     // The second copy of the lists, read by the file-manager integration.

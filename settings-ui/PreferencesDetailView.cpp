@@ -4,6 +4,7 @@
 #include "catalogue/FeatureSettingsStore.h"
 #include "settings-ui/DetailHeader.h"
 #include "settings-ui/DetailPage.h"
+#include "settings-ui/FileManagerIntegrationSection.h"
 #include "settings-ui/SettingsSection.h"
 #include "settings-ui/SettingsToggleRow.h"
 
@@ -51,6 +52,8 @@ PreferencesDetailView::PreferencesDetailView(const SettingsStores& stores, QWidg
     menu->addRow(m_grouping);
     menu->addRow(m_collapsed);
     layout->addWidget(menu);
+    m_fileManagers = new FileManagerIntegrationSection;
+    layout->addWidget(m_fileManagers);
     DetailPage::finish(this, layout);
 
     AppPreferencesStore& preferences = stores.appPreferences;

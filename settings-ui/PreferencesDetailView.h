@@ -4,6 +4,7 @@
 
 #include <QScrollArea>
 
+class FileManagerIntegrationSection;
 class SettingsToggleRow;
 
 // The preferences page: what Kestro does in the file manager after an action, starting at login, and how
@@ -19,6 +20,7 @@ public:
     SettingsToggleRow* failureNotificationsRow() const { return m_notifyFailures; }
     SettingsToggleRow* groupingRow() const { return m_grouping; }
     SettingsToggleRow* collapsedLayoutRow() const { return m_collapsed; }
+    FileManagerIntegrationSection* fileManagersSection() const { return m_fileManagers; }
 
     static QString launchAtLoginExplanation();
 
@@ -29,4 +31,5 @@ private:
     SettingsToggleRow* m_launchAtLogin;
     SettingsToggleRow* m_grouping;
     SettingsToggleRow* m_collapsed;
+    FileManagerIntegrationSection* m_fileManagers;
 };

@@ -1,0 +1,133 @@
+// A file manager's click on Kestro › 新建 › 新建文本文件, as the file manager runs it: kestro-handoff started
+// as a process of its own, with the host running, until "Untitled.txt" exists in the folder; against a
+// `touch` process making a file there, in the same run. Both are timed from the spawn to the file's
+// appearance, as seen by inotify.
+#include <QCoreApplication>
+#include <QDir>
+#include <QFile>
+#include <QProcess>
+#include <QTemporaryDir>
+
+#include <algorithm>
+#include <chrono>
+#include <cstdio>
+#include <spawn.h>
+#include <sys/inotify.h>
+#include <sys/wait.h>
+#include <unistd.h>
+#include <vector>
+
+extern char** environ;
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+// Microseconds from the spawn of the program until a file of that name appears in folder.
+double timeUntilCreated(const std::vector<std::string>& command, const QString& folder, const QString& name) {
+    const int watch = inotify_init1(IN_CLOEXEC);
+    inotify_add_watch(watch, QFile::encodeName(folder).constData(), IN_CREATE | IN_MOVED_TO);
+    std::vector<char*> arguments;
+    for (const std::string& argument : command)
+        arguments.push_back(const_cast<char*>(argument.c_str()));
+    arguments.push_back(nullptr);
+    const Clock::time_point start = Clock::now();
+    pid_t child = 0;
+    posix_spawn(&child, arguments[0], nullptr, nullptr, arguments.data(), environ);
+    const QByteArray wanted = QFile::encodeName(name);
+    char buffer[4096];
+    Clock::time_point seen = start;
+    for (bool found = false; !found;) {
+        const ssize_t length = read(watch, buffer, sizeof buffer);
+        if (length <= 0)
+            break;
+        for (ssize_t offset = 0; offset < length;) {
+            const auto* event = reinterpret_cast<const inotify_event*>(buffer + offset);
+            if (event->len > 0 && wanted == event->name) {
+                seen = Clock::now();
+                found = true;
+            }
+            offset += ssize_t(sizeof(inotify_event) + event->len);
+        }
+    }
+    int status = 0;
+    waitpid(child, &status, 0);
+    close(watch);
+    return std::chrono::duration<double, std::micro>(seen - start).count();
+}
+
+double median(std::vector<double> samples) {
+    std::nth_element(samples.begin(), samples.begin() + samples.size() / 2, samples.end());
+    return samples[samples.size() / 2];
+}
+
+} // namespace
+
+int main(int argc, char* argv[]) {
+    QCoreApplication application(argc, argv);
+    const QString build = QCoreApplication::applicationDirPath() + QStringLiteral("/..");
+    const QString kestro = QDir::cleanPath(build + QStringLiteral("/kestro"));
+    const QString handoff = QDir::cleanPath(build + QStringLiteral("/kestro-handoff"));
+    QTemporaryDir root;
+    // The host and the hand-off see only this private home and temporary root.
+    for (const auto& [name, value] : {std::pair{"HOME", QStringLiteral("/home")},
+                                      {"XDG_CONFIG_HOME", QStringLiteral("/home/.config")},
+                                      {"XDG_DATA_HOME", QStringLiteral("/home/.local/share")},
+                                      {"KESTRO_TMPDIR", QStringLiteral("/tmp")},
+                                      {"XDG_RUNTIME_DIR", QStringLiteral("/runtime")}}) {
+        QDir().mkpath(root.path() + value);
+        qputenv(name, (root.path() + value).toUtf8());
+    }
+    qputenv("QT_QPA_PLATFORM", "offscreen");
+    qunsetenv("DISPLAY");
+    qunsetenv("WAYLAND_DISPLAY");
+    QDir().mkpath(root.path() + QStringLiteral("/home/.config/kestro"));
+    QFile preferences(root.path() + QStringLiteral("/home/.config/kestro/AppPreferences.plist"));
+    preferences.open(QIODevice::WriteOnly);
+    preferences.write(
+        "<?xml version=\"1.0\" encoding=\"UTF-8\"?><plist version=\"1.0\"><dict>"
+        "<key>revealActionResults</key><false/><key>revealCreatedItems</key><false/></dict></plist>");
+    preferences.close();
+
+    QProcess host;
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    environment.insert(QStringLiteral("KESTRO_REPORT_READY"), QStringLiteral("1"));
+    host.setProcessEnvironment(environment);
+    host.setReadChannel(QProcess::StandardError);
+    host.start(kestro, {QStringLiteral("--login-item")});
+    bool ready = false;
+    QByteArray said;
+    while (!ready && host.waitForReadyRead(30000)) {
+        said += host.readAll();
+        ready = said.contains("kestro: ready");
+    }
+    if (!ready) {
+        std::fprintf(stderr, "the Kestro host did not get ready\n");
+        return 1;
+    }
+
+    const int runs = 100;
+    std::vector<double> clicks, touches;
+    for (int run = 0; run < runs; ++run) {
+        // Alternated, so that load from elsewhere on the machine falls on both alike.
+        const QString clickFolder = root.path() + QStringLiteral("/click/%1").arg(run);
+        const QString touchFolder = root.path() + QStringLiteral("/touch/%1").arg(run);
+        QDir().mkpath(clickFolder);
+        QDir().mkpath(touchFolder);
+        clicks.push_back(timeUntilCreated(
+            {handoff.toStdString(), "--folder", "createTextFile", "--", clickFolder.toStdString()},
+            clickFolder, QStringLiteral("Untitled.txt")));
+        touches.push_back(timeUntilCreated(
+            {"/usr/bin/touch", (touchFolder + QStringLiteral("/Untitled.txt")).toStdString()}, touchFolder,
+            QStringLiteral("Untitled.txt")));
+    }
+    host.terminate();
+    host.waitForFinished(10000);
+
+    const double click = median(clicks);
+    const double touch = median(touches);
+    std::printf("%-44s %10.1f us   %-28s %10.1f us   ratio %6.2f\n",
+                "file-manager click -> file exists, median", click, "touch process -> file exists", touch,
+                click / touch);
+    return 0;
+}

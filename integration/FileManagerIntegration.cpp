@@ -1,0 +1,299 @@
+#include "integration/FileManagerIntegration.h"
+
+#include "integration/FileManagerMenuFiles.h"
+#include "integration/KestroMenuModel.h"
+#include "integration/ThunarActions.h"
+#include "platform/DiagnosticLog.h"
+#include "platform/KestroPaths.h"
+
+#include <QCoreApplication>
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+#include <QSaveFile>
+#include <QStandardPaths>
+
+namespace {
+
+using FileManager = FileManagerIntegration::FileManager;
+
+const QFileDevice::Permissions privateFile = QFileDevice::ReadOwner | QFileDevice::WriteOwner;
+const QFileDevice::Permissions privateExecutable = privateFile | QFileDevice::ExeOwner;
+
+QString switchedOffMarker() {
+    return KestroPaths::applicationSupportDirectory() + QStringLiteral("/FileManagerIntegration.off");
+}
+
+// Whole or not at all. Folders Kestro creates for itself are private. A file that already holds these
+// bytes is left as it is: a settings change then costs a write only where the menu changed.
+bool writeFile(const QString& path, const QByteArray& bytes, QFileDevice::Permissions permissions) {
+    QFile existing(path);
+    if (existing.open(QIODevice::ReadOnly) && existing.size() == bytes.size() &&
+        existing.readAll() == bytes &&
+        (existing.permissions() & ~(QFileDevice::ReadUser | QFileDevice::WriteUser | QFileDevice::ExeUser)) ==
+            permissions)
+        return true;
+    existing.close();
+    QDir().mkpath(QFileInfo(path).absolutePath());
+    QSaveFile file(path);
+    if (!file.open(QIODevice::WriteOnly) || file.write(bytes) != bytes.size() ||
+        !file.setPermissions(permissions) || !file.commit()) {
+        DiagnosticLog::append(
+            QStringLiteral("file manager integration: cannot write %1: %2").arg(path, file.errorString()));
+        return false;
+    }
+    return true;
+}
+
+bool isGenerated(const QString& path) {
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) &&
+           file.read(64 * 1024).contains(FileManagerMenuFiles::generatedMarker());
+}
+
+// Kestro's desktop entries in a folder: named kestro-*.desktop and marked as generated.
+QStringList generatedFiles(const QString& folder) {
+    QStringList files;
+    for (const QString& name :
+         QDir(folder).entryList({QStringLiteral("kestro-*.desktop")}, QDir::Files | QDir::Hidden)) {
+        if (isGenerated(folder + QLatin1Char('/') + name))
+            files.append(folder + QLatin1Char('/') + name);
+    }
+    return files;
+}
+
+// Replaces Kestro's desktop entries in the folder with these; files of the user's stay.
+void writeGeneratedFiles(const QString& folder, const QList<FileManagerMenuFiles::GeneratedFile>& files,
+                         QFileDevice::Permissions permissions) {
+    QStringList stale = generatedFiles(folder);
+    for (const FileManagerMenuFiles::GeneratedFile& file : files) {
+        const QString path = folder + QLatin1Char('/') + file.fileName;
+        stale.removeAll(path);
+        // A file of the user's under our name is left alone.
+        if (QFileInfo::exists(path) && !isGenerated(path)) {
+            DiagnosticLog::append(
+                QStringLiteral("file manager integration: left alone %1: not written by Kestro").arg(path));
+            continue;
+        }
+        writeFile(path, file.bytes, permissions);
+    }
+    for (const QString& path : stale)
+        QFile::remove(path);
+}
+
+void removeGeneratedFiles(const QString& folder) {
+    for (const QString& path : generatedFiles(folder))
+        QFile::remove(path);
+}
+
+std::optional<QByteArray> readThunarActions() {
+    QFile file(FileManagerIntegration::thunarActionsPath());
+    if (!file.exists())
+        return QByteArray();
+    if (!file.open(QIODevice::ReadOnly))
+        return std::nullopt;
+    return file.readAll();
+}
+
+void mergeThunarActions(const QList<KestroMenuItem>& menu) {
+    const QString path = FileManagerIntegration::thunarActionsPath();
+    const std::optional<QByteArray> existing = readThunarActions();
+    QString error;
+    const std::optional<QByteArray> merged =
+        existing ? ThunarActions::merged(*existing, menu, FileManagerIntegration::handoffPath(), error)
+                 : std::nullopt;
+    if (!merged) {
+        DiagnosticLog::append(QStringLiteral("file manager integration: left %1 alone: %2")
+                                  .arg(path, existing ? error : QStringLiteral("cannot read it")));
+        return;
+    }
+    if (merged != existing)
+        writeFile(path, *merged, QFileInfo::exists(path) ? QFileInfo(path).permissions() : privateFile);
+}
+
+void writeFor(FileManager fileManager, const QList<KestroMenuItem>& menu) {
+    const QString handoff = FileManagerIntegration::handoffPath();
+    switch (fileManager) {
+    case FileManager::gnomeFiles:
+    case FileManager::nemo:
+        writeFile(
+            FileManagerIntegration::pythonExtensionPath(fileManager),
+            FileManagerMenuFiles::pythonExtension(handoff, FileManagerIntegration::menuDescriptionPath()),
+            privateFile);
+        break;
+    case FileManager::dolphin:
+        // Dolphin runs service menus only when they are executable.
+        writeGeneratedFiles(FileManagerIntegration::dolphinFolder(),
+                            FileManagerMenuFiles::dolphinServiceMenus(menu, handoff), privateExecutable);
+        break;
+    case FileManager::pcmanfmQt:
+        writeGeneratedFiles(FileManagerIntegration::pcmanfmFolder(),
+                            FileManagerMenuFiles::pcmanfmActions(menu, handoff), privateFile);
+        break;
+    case FileManager::thunar:
+        mergeThunarActions(menu);
+        break;
+    }
+}
+
+void removeFor(FileManager fileManager) {
+    switch (fileManager) {
+    case FileManager::gnomeFiles:
+    case FileManager::nemo: {
+        const QString path = FileManagerIntegration::pythonExtensionPath(fileManager);
+        QFile::remove(path);
+        // Python's compiled copy of the module, if the file manager made one.
+        QDir(QFileInfo(path).absolutePath() + QStringLiteral("/__pycache__")).removeRecursively();
+        break;
+    }
+    case FileManager::dolphin:
+        removeGeneratedFiles(FileManagerIntegration::dolphinFolder());
+        break;
+    case FileManager::pcmanfmQt:
+        removeGeneratedFiles(FileManagerIntegration::pcmanfmFolder());
+        break;
+    case FileManager::thunar: {
+        const std::optional<QByteArray> existing = readThunarActions();
+        if (!existing || existing->isEmpty() || !ThunarActions::containsKestroActions(*existing))
+            return;
+        QString error;
+        const std::optional<QByteArray> without =
+            ThunarActions::merged(*existing, {}, FileManagerIntegration::handoffPath(), error);
+        if (!without)
+            return;
+        // A file Kestro made and nothing else was ever added to goes altogether.
+        if (*without == ThunarActions::merged({}, {}, {}, error))
+            QFile::remove(FileManagerIntegration::thunarActionsPath());
+        else
+            writeFile(FileManagerIntegration::thunarActionsPath(), *without,
+                      QFileInfo(FileManagerIntegration::thunarActionsPath()).permissions());
+        break;
+    }
+    }
+}
+
+} // namespace
+
+QList<FileManager> FileManagerIntegration::all() {
+    return {FileManager::gnomeFiles, FileManager::nemo, FileManager::dolphin, FileManager::thunar,
+            FileManager::pcmanfmQt};
+}
+
+QString FileManagerIntegration::displayName(FileManager fileManager) {
+    switch (fileManager) {
+    case FileManager::gnomeFiles:
+        return QCoreApplication::translate("FileManagerIntegration", "GNOME 文件");
+    case FileManager::nemo:
+        return QStringLiteral("Nemo");
+    case FileManager::dolphin:
+        return QStringLiteral("Dolphin");
+    case FileManager::thunar:
+        return QStringLiteral("Thunar");
+    case FileManager::pcmanfmQt:
+        return QStringLiteral("PCManFM-Qt");
+    }
+    return {};
+}
+
+bool FileManagerIntegration::isInstalled(FileManager fileManager) {
+    const auto found = [](const char* program) {
+        return !QStandardPaths::findExecutable(QString::fromLatin1(program)).isEmpty();
+    };
+    switch (fileManager) {
+    case FileManager::gnomeFiles:
+        return found("nautilus");
+    case FileManager::nemo:
+        return found("nemo");
+    case FileManager::dolphin:
+        return found("dolphin");
+    case FileManager::thunar:
+        return found("thunar");
+    case FileManager::pcmanfmQt:
+        return found("pcmanfm-qt");
+    }
+    return false;
+}
+
+bool FileManagerIntegration::isIntegrated(FileManager fileManager) {
+    switch (fileManager) {
+    case FileManager::gnomeFiles:
+    case FileManager::nemo:
+        return QFileInfo::exists(pythonExtensionPath(fileManager));
+    case FileManager::dolphin:
+        return !generatedFiles(dolphinFolder()).isEmpty();
+    case FileManager::pcmanfmQt:
+        return !generatedFiles(pcmanfmFolder()).isEmpty();
+    case FileManager::thunar: {
+        const std::optional<QByteArray> existing = readThunarActions();
+        return existing && ThunarActions::containsKestroActions(*existing);
+    }
+    }
+    return false;
+}
+
+QList<FileManagerIntegration::Status> FileManagerIntegration::status() {
+    QList<Status> result;
+    for (FileManager fileManager : all())
+        result.append(
+            {fileManager, displayName(fileManager), isInstalled(fileManager), isIntegrated(fileManager)});
+    return result;
+}
+
+void FileManagerIntegration::refresh() {
+    if (isSwitchedOff())
+        return;
+    const QList<KestroMenuItem> menu = KestroMenuModel::build(KestroMenuInput::saved());
+    // The folder holds the requests of the user's own clicks: nobody else may write there.
+    QDir().mkpath(KestroPaths::extensionDirectory());
+    QFile::setPermissions(KestroPaths::extensionDirectory(), privateExecutable);
+    writeFile(menuDescriptionPath(), KestroMenuModel::toJson(menu), privateFile);
+    for (FileManager fileManager : all()) {
+        if (isInstalled(fileManager))
+            writeFor(fileManager, menu);
+    }
+}
+
+void FileManagerIntegration::install() {
+    QFile::remove(switchedOffMarker());
+    refresh();
+}
+
+void FileManagerIntegration::uninstall() {
+    writeFile(switchedOffMarker(), QByteArray(), privateFile);
+    for (FileManager fileManager : all())
+        removeFor(fileManager);
+    QFile::remove(menuDescriptionPath());
+}
+
+bool FileManagerIntegration::isSwitchedOff() {
+    return QFileInfo::exists(switchedOffMarker());
+}
+
+QString FileManagerIntegration::handoffPath() {
+    const QString configured = qEnvironmentVariable("KESTRO_HANDOFF");
+    if (!configured.isEmpty())
+        return configured;
+    return QCoreApplication::applicationDirPath() + QStringLiteral("/kestro-handoff");
+}
+
+QString FileManagerIntegration::menuDescriptionPath() {
+    return KestroPaths::extensionDirectory() + QStringLiteral("/FileManagerMenu.json");
+}
+
+QString FileManagerIntegration::pythonExtensionPath(FileManager fileManager) {
+    const QString folder = fileManager == FileManager::nemo ? QStringLiteral("/nemo-python/extensions")
+                                                            : QStringLiteral("/nautilus-python/extensions");
+    return KestroPaths::dataHome() + folder + QStringLiteral("/kestro_menu.py");
+}
+
+QString FileManagerIntegration::dolphinFolder() {
+    return KestroPaths::dataHome() + QStringLiteral("/kio/servicemenus");
+}
+
+QString FileManagerIntegration::pcmanfmFolder() {
+    return KestroPaths::dataHome() + QStringLiteral("/file-manager/actions");
+}
+
+QString FileManagerIntegration::thunarActionsPath() {
+    return KestroPaths::configHome() + QStringLiteral("/Thunar/uca.xml");
+}

@@ -1,0 +1,43 @@
+#pragma once
+
+#include <QList>
+#include <QString>
+
+// Kestro's menu in the file managers installed here. The host calls refresh() at start-up and after every
+// settings announcement; it writes the menu description (always: the hand-off reads it) and, for each
+// installed file manager, that file manager's files, each atomically. uninstall() removes exactly Kestro's
+// files and entries and keeps them away until install().
+class FileManagerIntegration {
+public:
+    enum class FileManager { gnomeFiles, nemo, dolphin, thunar, pcmanfmQt };
+
+    struct Status {
+        FileManager fileManager;
+        QString name;
+        bool installed = false;
+        bool integrated = false;
+    };
+
+    static QList<FileManager> all();
+    static QString displayName(FileManager fileManager);
+    static bool isInstalled(FileManager fileManager);
+    // Whether Kestro's files or entries are in place for it.
+    static bool isIntegrated(FileManager fileManager);
+    static QList<Status> status();
+
+    // Rewrites everything from the saved settings, unless the user removed the integration.
+    static void refresh();
+    static void install();
+    static void uninstall();
+    // True after uninstall() until install().
+    static bool isSwitchedOff();
+
+    // The hand-off the menus run: KESTRO_HANDOFF when set, else kestro-handoff beside this program.
+    static QString handoffPath();
+    static QString menuDescriptionPath();
+    // Where each file manager reads Kestro's files.
+    static QString pythonExtensionPath(FileManager fileManager);
+    static QString dolphinFolder();
+    static QString pcmanfmFolder();
+    static QString thunarActionsPath();
+};

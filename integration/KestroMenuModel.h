@@ -1,0 +1,42 @@
+#pragma once
+
+#include "catalogue/FeatureSettings.h"
+#include "integration/KestroMenuItem.h"
+#include "stores/CustomDestination.h"
+#include "stores/CustomShortcutAction.h"
+#include "stores/FinderViewPreset.h"
+
+#include <QByteArray>
+
+// What the menu is made of: the feature settings and the user's three lists.
+struct KestroMenuInput {
+    FeatureSettings settings;
+    CustomDestinationsByKind destinations;
+    QList<CustomShortcutAction> customActions;
+    QList<FinderViewPreset> viewPresets;
+
+    // The host's saved copies as they are on disk now (defaults where a file is missing or unreadable).
+    static KestroMenuInput saved();
+};
+
+// The one Kestro menu every file manager shows: enabled features in the user's order with their enabled
+// children, the user's destinations, custom actions and view presets as items; one submenu per feature
+// when collapsed, every action directly when expanded; all of it under one "Kestro" entry when grouped.
+// Each action says where it applies, so that file managers only render and never decide.
+class KestroMenuModel {
+public:
+    enum class Context { selection, background };
+
+    static QList<KestroMenuItem> build(const KestroMenuInput& input);
+
+    // The menu as shown in one place: on the selected names (file names or paths), or on the background.
+    // Submenus left empty go.
+    static QList<KestroMenuItem> shownOn(const QList<KestroMenuItem>& menu, Context context,
+                                         const QStringList& selectedNames = {});
+
+    // Every action of the menu, depth first.
+    static QList<KestroMenuItem> actions(const QList<KestroMenuItem>& menu);
+
+    // The menu description the file-manager extension reads (UTF-8 JSON).
+    static QByteArray toJson(const QList<KestroMenuItem>& menu);
+};

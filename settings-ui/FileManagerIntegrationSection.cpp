@@ -1,0 +1,47 @@
+#include "settings-ui/FileManagerIntegrationSection.h"
+
+#include "integration/FileManagerIntegration.h"
+
+#include <QHBoxLayout>
+#include <QLabel>
+#include <QPushButton>
+
+FileManagerIntegrationSection::FileManagerIntegrationSection(QWidget* parent)
+    : SettingsSection(tr("文件管理器"), parent)
+    , m_reintegrate(new QPushButton(tr("重新集成"))) {
+    setObjectName(QStringLiteral("fileManagers"));
+    m_reintegrate->setObjectName(QStringLiteral("reintegrate"));
+    addHeaderWidget(m_reintegrate);
+    for (FileManagerIntegration::FileManager fileManager : FileManagerIntegration::all()) {
+        auto* row = new QWidget;
+        auto* layout = new QHBoxLayout(row);
+        layout->setContentsMargins(12, 6, 12, 6);
+        layout->addWidget(new QLabel(FileManagerIntegration::displayName(fileManager)), 1);
+        auto* state = new QLabel;
+        layout->addWidget(state);
+        m_states.append(state);
+        addRow(row);
+    }
+    connect(m_reintegrate, &QPushButton::clicked, this, [this] {
+        FileManagerIntegration::install();
+        refresh();
+    });
+    refresh();
+}
+
+void FileManagerIntegrationSection::refresh() {
+    const QList<FileManagerIntegration::Status> states = FileManagerIntegration::status();
+    for (qsizetype index = 0; index < states.size() && index < m_states.size(); ++index) {
+        const FileManagerIntegration::Status& status = states.at(index);
+        m_states.at(index)->setText(!status.installed   ? tr("未安装")
+                                    : status.integrated ? tr("已集成")
+                                                        : tr("已找到，未集成"));
+    }
+}
+
+QStringList FileManagerIntegrationSection::statusTexts() const {
+    QStringList texts;
+    for (const QLabel* state : m_states)
+        texts.append(state->text());
+    return texts;
+}

@@ -1,0 +1,555 @@
+#!/usr/bin/python3
+# End to end against a real file manager: Kestro's host runs in a private home on a private X display and
+# session bus; the file manager opens a folder of awkward names; the test right-clicks the selected files
+# and then the folder background, picks Kestro items the way a user would, and checks the files on disk.
+#
+#     file_manager_end_to_end.py thunar|nemo|nautilus|dolphin|pcmanfm-qt
+#
+# Exit status 77 (a skip for ctest) only when the file manager cannot be installed here.
+import os
+import plistlib
+import shutil
+import signal
+import subprocess
+import sys
+import tempfile
+import time
+import uuid
+
+SOURCE = os.environ.get("KESTRO_SOURCE_DIR", os.path.dirname(os.path.dirname(os.path.abspath(__file__))))
+KESTRO = os.environ.get("KESTRO_BINARY", os.path.join(SOURCE, "build", "kestro"))
+SKIP = 77
+
+NAMES = ["with blank.txt", "quote'single\"double.txt", "ünïcødé — 日本.txt"]
+# The destination's name and path have every character a command line could trip on.
+DESTINATION_NAME = "备份 $HOME;&'\""
+DESTINATION_FOLDER = "dest $HOME;&'\" -x 日本"
+
+CREATE_FILE_CHILDREN = [
+    "createTextFile", "createFolder", "createRTFDocument", "createMarkdownFile", "createWordDocument",
+    "createExcelSpreadsheet", "createPowerPointPresentation", "createPDFDocument", "createCSVFile",
+    "createJSONFile", "createXMLFile", "createYAMLFile", "createPNGImage", "createJPEGImage", "createSwiftFile",
+    "createReadmeFile", "createHTMLFile", "createCSSFile", "createJavaScriptFile", "createPythonFile",
+    "createShellFile", "createGitignoreFile"]
+COPY_FILE_CHILDREN = ["copyBesideOriginal", "copyFilesToDesktop", "copyFilesToDownloads", "copyFilesToDocuments"]
+
+FILE_MANAGERS = {
+    # "extension": the menu comes from Kestro's Python module, which tells the background from a selection;
+    # the others hand over the folder itself as the one path.
+    "thunar": {"packages": ["thunar"], "command": ["thunar"], "class": "thunar", "extension": False},
+    "nemo": {"packages": ["nemo", "nemo-python"], "command": ["nemo"], "class": "nemo", "extension": True},
+    "nautilus": {"packages": ["nautilus", "python3-nautilus"], "command": ["nautilus", "--new-window"],
+                 "class": "nautilus", "extension": True},
+    # Qt menus are walked with keys along the layout this test gives Kestro's menu: on files Kestro is the
+    # second-last entry in Dolphin and the third-last in PCManFM-Qt, on the background the second-last in both.
+    # Dolphin nests one level (Kestro › "新建 › 新建文本文件", "复制到 › 备份 …"); PCManFM-Qt nests fully.
+    "dolphin": {"packages": ["dolphin"], "command": ["dolphin", "--new-window"], "class": "dolphin",
+                "extension": False,
+                "selection keys": ["Up", "Up", "Right", "Down", "Return"],
+                "background keys": ["Up", "Up", "Right", "Return"]},
+    "pcmanfm-qt": {"packages": ["pcmanfm-qt"], "command": ["pcmanfm-qt"], "class": "pcmanfm-qt",
+                   "extension": False,
+                   "selection keys": ["Up", "Up", "Up", "Right", "Down", "Right", "Return"],
+                   "background keys": ["Up", "Up", "Right", "Right", "Return"]},
+}
+TOOLS = ["xvfb", "xdotool", "python3-pyatspi", "imagemagick", "x11-utils", "dbus", "at-spi2-core"]
+
+
+class Failure(Exception):
+    pass
+
+
+def log(message):
+    print(message, flush=True)
+
+
+def wait_for(what, predicate, timeout=15.0, interval=0.2):
+    deadline = time.monotonic() + timeout
+    while time.monotonic() < deadline:
+        value = predicate()
+        if value:
+            return value
+        time.sleep(interval)
+    raise Failure("timed out waiting for " + what)
+
+
+class Session:
+    """A private home, display, session bus and Kestro host; everything started here is ended here."""
+
+    def __init__(self, name):
+        self.name = name
+        self.root = tempfile.mkdtemp(prefix="kestro-fm-%s-" % name)
+        self.marker = str(uuid.uuid4())
+        self.processes = []
+        home = os.path.join(self.root, "home")
+        self.env = dict(os.environ)
+        for key in ("DBUS_SESSION_BUS_ADDRESS", "WAYLAND_DISPLAY", "QT_QPA_PLATFORM", "XDG_SESSION_TYPE",
+                    "KESTRO_HANDOFF"):
+            self.env.pop(key, None)
+        self.env.update({
+            "HOME": home,
+            "XDG_CONFIG_HOME": os.path.join(home, ".config"),
+            "XDG_DATA_HOME": os.path.join(home, ".local/share"),
+            "XDG_CACHE_HOME": os.path.join(home, ".cache"),
+            "XDG_RUNTIME_DIR": os.path.join(self.root, "runtime"),
+            "KESTRO_TMPDIR": os.path.join(self.root, "kestro-tmp"),
+            "TMPDIR": os.path.join(self.root, "tmp"),
+            # Every process of this run carries it, so the clean-up finds the ones started on our behalf.
+            "KESTRO_E2E_RUN": self.marker,
+            "GSK_RENDERER": "cairo",
+            "NO_AT_BRIDGE": "0",
+            "GTK_A11Y": "atspi",
+            "LANG": "C.UTF-8",
+        })
+        for key in ("HOME", "XDG_CONFIG_HOME", "XDG_DATA_HOME", "XDG_CACHE_HOME", "KESTRO_TMPDIR", "TMPDIR"):
+            os.makedirs(self.env[key], exist_ok=True)
+        os.makedirs(self.env["XDG_RUNTIME_DIR"], mode=0o700, exist_ok=True)
+        self.folder = os.path.join(self.root, "work folder")
+        self.destination = os.path.join(self.root, DESTINATION_FOLDER)
+        os.makedirs(self.folder)
+        os.makedirs(self.destination)
+        for index, name in enumerate(NAMES):
+            with open(os.path.join(self.folder, name), "w", encoding="utf-8") as file:
+                file.write("content %d of %s\n" % (index, name))
+        self.write_settings()
+
+    def write_settings(self):
+        """A small, known menu: Kestro › 新建 › 新建文本文件 and Kestro › 复制到 › the destination."""
+        config = os.path.join(self.env["XDG_CONFIG_HOME"], "kestro")
+        os.makedirs(config, exist_ok=True)
+        order = ["createFile", "copyFile", "quickOpen", "organizeFile", "batchRename", "archiveTools",
+                 "scheduledDeletion", "imageTools", "pdfTools", "copyPath", "openWith", "viewOptions",
+                 "customActions", "developerTools"]
+        settings = {
+            "enabledFeatureIDs": ["copyFile", "createFile"],
+            "groupsFeaturesUnderKestro": True,
+            "menuLayout": "collapsed",
+            "enabledChildIDs": ["copyBesideOriginal", "createTextFile"],
+            "featureOrder": order,
+            # Both features' children listed in full, so that none counts as new and comes in by default.
+            "childOrderByFeatureID": {"createFile": CREATE_FILE_CHILDREN, "copyFile": COPY_FILE_CHILDREN},
+        }
+        destinations = {
+            "copy": [{"id": "e2e-destination", "name": DESTINATION_NAME, "path": self.destination}],
+            "move": [], "quickOpen": [], "openApplication": [],
+        }
+        quiet = {"revealActionResults": False, "revealCreatedItems": False}
+        for file_name, value in (("FeatureSettings.plist", settings), ("CustomDestinations.plist", destinations),
+                                 ("AppPreferences.plist", quiet)):
+            with open(os.path.join(config, file_name), "wb") as file:
+                plistlib.dump(value, file)
+
+    def start(self, command, **options):
+        process = subprocess.Popen(command, env=self.env, stdin=subprocess.DEVNULL, **options)
+        self.processes.append(process)
+        return process
+
+    def start_display(self):
+        read, write = os.pipe()
+        self.start(["Xvfb", "-displayfd", str(write), "-screen", "0", "1280x800x24", "-nolisten", "tcp"],
+                   pass_fds=(write,), stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
+        os.close(write)
+        with os.fdopen(read) as pipe:
+            number = pipe.readline().strip()
+        if not number:
+            raise Failure("Xvfb did not start")
+        self.env["DISPLAY"] = ":" + number
+
+    def start_bus(self):
+        bus = self.start(["dbus-daemon", "--session", "--nofork", "--print-address=1"],
+                         stdout=subprocess.PIPE, stderr=subprocess.DEVNULL, text=True)
+        self.env["DBUS_SESSION_BUS_ADDRESS"] = bus.stdout.readline().strip()
+        os.environ["DBUS_SESSION_BUS_ADDRESS"] = self.env["DBUS_SESSION_BUS_ADDRESS"]
+        os.environ["DISPLAY"] = self.env["DISPLAY"]
+
+    def start_host(self):
+        env_ready = dict(self.env, KESTRO_REPORT_READY="1")
+        host = subprocess.Popen([KESTRO, "--login-item"], env=env_ready, stdin=subprocess.DEVNULL,
+                                stdout=subprocess.DEVNULL, stderr=subprocess.PIPE, text=True)
+        self.processes.append(host)
+        deadline = time.monotonic() + 30
+        while time.monotonic() < deadline:
+            line = host.stderr.readline()
+            if not line:
+                raise Failure("the Kestro host ended before it was ready")
+            if line.strip() == "kestro: ready":
+                return
+        raise Failure("the Kestro host did not get ready")
+
+    def expect_logged(self, *parts):
+        """A line of Kestro's log holds every part."""
+        path = os.path.join(self.env["KESTRO_TMPDIR"], "kestro-app-action.log")
+        with open(path, encoding="utf-8", errors="replace") as file:
+            if not any(all(part in line for part in parts) for line in file):
+                raise Failure("no log line says all of: %r" % (parts,))
+
+    def xdotool(self, *arguments):
+        return subprocess.run(["xdotool"] + list(arguments), env=self.env, capture_output=True, text=True).stdout
+
+    def screenshot(self, name):
+        path = os.path.join(self.root, name + ".png")
+        subprocess.run(["import", "-window", "root", path], env=self.env, capture_output=True)
+        return path
+
+    def ours(self):
+        """Processes of this run: started here, or by them, or by the private bus on their behalf."""
+        found = []
+        for entry in os.listdir("/proc"):
+            if not entry.isdigit() or int(entry) == os.getpid():
+                continue
+            try:
+                with open("/proc/%s/environ" % entry, "rb") as file:
+                    if ("KESTRO_E2E_RUN=" + self.marker).encode() in file.read().split(b"\0"):
+                        found.append(int(entry))
+            except OSError:
+                pass
+        return found
+
+    def close(self):
+        for process in reversed(self.processes):
+            if process.poll() is None:
+                process.terminate()
+        for process in self.processes:
+            try:
+                process.wait(timeout=5)
+            except subprocess.TimeoutExpired:
+                process.kill()
+                process.wait()
+        for attempt in range(20):
+            left = self.ours()
+            if not left:
+                break
+            for pid in left:
+                try:
+                    os.kill(pid, signal.SIGTERM if attempt < 10 else signal.SIGKILL)
+                except OSError:
+                    pass
+            time.sleep(0.2)
+        if os.environ.get("KESTRO_E2E_KEEP"):
+            log("kept: " + self.root)
+        else:
+            shutil.rmtree(self.root, ignore_errors=True)
+
+
+# --- Accessibility (GTK file managers) ---------------------------------------------------------------------
+
+def accessible_application(names):
+    import pyatspi
+    desktop = pyatspi.Registry.getDesktop(0)
+    for application in desktop:
+        if application is not None and application.name and application.name.lower() in names:
+            return application
+    return None
+
+
+def find_accessible(root, label, roles, showing=True, depth=0):
+    """The first accessible of that label and role below root, depth first; only one on screen if showing."""
+    import pyatspi
+    if root is None or depth > 40:
+        return None
+    try:
+        children = list(root)
+    except Exception:
+        return None
+    for child in children:
+        if child is None:
+            continue
+        try:
+            if child.name == label and child.getRoleName() in roles and \
+                    (not showing or child.getState().contains(pyatspi.STATE_SHOWING)):
+                return child
+        except Exception:
+            continue
+        found = find_accessible(child, label, roles, showing, depth + 1)
+        if found is not None:
+            return found
+    return None
+
+
+def centre(accessible):
+    import pyatspi
+    extents = accessible.queryComponent().getExtents(pyatspi.DESKTOP_COORDS)
+    return extents.x + extents.width // 2, extents.y + extents.height // 2
+
+
+class GtkDriver:
+    """Thunar and Nemo (GTK 3): items found by label in the accessibility tree, clicked at their centre."""
+
+    def __init__(self, session, application, list_view_keys, pane_names):
+        self.session = session
+        self.application = application
+        self.list_view_keys = list_view_keys
+        self.pane_names = pane_names
+
+    def app(self):
+        return wait_for("the accessibility tree of " + self.application[0],
+                        lambda: accessible_application(self.application))
+
+    def find(self, label, roles, timeout=8.0):
+        return wait_for("'%s' on screen" % label, lambda: find_accessible(self.app(), label, roles), timeout)
+
+    def click(self, accessible, button=1):
+        x, y = centre(accessible)
+        self.session.xdotool("mousemove", str(x), str(y))
+        time.sleep(0.2)
+        self.session.xdotool("click", str(button))
+
+    def prepare(self, window):
+        self.session.xdotool("windowfocus", window)
+        self.session.xdotool("key", self.list_view_keys)
+        self.find(NAMES[0], ("table cell",))
+
+    def open_selection_menu(self):
+        self.click(self.find(NAMES[0], ("table cell",)))
+        time.sleep(0.3)
+        self.session.xdotool("key", "ctrl+a")
+        time.sleep(0.3)
+        self.click(self.find(NAMES[1], ("table cell",)), button=3)
+
+    def open_background_menu(self):
+        pane = None
+        for name in self.pane_names:
+            pane = find_accessible(self.app(), name, ("directory pane", "scroll pane", "layered pane"))
+            if pane is not None:
+                break
+        if pane is None:
+            raise Failure("no folder view on screen")
+        import pyatspi
+        extents = pane.queryComponent().getExtents(pyatspi.DESKTOP_COORDS)
+        x, y = extents.x + extents.width - 60, extents.y + extents.height - 60
+        self.session.xdotool("mousemove", str(x), str(y), "click", "1")
+        time.sleep(0.3)
+        self.session.xdotool("click", "3")
+
+    def expect_item(self, label):
+        self.find(label, ("menu",))
+
+    def pick(self, path):
+        for label in path[:-1]:
+            self.click(self.find(label, ("menu",)))
+            time.sleep(0.4)
+        self.click(self.find(path[-1], ("menu item",)))
+
+
+class Gtk4Driver(GtkDriver):
+    """GNOME Files (GTK 4): screen positions and the showing state are not usable, so items are activated
+    through their accessibility action; the popover on screen is the first in the tree."""
+
+    def find_item(self, label, timeout=8.0):
+        return wait_for("'%s' in the menu" % label,
+                        lambda: find_accessible(self.app(), label, ("menu item",), showing=False), timeout)
+
+    def prepare(self, window):
+        self.window = window
+        geometry = self.session.xdotool("getwindowgeometry", "--shell", window)
+        values = dict(line.split("=") for line in geometry.split() if "=" in line)
+        # An empty spot of the folder view, away from the three icons.
+        self.empty = (int(values["X"]) + int(values["WIDTH"]) - 140, int(values["Y"]) + int(values["HEIGHT"]) - 130)
+
+    def open_selection_menu(self):
+        self.session.xdotool("mousemove", str(self.empty[0]), str(self.empty[1]), "click", "1")
+        time.sleep(0.3)
+        self.session.xdotool("key", "ctrl+a")
+        time.sleep(0.5)
+        self.session.xdotool("key", "Menu")
+
+    def open_background_menu(self):
+        self.session.xdotool("mousemove", str(self.empty[0]), str(self.empty[1]), "click", "1")
+        time.sleep(0.3)
+        self.session.xdotool("click", "3")
+
+    def expect_item(self, label):
+        time.sleep(0.8)
+        self.find_item(label)
+
+    def pick(self, path):
+        time.sleep(0.8)
+        for label in path:
+            self.find_item(label).queryAction().doAction(0)
+            time.sleep(0.8)
+
+
+class KeyDriver:
+    """Dolphin and PCManFM-Qt: Qt's popup menus are not in the accessibility tree, so the menu is walked with
+    the keyboard along the layout this test gave it."""
+
+    def __init__(self, session):
+        self.session = session
+
+    def prepare(self, window):
+        self.window = window
+        self.session.xdotool("windowfocus", "--sync", window)
+        time.sleep(0.5)
+
+    def open_selection_menu(self):
+        self.session.xdotool("windowfocus", self.window)
+        self.session.xdotool("key", "ctrl+a")
+        time.sleep(0.5)
+        self.session.xdotool("key", "Menu")
+
+    def open_background_menu(self):
+        self.session.xdotool("windowfocus", self.window)
+        geometry = self.session.xdotool("getwindowgeometry", "--shell", self.window)
+        values = dict(line.split("=") for line in geometry.split() if "=" in line)
+        x = int(values["X"]) + int(values["WIDTH"]) - 80
+        y = int(values["Y"]) + int(values["HEIGHT"]) - 80
+        self.session.xdotool("mousemove", str(x), str(y), "click", "1")
+        time.sleep(0.3)
+        self.session.xdotool("click", "3")
+
+    def pick(self, keys):
+        time.sleep(0.8)
+        for key in keys:
+            self.session.xdotool("key", key)
+            time.sleep(0.25)
+
+
+def data_folder(session, relative):
+    return os.path.join(session.env["XDG_DATA_HOME"], relative)
+
+
+def check_executable(folder):
+    """Dolphin runs a service menu only when it is executable; root would pass without, so check the mode."""
+    files = [f for f in os.listdir(folder) if f.startswith("kestro-") and f.endswith(".desktop")]
+    if not files:
+        raise Failure("Kestro wrote no service menus into " + folder)
+    for file_name in files:
+        if not os.stat(os.path.join(folder, file_name)).st_mode & 0o100:
+            raise Failure(file_name + " is not executable: Dolphin would refuse it for a normal user")
+
+
+def write_private(path, text):
+    temporary = path + ".new"
+    with open(temporary, "w", encoding="utf-8") as file:
+        file.write(text)
+    os.chmod(temporary, 0o600)
+    os.replace(temporary, path)
+
+
+def check_extension_reloads(session, driver, file_manager):
+    """The Python extension re-reads Kestro's menu description when it changes: a malformed one keeps the
+    last good menu and leaves the file manager running; a changed one shows without a restart. (Nemo asks
+    for background items only when a folder view loads, so this uses the menu on the selection.)"""
+    description = os.path.join(session.env["XDG_DATA_HOME"], "kestro", "extension", "FileManagerMenu.json")
+    with open(description, encoding="utf-8") as file:
+        good = file.read()
+    write_private(description, '{"version": 1, "items": [{"title": ')
+    time.sleep(1.5)
+    driver.open_selection_menu()
+    driver.expect_item("Kestro")
+    session.xdotool("key", "Escape")
+    time.sleep(0.5)
+    if file_manager.poll() is not None:
+        raise Failure("the file manager ended on a malformed menu description")
+    with open(os.path.join(session.root, "file-manager.log"), encoding="utf-8", errors="replace") as file:
+        if "kestro: menu description malformed, keeping the last good menu" not in file.read():
+            raise Failure("the extension did not log the malformed menu description")
+    renamed = "新建文本文件 ✎"
+    if '"新建文本文件"' not in good:
+        raise Failure("the menu description has no 新建文本文件 item")
+    write_private(description, good.replace('"新建文本文件"', '"%s"' % renamed))
+    time.sleep(1.5)
+    driver.open_selection_menu()
+    driver.pick(["Kestro", "新建", renamed])
+    wait_for("Untitled 2.txt from the renamed item",
+             lambda: os.path.exists(os.path.join(session.folder, "Untitled 2.txt")))
+    log("%s: a malformed description kept the last good menu; a changed one showed without a restart" %
+        session.name)
+
+
+def run(name):
+    setup = FILE_MANAGERS[name]
+    install = subprocess.run([os.path.join(SOURCE, "scripts", "install-file-managers")] + setup["packages"] + TOOLS,
+                             capture_output=True, text=True)
+    if install.returncode != 0 or not shutil.which(setup["command"][0]):
+        print("SKIP: %s cannot be installed here: %s" % (name, (install.stderr or install.stdout).strip()[-400:]))
+        return SKIP
+
+    session = Session(name)
+    try:
+        session.start_display()
+        session.start_bus()
+        session.start_host()
+        if name == "thunar":
+            driver = GtkDriver(session, ("thunar",), "ctrl+2", ("Details view",))
+        elif name == "nemo":
+            driver = GtkDriver(session, ("nemo",), "ctrl+2", ("Content View",))
+        elif name == "nautilus":
+            driver = Gtk4Driver(session, ("nautilus", "files", "org.gnome.nautilus"), "", ())
+        else:
+            driver = KeyDriver(session)
+        if name == "dolphin":
+            check_executable(data_folder(session, "kio/servicemenus"))
+        # What the file manager says (Kestro's extension logs there) is kept for a failure's report.
+        file_manager_log = open(os.path.join(session.root, "file-manager.log"), "w")
+        file_manager = session.start(setup["command"] + [session.folder], stdout=file_manager_log,
+                                     stderr=subprocess.STDOUT)
+        window = wait_for("the %s window" % name,
+                          lambda: session.xdotool("search", "--onlyvisible", "--class", setup["class"]).split(),
+                          timeout=40)[0]
+        time.sleep(2.0)
+        driver.prepare(window)
+
+        # On the selected files: copy them into the destination.
+        driver.open_selection_menu()
+        if isinstance(driver, KeyDriver):
+            driver.pick(setup["selection keys"])
+        else:
+            driver.pick(["Kestro", "复制到", DESTINATION_NAME])
+        for index, file_name in enumerate(NAMES):
+            copied = os.path.join(session.destination, file_name)
+            wait_for("the copy of %r in the destination" % file_name, lambda: os.path.exists(copied), timeout=15)
+            with open(copied, encoding="utf-8") as file:
+                if file.read() != "content %d of %s\n" % (index, file_name):
+                    raise Failure("the copy of %r differs from the original" % file_name)
+        session.expect_logged("action=copyFilesToFolder selected=[",
+                              *['"%s"' % os.path.join(session.folder, n) for n in NAMES])
+        log("%s: selection → Kestro › 复制到 › destination copied all three files" % name)
+
+        # On the background: a new text file in the folder.
+        time.sleep(0.5)
+        driver.open_background_menu()
+        if isinstance(driver, KeyDriver):
+            driver.pick(setup["background keys"])
+        else:
+            driver.pick(["Kestro", "新建", "新建文本文件"])
+        untitled = os.path.join(session.folder, "Untitled.txt")
+        wait_for("Untitled.txt in the folder", lambda: os.path.exists(untitled), timeout=15)
+        if setup["extension"]:
+            # The extension hands over the folder as the target, with nothing selected.
+            session.expect_logged("action=createTextFile selected=[] target=%s destination=" % session.folder)
+        else:
+            session.expect_logged('action=createTextFile selected=["%s"] target=none' % session.folder)
+        log("%s: background → Kestro › 新建 › 新建文本文件 made Untitled.txt" % name)
+        expected = NAMES + ["Untitled.txt"]
+        if setup["extension"]:
+            check_extension_reloads(session, driver, file_manager)
+            expected.append("Untitled 2.txt")
+        if sorted(os.listdir(session.folder)) != sorted(expected):
+            raise Failure("unexpected files in the folder: %r" % sorted(os.listdir(session.folder)))
+        return 0
+    except Failure as failure:
+        shot = session.screenshot("failure")
+        os.environ["KESTRO_E2E_KEEP"] = "1"
+        print("FAIL: %s: %s (screen: %s)" % (name, failure, shot))
+        for log_path in (os.path.join(session.env["KESTRO_TMPDIR"], "kestro-app-action.log"),
+                         os.path.join(session.root, "file-manager.log")):
+            if os.path.exists(log_path):
+                print("--- " + log_path)
+                print(open(log_path, encoding="utf-8", errors="replace").read()[-3000:])
+        return 1
+    finally:
+        session.close()
+
+
+def end_on_signal(number, frame):
+    # ctest's time limit and Ctrl-C still end everything this run started.
+    raise SystemExit(1)
+
+
+if __name__ == "__main__":
+    signal.signal(signal.SIGTERM, end_on_signal)
+    if len(sys.argv) != 2 or sys.argv[1] not in FILE_MANAGERS:
+        print("usage: file_manager_end_to_end.py " + "|".join(FILE_MANAGERS))
+        sys.exit(2)
+    sys.exit(run(sys.argv[1]))

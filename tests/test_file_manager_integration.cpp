@@ -1,0 +1,553 @@
+// What Kestro gives the file managers and what comes back from a click: Thunar's merged uca.xml, the
+// quoting of every command line, the files written and removed, the real kestro-handoff and the host's
+// rewrite after a settings change.
+#include "app/KestroHost.h"
+#include "app/SingleInstance.h"
+#include "catalogue/FeatureSettingsStore.h"
+#include "intake/KestroQueuedAction.h"
+#include "integration/FileManagerCommands.h"
+#include "integration/FileManagerIntegration.h"
+#include "integration/FileManagerMenuFiles.h"
+#include "integration/KestroMenuModel.h"
+#include "integration/ThunarActions.h"
+#include "platform/KestroPaths.h"
+#include "settings-ui/FileManagerIntegrationSection.h"
+#include "support/KestroProcess.h"
+#include "support/TestEnvironment.h"
+
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QLockFile>
+#include <QProcess>
+#include <QPushButton>
+#include <QSignalSpy>
+#include <QTest>
+
+// GLib names a field "signals", which Qt defines as a word of its own.
+#pragma push_macro("signals")
+#undef signals
+#include <gio/gdesktopappinfo.h>
+#pragma pop_macro("signals")
+#include <signal.h>
+#include <sys/stat.h>
+
+namespace {
+
+// Names a user or an attacker would pick: blanks, both quotes, "$", ";", "&", "%", a newline, a leading
+// dash, non-Latin text.
+const QStringList awkwardNames = {QStringLiteral("with blank.txt"),
+                                  QStringLiteral("quote'single\"double.txt"),
+                                  QStringLiteral("dollar$HOME;semi&amp%F.txt"),
+                                  QStringLiteral("new\nline.txt"),
+                                  QStringLiteral("-rf"),
+                                  QStringLiteral("ünïcødé — 日本.txt")};
+
+const QByteArray userActions =
+    "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n"
+    "<actions>\n"
+    "<!-- my own, hand-written -->\n"
+    "<action>\n"
+    "\t<icon>utilities-terminal</icon>\n"
+    "\t<name>Open Terminal &amp; Here</name>\n"
+    "\t<unique-id>1234567890-1</unique-id>\n"
+    "\t<command>exo-open --working-directory %f --launch TerminalEmulator</command>\n"
+    "\t<description>Example   for a custom action</description>\n"
+    "\t<patterns>*</patterns>\n"
+    "\t<startup-notify/>\n"
+    "\t<directories/>\n"
+    "</action>\n"
+    "  <action><name>Zweite</name><unique-id>99-2</unique-id><command>true</command>"
+    "<patterns>*.md</patterns><text-files/></action>\n"
+    "</actions>\n";
+
+QList<KestroMenuItem> sampleMenu() {
+    KestroMenuInput input;
+    input.settings.featureOrder = {QStringLiteral("createFile"), QStringLiteral("imageTools")};
+    input.settings.enabledFeatureIDs = {QStringLiteral("createFile"), QStringLiteral("imageTools")};
+    input.settings.enabledChildIDs = {QStringLiteral("createTextFile"), QStringLiteral("resizeImages")};
+    input.settings.groupsFeaturesUnderKestro = true;
+    return KestroMenuModel::build(input);
+}
+
+// A program that writes its arguments, NUL-terminated, into the file named by RECORD_TO.
+QString writeRecorder(const QString& folder, const QString& name) {
+    const QString path = folder + QLatin1Char('/') + name;
+    QFile file(path);
+    file.open(QIODevice::WriteOnly);
+    file.write("#!/bin/sh\nfor argument in \"$@\"; do printf '%s\\0' \"$argument\"; done > \"$RECORD_TO\"\n");
+    file.close();
+    QFile::setPermissions(path, QFileDevice::ReadOwner | QFileDevice::WriteOwner | QFileDevice::ExeOwner);
+    return path;
+}
+
+QStringList recorded(const QString& path) {
+    QStringList arguments;
+    QByteArray bytes = readAll(path);
+    for (const QByteArray& part : bytes.split('\0'))
+        arguments.append(QString::fromUtf8(part));
+    if (!arguments.isEmpty() && arguments.last().isEmpty())
+        arguments.removeLast();
+    return arguments;
+}
+
+// Executables named like the file managers, on a PATH of the test's own: what Kestro looks for to tell
+// which are installed.
+class InstalledFileManagers {
+public:
+    InstalledFileManagers(const TestEnvironment& environment, const QStringList& programs)
+        : m_saved(qgetenv("PATH")) {
+        const QString folder = environment.makeFolder(QStringLiteral("bin"));
+        for (const QString& program : programs)
+            writeRecorder(folder, program);
+        qputenv("PATH", folder.toUtf8());
+    }
+    ~InstalledFileManagers() { qputenv("PATH", m_saved); }
+
+private:
+    QByteArray m_saved;
+};
+
+QString handoffBinary() {
+    return QFileInfo(KestroProcess::binary()).absolutePath() + QStringLiteral("/kestro-handoff");
+}
+
+struct Handoff {
+    int exitCode = -1;
+    QByteArray standardError;
+};
+
+Handoff runHandoff(const QStringList& arguments, const QString& workingDirectory = {}) {
+    QProcess process;
+    process.setProcessEnvironment(QProcessEnvironment::systemEnvironment());
+    if (!workingDirectory.isEmpty())
+        process.setWorkingDirectory(workingDirectory);
+    process.start(handoffBinary(), arguments);
+    process.waitForFinished(10000);
+    return {process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -1,
+            process.readAllStandardError()};
+}
+
+QStringList queuedFiles() {
+    return QDir(KestroPaths::extensionQueueDirectory()).entryList({QStringLiteral("*.json")}, QDir::Files);
+}
+
+KestroQueuedAction onlyQueuedAction() {
+    const QStringList files = queuedFiles();
+    if (files.size() != 1)
+        qFatal("expected one queued request, found %d", int(files.size()));
+    const QString path = KestroPaths::extensionQueueDirectory() + QLatin1Char('/') + files.first();
+    const std::optional<KestroQueuedAction> action = KestroQueuedAction::decode(readAll(path));
+    QFile::remove(path);
+    if (!action)
+        qFatal("the queued request does not decode");
+    return *action;
+}
+
+} // namespace
+
+class TestFileManagerIntegration : public QObject {
+    Q_OBJECT
+
+private slots:
+    void thunarMergeKeepsTheUsersActionsByteForByte() {
+        QString error;
+        const std::optional<QByteArray> merged = ThunarActions::merged(
+            userActions, sampleMenu(), QStringLiteral("/opt/kestro/kestro-handoff"), error);
+        QVERIFY2(merged, qPrintable(error));
+        // The user's text is all there, in one piece, ahead of Kestro's actions.
+        const QByteArray userPart = userActions.left(userActions.indexOf("</actions>"));
+        QVERIFY(merged->startsWith(userPart));
+        QVERIFY(merged->contains("<unique-id>kestro-createTextFile</unique-id>"));
+        QVERIFY(merged->contains("<submenu>Kestro/新建</submenu>"));
+        QVERIFY(merged->endsWith("</action>\n</actions>\n"));
+        // Image tools only for image names, and never on folders (the background).
+        const qsizetype resize = merged->indexOf("<unique-id>kestro-resizeImages</unique-id>");
+        const QByteArray resizeAction = merged->mid(resize, merged->indexOf("</action>", resize) - resize);
+        QVERIFY(resizeAction.contains("<patterns>*.png;*.PNG;"));
+        QVERIFY(!resizeAction.contains("<directories/>"));
+
+        // Rewriting is stable, and taking Kestro's actions out gives the user's file back exactly.
+        QCOMPARE(
+            ThunarActions::merged(*merged, sampleMenu(), QStringLiteral("/opt/kestro/kestro-handoff"), error),
+            merged);
+        QCOMPARE(ThunarActions::merged(*merged, {}, {}, error), std::optional<QByteArray>(userActions));
+        QVERIFY(ThunarActions::containsKestroActions(*merged));
+        QVERIFY(!ThunarActions::containsKestroActions(userActions));
+
+        // A missing file becomes a fresh one that Thunar can read back.
+        const std::optional<QByteArray> fresh =
+            ThunarActions::merged({}, sampleMenu(), QStringLiteral("/h"), error);
+        QVERIFY(fresh && fresh->startsWith("<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<actions>\n"));
+    }
+
+    void thunarFilesKestroCannotReadAreLeftAlone() {
+        QString error;
+        for (const QByteArray& broken : {QByteArray("<actions><action><name>unclosed</actions>"),
+                                         QByteArray("<menu></menu>"), QByteArray("not xml at all"),
+                                         QByteArray("<?xml version=\"1.0\"?><actions>\xff\xfe</actions>")}) {
+            error.clear();
+            QVERIFY2(!ThunarActions::merged(broken, sampleMenu(), QStringLiteral("/h"), error),
+                     broken.constData());
+            QVERIFY(!error.isEmpty());
+        }
+
+        // Through the integration: the file stays as it was and the log says why.
+        TestEnvironment environment;
+        InstalledFileManagers installed(environment, {QStringLiteral("thunar")});
+        const QString path = FileManagerIntegration::thunarActionsPath();
+        const QByteArray broken = "<actions><action><name>mine, half typed";
+        environment.writeFile(path, broken);
+        FileManagerIntegration::refresh();
+        QCOMPARE(readAll(path), broken);
+        QVERIFY(environment.logText().contains(
+            QStringLiteral("file manager integration: left %1 alone").arg(path)));
+        QVERIFY(!FileManagerIntegration::isIntegrated(FileManagerIntegration::FileManager::thunar));
+    }
+
+    void desktopEntryCommandsReachTheHandoffExactly() {
+        // GIO parses Exec by freedesktop.org's desktop-entry rules, as Dolphin and PCManFM-Qt do; the
+        // hand-off here is a recorder in a folder whose name needs quoting itself.
+        TestEnvironment environment;
+        // Plain local files: no GIO daemon is started on the test's session bus.
+        qputenv("GIO_USE_VFS", "local");
+        const QString recorder = writeRecorder(environment.makeFolder(QStringLiteral("bin $x 'q' \"d\"")),
+                                               QStringLiteral("hand off"));
+        const QString record = environment.root() + QStringLiteral("/record");
+        qputenv("RECORD_TO", record.toUtf8());
+        const QString itemID = QStringLiteral("copyFilesToFolder@id with 'quotes' $and %percent");
+        const QString exec = FileManagerCommands::desktopExec(
+            QStringList{recorder} + FileManagerCommands::handoffArguments(itemID), QStringLiteral("%F"));
+        const QByteArray entry = "[Desktop Entry]\nType=Application\nName=t\nExec=" + exec.toUtf8() + "\n";
+        GKeyFile* keyFile = g_key_file_new();
+        QVERIFY(g_key_file_load_from_data(keyFile, entry.constData(), gsize(entry.size()), G_KEY_FILE_NONE,
+                                          nullptr));
+        GDesktopAppInfo* application = g_desktop_app_info_new_from_keyfile(keyFile);
+        QVERIFY(application);
+        GList* files = nullptr;
+        QStringList paths;
+        for (const QString& name : awkwardNames) {
+            paths.append(environment.writeFile(QStringLiteral("files/") + name));
+            files = g_list_append(files, g_file_new_for_path(QFile::encodeName(paths.last()).constData()));
+        }
+        GError* error = nullptr;
+        QVERIFY(g_app_info_launch(G_APP_INFO(application), files, nullptr, &error));
+        QTRY_VERIFY(QFileInfo::exists(record));
+        QTRY_COMPARE(recorded(record), QStringList({itemID, QStringLiteral("--")}) + paths);
+        g_list_free_full(files, g_object_unref);
+        g_object_unref(application);
+        g_key_file_unref(keyFile);
+        qunsetenv("RECORD_TO");
+    }
+
+    void desktopEntriesKeepTheUsersNamesAsTyped() {
+        // A newline in a name cannot start a key of its own, and Qt menus show "&" instead of taking it for
+        // a shortcut mark.
+        KestroMenuInput input;
+        input.settings.featureOrder = {QStringLiteral("copyFile")};
+        input.settings.enabledFeatureIDs = {QStringLiteral("copyFile")};
+        input.destinations[QStringLiteral("copy")] = {
+            {QStringLiteral("d"), QStringLiteral("A & B\nExec=rm -rf ~"), QStringLiteral("/srv/a")}};
+        const QList<KestroMenuItem> menu = KestroMenuModel::build(input);
+        for (const FileManagerMenuFiles::GeneratedFile& file :
+             FileManagerMenuFiles::dolphinServiceMenus(menu, QStringLiteral("/h")) +
+                 FileManagerMenuFiles::pcmanfmActions(menu, QStringLiteral("/h"))) {
+            GKeyFile* keyFile = g_key_file_new();
+            QVERIFY(g_key_file_load_from_data(keyFile, file.bytes.constData(), gsize(file.bytes.size()),
+                                              G_KEY_FILE_NONE, nullptr));
+            gsize count = 0;
+            gchar** groups = g_key_file_get_groups(keyFile, &count);
+            for (gsize index = 0; index < count; ++index) {
+                gchar* name = g_key_file_get_string(keyFile, groups[index], "Name", nullptr);
+                if (name && QString::fromUtf8(name).startsWith(QStringLiteral("A ")))
+                    QCOMPARE(QString::fromUtf8(name), QStringLiteral("A && B\nExec=rm -rf ~"));
+                g_free(name);
+                gchar* exec = g_key_file_get_string(keyFile, groups[index], "Exec", nullptr);
+                QVERIFY(!exec || !QByteArray(exec).contains("rm -rf"));
+                g_free(exec);
+            }
+            g_strfreev(groups);
+            g_key_file_unref(keyFile);
+        }
+    }
+
+    void thunarCommandsReachTheHandoffExactly() {
+        // Thunar puts each path in shell quotes for %F and runs the line through sh -c.
+        TestEnvironment environment;
+        const QString recorder =
+            writeRecorder(environment.makeFolder(QStringLiteral("it's $here")), QStringLiteral("h"));
+        const QString record = environment.root() + QStringLiteral("/record");
+        const QString itemID = QStringLiteral("runScript__a'b\"c$d;e&f");
+        QString command = FileManagerCommands::thunarCommand(
+            QStringList{recorder} + FileManagerCommands::handoffArguments(itemID), QStringLiteral("%F"));
+        QStringList quotedPaths;
+        for (const QString& name : awkwardNames) {
+            gchar* quoted = g_shell_quote(QFile::encodeName(QStringLiteral("/x/") + name).constData());
+            quotedPaths.append(QString::fromUtf8(quoted));
+            g_free(quoted);
+        }
+        command.replace(QStringLiteral("%F"), quotedPaths.join(QLatin1Char(' ')));
+        command.replace(QStringLiteral("%%"), QStringLiteral("%"));
+        QProcess shell;
+        QProcessEnvironment shellEnvironment = QProcessEnvironment::systemEnvironment();
+        shellEnvironment.insert(QStringLiteral("RECORD_TO"), record);
+        shell.setProcessEnvironment(shellEnvironment);
+        shell.start(QStringLiteral("/bin/sh"), {QStringLiteral("-c"), command});
+        QVERIFY(shell.waitForFinished());
+        QStringList expected{itemID, QStringLiteral("--")};
+        for (const QString& name : awkwardNames)
+            expected.append(QStringLiteral("/x/") + name);
+        QCOMPARE(recorded(record), expected);
+    }
+
+    void integrationWritesAndRemovesExactlyKestrosFiles() {
+        TestEnvironment environment;
+        InstalledFileManagers installed(environment, {QStringLiteral("nautilus"), QStringLiteral("nemo"),
+                                                      QStringLiteral("dolphin"), QStringLiteral("thunar"),
+                                                      QStringLiteral("pcmanfm-qt")});
+        // The user's own service menu, PCManFM-Qt action and Thunar actions.
+        const QString usersServiceMenu =
+            environment.writeFile(FileManagerIntegration::dolphinFolder() + QStringLiteral("/mine.desktop"),
+                                  "[Desktop Entry]\nType=Service\n");
+        const QString usersAction = environment.writeFile(
+            FileManagerIntegration::pcmanfmFolder() + QStringLiteral("/kestro-000.desktop"),
+            "[Desktop Entry]\nType=Action\nName=mine under a name Kestro might use\n");
+        environment.writeFile(FileManagerIntegration::thunarActionsPath(), userActions);
+
+        FileManagerIntegration::install();
+        for (const FileManagerIntegration::Status& status : FileManagerIntegration::status())
+            QVERIFY2(status.installed && status.integrated, qPrintable(status.name));
+        const QStringList serviceMenus =
+            QDir(FileManagerIntegration::dolphinFolder()).entryList({QStringLiteral("kestro-*.desktop")});
+        QVERIFY(!serviceMenus.isEmpty());
+        for (const QString& name : serviceMenus) {
+            const QFileInfo info(FileManagerIntegration::dolphinFolder() + QLatin1Char('/') + name);
+            // Dolphin refuses a service menu that is not executable; nobody else may change it.
+            QVERIFY(info.permissions() & QFileDevice::ExeOwner);
+            QVERIFY(!(info.permissions() & (QFileDevice::WriteGroup | QFileDevice::WriteOther)));
+        }
+        QCOMPARE(readAll(usersAction),
+                 QByteArray("[Desktop Entry]\nType=Action\nName=mine under a name Kestro might use\n"));
+        QVERIFY(
+            readAll(FileManagerIntegration::pythonExtensionPath(FileManagerIntegration::FileManager::nemo))
+                .contains(QFile::encodeName(FileManagerIntegration::menuDescriptionPath())));
+        // The extension folder holds the user's requests: private.
+        QCOMPARE(QFileInfo(KestroPaths::extensionDirectory()).permissions() &
+                     (QFileDevice::ReadGroup | QFileDevice::WriteGroup | QFileDevice::ExeGroup |
+                      QFileDevice::ReadOther | QFileDevice::WriteOther | QFileDevice::ExeOther),
+                 QFileDevice::Permissions());
+
+        // A rewrite with nothing changed leaves the files as they are (the same file, not a copy).
+        const auto inode = [](const QString& path) {
+            struct stat status {};
+            return ::stat(QFile::encodeName(path).constData(), &status) == 0 ? status.st_ino : ino_t(0);
+        };
+        const QString description = FileManagerIntegration::menuDescriptionPath();
+        const ino_t before = inode(description);
+        FileManagerIntegration::refresh();
+        QCOMPARE(inode(description), before);
+
+        FileManagerIntegration::uninstall();
+        for (const FileManagerIntegration::Status& status : FileManagerIntegration::status())
+            QVERIFY2(!status.integrated, qPrintable(status.name));
+        QVERIFY(
+            QDir(FileManagerIntegration::dolphinFolder()).entryList({QStringLiteral("kestro-*")}).isEmpty());
+        QCOMPARE(readAll(usersServiceMenu), QByteArray("[Desktop Entry]\nType=Service\n"));
+        QVERIFY(QFileInfo::exists(usersAction));
+        QCOMPARE(readAll(FileManagerIntegration::thunarActionsPath()), userActions);
+        QVERIFY(!QFileInfo::exists(
+            FileManagerIntegration::pythonExtensionPath(FileManagerIntegration::FileManager::gnomeFiles)));
+        // Removed stays removed through later settings changes, until installed again.
+        FileManagerIntegration::refresh();
+        QVERIFY(!FileManagerIntegration::isIntegrated(FileManagerIntegration::FileManager::dolphin));
+        FileManagerIntegration::install();
+        QVERIFY(FileManagerIntegration::isIntegrated(FileManagerIntegration::FileManager::dolphin));
+    }
+
+    void onlyInstalledFileManagersGetFiles() {
+        TestEnvironment environment;
+        InstalledFileManagers installed(environment, {QStringLiteral("thunar")});
+        FileManagerIntegration::refresh();
+        QVERIFY(QFileInfo::exists(FileManagerIntegration::thunarActionsPath()));
+        QVERIFY(QFileInfo::exists(FileManagerIntegration::menuDescriptionPath()));
+        QVERIFY(!QFileInfo::exists(FileManagerIntegration::dolphinFolder()));
+        QVERIFY(!QFileInfo::exists(
+            FileManagerIntegration::pythonExtensionPath(FileManagerIntegration::FileManager::nemo)));
+    }
+
+    void handoffQueuesTheClickedItemWithThePathsExactly() {
+        TestEnvironment environment;
+        FileManagerIntegration::refresh();
+        // Stands in for the host, so the requests stay in the queue to be read here.
+        SingleInstance host;
+        QVERIFY(host.listen());
+        QStringList paths;
+        for (const QString& name : awkwardNames)
+            paths.append(environment.writeFile(QStringLiteral("files/") + name));
+
+        Handoff handoff =
+            runHandoff(QStringList{QStringLiteral("copyFullPath"), QStringLiteral("--")} + paths);
+        QCOMPARE(handoff.exitCode, 0);
+        KestroQueuedAction action = onlyQueuedAction();
+        QCOMPARE(action.actionID, QStringLiteral("copyFullPath"));
+        QCOMPARE(action.selectedURLs, paths);
+        QVERIFY(!action.targetedURL);
+
+        // The background: nothing selected, the folder is the target.
+        handoff = runHandoff({QStringLiteral("--folder"), QStringLiteral("createTextFile"),
+                              QStringLiteral("--"), environment.root() + QStringLiteral("/files")});
+        QCOMPARE(handoff.exitCode, 0);
+        action = onlyQueuedAction();
+        QVERIFY(action.selectedURLs.isEmpty());
+        QCOMPARE(action.targetedURL, std::optional<QString>(environment.root() + QStringLiteral("/files")));
+
+        // A destination comes from the menu Kestro wrote, not from the command line.
+        QVERIFY(readAll(FileManagerIntegration::menuDescriptionPath()).contains("\"copyFilesToFolder@"));
+        KestroMenuInput input = KestroMenuInput::saved();
+        const CustomDestination destination = input.destinations.value(QStringLiteral("copy")).first();
+        handoff = runHandoff(
+            {QStringLiteral("copyFilesToFolder@") + destination.id, QStringLiteral("--"), paths.first()});
+        QCOMPARE(handoff.exitCode, 0);
+        action = onlyQueuedAction();
+        QCOMPARE(action.actionID, QStringLiteral("copyFilesToFolder"));
+        QCOMPARE(action.destinationURL, std::optional<QString>(destination.path));
+
+        // A relative path is taken from where the file manager ran the command.
+        handoff = runHandoff({QStringLiteral("copyFileName"), QStringLiteral("--"), QStringLiteral("-rf")},
+                             environment.root() + QStringLiteral("/files"));
+        QCOMPARE(handoff.exitCode, 0);
+        QCOMPARE(onlyQueuedAction().selectedURLs,
+                 QStringList{environment.root() + QStringLiteral("/files/-rf")});
+    }
+
+    void handoffRefusesWhatItCannotTrust() {
+        TestEnvironment environment;
+        FileManagerIntegration::refresh();
+        SingleInstance host;
+        QVERIFY(host.listen());
+        const QString file = environment.writeFile(QStringLiteral("a.txt"));
+
+        // An item that is not in the menu (a stale menu, a made-up command line).
+        Handoff handoff = runHandoff({QStringLiteral("removeEverything"), QStringLiteral("--"), file});
+        QCOMPARE(handoff.exitCode, 1);
+        QVERIFY(QString::fromUtf8(handoff.standardError).contains(QStringLiteral("这个菜单项已不存在")));
+        QVERIFY(environment.logText().contains(
+            QStringLiteral("file manager hand-off failed: no menu item removeEverything")));
+        // Bytes that are no UTF-8 cannot be handed on exactly.
+        QProcess raw;
+        raw.start(QStringLiteral("/bin/sh"),
+                  {QStringLiteral("-c"),
+                   QStringLiteral("exec \"$0\" copyFileName -- \"$(printf '/tmp/a\\377')\""),
+                   handoffBinary()});
+        QVERIFY(raw.waitForFinished());
+        QCOMPARE(raw.exitCode(), 1);
+        QVERIFY(QString::fromUtf8(raw.readAllStandardError()).contains(QStringLiteral("不是有效的 UTF-8")));
+        // Malformed command lines.
+        QCOMPARE(runHandoff({QStringLiteral("copyFileName")}).exitCode, 2);
+        QCOMPARE(runHandoff({QStringLiteral("--folder"), QStringLiteral("createTextFile"),
+                             QStringLiteral("--"), QStringLiteral("/a"), QStringLiteral("/b")})
+                     .exitCode,
+                 2);
+        QVERIFY(queuedFiles().isEmpty());
+
+        // A menu description or queue folder others could write to is no request of the user's.
+        const QString description = FileManagerIntegration::menuDescriptionPath();
+        QVERIFY(::chmod(QFile::encodeName(description).constData(), 0666) == 0);
+        QCOMPARE(runHandoff({QStringLiteral("copyFileName"), QStringLiteral("--"), file}).exitCode, 1);
+        QVERIFY(::chmod(QFile::encodeName(description).constData(), 0600) == 0);
+        QVERIFY(::chmod(QFile::encodeName(KestroPaths::extensionDirectory()).constData(), 0777) == 0);
+        QCOMPARE(runHandoff({QStringLiteral("copyFileName"), QStringLiteral("--"), file}).exitCode, 1);
+        QVERIFY(::chmod(QFile::encodeName(KestroPaths::extensionDirectory()).constData(), 0700) == 0);
+        QDir().mkpath(KestroPaths::extensionQueueDirectory());
+        QVERIFY(::chmod(QFile::encodeName(KestroPaths::extensionQueueDirectory()).constData(), 0777) == 0);
+        handoff = runHandoff({QStringLiteral("copyFileName"), QStringLiteral("--"), file});
+        QCOMPARE(handoff.exitCode, 1);
+        QVERIFY(environment.logText().contains(QStringLiteral("writable by group or others")));
+        QVERIFY(queuedFiles().isEmpty());
+        // A link planted for the queue folder is not followed.
+        QDir(KestroPaths::extensionQueueDirectory()).removeRecursively();
+        const QString elsewhere = environment.makeFolder(QStringLiteral("elsewhere"));
+        QVERIFY(QFile::link(elsewhere, KestroPaths::extensionQueueDirectory()));
+        QCOMPARE(runHandoff({QStringLiteral("copyFileName"), QStringLiteral("--"), file}).exitCode, 1);
+        QVERIFY(QDir(elsewhere).isEmpty());
+    }
+
+    void handoffTellsTheRunningHost() {
+        TestEnvironment environment;
+        FileManagerIntegration::refresh();
+        SingleInstance host;
+        QVERIFY(host.listen());
+        QSignalSpy messages(&host, &SingleInstance::messageReceived);
+        QProcess handoff;
+        handoff.start(handoffBinary(), {QStringLiteral("copyFileName"), QStringLiteral("--"),
+                                        environment.writeFile(QStringLiteral("a.txt"))});
+        QTRY_COMPARE(messages.size(), 1);
+        QCOMPARE(messages.first().first().toStringList(), QStringList{QStringLiteral("drain")});
+        QTRY_COMPARE(handoff.state(), QProcess::NotRunning);
+        QCOMPARE(handoff.exitCode(), 0);
+        QCOMPARE(queuedFiles().size(), 1);
+    }
+
+    void handoffStartsAHostWhenNoneRuns() {
+        TestEnvironment environment;
+        FileManagerIntegration::refresh();
+        const QString folder = environment.makeFolder(QStringLiteral("sub folder"));
+        qputenv("QT_QPA_PLATFORM", "offscreen");
+        const Handoff handoff = runHandoff(
+            {QStringLiteral("--folder"), QStringLiteral("createTextFile"), QStringLiteral("--"), folder});
+        QCOMPARE(handoff.exitCode, 0);
+        // The host it started ran the queue as it started.
+        QTRY_VERIFY_WITH_TIMEOUT(QFileInfo::exists(folder + QStringLiteral("/Untitled.txt")), 30000);
+        // End that host: its pid is in the single-instance lock.
+        qint64 pid = 0;
+        QString hostName, application;
+        QLockFile lock(SingleInstance::lockPath());
+        QTRY_VERIFY(lock.getLockInfo(&pid, &hostName, &application) && pid > 0);
+        QVERIFY(::kill(pid_t(pid), SIGTERM) == 0);
+        QTRY_VERIFY(::kill(pid_t(pid), 0) != 0);
+    }
+
+    void preferencesShowEachFileManagerAndReintegrate() {
+        TestEnvironment environment;
+        InstalledFileManagers installed(environment, {QStringLiteral("dolphin"), QStringLiteral("thunar")});
+        FileManagerIntegration::uninstall();
+        FileManagerIntegrationSection section;
+        section.resize(600, 400);
+        section.show();
+        QVERIFY(QTest::qWaitForWindowExposed(&section));
+        // GNOME Files, Nemo, Dolphin, Thunar, PCManFM-Qt.
+        const QString missing = QStringLiteral("未安装");
+        const QString found = QStringLiteral("已找到，未集成");
+        const QString integrated = QStringLiteral("已集成");
+        QCOMPARE(section.statusTexts(), (QStringList{missing, missing, found, found, missing}));
+        QTest::mouseClick(section.reintegrateButton(), Qt::LeftButton);
+        QCOMPARE(section.statusTexts(), (QStringList{missing, missing, integrated, integrated, missing}));
+        QVERIFY(!FileManagerIntegration::isSwitchedOff());
+        QVERIFY(readAll(FileManagerIntegration::thunarActionsPath()).contains("<unique-id>kestro-"));
+    }
+
+    void hostRewritesTheMenusAtEverySettingsChange() {
+        TestEnvironment environment;
+        InstalledFileManagers installed(environment, {QStringLiteral("dolphin")});
+        KestroHost host(true);
+        const auto description = [] {
+            return readAll(FileManagerIntegration::menuDescriptionPath());
+        };
+        QVERIFY(description().contains("\"createTextFile\""));
+        const QByteArray serviceMenusBefore =
+            readAll(FileManagerIntegration::dolphinFolder() + QStringLiteral("/kestro-000.desktop"));
+        QVERIFY(!serviceMenusBefore.isEmpty());
+
+        host.featureSettings().setEnabled(false, KestroFeature::createFile);
+        QVERIFY(!description().contains("\"createTextFile\""));
+        host.featureSettings().setGroupsFeaturesUnderKestro(true);
+        QVERIFY(description().contains("\"title\": \"Kestro\""));
+        QVERIFY(readAll(FileManagerIntegration::dolphinFolder() + QStringLiteral("/kestro-000.desktop"))
+                    .contains("X-KDE-Submenu=Kestro\n"));
+    }
+};
+
+QTEST_MAIN(TestFileManagerIntegration)
+#include "test_file_manager_integration.moc"
