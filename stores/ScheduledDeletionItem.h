@@ -13,6 +13,7 @@ struct ScheduledDeletionItem {
     // takes it only if the very same object is still there.
     quint64 device = 0;
     quint64 inode = 0;
+    qint64 birth = 0; // the item's birth time in nanoseconds, where the file system records one
 
     bool operator==(const ScheduledDeletionItem&) const = default;
 };

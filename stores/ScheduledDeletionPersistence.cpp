@@ -28,6 +28,8 @@ std::optional<ScheduledDeletionItem> itemFromVariant(const QVariant& value) {
     if (device.typeId() == QMetaType::LongLong && inode.typeId() == QMetaType::LongLong) {
         item.device = device.toULongLong();
         item.inode = inode.toULongLong();
+        const QVariant birth = map.value(QStringLiteral("birth"));
+        item.birth = birth.typeId() == QMetaType::LongLong ? birth.toLongLong() : 0;
     }
     return item;
 }
@@ -76,6 +78,7 @@ void ScheduledDeletionPersistence::save(const QList<ScheduledDeletionItem>& item
             {QStringLiteral("deleteAt"), item.deleteAt},
             {QStringLiteral("device"), item.device},
             {QStringLiteral("inode"), item.inode},
+            {QStringLiteral("birth"), item.birth},
         });
     }
     if (!PropertyListFile::write(fileURL(), list))

@@ -22,6 +22,7 @@
 #include <fcntl.h>
 #include <optional>
 #include <sys/stat.h>
+#include <sys/sysmacros.h>
 #include <unistd.h>
 
 namespace {
@@ -78,6 +79,7 @@ std::optional<QString> realRoute(const QString& path) {
 struct Identity {
     quint64 device = 0;
     quint64 inode = 0;
+    qint64 birth = 0; // nanoseconds; 0 where the file system does not record it
 };
 
 // What the path leads to now, reached folder by folder without following any link; nothing when the item
@@ -95,13 +97,19 @@ std::optional<Identity> identityAlongRoute(const QString& path) {
     }
     if (folder < 0)
         return std::nullopt;
-    struct stat status {};
-    const int result = ::fstatat(folder, QFile::encodeName(components.constLast()).constData(), &status,
-                                 AT_SYMLINK_NOFOLLOW);
+    // A file system hands a freed inode number to the next new file at once, so the birth time tells a
+    // newcomer under the old number from the original.
+    struct statx status {};
+    const int result = ::statx(folder, QFile::encodeName(components.constLast()).constData(),
+                               AT_SYMLINK_NOFOLLOW, STATX_INO | STATX_BTIME, &status);
     ::close(folder);
     if (result != 0)
         return std::nullopt;
-    return Identity{quint64(status.st_dev), quint64(status.st_ino)};
+    const qint64 birth = (status.stx_mask & STATX_BTIME)
+                             ? qint64(status.stx_btime.tv_sec) * 1000000000 + status.stx_btime.tv_nsec
+                             : 0;
+    return Identity{quint64(makedev(status.stx_dev_major, status.stx_dev_minor)), quint64(status.stx_ino),
+                    birth};
 }
 
 enum class DueState { gone, changed, same };
@@ -113,7 +121,8 @@ DueState stateOf(const ScheduledDeletionItem& item) {
     if (!now)
         return DueState::changed;
     // Entries made before identities were kept have only the route to go by.
-    if (item.inode != 0 && (now->device != item.device || now->inode != item.inode))
+    if (item.inode != 0 &&
+        (now->device != item.device || now->inode != item.inode || now->birth != item.birth))
         return DueState::changed;
     return DueState::same;
 }
@@ -138,7 +147,7 @@ QList<ScheduledDeletionItem> ScheduledDeletionStore::schedule(const QStringList&
             continue;
         newPaths.append(*route);
         added.append({QUuid::createUuid().toString(QUuid::WithoutBraces).toUpper(), *route, scheduledAt,
-                      deleteAt, identity->device, identity->inode});
+                      deleteAt, identity->device, identity->inode, identity->birth});
     }
     {
         const ScheduleLock lock;

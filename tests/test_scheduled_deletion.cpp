@@ -124,7 +124,8 @@ void TestScheduledDeletion::fileHoldsDatesAndSurvivesMalformedEntries() {
     const std::optional<QVariant> root = PropertyListFile::read(ScheduledDeletionPersistence::fileURL());
     QVERIFY(root && root->typeId() == QMetaType::QVariantList);
     const QVariantMap entry = root->toList().value(0).toMap();
-    QCOMPARE(entry.keys(), QStringList({"deleteAt", "device", "id", "inode", "path", "scheduledAt"}));
+    QCOMPARE(entry.keys(),
+             QStringList({"birth", "deleteAt", "device", "id", "inode", "path", "scheduledAt"}));
     QCOMPARE(entry.value("path").toString(), file);
     struct stat status {};
     QCOMPARE(::lstat(QFile::encodeName(file).constData(), &status), 0);
