@@ -76,8 +76,10 @@ ReadPointer openReader(const QString& path, const ArchiveFile& file) {
     if (!reader)
         throw std::bad_alloc();
     archive* a = reader.get();
-    // The seekable ZIP reader trusts the central directory, as unzip does, rather than the local headers.
+    // The seekable ZIP reader trusts the central directory, as unzip does, rather than the local headers;
+    // the streaming one only takes what the seekable one does not bid for, such as an empty archive.
     archive_read_support_format_zip_seekable(a);
+    archive_read_support_format_zip_streamable(a);
     archive_read_support_format_tar(a);
     archive_read_support_format_7zip(a);
     archive_read_support_filter_gzip(a);
