@@ -247,7 +247,10 @@ QList<ArchiveExtractor::FolderMode> ArchiveExtractor::extract(const QString& arc
         const char* hardlink = archive_entry_hardlink(entry);
         if (hardlink) {
             const auto target = safeParts(hardlink, backslashesSeparate(a));
-            if (!target || target->isEmpty() || passesThroughLink(*target, links))
+            // A hard link to one of the archive's symbolic links would be that link in another folder,
+            // where its relative target may lead elsewhere.
+            if (!target || target->isEmpty() || passesThroughLink(*target, links) ||
+                links.contains(target->join('/')))
                 refuse(archivePath, tr("其中的“%1”指向解压文件夹之外，已拒绝解压。").arg(shownName));
             archive_entry_copy_hardlink(entry, (destination + '/' + target->join('/')).constData());
         } else if (type == AE_IFLNK) {

@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # Packing and unpacking through kestro --perform against zip and unzip at the same deflate level (6, zip's
 # default), in the same run: 10,000 small files, then one large file (BENCH_ARCHIVE_MIB, default 1024 MiB,
-# of text-like data that compresses about 3:1). Prints best wall times, peak memory and the ratios
+# of log-like text that deflates about 2:1). Prints best wall times, peak memory and the ratios
 # kestro/zip and kestro/unzip. BENCH_RUNS (default 3) sets the runs per tool.
 set -euo pipefail
 cd "$(dirname "$0")/.."
@@ -29,7 +29,7 @@ import random, sys
 path, mib = sys.argv[1], int(sys.argv[2])
 rng = random.Random(7)
 words = [("".join(rng.choice("abcdefghijklmnopqrstuvwxyz") for _ in range(rng.randint(2, 9)))) for _ in range(5000)]
-# A block of log-like lines with random numbers, written again with fresh numbers: compresses about 3:1.
+# A block of log-like lines with random numbers, written again with fresh numbers: deflates about 2:1.
 with open(path, "wb") as f:
     written = 0
     while written < mib << 20:

@@ -48,9 +48,7 @@ class TestArchiveEndToEnd : public QObject {
 
 private slots:
     void init() {
-        m_env.reset();
-        m_env = std::make_unique<TestEnvironment>();
-        QVERIFY(saveQuietPreferences());
+        QVERIFY(resetQuietEnvironment(m_env));
         m_folder = m_env->makeFolder(QStringLiteral("user 用户"));
     }
     void cleanup() { m_env.reset(); }

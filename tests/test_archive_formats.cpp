@@ -62,9 +62,7 @@ class TestArchiveFormats : public QObject {
 
 private slots:
     void init() {
-        m_env.reset();
-        m_env = std::make_unique<TestEnvironment>();
-        QVERIFY(saveQuietPreferences());
+        QVERIFY(resetQuietEnvironment(m_env));
         m_folder = m_env->makeFolder(QStringLiteral("user"));
     }
     void cleanup() { m_env.reset(); }
@@ -165,6 +163,11 @@ private slots:
             << QStringLiteral("要经过符号链接写入");
         QTest::newRow("outward hard link")
             << "tar" << QList{plain, hardLink("h", "../outside.txt")} << outside;
+        QTest::newRow("hard link to a link")
+            << "tar"
+            << QList{folder("a"), folder("a/b"), symbolicLink("a/b/l", "../.."), hardLink("h", "a/b/l"),
+                     file("h/evil.txt", "x")}
+            << outside;
         QTest::newRow("pipe") << "tar" << QList{plain, namedPipe("fifo")} << QStringLiteral("特殊文件");
     }
     void hostileEntriesLeaveNothing() {

@@ -91,9 +91,7 @@ class TestImageMetadata : public QObject {
 
 private slots:
     void init() {
-        m_env.reset();
-        m_env = std::make_unique<TestEnvironment>();
-        QVERIFY(saveQuietPreferences());
+        QVERIFY(resetQuietEnvironment(m_env));
         if (QStandardPaths::findExecutable(QStringLiteral("exiv2")).isEmpty())
             QSKIP("the exiv2 tool is missing: run scripts/install-dependencies");
     }
