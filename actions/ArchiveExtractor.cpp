@@ -278,6 +278,8 @@ QList<ArchiveExtractor::FolderMode> ArchiveExtractor::extract(const QString& arc
             size_t size = 0;
             la_int64_t offset = 0;
             for (;;) {
+                // Inside a large entry too: everything unpacked so far is still in the hidden folder.
+                feed.stopIfCancelled();
                 const int read = archive_read_data_block(a, &block, &size, &offset);
                 if (read == ARCHIVE_EOF)
                     break;

@@ -136,6 +136,8 @@ void ArchivePacker::write(int descriptor, const QString& archiveName, ActionProg
                     throw PlatformError(tr("无法读取“%1”：%2").arg(shown(entry.path), systemMessage(errno)));
                 if (got == 0)
                     throw PlatformError(tr("“%1”在压缩时变短了。").arg(shown(entry.path)));
+                // Stopping inside a file is as safe as between files: the archive is still a hidden one.
+                feed.stopIfCancelled();
                 zip.writeData(block.constData(), got);
                 remaining -= got;
                 state.bytesDone = std::min(state.bytesDone + got, m_bytes);

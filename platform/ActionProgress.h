@@ -28,8 +28,8 @@ public:
     virtual void started(const QString& title) = 0;
     // Whenever the numbers move; done counts never go down.
     virtual void changed(const ActionProgressState& state) = 0;
-    // Asked at item boundaries. An action that sees true stops there, leaves no partial item under its
-    // final name and throws ActionCancelled.
+    // Asked at item boundaries (and within large items where stopping is safe). An action that sees true
+    // stops there, leaves no partial item under its final name and throws ActionCancelled.
     virtual bool cancelRequested() = 0;
     // Once, when the action ends, whether it succeeded, failed or was cancelled.
     virtual void finished() = 0;
