@@ -117,9 +117,9 @@ QStringList ImageActions::resizeImages(const QStringList& selectedURLs) {
 
 void ImageActions::resizeImage(const QString& path, QSize size) {
     ImageFileIO::checkSize(path, size);
+    const QImage scaled = ImageFileIO::load(path, size);
     // Read before the file changes: the metadata goes back into the resized image.
     const ImageMetadata metadata = ImageMetadata::read(path);
-    const QImage scaled = ImageFileIO::load(path, size);
     // Written back in the format the file really holds, whatever its name says.
     const QByteArray format = ImageFileIO::detectedFormat(path);
     ImageFileIO::save(scaled, path, format, format == "jpeg" ? defaultJPEGQuality : -1,

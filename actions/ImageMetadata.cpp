@@ -12,6 +12,7 @@
 #include <exiv2/exiv2.hpp>
 
 #include <mutex>
+#include <sys/stat.h>
 
 namespace {
 
@@ -53,6 +54,10 @@ ImageMetadata& ImageMetadata::operator=(ImageMetadata&&) noexcept = default;
 ImageMetadata ImageMetadata::read(const QString& path) {
     initialiseExiv2();
     ImageMetadata metadata;
+    // Only a regular file: reading a pipe would wait for a writer forever.
+    struct stat status {};
+    if (::stat(QFile::encodeName(path).constData(), &status) != 0 || !S_ISREG(status.st_mode))
+        return metadata;
     try {
         auto image = Exiv2::ImageFactory::open(QFile::encodeName(path).toStdString());
         image->readMetadata();

@@ -200,6 +200,21 @@ private slots:
         QCOMPARE(readAll(path), png);
     }
 
+    // A pipe named like a picture would keep the decoder waiting for a writer forever.
+    void pipesAreRefusedAtOnce() {
+        const QString pipe = m_env->root() + QStringLiteral("/pipe.png");
+        QCOMPARE(::mkfifo(QFile::encodeName(pipe).constData(), 0600), 0);
+        try {
+            ImageActions::convertImages({pipe}, "jpeg", "jpg", {});
+            QFAIL("a pipe was read as an image");
+        } catch (const FinderActionExecutionError& error) {
+            QVERIFY2(error.errorDescription().contains(QStringLiteral("不是普通文件")),
+                     qPrintable(error.errorDescription()));
+        }
+        FakePlatform::prompts().twoTextAnswers.append(std::pair{QStringLiteral("10"), QStringLiteral("10")});
+        QVERIFY_THROWS_EXCEPTION(FinderActionExecutionError, ImageActions::resizeImages({pipe}));
+    }
+
 private:
     std::unique_ptr<TestEnvironment> m_env;
 };
