@@ -13,6 +13,7 @@
 #include <QDir>
 #include <QElapsedTimer>
 #include <QFileInfo>
+#include <QProcess>
 #include <QtTest>
 
 #include <sys/stat.h>
@@ -293,6 +294,26 @@ private slots:
         QVERIFY2(capError({1 << 30, 1000, 1 << 30, 19}).contains(QStringLiteral("超过 19 个条目")),
                  qPrintable(capError({1 << 30, 1000, 1 << 30, 19})));
         QVERIFY(capError({15500, 1000, 1 << 30, 100}).contains(QStringLiteral("解压后的内容超过")));
+    }
+
+    // A link in a packed folder is stored as a link: what it points at never enters the archive.
+    void linksArePackedAsLinks() {
+        m_env->writeFile(m_env->root() + QStringLiteral("/secret key"), "PRIVATE KEY MATERIAL");
+        const QString project = m_env->makeFolder(QStringLiteral("user/Project"));
+        m_env->writeFile(project + QStringLiteral("/main.c"), "int main;");
+        QVERIFY(QFile::link(QStringLiteral("../../secret key"), project + QStringLiteral("/key")));
+        const QString archive = ArchiveActions::compressToZIP({project}, std::nullopt).first();
+        QVERIFY(!readAll(archive).contains("PRIVATE KEY"));
+        QProcess python;
+        python.start(QStringLiteral("python3"),
+                     {QStringLiteral("-c"),
+                      QStringLiteral("import sys, zipfile\n"
+                                     "z = zipfile.ZipFile(sys.argv[1])\n"
+                                     "i = z.getinfo('Project/key')\n"
+                                     "print(oct(i.external_attr >> 16), z.read(i).decode())"),
+                      archive});
+        QVERIFY(python.waitForFinished());
+        QCOMPARE(python.readAllStandardOutput().trimmed(), QByteArray("0o120777 ../../secret key"));
     }
 
     // Reading a pipe would wait for a writer that never comes: pipes are refused before anything is read.
