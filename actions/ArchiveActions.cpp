@@ -103,7 +103,12 @@ QStringList archivesIn(const QStringList& selectedURLs) {
     return archives;
 }
 
-void setMode(const QByteArray& path, mode_t mode) {
+// Gives a folder its mode back. Only a folder: if the archive put a link where it also listed a folder,
+// the link is left alone rather than followed to whatever it names.
+void setFolderMode(const QByteArray& path, mode_t mode) {
+    struct stat status {};
+    if (::lstat(path.constData(), &status) != 0 || !S_ISDIR(status.st_mode))
+        return;
     if (::chmod(path.constData(), mode) != 0)
         throw PlatformError(tr("无法设置“%1”的权限：%2").arg(QFile::decodeName(path), systemMessage(errno)));
 }
@@ -129,11 +134,11 @@ QStringList extractArchive(const QString& archive, ArchiveExtractionMode mode, A
         if (mode == ArchiveExtractionMode::currentFolder && !relative.contains('/'))
             topLevel.append({relative, folderMode});
         else
-            setMode(stagingBytes + '/' + relative, folderMode);
+            setFolderMode(stagingBytes + '/' + relative, folderMode);
     }
 
     if (mode == ArchiveExtractionMode::sameNameFolder) {
-        setMode(stagingBytes, ArchiveExtractor::defaultFolderMode());
+        setFolderMode(stagingBytes, ArchiveExtractor::defaultFolderMode());
         const QString moved = UniqueNameMove::move(staging.path(), folder,
                                                    *ArchiveActions::unpackedName(nameOf(archive)), QString());
         staging.release();
@@ -147,7 +152,7 @@ QStringList extractArchive(const QString& archive, ArchiveExtractionMode mode, A
         moved.append(path);
         for (const auto& [relative, folderMode] : topLevel)
             if (relative == name)
-                setMode(QFile::encodeName(path), folderMode);
+                setFolderMode(QFile::encodeName(path), folderMode);
     }
     FinderNameOrder::sortByName(moved);
     // An empty archive produced nothing: its folder stands in for the results.

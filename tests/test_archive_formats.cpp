@@ -207,6 +207,26 @@ private slots:
         QVERIFY(S_ISLNK(modeOf(out + QStringLiteral("/shortcut"))));
     }
 
+    // A link and a read-only folder of the same name, in either order: the folder's mode goes to a folder
+    // of the archive, never through the link to the user's own folder.
+    void folderModeNeverFollowsALink() {
+        const mode_t before = modeOf(m_folder);
+        QVERIFY(python(m_folder + QStringLiteral("/link first.tar"), QStringLiteral("tar"),
+                       {symbolicLink(QStringLiteral("here"), QStringLiteral(".")),
+                        folder(QStringLiteral("here"), 0500)}));
+        QVERIFY(python(m_folder + QStringLiteral("/folder first.tar"), QStringLiteral("tar"),
+                       {folder(QStringLiteral("there"), 0500),
+                        symbolicLink(QStringLiteral("there"), QStringLiteral("."))}));
+        ArchiveActions::extractZIPs(
+            {m_folder + QStringLiteral("/link first.tar"), m_folder + QStringLiteral("/folder first.tar")},
+            ArchiveExtractionMode::currentFolder);
+        QCOMPARE(modeOf(m_folder), before);
+        for (const QString name : {QStringLiteral("/here"), QStringLiteral("/there")}) {
+            QVERIFY(S_ISDIR(modeOf(m_folder + name)));
+            QCOMPARE(modeOf(m_folder + name) & 07777, mode_t(0500));
+        }
+    }
+
     // The archive's modes pass through the umask and never bring setuid, setgid, sticky or
     // write-for-others, not even with a umask of 0; read-only folders are read-only again at the end.
     void modesAreMaskedAndReadOnlyFoldersRestored() {
