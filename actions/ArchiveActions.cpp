@@ -20,7 +20,6 @@
 #include <QUuid>
 
 #include <cerrno>
-#include <cstdlib>
 #include <cstring>
 #include <dirent.h>
 #include <fcntl.h>
@@ -117,12 +116,7 @@ void setFolderMode(const QByteArray& path, mode_t mode) {
 // archive leaves nothing behind and the unpacked items arrive by renames that never replace anything.
 QStringList extractArchive(const QString& archive, ArchiveExtractionMode mode, ActionProgressFeed& feed) {
     const QString folder = parentOf(archive);
-    // libarchive refuses to write through any symbolic link on the way, so it is given the real path.
-    const std::unique_ptr<char, void (*)(void*)> realFolder(
-        ::realpath(QFile::encodeName(folder).constData(), nullptr), std::free);
-    if (!realFolder)
-        throw PlatformError(tr("无法访问文件夹“%1”：%2").arg(folder, systemMessage(errno)));
-    StagingDirectory staging(QStringLiteral(".kestro-unpack-"), QFile::decodeName(realFolder.get()));
+    StagingDirectory staging(QStringLiteral(".kestro-unpack-"), folder);
     const QByteArray stagingBytes = QFile::encodeName(staging.path());
     const QList<ArchiveExtractor::FolderMode> folderModes =
         ArchiveExtractor::extract(archive, stagingBytes, feed);

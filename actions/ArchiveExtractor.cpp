@@ -1,5 +1,6 @@
 #include "actions/ArchiveExtractor.h"
 
+#include "actions/ArchiveDiskWriter.h"
 #include "actions/ByteCountText.h"
 #include "platform/ActionProgress.h"
 #include "platform/FinderActionExecutionError.h"
@@ -187,14 +188,7 @@ QList<ArchiveExtractor::FolderMode> ArchiveExtractor::extract(const QString& arc
     const ArchiveFile file(archivePath);
     const ReadPointer reader = openReader(archivePath, file);
     archive* a = reader.get();
-    const ReadPointer writer(archive_write_disk_new(), archive_write_free);
-    if (!writer)
-        throw std::bad_alloc();
-    // No ARCHIVE_EXTRACT_PERM: libarchive then drops setuid, setgid and sticky and applies the umask.
-    // Absolute names are refused below; the ones given to libarchive are absolute under destination.
-    archive_write_disk_set_options(writer.get(), ARCHIVE_EXTRACT_TIME | ARCHIVE_EXTRACT_NO_OVERWRITE |
-                                                     ARCHIVE_EXTRACT_SECURE_SYMLINKS |
-                                                     ARCHIVE_EXTRACT_SECURE_NODOTDOT);
+    ArchiveDiskWriter disk(destination);
 
     const mode_t folderMode = defaultFolderMode();
     const mode_t umaskBits = ~folderMode & 0777;
@@ -243,8 +237,13 @@ QList<ArchiveExtractor::FolderMode> ArchiveExtractor::extract(const QString& arc
         const QByteArray relative = parts->join('/');
         state.currentItem = QFile::decodeName(relative);
 
+        timespec modified{};
+        const bool timed = archive_entry_mtime_is_set(entry);
+        if (timed)
+            modified = {archive_entry_mtime(entry), archive_entry_mtime_nsec(entry)};
         const mode_t type = archive_entry_filetype(entry);
         const char* hardlink = archive_entry_hardlink(entry);
+        bool hasData = false;
         if (hardlink) {
             const auto target = safeParts(hardlink, backslashesSeparate(a));
             // A hard link to one of the archive's symbolic links would be that link in another folder,
@@ -252,28 +251,27 @@ QList<ArchiveExtractor::FolderMode> ArchiveExtractor::extract(const QString& arc
             if (!target || target->isEmpty() || passesThroughLink(*target, links) ||
                 links.contains(target->join('/')))
                 refuse(archivePath, tr("其中的“%1”指向解压文件夹之外，已拒绝解压。").arg(shownName));
-            archive_entry_copy_hardlink(entry, (destination + '/' + target->join('/')).constData());
+            disk.makeHardLink(relative, target->join('/'));
         } else if (type == AE_IFLNK) {
             const QByteArray target = archive_entry_symlink(entry) ? archive_entry_symlink(entry) : "";
             if (target.isEmpty() || !staysInside(parts->mid(0, parts->size() - 1), target, links))
                 refuse(archivePath, tr("其中的符号链接“%1”指向解压文件夹之外，已拒绝解压。").arg(shownName));
             links.insert(relative, target);
+            disk.makeSymbolicLink(relative, target);
         } else if (type == AE_IFDIR) {
+            // Filled as its owner's; a read-only folder gets its own mode back once complete.
             const mode_t wanted = safePermissions(archive_entry_perm(entry));
             if ((wanted & S_IRWXU) != S_IRWXU)
                 folderModes.append({relative, wanted & ~umaskBits});
-            archive_entry_set_perm(entry, wanted | S_IRWXU);
+            disk.makeFolder(relative, wanted | S_IRWXU, timed ? &modified : nullptr);
         } else if (type == AE_IFREG) {
-            archive_entry_set_perm(entry, safePermissions(archive_entry_perm(entry)));
+            hasData = disk.beginFile(relative, safePermissions(archive_entry_perm(entry)));
         } else {
             refuse(archivePath,
                    tr("其中的“%1”是特殊文件（管道、设备或套接字），已拒绝解压。").arg(shownName));
         }
-        archive_entry_copy_pathname(entry, (destination + '/' + relative).constData());
 
-        if (archive_write_header(writer.get(), entry) < ARCHIVE_WARN)
-            damaged(archivePath, archive_error_string(writer.get()));
-        if (archive_entry_size(entry) > 0 || !archive_entry_size_is_set(entry)) {
+        if (hasData) {
             const void* block = nullptr;
             size_t size = 0;
             la_int64_t offset = 0;
@@ -296,22 +294,18 @@ QList<ArchiveExtractor::FolderMode> ArchiveExtractor::extract(const QString& arc
                     refuse(archivePath, tr("解压后的内容是压缩文件的 %1 "
                                            "倍以上，可能是压缩炸弹。已停止，解压出的内容都已清除。")
                                             .arg(limits.maximumRatio));
-                if (archive_write_data_block(writer.get(), block, size, offset) < ARCHIVE_WARN)
-                    throw PlatformError(tr("无法写入“%1”：%2")
-                                            .arg(state.currentItem,
-                                                 QString::fromLocal8Bit(archive_error_string(writer.get()))));
+                disk.writeFileData(block, size, offset);
                 reportRead();
             }
+            disk.endFile(archive_entry_size_is_set(entry) ? archive_entry_size(entry) : 0,
+                         timed ? &modified : nullptr);
+        } else if (archive_read_data_skip(a) < ARCHIVE_WARN) {
+            damaged(archivePath, archive_error_string(a));
         }
-        if (archive_write_finish_entry(writer.get()) < ARCHIVE_WARN)
-            throw PlatformError(
-                tr("无法写入“%1”：%2")
-                    .arg(state.currentItem, QString::fromLocal8Bit(archive_error_string(writer.get()))));
         ++state.itemsDone;
         reportRead();
     }
-    if (archive_write_close(writer.get()) < ARCHIVE_WARN)
-        throw PlatformError(QString::fromLocal8Bit(archive_error_string(writer.get())));
+    disk.finish();
     // A link may lead through links that came after it in the archive: check them all again as a whole.
     for (auto link = links.constBegin(); link != links.constEnd(); ++link) {
         QList<QByteArray> folder = link.key().split('/');

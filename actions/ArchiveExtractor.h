@@ -9,11 +9,12 @@
 
 class ActionProgressFeed;
 
-// Unpacking archives in process with libarchive: ZIP, tar (plain, gzip, bzip2, xz) and 7z, whatever the
-// name says. Entries are checked before anything is written: "\" separators in ZIP and 7z names become
+// Unpacking archives in process, read with libarchive: ZIP, tar (plain, gzip, bzip2, xz) and 7z, whatever
+// the name says. Entries are checked before anything is written: "\" separators in ZIP and 7z names become
 // "/", absolute names, ".." and writing through a symbolic link are refused, symbolic links must stay
 // inside the extracted folder, special files are refused, modes lose setuid, setgid, sticky and
-// write-for-others and are masked by the umask. Every refusal is a commandFailed naming the archive.
+// write-for-others and are masked by the umask. Every refusal is a commandFailed naming the archive. The
+// entries are written by ArchiveDiskWriter, which the kernel keeps inside the folder.
 class ArchiveExtractor {
 public:
     // Where a hostile archive is stopped.
@@ -31,10 +32,10 @@ public:
         mode_t mode;
     };
 
-    // Extracts archive into destination, an empty private folder given by its real path (no symbolic link
-    // on the way). Reports the archive bytes read and the entries done to feed and stops (ActionCancelled)
-    // between entries when asked to. Returns the folders whose mode is still to be restored, deepest first.
-    // On any failure the caller removes destination: partial contents are never meant to be kept.
+    // Extracts archive into destination, an empty private folder. Reports the archive bytes read and the
+    // entries done to feed and stops (ActionCancelled) between entries when asked to. Returns the folders
+    // whose mode is still to be restored, deepest first. On any failure the caller removes destination:
+    // partial contents are never meant to be kept.
     static QList<FolderMode> extract(const QString& archive, const QByteArray& destination,
                                      ActionProgressFeed& feed, const Limits& limits = defaultLimits);
 
