@@ -16,6 +16,7 @@
 #include <QProcess>
 #include <QtTest>
 
+#include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -96,6 +97,11 @@ private slots:
         const QString source = m_env->makeFolder(QStringLiteral("source"));
         m_env->writeFile(source + QStringLiteral("/photos/a 图.txt"), "first");
         m_env->writeFile(source + QStringLiteral("/b.txt"), QByteArray(100000, 'b'));
+        // Times as the archivers keep them (whole seconds, even ones for ZIP's old time field) come back.
+        const QDateTime stamp = QDateTime::fromSecsSinceEpoch(981173106, Qt::UTC);
+        const timespec times[2] = {{981173106, 0}, {981173106, 0}};
+        for (const QString& item : {source + "/photos/a 图.txt", source + "/b.txt", source + "/photos"})
+            QCOMPARE(::utimensat(AT_FDCWD, QFile::encodeName(item).constData(), times, 0), 0);
         const QString archive = m_folder + QLatin1Char('/') + name;
         QVERIFY(tool(program,
                      arguments + QStringList{archive, QStringLiteral("photos"), QStringLiteral("b.txt")},
@@ -105,6 +111,9 @@ private slots:
                  QStringList{m_folder + QStringLiteral("/Photos")});
         QCOMPARE(readAll(m_folder + QStringLiteral("/Photos/photos/a 图.txt")), QByteArray("first"));
         QCOMPARE(readAll(m_folder + QStringLiteral("/Photos/b.txt")), QByteArray(100000, 'b'));
+        for (const QString item : {QStringLiteral("/Photos/photos/a 图.txt"), QStringLiteral("/Photos/b.txt"),
+                                   QStringLiteral("/Photos/photos")})
+            QCOMPARE(QFileInfo(m_folder + item).lastModified().toUTC(), stamp);
         QCOMPARE(ArchiveActions::extractZIPs({archive}, ArchiveExtractionMode::currentFolder),
                  (QStringList{m_folder + QStringLiteral("/b.txt"), m_folder + QStringLiteral("/photos")}));
         QStringList names = namesIn(m_folder);
