@@ -1,12 +1,14 @@
 #include "actions/ArchiveActions.h"
 
+#include "actions/ArchiveExtractor.h"
+#include "actions/ArchivePacker.h"
 #include "actions/FinderActionExecutor.h"
 #include "actions/FinderNameOrder.h"
 #include "actions/PathParts.h"
 #include "actions/StagingDirectory.h"
 #include "actions/UniqueName.h"
 #include "actions/UniqueNameMove.h"
-#include "actions/ZipTools.h"
+#include "platform/ActionProgress.h"
 #include "platform/DiagnosticLog.h"
 #include "platform/FinderActionExecutionError.h"
 #include "platform/KestroError.h"
@@ -17,9 +19,13 @@
 #include <QFileInfo>
 #include <QUuid>
 
+#include <cerrno>
+#include <cstring>
 #include <dirent.h>
-#include <filesystem>
+#include <fcntl.h>
 #include <memory>
+#include <sys/stat.h>
+#include <unistd.h>
 
 namespace {
 
@@ -30,18 +36,8 @@ QString tr(const char* text) {
 using PathParts::nameOf;
 using PathParts::parentOf;
 
-std::filesystem::path nativePath(const QString& path) {
-    return QFile::encodeName(path).toStdString();
-}
-
-// Copies an item as the file manager would: folders recursively, symbolic links as links.
-void copyItem(const QString& source, const QString& destination) {
-    std::error_code error;
-    std::filesystem::copy(
-        nativePath(source), nativePath(destination),
-        std::filesystem::copy_options::recursive | std::filesystem::copy_options::copy_symlinks, error);
-    if (error)
-        throw PlatformError(tr("无法复制“%1”：%2").arg(source, QString::fromStdString(error.message())));
+QString systemMessage(int error) {
+    return QString::fromLocal8Bit(std::strerror(error));
 }
 
 // The names in a folder as the file system stores them, hidden ones included; a name that is not valid
@@ -60,27 +56,43 @@ QList<QByteArray> rawChildNames(const QString& folder) {
     return names;
 }
 
-// Removes a file of ours when the operation ends, unless it has been handed on.
-class PendingFile {
+// A new archive's bytes go to a hidden file beside its final name, created exclusively; the finished
+// archive then claims the first free name, and an unfinished one is removed.
+class PendingArchive {
 public:
-    explicit PendingFile(QString path)
-        : m_path(std::move(path)) {}
-    ~PendingFile() {
+    explicit PendingArchive(const QString& folder)
+        : m_path(folder + QStringLiteral("/.kestro-archive-") +
+                 QUuid::createUuid().toString(QUuid::WithoutBraces).toUpper() + QStringLiteral(".zip"))
+        , m_descriptor(
+              ::open(QFile::encodeName(m_path).constData(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666)) {
+        if (m_descriptor < 0)
+            throw PlatformError(tr("无法在“%1”中创建压缩文件：%2").arg(folder, systemMessage(errno)));
+    }
+    ~PendingArchive() {
+        if (m_descriptor >= 0)
+            ::close(m_descriptor);
         if (!m_path.isEmpty())
             QFile::remove(m_path);
     }
+    int descriptor() const { return m_descriptor; }
     const QString& path() const { return m_path; }
+    void close() {
+        const int descriptor = std::exchange(m_descriptor, -1);
+        if (::close(descriptor) != 0)
+            throw PlatformError(tr("无法写入压缩文件：%1").arg(systemMessage(errno)));
+    }
     void release() { m_path.clear(); }
 
 private:
     QString m_path;
+    int m_descriptor;
 };
 
-QStringList zipArchives(const QStringList& selectedURLs) {
+QStringList archivesIn(const QStringList& selectedURLs) {
     QStringList archives;
     for (const QString& url : selectedURLs) {
         const QString path = QDir::cleanPath(QFileInfo(url).absoluteFilePath());
-        if (UniqueName::splitExtension(nameOf(path)).second.toLower() == QLatin1String("zip"))
+        if (ArchiveActions::unpackedName(nameOf(path)))
             archives.append(path);
     }
     if (archives.isEmpty())
@@ -90,23 +102,51 @@ QStringList zipArchives(const QStringList& selectedURLs) {
     return archives;
 }
 
-// Unpacks one archive through a hidden folder beside it (same file system), so a damaged archive leaves
-// nothing behind and the unpacked items arrive by renames that never replace anything.
-QStringList extractZIP(const QString& archive, ArchiveExtractionMode mode) {
+// Gives a folder its mode back. Only a folder: if the archive put a link where it also listed a folder,
+// the link is left alone rather than followed to whatever it names.
+void setFolderMode(const QByteArray& path, mode_t mode) {
+    struct stat status {};
+    if (::lstat(path.constData(), &status) != 0 || !S_ISDIR(status.st_mode))
+        return;
+    if (::chmod(path.constData(), mode) != 0)
+        throw PlatformError(tr("无法设置“%1”的权限：%2").arg(QFile::decodeName(path), systemMessage(errno)));
+}
+
+// Unpacks one archive through a hidden folder beside it (same file system), so a damaged or hostile
+// archive leaves nothing behind and the unpacked items arrive by renames that never replace anything.
+QStringList extractArchive(const QString& archive, ArchiveExtractionMode mode, ActionProgressFeed& feed) {
     const QString folder = parentOf(archive);
     StagingDirectory staging(QStringLiteral(".kestro-unpack-"), folder);
-    ZipTools::unpack(archive, staging.path());
+    const QByteArray stagingBytes = QFile::encodeName(staging.path());
+    const QList<ArchiveExtractor::FolderMode> folderModes =
+        ArchiveExtractor::extract(archive, stagingBytes, feed);
 
-    if (mode == ArchiveExtractionMode::sameNameFolder) {
-        const QString stem = UniqueName::splitExtension(nameOf(archive)).first;
-        return {UniqueNameMove::move(staging.path(), folder, stem, QString())};
+    // Read-only folders were written into as their owner's; they close again once complete. Top-level
+    // ones only after they have moved: moving a folder to another parent needs write access to it.
+    QList<ArchiveExtractor::FolderMode> topLevel;
+    for (const auto& [relative, folderMode] : folderModes) {
+        if (mode == ArchiveExtractionMode::currentFolder && !relative.contains('/'))
+            topLevel.append({relative, folderMode});
+        else
+            setFolderMode(stagingBytes + '/' + relative, folderMode);
     }
 
-    const QByteArray stagingBytes = QFile::encodeName(staging.path());
+    if (mode == ArchiveExtractionMode::sameNameFolder) {
+        setFolderMode(stagingBytes, ArchiveExtractor::defaultFolderMode());
+        const QString moved = UniqueNameMove::move(staging.path(), folder,
+                                                   *ArchiveActions::unpackedName(nameOf(archive)), QString());
+        staging.release();
+        return {moved};
+    }
+
     QStringList moved;
     for (const QByteArray& name : rawChildNames(staging.path())) {
         const auto [stem, extension] = UniqueName::splitExtension(QFile::decodeName(name));
-        moved.append(UniqueNameMove::move(stagingBytes + '/' + name, folder, stem, extension));
+        const QString path = UniqueNameMove::move(stagingBytes + '/' + name, folder, stem, extension);
+        moved.append(path);
+        for (const auto& [relative, folderMode] : topLevel)
+            if (relative == name)
+                setFolderMode(QFile::encodeName(path), folderMode);
     }
     FinderNameOrder::sortByName(moved);
     // An empty archive produced nothing: its folder stands in for the results.
@@ -130,19 +170,12 @@ QStringList ArchiveActions::compressToZIP(const QStringList& selectedURLs,
     if (baseName.isEmpty())
         baseName = QStringLiteral("Archive");
 
-    StagingDirectory staging(QStringLiteral("kestro-archive-"));
-    const QString contents = staging.path() + QStringLiteral("/contents");
-    if (!QDir().mkdir(contents))
-        throw PlatformError(tr("无法创建临时文件夹：%1").arg(contents));
-    for (const QString& item : items)
-        copyItem(item, UniqueName::pathForItemName(contents, nameOf(item)));
-
-    // zip adds to an archive that already exists, so it writes under a private name and the finished archive
-    // then claims the first free name without ever replacing what may have appeared there meanwhile.
-    PendingFile pending(folder + QStringLiteral("/.kestro-archive-") +
-                        QUuid::createUuid().toString(QUuid::WithoutBraces).toUpper() +
-                        QStringLiteral(".zip"));
-    ZipTools::pack(contents, pending.path());
+    ActionProgressFeed feed(tr("压缩为 ZIP"));
+    // Everything is listed, and special files refused, before the archive is begun.
+    const ArchivePacker packer(items);
+    PendingArchive pending(folder);
+    packer.write(pending.descriptor(), baseName + QStringLiteral(".zip"), feed);
+    pending.close();
     const QString archive = UniqueNameMove::move(pending.path(), folder, baseName, QStringLiteral("zip"));
     pending.release();
 
@@ -153,17 +186,40 @@ QStringList ArchiveActions::compressToZIP(const QStringList& selectedURLs,
 }
 
 QStringList ArchiveActions::extractZIPs(const QStringList& selectedURLs, ArchiveExtractionMode mode) {
+    const QStringList archives = archivesIn(selectedURLs);
+    ActionProgressFeed feed(tr("解压"));
+    feed.state().bytesTotal = 0;
+    for (const QString& archive : archives)
+        feed.state().bytesTotal += QFileInfo(archive).size();
     QStringList results;
-    for (const QString& archive : zipArchives(selectedURLs))
-        results.append(extractZIP(archive, mode));
+    for (const QString& archive : archives)
+        results.append(extractArchive(archive, mode, feed));
     FinderActionExecutor::revealActionResultsIfWanted(results);
     return results;
 }
 
 QStringList ArchiveActions::zipEntries(const QString& archive) {
     try {
-        return ZipTools::entryNames(archive);
+        return ArchiveExtractor::entryNames(archive);
     } catch (const std::exception&) {
         return {};
     }
+}
+
+const QStringList& ArchiveActions::unpackableExtensions() {
+    static const QStringList extensions = {
+        QStringLiteral("tar.bz2"), QStringLiteral("tar.gz"), QStringLiteral("tar.xz"), QStringLiteral("tgz"),
+        QStringLiteral("tar"),     QStringLiteral("zip"),    QStringLiteral("7z")};
+    return extensions;
+}
+
+std::optional<QString> ArchiveActions::unpackedName(const QString& archiveName) {
+    for (const QString& extension : unpackableExtensions()) {
+        const qsizetype stemLength = archiveName.size() - extension.size() - 1;
+        // A name that is only the ending (".zip") is a hidden file, not an archive with an empty name.
+        if (stemLength > 0 && archiveName.at(stemLength) == QLatin1Char('.') &&
+            archiveName.endsWith(extension, Qt::CaseInsensitive))
+            return archiveName.left(stemLength);
+    }
+    return std::nullopt;
 }

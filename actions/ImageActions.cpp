@@ -2,6 +2,7 @@
 
 #include "actions/FinderActionExecutor.h"
 #include "actions/ImageFileIO.h"
+#include "actions/ImageMetadata.h"
 #include "actions/UniqueName.h"
 #include "platform/DiagnosticLog.h"
 #include "platform/FinderActionExecutionError.h"
@@ -76,8 +77,9 @@ QStringList ImageActions::convertImages(const QStringList& selectedURLs, const Q
         QImage image = ImageFileIO::load(input);
         if (writerFormat == "jpeg")
             image = ImageFileIO::flattenedOnWhite(image);
+        const ImageMetadata metadata = ImageMetadata::read(input);
         const QString output = UniqueName::path(folderOf(input), stemOf(input), pathExtension);
-        ImageFileIO::save(image, output, writerFormat, quality);
+        ImageFileIO::save(image, output, writerFormat, quality, ImageFileIO::Target::newFile, &metadata);
         outputs.append(output);
     }
     FinderActionExecutor::revealActionResultsIfWanted(outputs);
@@ -106,16 +108,22 @@ QStringList ImageActions::resizeImages(const QStringList& selectedURLs) {
         return {};
     QStringList resized;
     for (const QString& path : selectedURLs) {
-        const QImage image = ImageFileIO::load(path);
-        // Written back in the format the file really holds, whatever its name says.
-        const QByteArray format = ImageFileIO::detectedFormat(path);
-        const QImage scaled = image.scaled(*size, Qt::IgnoreAspectRatio, Qt::SmoothTransformation);
-        ImageFileIO::save(scaled, path, format, format == "jpeg" ? defaultJPEGQuality : -1,
-                          ImageFileIO::Target::replacing);
+        resizeImage(path, *size);
         resized.append(path);
     }
     FinderActionExecutor::revealActionResultsIfWanted(resized);
     return resized;
+}
+
+void ImageActions::resizeImage(const QString& path, QSize size) {
+    ImageFileIO::checkSize(path, size);
+    const QImage scaled = ImageFileIO::load(path, size);
+    // Read before the file changes: the metadata goes back into the resized image.
+    const ImageMetadata metadata = ImageMetadata::read(path);
+    // Written back in the format the file really holds, whatever its name says.
+    const QByteArray format = ImageFileIO::detectedFormat(path);
+    ImageFileIO::save(scaled, path, format, format == "jpeg" ? defaultJPEGQuality : -1,
+                      ImageFileIO::Target::replacing, &metadata);
 }
 
 std::pair<QString, QByteArray> ImageActions::imageOutputExtension(const QString& inputExtension) {

@@ -1,6 +1,7 @@
 #include "actions/ImageFileIO.h"
 
 #include "actions/AtomicFileWriter.h"
+#include "actions/ImageMetadata.h"
 #include "platform/FinderActionExecutionError.h"
 
 #include <QBuffer>
@@ -10,30 +11,85 @@
 #include <QImageReader>
 #include <QImageWriter>
 #include <QPainter>
-#include <QSaveFile>
 
+#include <algorithm>
 #include <cstring>
+#include <mutex>
+#include <sys/stat.h>
 
 namespace {
 QString tr(const char* text) {
     return QCoreApplication::translate("ImageFileIO", text);
 }
+
+// Qt refuses to decode more than 256 MB by default (about 33 megapixels at four bytes each); the limit
+// here is what largestPixelCount needs at up to eight bytes a pixel (16-bit colour with alpha).
+void raiseDecodingLimit() {
+    static std::once_flag once;
+    std::call_once(once,
+                   [] { QImageReader::setAllocationLimit(int(ImageFileIO::largestPixelCount * 8 >> 20)); });
+}
+
+// Text keys that carry metadata profiles: exiv2 writes those itself, once.
+bool isMetadataProfile(const QString& key) {
+    return key.startsWith(QLatin1String("Raw profile type")) || key == QLatin1String("XML:com.adobe.xmp");
+}
+// The same pixels, not copied, with the text keys other than metadata profiles.
+QImage withoutMetadataProfiles(const QImage& image) {
+    const QStringList keys = image.textKeys();
+    if (std::none_of(keys.begin(), keys.end(), isMetadataProfile))
+        return image;
+    QImage view(image.constBits(), image.width(), image.height(), image.bytesPerLine(), image.format());
+    view.setColorTable(image.colorTable());
+    view.setColorSpace(image.colorSpace());
+    view.setDotsPerMeterX(image.dotsPerMeterX());
+    view.setDotsPerMeterY(image.dotsPerMeterY());
+    for (const QString& key : keys)
+        if (!isMetadataProfile(key))
+            view.setText(key, image.text(key));
+    return view;
+}
 } // namespace
 
-QImage ImageFileIO::load(const QString& path) {
+void ImageFileIO::checkSize(const QString& path, QSize size) {
+    if (qint64(size.width()) * size.height() > largestPixelCount)
+        throw FinderActionExecutionError::commandFailed(
+            tr("图片“%1”太大（%2 × %3 像素），超过了能处理的 %4 百万像素。")
+                .arg(path)
+                .arg(size.width())
+                .arg(size.height())
+                .arg(largestPixelCount / 1000000));
+}
+
+QImage ImageFileIO::load(const QString& path, QSize size) {
     const QFileInfo info(path);
     if (!info.exists())
         throw FinderActionExecutionError::sourceItemMissing(path);
     if (info.isDir())
         throw FinderActionExecutionError::commandFailed(tr("“%1”是文件夹，不是图片。").arg(path));
+    // Reading a pipe or a device would wait forever or never end.
+    struct stat status {};
+    if (::stat(QFile::encodeName(path).constData(), &status) == 0 && !S_ISREG(status.st_mode))
+        throw FinderActionExecutionError::commandFailed(tr("“%1”不是普通文件，不是图片。").arg(path));
+    raiseDecodingLimit();
     QImageReader reader(path);
     reader.setAutoTransform(true);
     // Only the content decides: a misnamed file is still read as what it really is.
     reader.setDecideFormatFromContent(true);
+    const QSize stored = reader.size();
+    if (stored.isValid())
+        checkSize(path, stored);
+    if (size.isValid()) {
+        // The wanted size is as shown; the decoder scales the image as stored, before turning it.
+        const bool turned = reader.transformation() & QImageIOHandler::TransformationRotate90;
+        reader.setScaledSize(turned ? size.transposed() : size);
+    }
     QImage image = reader.read();
     if (image.isNull())
         throw FinderActionExecutionError::commandFailed(
             tr("无法读取图片“%1”：%2").arg(path, reader.errorString()));
+    if (size.isValid() && image.size() != size)
+        image = image.scaled(size, Qt::IgnoreAspectRatio, Qt::SmoothTransformation);
     return image;
 }
 
@@ -48,7 +104,7 @@ bool ImageFileIO::canWrite(const QByteArray& format) {
 }
 
 void ImageFileIO::save(const QImage& image, const QString& path, const QByteArray& format, int quality,
-                       Target target) {
+                       Target target, const ImageMetadata* metadata) {
     if (!canWrite(format))
         throw FinderActionExecutionError::commandFailed(
             tr("这个系统无法写入 %1 格式的图片：%2").arg(QString::fromLatin1(format).toUpper(), path));
@@ -58,16 +114,16 @@ void ImageFileIO::save(const QImage& image, const QString& path, const QByteArra
     QImageWriter writer(&buffer, format);
     if (quality >= 0)
         writer.setQuality(quality);
-    if (!writer.write(image))
+    if (!writer.write(withoutMetadataProfiles(image)))
         throw FinderActionExecutionError::commandFailed(
             tr("无法写入“%1”：%2").arg(path, writer.errorString()));
-    if (target == Target::newFile) {
+    buffer.close();
+    if (metadata)
+        bytes = metadata->carriedInto(bytes, image);
+    if (target == Target::newFile)
         AtomicFileWriter::writeNewFile(path, bytes);
-        return;
-    }
-    QSaveFile file(path);
-    if (!file.open(QIODevice::WriteOnly) || file.write(bytes) != bytes.size() || !file.commit())
-        throw FinderActionExecutionError::commandFailed(tr("无法写入“%1”：%2").arg(path, file.errorString()));
+    else
+        AtomicFileWriter::replaceFile(path, bytes);
 }
 
 QImage ImageFileIO::pixelsOnly(const QImage& image) {

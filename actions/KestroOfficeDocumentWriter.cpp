@@ -1,21 +1,13 @@
 #include "actions/KestroOfficeDocumentWriter.h"
 
 #include "actions/AtomicFileWriter.h"
-#include "actions/StagingDirectory.h"
-#include "platform/FinderActionExecutionError.h"
-#include "platform/KestroError.h"
+#include "actions/ZipWriter.h"
 
-#include <QDir>
-#include <QFileInfo>
-#include <QProcess>
-#include <QStringDecoder>
+#include <QStringList>
 
-#include <mutex>
+#include <ctime>
 
 namespace {
-
-std::mutex zipPathMutex;
-QString zipExecutable = QStringLiteral("/usr/bin/zip");
 
 const QString declaration = QStringLiteral(R"(<?xml version="1.0" encoding="UTF-8" standalone="yes"?>)");
 
@@ -195,41 +187,16 @@ QList<KestroOfficeDocumentWriter::Entry> KestroOfficeDocumentWriter::entries(Kin
     };
 }
 
-void KestroOfficeDocumentWriter::runZip(const QString& stagingDirectory, const QString& destination) {
-    QProcess zip;
-    zip.setProgram(zipPath());
-    zip.setArguments({QStringLiteral("-qry"), destination, QStringLiteral(".")});
-    zip.setWorkingDirectory(stagingDirectory);
-    zip.setStandardOutputFile(QProcess::nullDevice());
-    zip.start(QIODevice::ReadOnly);
-    if (!zip.waitForStarted(-1))
-        throw PlatformError(QStringLiteral("%1: %2").arg(zipPath(), zip.errorString()));
-    zip.waitForFinished(-1);
-    if (zip.exitStatus() == QProcess::NormalExit && zip.exitCode() == 0)
-        return;
-    QStringDecoder decoder(QStringDecoder::Utf8);
-    const QString message = QString(decoder.decode(zip.readAllStandardError())).trimmed();
-    throw FinderActionExecutionError::commandFailed(decoder.hasError() ? QStringLiteral("zip failed")
-                                                                       : message);
+QByteArray KestroOfficeDocumentWriter::package(Kind kind) {
+    QByteArray bytes;
+    ZipWriter zip(&bytes, QStringLiteral("Office"));
+    const time_t now = std::time(nullptr);
+    for (const auto& [path, text] : entries(kind))
+        zip.addFile(path.toUtf8(), text.toUtf8(), 0644, now);
+    zip.finish();
+    return bytes;
 }
 
 void KestroOfficeDocumentWriter::write(Kind kind, const QString& destination) {
-    const StagingDirectory staging(QStringLiteral("kestro-office-"));
-    for (const auto& [path, text] : entries(kind)) {
-        const QString partPath = staging.path() + QLatin1Char('/') + path;
-        if (!QDir().mkpath(QFileInfo(partPath).absolutePath()))
-            throw PlatformError(QStringLiteral("无法创建文件夹：%1").arg(QFileInfo(partPath).absolutePath()));
-        AtomicFileWriter::writeNewFile(partPath, text.toUtf8());
-    }
-    runZip(staging.path(), destination);
-}
-
-QString KestroOfficeDocumentWriter::zipPath() {
-    std::lock_guard lock(zipPathMutex);
-    return zipExecutable;
-}
-
-void KestroOfficeDocumentWriter::setZipPath(const QString& path) {
-    std::lock_guard lock(zipPathMutex);
-    zipExecutable = path;
+    AtomicFileWriter::writeNewFile(destination, package(kind));
 }

@@ -5,6 +5,9 @@
 #include <QFile>
 #include <QSet>
 
+#include <optional>
+#include <utility>
+
 #include <dirent.h>
 
 #include <sys/stat.h>
@@ -30,19 +33,30 @@ QSet<QString> entryNames(const QString& folder) {
 using PathParts::joined;
 } // namespace
 
-QString UniqueName::path(const QString& folder, const QString& stem, const QString& extension) {
+QString UniqueName::firstFreeName(const QString& stem, const QString& extension,
+                                  const std::function<bool(const QString&)>& taken) {
     const QString suffix = extension.isEmpty() ? QString() : QLatin1Char('.') + extension;
-    const QString first = joined(folder, stem + suffix);
-    if (!occupied(first))
-        return first;
-    // A folder full of "Untitled n" files would cost one probe per name; one listing answers them all, and
-    // the final probe still guards against names the listing could not see.
-    const QSet<QString> taken = entryNames(folder);
+    if (!taken(stem + suffix))
+        return stem + suffix;
     for (qint64 n = 2;; ++n) {
         const QString name = stem + QLatin1Char(' ') + QString::number(n) + suffix;
-        if (!taken.contains(name) && !occupied(joined(folder, name)))
-            return joined(folder, name);
+        if (!taken(name))
+            return name;
     }
+}
+
+QString UniqueName::path(const QString& folder, const QString& stem, const QString& extension) {
+    // A folder full of "Untitled n" files would cost one probe per name; one listing answers them all, and
+    // a probe still guards against names the listing could not see.
+    std::optional<QSet<QString>> listing;
+    bool first = true;
+    return joined(folder, firstFreeName(stem, extension, [&](const QString& name) {
+                      if (std::exchange(first, false))
+                          return occupied(joined(folder, name));
+                      if (!listing)
+                          listing = entryNames(folder);
+                      return listing->contains(name) || occupied(joined(folder, name));
+                  }));
 }
 
 std::pair<QString, QString> UniqueName::splitExtension(const QString& itemName) {

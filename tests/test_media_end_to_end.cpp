@@ -1,4 +1,5 @@
 // One pass of each image and PDF action through the real kestro --perform.
+#include "support/KestroProcess.h"
 #include "support/PdfSamples.h"
 #include "support/QuietPreferences.h"
 #include "support/TestEnvironment.h"
@@ -18,17 +19,9 @@ struct Run {
 };
 
 Run perform(const QString& actionID, const QStringList& paths, const QString& target) {
-    QString url = QStringLiteral("kestro://finder-action?actionID=") + actionID;
-    for (const QString& path : paths)
-        url += QStringLiteral("&path=") + QString::fromLatin1(QUrl::toPercentEncoding(path));
-    url += QStringLiteral("&target=") + QString::fromLatin1(QUrl::toPercentEncoding(target));
-    QProcess process;
-    process.setProcessEnvironment(QProcessEnvironment::systemEnvironment());
-    process.start(qEnvironmentVariable("KESTRO_BINARY"), {QStringLiteral("--perform"), url});
-    if (!process.waitForFinished(120000))
-        return {-1, QStringLiteral("timed out")};
-    return {process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -1,
-            QString::fromUtf8(process.readAllStandardError())};
+    const KestroProcess kestro = KestroProcess::run(
+        {QStringLiteral("--perform"), KestroProcess::requestURL(actionID, paths, target)}, 120000);
+    return {kestro.exitCode, QString::fromUtf8(kestro.standardError)};
 }
 
 QStringList entries(const QString& folder) {

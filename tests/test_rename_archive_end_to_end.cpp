@@ -1,5 +1,6 @@
 // The rename and archive actions through the real executable: kestro --perform with a request URL.
 #include "support/FolderListing.h"
+#include "support/KestroProcess.h"
 #include "support/QuietPreferences.h"
 #include "support/TestEnvironment.h"
 
@@ -9,13 +10,6 @@
 
 namespace {
 
-QString requestURL(const QString& actionID, const QStringList& paths, const QString& target) {
-    QString url = QStringLiteral("kestro://finder-action?actionID=") + actionID;
-    for (const QString& path : paths)
-        url += QStringLiteral("&path=") + QString::fromLatin1(QUrl::toPercentEncoding(path));
-    return url + QStringLiteral("&target=") + QString::fromLatin1(QUrl::toPercentEncoding(target));
-}
-
 struct Outcome {
     int exitCode = -1;
     QString standardError;
@@ -23,17 +17,9 @@ struct Outcome {
 
 // Runs one request in a separate kestro process that sees this test's private home and temporary folders.
 Outcome perform(const QString& actionID, const QStringList& paths, const QString& target) {
-    QProcess kestro;
-    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-    environment.remove(QStringLiteral("DISPLAY"));
-    environment.remove(QStringLiteral("WAYLAND_DISPLAY"));
-    kestro.setProcessEnvironment(environment);
-    kestro.start(qEnvironmentVariable("KESTRO_BINARY"),
-                 {QStringLiteral("--perform"), requestURL(actionID, paths, target)});
-    kestro.closeWriteChannel();
-    if (!kestro.waitForFinished(120000))
-        return {};
-    return {kestro.exitCode(), QString::fromUtf8(kestro.readAllStandardError())};
+    const KestroProcess kestro = KestroProcess::run(
+        {QStringLiteral("--perform"), KestroProcess::requestURL(actionID, paths, target)}, 120000);
+    return {kestro.exitCode, QString::fromUtf8(kestro.standardError)};
 }
 
 } // namespace

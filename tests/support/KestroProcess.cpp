@@ -1,8 +1,12 @@
 #include "support/KestroProcess.h"
 
 #include <QElapsedTimer>
+#include <QFile>
+#include <QStandardPaths>
 #include <QUrl>
 #include <QUrlQuery>
+
+#include <unistd.h>
 
 QString KestroProcess::binary() {
     return qEnvironmentVariable("KESTRO_BINARY");
@@ -74,4 +78,35 @@ QString kestroActionURL(const QString& actionID, const QStringList& paths,
     url.setHost(QStringLiteral("finder-action"));
     url.setQuery(query);
     return url.toString(QUrl::FullyEncoded);
+}
+
+std::optional<KestroProcess> KestroProcess::runUnprivileged(const QStringList& arguments, const QString& tree,
+                                                            QString* skipReason) {
+    if (::geteuid() != 0)
+        return run(arguments);
+    const QString setpriv = QStandardPaths::findExecutable(QStringLiteral("setpriv"));
+    if (setpriv.isEmpty()) {
+        *skipReason = QStringLiteral("running as root and setpriv is missing: permissions cannot be tested");
+        return std::nullopt;
+    }
+    QProcess chown;
+    chown.start(QStringLiteral("chown"), {QStringLiteral("-R"), QStringLiteral("nobody:nogroup"), tree});
+    if (!chown.waitForFinished() || chown.exitCode() != 0 ||
+        !QFile::setPermissions(tree,
+                               QFile::permissions(tree) | QFileDevice::ReadOther | QFileDevice::ExeOther)) {
+        *skipReason = QStringLiteral("running as root and the test folder cannot be given to nobody");
+        return std::nullopt;
+    }
+    QProcess process;
+    process.setProcessEnvironment(environment());
+    process.start(setpriv, QStringList{QStringLiteral("--reuid=nobody"), QStringLiteral("--regid=nogroup"),
+                                       QStringLiteral("--clear-groups"), QStringLiteral("--"), binary()} +
+                               arguments);
+    process.waitForFinished(120000);
+    return KestroProcess{process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -1,
+                         process.readAllStandardOutput(), process.readAllStandardError()};
+}
+
+QString KestroProcess::requestURL(const QString& actionID, const QStringList& paths, const QString& target) {
+    return kestroActionURL(actionID, paths, target);
 }

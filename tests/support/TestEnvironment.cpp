@@ -6,6 +6,9 @@
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
+#include <QProcess>
+
+#include <unistd.h>
 
 namespace {
 const char* const variables[] = {"HOME",           "XDG_CONFIG_HOME", "XDG_DATA_HOME",
@@ -40,6 +43,12 @@ TestEnvironment::TestEnvironment() {
 
 TestEnvironment::~TestEnvironment() {
     --liveEnvironments;
+    // Tests leave read-only folders behind (unpacked archives); their owner could not remove them otherwise.
+    if (::geteuid() != 0) {
+        QProcess chmod;
+        chmod.start(QStringLiteral("chmod"), {QStringLiteral("-R"), QStringLiteral("u+rwX"), m_root.path()});
+        chmod.waitForFinished();
+    }
     Platform::reset();
     for (const auto& [name, value] : m_saved) {
         if (value.isNull())

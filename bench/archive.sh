@@ -1,0 +1,82 @@
+#!/usr/bin/env bash
+# Packing and unpacking through kestro --perform against zip and unzip at the same deflate level (6, zip's
+# default), in the same run: 10,000 small files, then one large file (BENCH_ARCHIVE_MIB, default 1024 MiB,
+# of log-like text that deflates about 2:1). Prints best wall times, peak memory and the ratios
+# kestro/zip and kestro/unzip. BENCH_RUNS (default 3) sets the runs per tool.
+set -euo pipefail
+cd "$(dirname "$0")/.."
+source bench/common.sh
+command -v zip >/dev/null && command -v unzip >/dev/null || { echo "zip/unzip missing: run scripts/install-dependencies" >&2; exit 1; }
+
+count=${BENCH_ARCHIVE_FILES:-10000}
+mib=${BENCH_ARCHIVE_MIB:-1024}
+
+small="$work/small/Small Files"
+mkdir -p "$small"
+python3 - "$small" "$count" <<'PY'
+import os, sys
+root, count = sys.argv[1], int(sys.argv[2])
+for folder in range(10):
+    os.makedirs(os.path.join(root, f"part {folder}"), exist_ok=True)
+for i in range(count):
+    with open(os.path.join(root, f"part {i % 10}", f"file {i}.txt"), "w") as f:
+        f.write(f"small file number {i}\n" * (1 + i % 20))
+PY
+large="$work/large/Large File.log"
+mkdir -p "$(dirname "$large")"
+python3 - "$large" "$mib" <<'PY'
+import random, sys
+path, mib = sys.argv[1], int(sys.argv[2])
+rng = random.Random(7)
+words = [("".join(rng.choice("abcdefghijklmnopqrstuvwxyz") for _ in range(rng.randint(2, 9)))) for _ in range(5000)]
+# A block of log-like lines with random numbers, written again with fresh numbers: deflates about 2:1.
+with open(path, "wb") as f:
+    written = 0
+    while written < mib << 20:
+        lines = [f"{rng.randint(0, 10**9):010d} {' '.join(rng.choice(words) for _ in range(8))} {rng.random():.6f}\n"
+                 for _ in range(20000)]
+        block = "".join(lines).encode()
+        f.write(block)
+        written += len(block)
+    f.truncate(mib << 20)
+PY
+
+# bench NAME SOURCE: packs SOURCE with both, then unpacks zip's archive with both, runs alternated.
+bench() {
+    local name=$1 source=$2 folder base
+    folder=$(dirname "$source") base=$(basename "$source")
+    local pack_url unpack_url
+    pack_url=$(kestro_url compressToZIP "$source")
+    mkdir -p "$work/unpack-$name"
+    for ((run = 0; run < runs; run++)); do
+        rm -f "$folder"/*.zip "$work/$name-zip.zip"
+        pushd "$folder" >/dev/null
+        measure "$name-zip" zip -qr "$work/$name-zip.zip" "$base"
+        popd >/dev/null
+        measure "$name-kestro" "$kestro" --perform "$pack_url"
+        [ "${last_status[$name-kestro]}" -eq 0 ] || { echo "kestro failed: $(cat "$work/$name-kestro.err")" >&2; exit 1; }
+        cp "$work/$name-zip.zip" "$work/unpack-$name/archive.zip"
+        unpack_url=$(kestro_url extractZIPToFolder "$work/unpack-$name/archive.zip")
+        rm -rf "$work/unzipped" "$work/unpack-$name/archive"
+        measure "$name-unzip" unzip -q "$work/$name-zip.zip" -d "$work/unzipped"
+        measure "$name-unkestro" "$kestro" --perform "$unpack_url"
+        [ "${last_status[$name-unkestro]}" -eq 0 ] || { echo "kestro failed: $(cat "$work/$name-unkestro.err")" >&2; exit 1; }
+        diff -r "$work/unzipped/$base" "$work/unpack-$name/archive/$base" >/dev/null || { echo "unpacked trees differ" >&2; exit 1; }
+    done
+    local kestro_size zip_size
+    kestro_size=$(stat -c %s "$folder/$(ls "$folder" | grep '\.zip$' | head -n 1)")
+    zip_size=$(stat -c %s "$work/$name-zip.zip")
+    echo
+    echo "== $name, best of $runs =="
+    printf '%-24s %8s s %10s KiB %12s bytes\n' \
+        "zip -qr (level 6)" "${best_seconds[$name-zip]}" "${peak_kib[$name-zip]}" "$zip_size" \
+        "kestro compressToZIP" "${best_seconds[$name-kestro]}" "${peak_kib[$name-kestro]}" "$kestro_size"
+    printf '%-24s %8s s %10s KiB\n' \
+        "unzip -q" "${best_seconds[$name-unzip]}" "${peak_kib[$name-unzip]}" \
+        "kestro extractZIPToFolder" "${best_seconds[$name-unkestro]}" "${peak_kib[$name-unkestro]}"
+    echo "pack   time kestro/zip:   $(ratio "${best_seconds[$name-kestro]}" "${best_seconds[$name-zip]}")"
+    echo "unpack time kestro/unzip: $(ratio "${best_seconds[$name-unkestro]}" "${best_seconds[$name-unzip]}")"
+}
+
+bench "$count small files" "$small"
+bench "one $mib MiB file" "$large"

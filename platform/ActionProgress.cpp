@@ -1,0 +1,49 @@
+#include "platform/ActionProgress.h"
+
+#include <QCoreApplication>
+
+namespace {
+
+class SilentActionProgress final : public ActionProgress {
+public:
+    void started(const QString&) override {}
+    void changed(const ActionProgressState&) override {}
+    bool cancelRequested() override { return false; }
+    void finished() override {}
+};
+
+SilentActionProgress silent;
+thread_local ActionProgress* installed = nullptr;
+
+} // namespace
+
+ActionProgress& ActionProgress::current() {
+    return installed ? *installed : silent;
+}
+
+ActionProgressScope::ActionProgressScope(ActionProgress& reporter)
+    : m_previous(installed) {
+    installed = &reporter;
+}
+
+ActionProgressScope::~ActionProgressScope() {
+    installed = m_previous;
+}
+
+ActionProgressFeed::ActionProgressFeed(const QString& title)
+    : m_reporter(ActionProgress::current()) {
+    m_reporter.started(title);
+}
+
+ActionProgressFeed::~ActionProgressFeed() {
+    m_reporter.finished();
+}
+
+void ActionProgressFeed::stopIfCancelled() {
+    if (m_reporter.cancelRequested())
+        throw ActionCancelled();
+}
+
+QString ActionCancelled::errorDescription() const {
+    return QCoreApplication::translate("ActionProgress", "操作已取消。");
+}
