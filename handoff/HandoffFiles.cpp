@@ -267,6 +267,11 @@ bool enqueue(const std::string& request, std::string& error) {
 }
 
 bool announceToHost() {
+    // Only a listener in a private folder of ours is the host; one in a folder someone else planted is not.
+    struct stat folder {};
+    if (::lstat(runtimeDirectory().c_str(), &folder) != 0 || !S_ISDIR(folder.st_mode) ||
+        folder.st_uid != ::getuid() || (folder.st_mode & 07777) != 0700)
+        return false;
     const std::string path = socketPath();
     sockaddr_un address{};
     if (path.size() >= sizeof address.sun_path)
@@ -352,13 +357,15 @@ void log(const std::string& message) {
     char stamp[64];
     std::strftime(stamp, sizeof stamp, "[%Y-%m-%d %H:%M:%S +0000] ", &utc);
     line = stamp + line + "\n";
-    // The temporary root is shared with other accounts: no links followed, private, ours only.
-    const int file =
-        ::open(diagnosticLogPath().c_str(), O_WRONLY | O_APPEND | O_CREAT | O_NOFOLLOW | O_CLOEXEC, 0600);
+    // The temporary root is shared with other accounts: no links followed, never waiting on a pipe put in
+    // the log's place, private, a plain file of ours with no second name.
+    const int file = ::open(diagnosticLogPath().c_str(),
+                            O_WRONLY | O_APPEND | O_CREAT | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC, 0600);
     if (file < 0)
         return;
     struct stat status {};
-    if (::fstat(file, &status) == 0 && status.st_uid == ::getuid() && S_ISREG(status.st_mode))
+    if (::fstat(file, &status) == 0 && status.st_uid == ::getuid() && S_ISREG(status.st_mode) &&
+        status.st_nlink == 1)
         writeAll(file, line);
     ::close(file);
 }
