@@ -126,6 +126,18 @@ private slots:
         QVERIFY(!PropertyListFile::parse(nestedBinary(PropertyListShape::maximumDepth + 2)));
         const std::optional<QVariant> shared = PropertyListFile::parse(doublingBinary(10));
         QVERIFY(shared && shared->toList().size() == 2);
+        // A NUL character inside a string is kept; inside a dictionary key it is refused (libplist would
+        // abort).
+        const std::optional<QVariant> withNul =
+            PropertyListFile::parse(binaryList({arrayObject({1}), stringObject(QByteArray("a\0b", 3))}));
+        QVERIFY(withNul);
+        QCOMPARE(withNul->toList().value(0).toString(), QStringLiteral("a"));
+        QByteArray dictionary;
+        dictionary += char(0xD1);
+        dictionary += bigEndian(1, 4) + bigEndian(2, 4);
+        QVERIFY(!PropertyListFile::parse(
+            binaryList({dictionary, stringObject(QByteArray("k\0", 2)), stringObject("v")})));
+        QVERIFY(PropertyListFile::parse(binaryList({dictionary, stringObject("k"), stringObject("v")})));
         // A comment or CDATA that looks like tags changes nothing.
         const std::optional<QVariant> commented = PropertyListFile::parse(
             "<plist><!-- <array><array> --><array><string><![CDATA[</array>]]></string></array></plist>");
@@ -161,7 +173,8 @@ private slots:
             CustomDestinationStore destinations;
             CustomShortcutActionStore actions;
             FinderViewPresetStore presets;
-            QCOMPARE(features.settings().enabledFeatureIDs, FeatureSettingsDefaults::settings().enabledFeatureIDs);
+            QCOMPARE(features.settings().enabledFeatureIDs,
+                     FeatureSettingsDefaults::settings().enabledFeatureIDs);
             QVERIFY(preferences.revealActionResults());
             QVERIFY(!preferences.revealCreatedItems());
             QVERIFY(!destinations.destinations(CustomDestinationKind::quickOpen).isEmpty());
