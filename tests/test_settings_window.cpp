@@ -38,11 +38,11 @@
 #include <QComboBox>
 #include <QDir>
 #include <QDrag>
-#include <QMouseEvent>
 #include <QFile>
 #include <QLabel>
 #include <QListView>
 #include <QListWidget>
+#include <QMouseEvent>
 #include <QPlainTextEdit>
 #include <QPushButton>
 #include <QScrollArea>
@@ -323,16 +323,18 @@ private slots:
         Window window;
         FeatureChildrenSection* section =
             window.view->featurePage(KestroFeature::imageTools)->childrenSection();
+        window.view->showPage(SettingsPage::of(KestroFeature::imageTools));
+        QVERIFY(QTest::qWaitForWindowExposed(window.view.get()));
         // Not every image action is on by default, so the button offers to turn them all on.
         QVERIFY(!section->allChildrenEnabled());
         QCOMPARE(section->allButton()->text(), QStringLiteral("全部开启"));
-        section->allButton()->click();
+        clickWidget(section->allButton());
         const QStringList enabled = storedList("enabledChildIDs");
         for (const QString& id : KestroFeature(KestroFeature::imageTools).childIDs())
             QVERIFY2(enabled.contains(id), qPrintable(id));
         QCOMPARE(section->allButton()->text(), QStringLiteral("全部关闭"));
 
-        section->allButton()->click();
+        clickWidget(section->allButton());
         const QStringList after = storedList("enabledChildIDs");
         for (const QString& id : KestroFeature(KestroFeature::imageTools).childIDs())
             QVERIFY2(!after.contains(id), qPrintable(id));
@@ -344,8 +346,10 @@ private slots:
         TestEnvironment environment;
         Window window;
         FeatureDetailView* page = window.view->featurePage(KestroFeature::developerTools);
+        window.view->showPage(SettingsPage::of(KestroFeature::developerTools));
+        QVERIFY(QTest::qWaitForWindowExposed(window.view.get()));
         QVERIFY(!page->enableRow()->toggle()->isChecked());
-        page->enableRow()->toggle()->click();
+        clickWidget(page->enableRow()->toggle());
         QVERIFY(storedList("enabledFeatureIDs").contains(QStringLiteral("developerTools")));
         // Turned on from elsewhere (the store), the switch shows it.
         window.featureSettings.setEnabled(false, KestroFeature::developerTools);
@@ -404,15 +408,15 @@ private slots:
         TestEnvironment environment;
         Window window;
         PreferencesDetailView* page = window.view->preferencesPage();
-        page->revealCreatedItemsRow()->toggle()->click();
+        clickWidget(page->revealCreatedItemsRow()->toggle());
         QVERIFY(AppPreferencesPersistence::load().revealCreatedItems);
-        page->revealActionResultsRow()->toggle()->click();
+        clickWidget(page->revealActionResultsRow()->toggle());
         QVERIFY(!AppPreferencesPersistence::load().revealActionResults);
 
-        page->groupingRow()->toggle()->click();
+        clickWidget(page->groupingRow()->toggle());
         QCOMPARE(storedFeatureSettings().value(QStringLiteral("groupsFeaturesUnderKestro")).toBool(), true);
         QVERIFY(page->collapsedLayoutRow()->toggle()->isChecked());
-        page->collapsedLayoutRow()->toggle()->click();
+        clickWidget(page->collapsedLayoutRow()->toggle());
         QCOMPARE(storedFeatureSettings().value(QStringLiteral("menuLayout")).toString(),
                  QStringLiteral("expanded"));
     }
@@ -422,11 +426,13 @@ private slots:
         FakePlatform::loginItems().refuses = true;
         Window window;
         SettingsToggleRow* row = window.view->preferencesPage()->launchAtLoginRow();
-        row->toggle()->click();
+        window.view->showPage(SettingsPage::preferences());
+        QVERIFY(QTest::qWaitForWindowExposed(window.view.get()));
+        clickWidget(row->toggle());
         QVERIFY(!row->toggle()->isChecked());
         QVERIFY(!window.preferences.launchAtLogin());
         FakePlatform::loginItems().refuses = false;
-        row->toggle()->click();
+        clickWidget(row->toggle());
         QVERIFY(row->toggle()->isChecked());
         QVERIFY(FakePlatform::loginItems().enabled);
         QVERIFY(AppPreferencesPersistence::load().launchAtLogin);
@@ -452,7 +458,7 @@ private slots:
 
         // Replaced by garbage: the window keeps what the store holds and the next change repairs the file.
         environment.writeFile(FeatureSettingsPersistence::applicationFileURL(), "not a property list");
-        window.view->featurePage(KestroFeature::copyPath)->enableRow()->toggle()->click();
+        clickWidget(window.view->featurePage(KestroFeature::copyPath)->enableRow()->toggle());
         QVERIFY(!storedList("enabledFeatureIDs").contains(QStringLiteral("copyPath")));
     }
 
