@@ -16,9 +16,11 @@
 
 #include <QFile>
 #include <QFileInfo>
+#include <QProcess>
 #include <QtTest>
 
 #include <sys/stat.h>
+#include <unistd.h>
 
 namespace {
 
@@ -187,6 +189,46 @@ private slots:
             // Actions read the preferences at every run: a bad file reads as the defaults there too.
             QCOMPARE(AppPreferencesPersistence::load(), AppPreferences({false, true, false}));
         }
+    }
+
+    void settingsFileThisAccountCannotReadIsMovedAsideNotLost() {
+        // Root reads any file, so the check runs as an unprivileged account: this test, in a process of its
+        // own.
+        if (::geteuid() == 0) {
+            QProcess child;
+            child.setProcessChannelMode(QProcess::MergedChannels);
+            child.start(QStringLiteral("setpriv"),
+                        {QStringLiteral("--reuid=nobody"), QStringLiteral("--regid=nogroup"),
+                         QStringLiteral("--clear-groups"), QCoreApplication::applicationFilePath(),
+                         QStringLiteral("settingsFileThisAccountCannotReadIsMovedAsideNotLost")});
+            if (!child.waitForStarted())
+                QSKIP("setpriv is not available to drop root's rights");
+            QVERIFY(child.waitForFinished(120000));
+            const QByteArray output = child.readAll();
+            QVERIFY2(child.exitCode() == 0, output.constData());
+            QVERIFY2(output.contains(
+                         "PASS   : TestPropertyLists::settingsFileThisAccountCannotReadIsMovedAsideNotLost"),
+                     output.constData());
+            return;
+        }
+        TestEnvironment environment;
+        const QString path =
+            environment.home() + QStringLiteral("/.config/kestro/CustomShortcutActions.plist");
+        const QByteArray bytes = "<plist><array></array></plist>";
+        environment.writeFile(path, bytes);
+        QVERIFY(QFile::setPermissions(path, QFileDevice::WriteOwner));
+        QVERIFY(!QFile(path).open(QIODevice::ReadOnly));
+
+        CustomShortcutActionStore store;
+        QVERIFY(store.actions().isEmpty());
+        const QString script = environment.writeFile(QStringLiteral("tidy.sh"), "#!/bin/sh\n");
+        QVERIFY(store.addScript(script));
+        // The new list is written; the file that could not be read is beside it, whole.
+        const QString aside = path + QStringLiteral(".unreadable");
+        QVERIFY(QFileInfo::exists(aside));
+        QVERIFY(QFile::setPermissions(aside, QFileDevice::ReadOwner | QFileDevice::WriteOwner));
+        QCOMPARE(readAll(aside), bytes);
+        QVERIFY(readAll(path).contains("tidy.sh"));
     }
 
     void scheduleWithAMalformedEntryIsKeptAsideBeforeItIsRewritten() {
