@@ -15,6 +15,7 @@
 #include "settings-ui/FeatureDetailView.h"
 #include "settings-ui/FeatureRequestSheet.h"
 #include "settings-ui/FeatureSidebarModel.h"
+#include "settings-ui/FinderViewPresetSection.h"
 #include "settings-ui/FittedListView.h"
 #include "settings-ui/PreferencesDetailView.h"
 #include "settings-ui/ScheduledDeletionSection.h"
@@ -27,6 +28,7 @@
 #include "stores/CustomDestinationStore.h"
 #include "stores/CustomShortcutActionPersistence.h"
 #include "stores/CustomShortcutActionStore.h"
+#include "stores/FinderViewPresetPersistence.h"
 #include "stores/FinderViewPresetStore.h"
 #include "stores/ScheduledDeletionListStore.h"
 #include "stores/ScheduledDeletionStore.h"
@@ -316,6 +318,53 @@ private slots:
         clickWidget(buttonNamed(custom, QStringLiteral("添加脚本")));
         QCOMPARE(cancel.answered(), 1);
         QCOMPARE(window.customActions.actions().size(), 2);
+    }
+
+    void presetSectionAddsEditsAndRemovesThroughItsControls() {
+        TestEnvironment environment;
+        Window window;
+        window.view->showPage(SettingsPage::of(KestroFeature::viewOptions));
+        QVERIFY(QTest::qWaitForWindowExposed(window.view.get()));
+        auto* section = qobject_cast<FinderViewPresetSection*>(
+            window.view->featurePage(KestroFeature::viewOptions)->userSection());
+        QVERIFY(section);
+        QCOMPARE(window.presets.presets().size(), 3);
+
+        clickWidget(buttonNamed(section, QStringLiteral("添加显示方案")));
+        QCOMPARE(FinderViewPresetPersistence::load()->size(), 4);
+        const QString id = window.presets.presets().constLast().id;
+        QVERIFY(section->nameField()->isVisible());
+        QCOMPARE(section->nameField()->text(), QStringLiteral("列表 · 按修改日期"));
+
+        // Another sort, chosen with the keyboard: the automatic name follows it.
+        section->sortBox()->setFocus();
+        QTest::keyClick(section->sortBox(), Qt::Key_Down);
+        FinderViewPreset stored = FinderViewPresetPersistence::preset(id).value();
+        QCOMPARE(stored.sortMode, FinderSortMode::creationDate);
+        QCOMPARE(stored.name, QStringLiteral("列表 · 按创建日期"));
+
+        // A typed name is kept through later changes; an emptied one is put back.
+        section->nameField()->setFocus();
+        section->nameField()->selectAll();
+        Modal::type(section->nameField(), QStringLiteral("我的 \"方案\""));
+        QTest::keyClick(section->nameField(), Qt::Key_Return);
+        QCOMPARE(FinderViewPresetPersistence::preset(id)->name, QStringLiteral("我的 \"方案\""));
+        section->viewBox()->setFocus();
+        QTest::keyClick(section->viewBox(), Qt::Key_Down);
+        stored = FinderViewPresetPersistence::preset(id).value();
+        QCOMPARE(stored.viewMode, FinderViewMode::column);
+        QCOMPARE(stored.name, QStringLiteral("我的 \"方案\""));
+        section->nameField()->setFocus();
+        section->nameField()->selectAll();
+        QTest::keyClick(section->nameField(), Qt::Key_Backspace);
+        QTest::keyClick(section->nameField(), Qt::Key_Return);
+        QCOMPARE(FinderViewPresetPersistence::preset(id)->name, QStringLiteral("我的 \"方案\""));
+        QCOMPARE(section->nameField()->text(), QStringLiteral("我的 \"方案\""));
+
+        // 移除 takes the selected preset away, and only that one.
+        clickWidget(buttonNamed(section, QStringLiteral("移除")));
+        QCOMPARE(FinderViewPresetPersistence::load()->size(), 3);
+        QVERIFY(!FinderViewPresetPersistence::preset(id));
     }
 
     void allChildrenButtonSwitchesEveryChildButNotTheFeature() {
