@@ -145,7 +145,7 @@ public:
 std::optional<QString> WidgetPrompts::promptText(const QString& title, const QString& message) {
     PromptDialog dialog(title, message, tr("确定"));
     auto* field = new QLineEdit;
-    field->setFixedSize(320, 24);
+    field->setMinimumWidth(320);
     dialog.addAccessory(field);
     field->setFocus();
     field->selectAll();
@@ -222,7 +222,7 @@ std::optional<QString> WidgetPrompts::chooseShortcutName(const QString& title, c
 std::optional<QString> WidgetPrompts::requestFeatureText() {
     PromptDialog dialog(tr("请求新功能"), tr("描述你希望 Kestro 增加的 Finder 右键功能。"), tr("提交"));
     auto* text = new QPlainTextEdit;
-    text->setFixedSize(420, 140);
+    text->setMinimumSize(420, 140);
     text->setVerticalScrollBarPolicy(Qt::ScrollBarAlwaysOn);
     dialog.addAccessory(text);
     text->setFocus();

@@ -63,6 +63,27 @@ private slots:
         QCOMPARE(escape.answered(), 1);
     }
 
+    void fieldsGrowWithALargeFont() {
+        WidgetPrompts prompts;
+        const QFont saved = QApplication::font();
+        QFont large = saved;
+        large.setPixelSize(40);
+        QApplication::setFont(large);
+        int fieldHeight = 0;
+        int textHeight = 0;
+        ModalAnswer answer([&](QWidget* dialog) {
+            auto* field = dialog->findChild<QLineEdit*>();
+            fieldHeight = field->height();
+            textHeight = field->fontMetrics().height();
+            Modal::cancel(dialog);
+        });
+        prompts.promptText(QStringLiteral("添加前缀"), QStringLiteral("输入要添加到文件名前面的文字。"));
+        QApplication::setFont(saved);
+        QCOMPARE(answer.answered(), 1);
+        QVERIFY2(fieldHeight >= textHeight,
+                 qPrintable(QStringLiteral("%1 < %2").arg(fieldHeight).arg(textHeight)));
+    }
+
     void resizePromptExplainsItselfAndHintsInsideItsFields() {
         WidgetPrompts prompts;
         ModalAnswer answer([](QWidget* dialog) {
