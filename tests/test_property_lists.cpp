@@ -10,6 +10,7 @@
 #include "stores/CustomDestinationStore.h"
 #include "stores/CustomShortcutActionStore.h"
 #include "stores/FinderViewPresetStore.h"
+#include "stores/ScheduledDeletionListStore.h"
 #include "stores/ScheduledDeletionPersistence.h"
 #include "stores/ScheduledDeletionStore.h"
 #include "support/TestEnvironment.h"
@@ -169,6 +170,8 @@ private slots:
                 QStringLiteral("FinderViewPresets.plist")};
             for (const QString& name : names)
                 environment.writeFile(folder + name, file.bytes);
+            const QString schedule =
+                environment.writeFile(folder + QStringLiteral("ScheduledDeletions.plist"), file.bytes);
 
             FeatureSettingsStore features;
             AppPreferencesStore preferences;
@@ -186,6 +189,10 @@ private slots:
                 QVERIFY2(readAll(folder + name + QStringLiteral(".unreadable")) == file.bytes,
                          qPrintable(QStringLiteral("%1: %2").arg(QLatin1String(file.name), name)));
             }
+            // A schedule that cannot be read shows as empty and is never rewritten: nothing due is lost.
+            ScheduledDeletionListStore deletions;
+            QVERIFY(deletions.items().isEmpty());
+            QCOMPARE(readAll(schedule), file.bytes);
             // Actions read the preferences at every run: a bad file reads as the defaults there too.
             QCOMPARE(AppPreferencesPersistence::load(), AppPreferences({false, true, false}));
         }
