@@ -97,6 +97,13 @@ void clickWidget(QWidget* widget) {
     QTest::mouseClick(widget, Qt::LeftButton, {}, widget->rect().center());
 }
 
+// Chooses a row of a list with a click on its text, away from its handle and switch.
+void clickRow(QListView* list, int row) {
+    const QRect rect = list->visualRect(list->model()->index(row, 0));
+    QTest::mouseClick(list->viewport(), Qt::LeftButton, {},
+                      QPoint(rect.left() + rect.width() / 3, rect.center().y()));
+}
+
 QPushButton* buttonNamed(QWidget* parent, const QString& text) {
     for (QPushButton* button : parent->findChildren<QPushButton*>())
         if (button->text() == text && button->isVisible())
@@ -568,13 +575,13 @@ private slots:
         QCOMPARE(section->model()->rowCount(), 2);
         // Earliest first: the one due in a minute.
         QCOMPARE(section->model()->rows().at(0).title, QStringLiteral("cancel me.txt"));
-        section->listView()->setCurrentIndex(section->model()->index(0));
-        QPushButton* cancelButton = nullptr;
-        for (QPushButton* button : section->findChildren<QPushButton*>())
-            if (button->text() == QStringLiteral("取消清理"))
-                cancelButton = button;
-        QVERIFY(cancelButton && cancelButton->isEnabled());
-        cancelButton->click();
+        window.view->showPage(SettingsPage::of(KestroFeature::scheduledDeletion));
+        QVERIFY(QTest::qWaitForWindowExposed(window.view.get()));
+        QPushButton* cancelButton = buttonNamed(section, QStringLiteral("取消清理"));
+        QVERIFY(cancelButton && !cancelButton->isEnabled()); // nothing chosen yet
+        clickRow(section->listView(), 0);
+        QVERIFY(cancelButton->isEnabled());
+        clickWidget(cancelButton);
         QTRY_COMPARE(section->model()->rowCount(), 1);
         const QList<ScheduledDeletionItem> left = ScheduledDeletionStore::items();
         QCOMPARE(left.size(), 1);
@@ -609,10 +616,8 @@ private slots:
 
         // Removing the selected row removes exactly that entry from the file.
         const int before = int(window.destinations.destinations(CustomDestinationKind::copy).size());
-        section->listView()->setCurrentIndex(section->model()->index(row));
-        for (QPushButton* button : section->findChildren<QPushButton*>())
-            if (button->text() == QStringLiteral("移除"))
-                button->click();
+        clickRow(section->listView(), row);
+        clickWidget(buttonNamed(section, QStringLiteral("移除")));
         QCOMPARE(window.destinations.destinations(CustomDestinationKind::copy).size(), before - 1);
         QCOMPARE(section->model()->rowCount(), before - 1);
     }
