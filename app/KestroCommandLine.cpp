@@ -4,6 +4,7 @@
 #include "app/DisplayEnvironment.h"
 #include "app/KestroHost.h"
 #include "app/LaunchOrigin.h"
+#include "app/QtChineseTexts.h"
 #include "app/SettingsScreenshots.h"
 #include "app/SingleInstance.h"
 #include "app/StandardOutputClipboard.h"
@@ -136,6 +137,7 @@ int runPerform(int argc, char* argv[], const QString& text) {
         DisplayEnvironment::useOffscreenWithoutDisplay();
         if (requirement == ActionRequirements::Requirement::widgets) {
             application = std::make_unique<QApplication>(argc, argv);
+            installQtChineseTexts(*application);
             Platform::setPrompts(std::make_shared<WidgetPrompts>());
         } else {
             application = std::make_unique<QGuiApplication>(argc, argv);
@@ -207,6 +209,7 @@ void connectHooks(KestroHost& host) {
 int runHost(int argc, char* argv[], const Options& options) {
     DisplayEnvironment::useOffscreenWithoutDisplay();
     QApplication application(argc, argv);
+    installQtChineseTexts(application);
     QApplication::setQuitOnLastWindowClosed(false);
     QApplication::setWindowIcon(QIcon(QStringLiteral(":/kestro/kestro.svg")));
     if (DisplayEnvironment::isInteractive())

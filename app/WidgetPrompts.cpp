@@ -19,7 +19,7 @@
 
 namespace {
 
-QString tr(const char* text) {
+QString translated(const char* text) {
     return QCoreApplication::translate("WidgetPrompts", text);
 }
 
@@ -54,13 +54,12 @@ public:
         }
         m_buttons = new QDialogButtonBox;
         m_buttons->addButton(acceptText, QDialogButtonBox::AcceptRole)->setDefault(true);
-        m_buttons->addButton(tr("取消"), QDialogButtonBox::RejectRole);
+        m_buttons->addButton(translated("取消"), QDialogButtonBox::RejectRole);
         connect(m_buttons, &QDialogButtonBox::accepted, this, &QDialog::accept);
         connect(m_buttons, &QDialogButtonBox::rejected, this, &QDialog::reject);
     }
 
     void addAccessory(QWidget* accessory) { m_layout->addWidget(accessory); }
-    void addAccessory(QLayout* accessory) { m_layout->addLayout(accessory); }
 
     bool run() {
         m_layout->addWidget(m_buttons);
@@ -129,10 +128,12 @@ public:
             const QFileInfo info(chosen.constFirst());
             // A folder is opened, not chosen; the panel does that itself.
             if (info.isFile() && !isApplication(info)) {
-                QMessageBox::warning(this, QStringLiteral("Kestro"),
-                                     QCoreApplication::translate(
-                                         "WidgetPrompts", "“%1”不是应用：请选择 .desktop 文件或可执行文件。")
-                                         .arg(QDir::toNativeSeparators(info.filePath())));
+                QMessageBox alert(QMessageBox::Warning, QStringLiteral("Kestro"),
+                                  translated("“%1”不是应用：请选择 .desktop 文件或可执行文件。")
+                                      .arg(QDir::toNativeSeparators(info.filePath())),
+                                  QMessageBox::NoButton, this);
+                alert.addButton(translated("确定"), QMessageBox::AcceptRole);
+                alert.exec();
                 return;
             }
         }
@@ -143,9 +144,9 @@ public:
 } // namespace
 
 std::optional<QString> WidgetPrompts::promptText(const QString& title, const QString& message) {
-    PromptDialog dialog(title, message, tr("确定"));
+    PromptDialog dialog(title, message, translated("确定"));
     auto* field = new QLineEdit;
-    field->setFixedSize(320, 24);
+    field->setMinimumWidth(320);
     dialog.addAccessory(field);
     field->setFocus();
     field->selectAll();
@@ -158,7 +159,7 @@ std::optional<std::pair<QString, QString>> WidgetPrompts::promptTwoTexts(const Q
                                                                          const QString& message,
                                                                          const QString& firstHint,
                                                                          const QString& secondHint) {
-    PromptDialog dialog(title, message, tr("确定"));
+    PromptDialog dialog(title, message, translated("确定"));
     auto* first = new QLineEdit;
     auto* second = new QLineEdit;
     for (QLineEdit* field : {first, second}) {
@@ -174,7 +175,7 @@ std::optional<std::pair<QString, QString>> WidgetPrompts::promptTwoTexts(const Q
 }
 
 std::optional<QString> WidgetPrompts::chooseDirectory(const QString& buttonLabel) {
-    QFileDialog dialog(nullptr, tr("选择目标文件夹"));
+    QFileDialog dialog(nullptr, translated("选择目标文件夹"));
     dialog.setFileMode(QFileDialog::Directory);
     dialog.setOption(QFileDialog::ShowDirsOnly);
     dialog.setLabelText(QFileDialog::Accept, buttonLabel);
@@ -201,7 +202,7 @@ std::optional<QString> WidgetPrompts::chooseItem(const OpenPanelRequest& request
 std::optional<QString> WidgetPrompts::chooseShortcutName(const QString& title, const QString& message,
                                                          const QString& placeholder,
                                                          const QStringList& names) {
-    PromptDialog dialog(title, message, tr("添加"));
+    PromptDialog dialog(title, message, translated("添加"));
     auto* box = new QComboBox;
     box->setEditable(true);
     box->setInsertPolicy(QComboBox::NoInsert);
@@ -225,9 +226,10 @@ bool WidgetPrompts::confirmRequestFromAnotherProgram(const ConsentRequest& reque
 }
 
 std::optional<QString> WidgetPrompts::requestFeatureText() {
-    PromptDialog dialog(tr("请求新功能"), tr("描述你希望 Kestro 增加的 Finder 右键功能。"), tr("提交"));
+    PromptDialog dialog(translated("请求新功能"), translated("描述你希望 Kestro 增加的 Finder 右键功能。"),
+                        translated("提交"));
     auto* text = new QPlainTextEdit;
-    text->setFixedSize(420, 140);
+    text->setMinimumSize(420, 140);
     text->setVerticalScrollBarPolicy(Qt::ScrollBarAlwaysOn);
     dialog.addAccessory(text);
     text->setFocus();

@@ -18,5 +18,9 @@ QString StoredFileBackup::keepCopy(const QString& fileName) {
     // An earlier copy is never overwritten.
     for (int number = 2; QFileInfo::exists(copy); ++number)
         copy = base + QLatin1Char(' ') + QString::number(number);
-    return QFile::copy(original, copy) ? copy : QString();
+    if (QFile::copy(original, copy))
+        return copy;
+    // A file this account cannot read cannot be copied, yet writing over it would lose it: it is moved aside
+    // whole instead (the folder is ours, the file need not be readable for that).
+    return QFile::rename(original, copy) ? copy : QString();
 }

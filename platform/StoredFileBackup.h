@@ -8,7 +8,7 @@ class StoredFileBackup {
 public:
     // The application's copy of fileName (the one that is read back).
     static QString settingsFilePath(const QString& fileName);
-    // Copies that file aside when it exists; the copy's path, or empty when there was nothing to copy or
-    // the copy failed.
+    // Copies that file aside when it exists, or moves it aside when it cannot be read; the copy's path, or
+    // empty when there was nothing to keep or it could be neither copied nor moved.
     static QString keepCopy(const QString& fileName);
 };

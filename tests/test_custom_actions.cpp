@@ -1,6 +1,7 @@
 #include "actions/CustomActionRunner.h"
 #include "actions/FinderActionExecutor.h"
 #include "actions/ProcessRunner.h"
+#include "app/WidgetPrompts.h"
 #include "platform/FinderActionExecutionError.h"
 #include "platform/KestroPaths.h"
 #include "platform/PropertyListFile.h"
@@ -8,11 +9,14 @@
 #include "stores/CustomShortcutActionPersistence.h"
 #include "stores/CustomShortcutActionStore.h"
 #include "support/FakePlatform.h"
+#include "support/ModalAnswer.h"
 #include "support/TestEnvironment.h"
 
+#include <QComboBox>
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
+#include <QLabel>
 #include <QSignalSpy>
 #include <QTest>
 #include <QUuid>
@@ -118,14 +122,20 @@ private slots:
         QSignalSpy changed(&store, &CustomShortcutActionStore::actionsChanged);
 
         const QString script = environment.writeFile(QStringLiteral("scripts/tidy up.v2.sh"), "true\n");
-        FakePlatform::prompts().itemAnswers = {script, std::nullopt};
+        Platform::setPrompts(std::make_shared<WidgetPrompts>());
+        ModalAnswer choose([&](QWidget* dialog) {
+            auto* panel = qobject_cast<QFileDialog*>(dialog);
+            QCOMPARE(panel->windowTitle(), QStringLiteral("选择扩展脚本"));
+            QCOMPARE(panel->labelText(QFileDialog::Accept), QStringLiteral("添加"));
+            QCOMPARE(panel->fileMode(), QFileDialog::ExistingFile);
+            QCOMPARE(QDir(panel->directory()).canonicalPath(), QDir(environment.home()).canonicalPath());
+            Modal::typeIntoFilePanel(dialog, script);
+        });
         store.addScriptAction();
-        store.addScriptAction(); // cancelled
-        const OpenPanelRequest panel = FakePlatform::prompts().panels.at(0);
-        QCOMPARE(panel.title, QStringLiteral("选择扩展脚本"));
-        QCOMPARE(panel.buttonLabel, QStringLiteral("添加"));
-        QCOMPARE(panel.choose, OpenPanelRequest::Choose::file);
-        QCOMPARE(panel.initialDirectory, environment.home());
+        QCOMPARE(choose.answered(), 1);
+        ModalAnswer cancel([](QWidget* dialog) { Modal::cancel(dialog); });
+        store.addScriptAction();
+        QCOMPARE(cancel.answered(), 1);
         QCOMPARE(store.actions().size(), 1);
         QCOMPARE(store.actions().at(0).name, QStringLiteral("tidy up.v2"));
         QCOMPARE(store.actions().at(0).scriptPath, script);
@@ -177,11 +187,22 @@ private slots:
         CustomShortcutActionStore store;
         {
             // This system has no Shortcuts: an empty list, and a typed name is still taken.
-            FakePlatform::prompts().shortcutNameAnswers = {QStringLiteral(" Typed ")};
+            Platform::setPrompts(std::make_shared<WidgetPrompts>());
+            ModalAnswer typed([](QWidget* dialog) {
+                QVERIFY(dialog->findChild<QLabel*>() != nullptr);
+                QStringList texts;
+                for (QLabel* label : dialog->findChildren<QLabel*>())
+                    texts.append(label->text());
+                QVERIFY(texts.contains(QStringLiteral("添加快捷指令")));
+                QVERIFY(texts.contains(QStringLiteral("没有读取到快捷指令，你也可以手动输入快捷指令名称。")));
+                auto* box = dialog->findChild<QComboBox*>();
+                QCOMPARE(box->count(), 0);
+                QCOMPARE(box->lineEdit()->placeholderText(), QStringLiteral("快捷指令名称"));
+                Modal::type(box->lineEdit(), QStringLiteral(" Typed "));
+                Modal::click(Modal::button(dialog, QStringLiteral("添加")));
+            });
             store.addAction();
-            QCOMPARE(FakePlatform::prompts().shortcutNameLists.at(0), QStringList());
-            QVERIFY(FakePlatform::prompts().asked.contains(
-                QStringLiteral("没有读取到快捷指令，你也可以手动输入快捷指令名称。")));
+            QCOMPARE(typed.answered(), 1);
             QCOMPARE(store.actions().at(0).shortcutName, QStringLiteral("Typed"));
         }
         {
@@ -191,14 +212,19 @@ private slots:
             ShortcutsToolStandIn standIn(tool);
             QCOMPARE(CustomShortcutActionStore::availableShortcutNames(),
                      (QStringList{QStringLiteral("Resize 图片"), QStringLiteral("Make GIF")}));
-            FakePlatform::prompts().asked.clear();
-            store.addAction(); // cancelled
-            QCOMPARE(FakePlatform::prompts().shortcutNameLists.at(1).size(), 2);
-            QCOMPARE(
-                FakePlatform::prompts().asked,
-                (QStringList{QStringLiteral("添加快捷指令"),
-                             QStringLiteral("选择一个已有快捷指令，Kestro 会把 Finder 选中的文件传给它。"),
-                             QStringLiteral("快捷指令名称")}));
+            ModalAnswer cancelled([](QWidget* dialog) {
+                QStringList texts;
+                for (QLabel* label : dialog->findChildren<QLabel*>())
+                    texts.append(label->text());
+                QVERIFY(texts.contains(
+                    QStringLiteral("选择一个已有快捷指令，Kestro 会把 Finder 选中的文件传给它。")));
+                auto* box = dialog->findChild<QComboBox*>();
+                QCOMPARE(box->count(), 2);
+                QCOMPARE(box->currentText(), QStringLiteral("Resize 图片"));
+                Modal::cancel(dialog);
+            });
+            store.addAction();
+            QCOMPARE(cancelled.answered(), 1);
             QCOMPARE(store.actions().size(), 1);
         }
         {
@@ -371,5 +397,5 @@ private slots:
     }
 };
 
-QTEST_GUILESS_MAIN(TestCustomActions)
+QTEST_MAIN(TestCustomActions)
 #include "test_custom_actions.moc"

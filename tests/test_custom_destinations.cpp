@@ -1,8 +1,10 @@
+#include "app/WidgetPrompts.h"
 #include "platform/KestroPaths.h"
 #include "platform/PropertyListFile.h"
 #include "stores/CustomDestinationPersistence.h"
 #include "stores/CustomDestinationStore.h"
 #include "support/FakePlatform.h"
+#include "support/ModalAnswer.h"
 #include "support/TestEnvironment.h"
 
 #include <QDir>
@@ -208,13 +210,18 @@ private slots:
         QSignalSpy changed(&store, &CustomDestinationStore::destinationsChanged);
         const QString folder = environment.makeFolder(QStringLiteral("-rf 项目 'one'"));
 
-        FakePlatform::prompts().itemAnswers = {folder, folder, std::nullopt};
+        Platform::setPrompts(std::make_shared<WidgetPrompts>());
+        const auto choose = [&](QWidget* dialog) {
+            auto* panel = qobject_cast<QFileDialog*>(dialog);
+            QCOMPARE(panel->windowTitle(), QStringLiteral("选择要添加到“移动到文件夹”的文件夹"));
+            QCOMPARE(panel->labelText(QFileDialog::Accept), QStringLiteral("添加"));
+            QCOMPARE(panel->fileMode(), QFileDialog::Directory);
+            QVERIFY(!panel->testOption(QFileDialog::ReadOnly)); // folders can be made here
+            Modal::typeIntoFilePanel(dialog, folder);
+        };
+        ModalAnswer first(choose);
         store.addDestination(CustomDestinationKind::move);
-        const OpenPanelRequest request = FakePlatform::prompts().panels.at(0);
-        QCOMPARE(request.title, QStringLiteral("选择要添加到“移动到文件夹”的文件夹"));
-        QCOMPARE(request.buttonLabel, QStringLiteral("添加"));
-        QCOMPARE(request.choose, OpenPanelRequest::Choose::folder);
-        QVERIFY(request.canCreateFolders);
+        QCOMPARE(first.answered(), 1);
 
         const CustomDestination added = store.destinations(CustomDestinationKind::move).last();
         QCOMPARE(added.path, folder);
@@ -227,8 +234,11 @@ private slots:
                  QStringList{QStringLiteral("custom-destinations")});
 
         // The same path again, then a cancelled panel: nothing changes.
+        ModalAnswer again(choose);
         store.addDestination(CustomDestinationKind::move);
+        ModalAnswer cancel([](QWidget* dialog) { Modal::cancel(dialog); });
         store.addDestination(CustomDestinationKind::move);
+        QCOMPARE(again.answered() + cancel.answered(), 2);
         QCOMPARE(store.destinations(CustomDestinationKind::move).size(), 4);
         QCOMPARE(changed.size(), 1);
         // The path is compared as written: a trailing slash is another entry, named after the folder.
@@ -245,11 +255,16 @@ private slots:
         const QString entryFile = environment.writeFile(
             QStringLiteral("apps/org.example.Viewer.desktop"),
             "[Desktop Entry]\nName=Viewer\nName[zh_CN]=查看器\n\n[Desktop Action new]\nName[zh_CN]=新窗口\n");
-        FakePlatform::prompts().itemAnswers = {entryFile};
+        Platform::setPrompts(std::make_shared<WidgetPrompts>());
+        ModalAnswer answer([&](QWidget* dialog) {
+            auto* panel = qobject_cast<QFileDialog*>(dialog);
+            QCOMPARE(panel->windowTitle(), QStringLiteral("选择常用应用"));
+            QCOMPARE(panel->fileMode(), QFileDialog::ExistingFile);
+            QVERIFY(panel->testOption(QFileDialog::ReadOnly)); // no new folders among the applications
+            Modal::typeIntoFilePanel(dialog, entryFile);
+        });
         store.addDestination(CustomDestinationKind::openApplication);
-        QCOMPARE(FakePlatform::prompts().panels.at(0).title, QStringLiteral("选择常用应用"));
-        QCOMPARE(FakePlatform::prompts().panels.at(0).choose, OpenPanelRequest::Choose::application);
-        QVERIFY(!FakePlatform::prompts().panels.at(0).canCreateFolders);
+        QCOMPARE(answer.answered(), 1);
         QCOMPARE(store.destinations(CustomDestinationKind::openApplication).last().name,
                  QStringLiteral("查看器"));
 
@@ -306,5 +321,5 @@ private slots:
     }
 };
 
-QTEST_GUILESS_MAIN(TestCustomDestinations)
+QTEST_MAIN(TestCustomDestinations)
 #include "test_custom_destinations.moc"

@@ -10,15 +10,18 @@
 #include "stores/CustomDestinationStore.h"
 #include "stores/CustomShortcutActionStore.h"
 #include "stores/FinderViewPresetStore.h"
+#include "stores/ScheduledDeletionListStore.h"
 #include "stores/ScheduledDeletionPersistence.h"
 #include "stores/ScheduledDeletionStore.h"
 #include "support/TestEnvironment.h"
 
 #include <QFile>
 #include <QFileInfo>
+#include <QProcess>
 #include <QtTest>
 
 #include <sys/stat.h>
+#include <unistd.h>
 
 namespace {
 
@@ -126,6 +129,18 @@ private slots:
         QVERIFY(!PropertyListFile::parse(nestedBinary(PropertyListShape::maximumDepth + 2)));
         const std::optional<QVariant> shared = PropertyListFile::parse(doublingBinary(10));
         QVERIFY(shared && shared->toList().size() == 2);
+        // A NUL character inside a string is kept; inside a dictionary key it is refused (libplist would
+        // abort).
+        const std::optional<QVariant> withNul =
+            PropertyListFile::parse(binaryList({arrayObject({1}), stringObject(QByteArray("a\0b", 3))}));
+        QVERIFY(withNul);
+        QCOMPARE(withNul->toList().value(0).toString(), QStringLiteral("a"));
+        QByteArray dictionary;
+        dictionary += char(0xD1);
+        dictionary += bigEndian(1, 4) + bigEndian(2, 4);
+        QVERIFY(!PropertyListFile::parse(
+            binaryList({dictionary, stringObject(QByteArray("k\0", 2)), stringObject("v")})));
+        QVERIFY(PropertyListFile::parse(binaryList({dictionary, stringObject("k"), stringObject("v")})));
         // A comment or CDATA that looks like tags changes nothing.
         const std::optional<QVariant> commented = PropertyListFile::parse(
             "<plist><!-- <array><array> --><array><string><![CDATA[</array>]]></string></array></plist>");
@@ -155,13 +170,16 @@ private slots:
                 QStringLiteral("FinderViewPresets.plist")};
             for (const QString& name : names)
                 environment.writeFile(folder + name, file.bytes);
+            const QString schedule =
+                environment.writeFile(folder + QStringLiteral("ScheduledDeletions.plist"), file.bytes);
 
             FeatureSettingsStore features;
             AppPreferencesStore preferences;
             CustomDestinationStore destinations;
             CustomShortcutActionStore actions;
             FinderViewPresetStore presets;
-            QCOMPARE(features.settings().enabledFeatureIDs, FeatureSettingsDefaults::settings().enabledFeatureIDs);
+            QCOMPARE(features.settings().enabledFeatureIDs,
+                     FeatureSettingsDefaults::settings().enabledFeatureIDs);
             QVERIFY(preferences.revealActionResults());
             QVERIFY(!preferences.revealCreatedItems());
             QVERIFY(!destinations.destinations(CustomDestinationKind::quickOpen).isEmpty());
@@ -171,9 +189,53 @@ private slots:
                 QVERIFY2(readAll(folder + name + QStringLiteral(".unreadable")) == file.bytes,
                          qPrintable(QStringLiteral("%1: %2").arg(QLatin1String(file.name), name)));
             }
+            // A schedule that cannot be read shows as empty and is never rewritten: nothing due is lost.
+            ScheduledDeletionListStore deletions;
+            QVERIFY(deletions.items().isEmpty());
+            QCOMPARE(readAll(schedule), file.bytes);
             // Actions read the preferences at every run: a bad file reads as the defaults there too.
             QCOMPARE(AppPreferencesPersistence::load(), AppPreferences({false, true, false}));
         }
+    }
+
+    void settingsFileThisAccountCannotReadIsMovedAsideNotLost() {
+        // Root reads any file, so the check runs as an unprivileged account: this test, in a process of its
+        // own.
+        if (::geteuid() == 0) {
+            QProcess child;
+            child.setProcessChannelMode(QProcess::MergedChannels);
+            child.start(QStringLiteral("setpriv"),
+                        {QStringLiteral("--reuid=nobody"), QStringLiteral("--regid=nogroup"),
+                         QStringLiteral("--clear-groups"), QCoreApplication::applicationFilePath(),
+                         QStringLiteral("settingsFileThisAccountCannotReadIsMovedAsideNotLost")});
+            if (!child.waitForStarted())
+                QSKIP("setpriv is not available to drop root's rights");
+            QVERIFY(child.waitForFinished(120000));
+            const QByteArray output = child.readAll();
+            QVERIFY2(child.exitCode() == 0, output.constData());
+            QVERIFY2(output.contains(
+                         "PASS   : TestPropertyLists::settingsFileThisAccountCannotReadIsMovedAsideNotLost"),
+                     output.constData());
+            return;
+        }
+        TestEnvironment environment;
+        const QString path =
+            environment.home() + QStringLiteral("/.config/kestro/CustomShortcutActions.plist");
+        const QByteArray bytes = "<plist><array></array></plist>";
+        environment.writeFile(path, bytes);
+        QVERIFY(QFile::setPermissions(path, QFileDevice::WriteOwner));
+        QVERIFY(!QFile(path).open(QIODevice::ReadOnly));
+
+        CustomShortcutActionStore store;
+        QVERIFY(store.actions().isEmpty());
+        const QString script = environment.writeFile(QStringLiteral("tidy.sh"), "#!/bin/sh\n");
+        QVERIFY(store.addScript(script));
+        // The new list is written; the file that could not be read is beside it, whole.
+        const QString aside = path + QStringLiteral(".unreadable");
+        QVERIFY(QFileInfo::exists(aside));
+        QVERIFY(QFile::setPermissions(aside, QFileDevice::ReadOwner | QFileDevice::WriteOwner));
+        QCOMPARE(readAll(aside), bytes);
+        QVERIFY(readAll(path).contains("tidy.sh"));
     }
 
     void scheduleWithAMalformedEntryIsKeptAsideBeforeItIsRewritten() {

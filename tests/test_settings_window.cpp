@@ -15,6 +15,7 @@
 #include "settings-ui/FeatureDetailView.h"
 #include "settings-ui/FeatureRequestSheet.h"
 #include "settings-ui/FeatureSidebarModel.h"
+#include "settings-ui/FinderViewPresetSection.h"
 #include "settings-ui/FittedListView.h"
 #include "settings-ui/PreferencesDetailView.h"
 #include "settings-ui/ScheduledDeletionSection.h"
@@ -27,6 +28,7 @@
 #include "stores/CustomDestinationStore.h"
 #include "stores/CustomShortcutActionPersistence.h"
 #include "stores/CustomShortcutActionStore.h"
+#include "stores/FinderViewPresetPersistence.h"
 #include "stores/FinderViewPresetStore.h"
 #include "stores/ScheduledDeletionListStore.h"
 #include "stores/ScheduledDeletionStore.h"
@@ -38,11 +40,11 @@
 #include <QComboBox>
 #include <QDir>
 #include <QDrag>
-#include <QMouseEvent>
 #include <QFile>
 #include <QLabel>
 #include <QListView>
 #include <QListWidget>
+#include <QMouseEvent>
 #include <QPlainTextEdit>
 #include <QPushButton>
 #include <QScrollArea>
@@ -93,6 +95,13 @@ void clickWidget(QWidget* widget) {
         }
     }
     QTest::mouseClick(widget, Qt::LeftButton, {}, widget->rect().center());
+}
+
+// Chooses a row of a list with a click on its text, away from its handle and switch.
+void clickRow(QListView* list, int row) {
+    const QRect rect = list->visualRect(list->model()->index(row, 0));
+    QTest::mouseClick(list->viewport(), Qt::LeftButton, {},
+                      QPoint(rect.left() + rect.width() / 3, rect.center().y()));
 }
 
 QPushButton* buttonNamed(QWidget* parent, const QString& text) {
@@ -318,21 +327,70 @@ private slots:
         QCOMPARE(window.customActions.actions().size(), 2);
     }
 
+    void presetSectionAddsEditsAndRemovesThroughItsControls() {
+        TestEnvironment environment;
+        Window window;
+        window.view->showPage(SettingsPage::of(KestroFeature::viewOptions));
+        QVERIFY(QTest::qWaitForWindowExposed(window.view.get()));
+        auto* section = qobject_cast<FinderViewPresetSection*>(
+            window.view->featurePage(KestroFeature::viewOptions)->userSection());
+        QVERIFY(section);
+        QCOMPARE(window.presets.presets().size(), 3);
+
+        clickWidget(buttonNamed(section, QStringLiteral("添加显示方案")));
+        QCOMPARE(FinderViewPresetPersistence::load()->size(), 4);
+        const QString id = window.presets.presets().constLast().id;
+        QVERIFY(section->nameField()->isVisible());
+        QCOMPARE(section->nameField()->text(), QStringLiteral("列表 · 按修改日期"));
+
+        // Another sort, chosen with the keyboard: the automatic name follows it.
+        section->sortBox()->setFocus();
+        QTest::keyClick(section->sortBox(), Qt::Key_Down);
+        FinderViewPreset stored = FinderViewPresetPersistence::preset(id).value();
+        QCOMPARE(stored.sortMode, FinderSortMode::creationDate);
+        QCOMPARE(stored.name, QStringLiteral("列表 · 按创建日期"));
+
+        // A typed name is kept through later changes; an emptied one is put back.
+        section->nameField()->setFocus();
+        section->nameField()->selectAll();
+        Modal::type(section->nameField(), QStringLiteral("我的 \"方案\""));
+        QTest::keyClick(section->nameField(), Qt::Key_Return);
+        QCOMPARE(FinderViewPresetPersistence::preset(id)->name, QStringLiteral("我的 \"方案\""));
+        section->viewBox()->setFocus();
+        QTest::keyClick(section->viewBox(), Qt::Key_Down);
+        stored = FinderViewPresetPersistence::preset(id).value();
+        QCOMPARE(stored.viewMode, FinderViewMode::column);
+        QCOMPARE(stored.name, QStringLiteral("我的 \"方案\""));
+        section->nameField()->setFocus();
+        section->nameField()->selectAll();
+        QTest::keyClick(section->nameField(), Qt::Key_Backspace);
+        QTest::keyClick(section->nameField(), Qt::Key_Return);
+        QCOMPARE(FinderViewPresetPersistence::preset(id)->name, QStringLiteral("我的 \"方案\""));
+        QCOMPARE(section->nameField()->text(), QStringLiteral("我的 \"方案\""));
+
+        // 移除 takes the selected preset away, and only that one.
+        clickWidget(buttonNamed(section, QStringLiteral("移除")));
+        QCOMPARE(FinderViewPresetPersistence::load()->size(), 3);
+        QVERIFY(!FinderViewPresetPersistence::preset(id));
+    }
+
     void allChildrenButtonSwitchesEveryChildButNotTheFeature() {
         TestEnvironment environment;
         Window window;
         FeatureChildrenSection* section =
             window.view->featurePage(KestroFeature::imageTools)->childrenSection();
+        window.view->showPage(SettingsPage::of(KestroFeature::imageTools));
+        QVERIFY(QTest::qWaitForWindowExposed(window.view.get()));
         // Not every image action is on by default, so the button offers to turn them all on.
         QVERIFY(!section->allChildrenEnabled());
         QCOMPARE(section->allButton()->text(), QStringLiteral("全部开启"));
-        section->allButton()->click();
+        clickWidget(section->allButton());
         const QStringList enabled = storedList("enabledChildIDs");
         for (const QString& id : KestroFeature(KestroFeature::imageTools).childIDs())
             QVERIFY2(enabled.contains(id), qPrintable(id));
         QCOMPARE(section->allButton()->text(), QStringLiteral("全部关闭"));
 
-        section->allButton()->click();
+        clickWidget(section->allButton());
         const QStringList after = storedList("enabledChildIDs");
         for (const QString& id : KestroFeature(KestroFeature::imageTools).childIDs())
             QVERIFY2(!after.contains(id), qPrintable(id));
@@ -344,8 +402,10 @@ private slots:
         TestEnvironment environment;
         Window window;
         FeatureDetailView* page = window.view->featurePage(KestroFeature::developerTools);
+        window.view->showPage(SettingsPage::of(KestroFeature::developerTools));
+        QVERIFY(QTest::qWaitForWindowExposed(window.view.get()));
         QVERIFY(!page->enableRow()->toggle()->isChecked());
-        page->enableRow()->toggle()->click();
+        clickWidget(page->enableRow()->toggle());
         QVERIFY(storedList("enabledFeatureIDs").contains(QStringLiteral("developerTools")));
         // Turned on from elsewhere (the store), the switch shows it.
         window.featureSettings.setEnabled(false, KestroFeature::developerTools);
@@ -404,15 +464,15 @@ private slots:
         TestEnvironment environment;
         Window window;
         PreferencesDetailView* page = window.view->preferencesPage();
-        page->revealCreatedItemsRow()->toggle()->click();
+        clickWidget(page->revealCreatedItemsRow()->toggle());
         QVERIFY(AppPreferencesPersistence::load().revealCreatedItems);
-        page->revealActionResultsRow()->toggle()->click();
+        clickWidget(page->revealActionResultsRow()->toggle());
         QVERIFY(!AppPreferencesPersistence::load().revealActionResults);
 
-        page->groupingRow()->toggle()->click();
+        clickWidget(page->groupingRow()->toggle());
         QCOMPARE(storedFeatureSettings().value(QStringLiteral("groupsFeaturesUnderKestro")).toBool(), true);
         QVERIFY(page->collapsedLayoutRow()->toggle()->isChecked());
-        page->collapsedLayoutRow()->toggle()->click();
+        clickWidget(page->collapsedLayoutRow()->toggle());
         QCOMPARE(storedFeatureSettings().value(QStringLiteral("menuLayout")).toString(),
                  QStringLiteral("expanded"));
     }
@@ -422,11 +482,13 @@ private slots:
         FakePlatform::loginItems().refuses = true;
         Window window;
         SettingsToggleRow* row = window.view->preferencesPage()->launchAtLoginRow();
-        row->toggle()->click();
+        window.view->showPage(SettingsPage::preferences());
+        QVERIFY(QTest::qWaitForWindowExposed(window.view.get()));
+        clickWidget(row->toggle());
         QVERIFY(!row->toggle()->isChecked());
         QVERIFY(!window.preferences.launchAtLogin());
         FakePlatform::loginItems().refuses = false;
-        row->toggle()->click();
+        clickWidget(row->toggle());
         QVERIFY(row->toggle()->isChecked());
         QVERIFY(FakePlatform::loginItems().enabled);
         QVERIFY(AppPreferencesPersistence::load().launchAtLogin);
@@ -452,7 +514,7 @@ private slots:
 
         // Replaced by garbage: the window keeps what the store holds and the next change repairs the file.
         environment.writeFile(FeatureSettingsPersistence::applicationFileURL(), "not a property list");
-        window.view->featurePage(KestroFeature::copyPath)->enableRow()->toggle()->click();
+        clickWidget(window.view->featurePage(KestroFeature::copyPath)->enableRow()->toggle());
         QVERIFY(!storedList("enabledFeatureIDs").contains(QStringLiteral("copyPath")));
     }
 
@@ -513,13 +575,13 @@ private slots:
         QCOMPARE(section->model()->rowCount(), 2);
         // Earliest first: the one due in a minute.
         QCOMPARE(section->model()->rows().at(0).title, QStringLiteral("cancel me.txt"));
-        section->listView()->setCurrentIndex(section->model()->index(0));
-        QPushButton* cancelButton = nullptr;
-        for (QPushButton* button : section->findChildren<QPushButton*>())
-            if (button->text() == QStringLiteral("取消清理"))
-                cancelButton = button;
-        QVERIFY(cancelButton && cancelButton->isEnabled());
-        cancelButton->click();
+        window.view->showPage(SettingsPage::of(KestroFeature::scheduledDeletion));
+        QVERIFY(QTest::qWaitForWindowExposed(window.view.get()));
+        QPushButton* cancelButton = buttonNamed(section, QStringLiteral("取消清理"));
+        QVERIFY(cancelButton && !cancelButton->isEnabled()); // nothing chosen yet
+        clickRow(section->listView(), 0);
+        QVERIFY(cancelButton->isEnabled());
+        clickWidget(cancelButton);
         QTRY_COMPARE(section->model()->rowCount(), 1);
         const QList<ScheduledDeletionItem> left = ScheduledDeletionStore::items();
         QCOMPARE(left.size(), 1);
@@ -554,10 +616,8 @@ private slots:
 
         // Removing the selected row removes exactly that entry from the file.
         const int before = int(window.destinations.destinations(CustomDestinationKind::copy).size());
-        section->listView()->setCurrentIndex(section->model()->index(row));
-        for (QPushButton* button : section->findChildren<QPushButton*>())
-            if (button->text() == QStringLiteral("移除"))
-                button->click();
+        clickRow(section->listView(), row);
+        clickWidget(buttonNamed(section, QStringLiteral("移除")));
         QCOMPARE(window.destinations.destinations(CustomDestinationKind::copy).size(), before - 1);
         QCOMPARE(section->model()->rowCount(), before - 1);
     }

@@ -1,4 +1,5 @@
 // Every question of the widget prompts, opened for real and answered through its widgets.
+#include "app/QtChineseTexts.h"
 #include "app/WidgetPrompts.h"
 #include "support/ModalAnswer.h"
 #include "support/TestEnvironment.h"
@@ -34,6 +35,8 @@ class TestWidgetPrompts : public QObject {
     Q_OBJECT
 
 private slots:
+    void initTestCase() { installQtChineseTexts(*QCoreApplication::instance()); }
+
     void textPromptAnswersWhatWasTypedOrNothing() {
         WidgetPrompts prompts;
         const QString typed = QStringLiteral("  报告 \"最终\" 版 ");
@@ -61,6 +64,27 @@ private slots:
         ModalAnswer escape([](QWidget* dialog) { QTest::keyClick(dialog, Qt::Key_Escape); });
         QCOMPARE(prompts.promptText(QStringLiteral("a"), QStringLiteral("b")), std::nullopt);
         QCOMPARE(escape.answered(), 1);
+    }
+
+    void fieldsGrowWithALargeFont() {
+        WidgetPrompts prompts;
+        const QFont saved = QApplication::font();
+        QFont large = saved;
+        large.setPixelSize(40);
+        QApplication::setFont(large);
+        int fieldHeight = 0;
+        int textHeight = 0;
+        ModalAnswer answer([&](QWidget* dialog) {
+            auto* field = dialog->findChild<QLineEdit*>();
+            fieldHeight = field->height();
+            textHeight = field->fontMetrics().height();
+            Modal::cancel(dialog);
+        });
+        prompts.promptText(QStringLiteral("添加前缀"), QStringLiteral("输入要添加到文件名前面的文字。"));
+        QApplication::setFont(saved);
+        QCOMPARE(answer.answered(), 1);
+        QVERIFY2(fieldHeight >= textHeight,
+                 qPrintable(QStringLiteral("%1 < %2").arg(fieldHeight).arg(textHeight)));
     }
 
     void resizePromptExplainsItselfAndHintsInsideItsFields() {
@@ -97,6 +121,10 @@ private slots:
             QVERIFY(panel);
             QCOMPARE(panel->windowTitle(), QStringLiteral("选择目标文件夹"));
             QCOMPARE(panel->labelText(QFileDialog::Accept), QStringLiteral("复制到这里"));
+            // Qt's own texts of the panel are Chinese too.
+            auto* box = panel->findChild<QDialogButtonBox*>(QStringLiteral("buttonBox"));
+            QCOMPARE(box->button(QDialogButtonBox::Cancel)->text().remove(QLatin1Char('&')).left(2),
+                     QStringLiteral("取消"));
             Modal::typeIntoFilePanel(dialog, folder);
         });
         QCOMPARE(prompts.chooseDirectory(QStringLiteral("复制到这里")), std::optional(folder));
@@ -170,6 +198,7 @@ private slots:
 
         // A plain file is refused with a message; the panel stays open until the user gives up.
         QString message;
+        QString buttonText;
         std::unique_ptr<ModalAnswer> warning;
         ModalAnswer refuse([&](QWidget* dialog) {
             auto* panel = qobject_cast<QFileDialog*>(dialog);
@@ -177,8 +206,10 @@ private slots:
             QTRY_VERIFY(panel->proxyModel());
             warning = std::make_unique<ModalAnswer>(
                 [&](QWidget* box) {
-                    message =
-                        qobject_cast<QMessageBox*>(box) ? qobject_cast<QMessageBox*>(box)->text() : QString();
+                    auto* alert = qobject_cast<QMessageBox*>(box);
+                    message = alert ? alert->text() : QString();
+                    buttonText = alert && alert->buttons().size() == 1 ? alert->buttons().constFirst()->text()
+                                                                       : QString();
                     QTest::keyClick(box, Qt::Key_Return);
                     QTimer::singleShot(50, panel, [panel] { Modal::cancel(panel); });
                 },
@@ -189,6 +220,7 @@ private slots:
         QCOMPARE(refuse.answered(), 1);
         QCOMPARE(warning->answered(), 1);
         QCOMPARE(message, QStringLiteral("“%1”不是应用：请选择 .desktop 文件或可执行文件。").arg(text));
+        QCOMPARE(buttonText.remove(QLatin1Char('&')).left(2), QStringLiteral("确定"));
     }
 
     void shortcutPickerListsCompletesAndTakesTypedNames() {
