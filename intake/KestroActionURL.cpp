@@ -16,6 +16,10 @@ std::optional<KestroActionURL> KestroActionURL::parse(const QString& text) {
     if (!text.startsWith(QLatin1String("kestro:")) || hasBrokenPercentEncoding(text))
         return std::nullopt;
     const QUrl url(text);
+    // An invalid URL (a port that is no number, say) would still show a host, but nothing of it could be
+    // logged or told apart from the next one.
+    if (!url.isValid())
+        return std::nullopt;
     KestroActionURL parsed;
     parsed.canonicalText = url.toString(QUrl::FullyEncoded);
     if (url.host() == QLatin1String("feature-request")) {

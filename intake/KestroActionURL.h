@@ -1,22 +1,10 @@
 #pragma once
 
+#include "intake/KestroActionRequest.h"
+
 #include <optional>
 #include <QString>
 #include <QStringList>
-
-// Where a request came from. The user's own channels (the file-manager integration, the command line,
-// the user-only socket and queue folders) are trusted; a kestro: link that another program opened through
-// the scheme handler (a browser, anything calling xdg-open) is not.
-enum class RequestOrigin { user, link };
-
-// One action request, whichever road brought it.
-struct KestroActionRequest {
-    QString actionID;
-    QStringList selectedURLs;
-    std::optional<QString> targetedURL;
-    std::optional<QString> destinationURL;
-    std::optional<QString> presetID;
-};
 
 // A kestro: URL taken apart. Only the text decides: the scheme must be exactly "kestro", and a "%" not
 // followed by two hex digits makes the whole text no URL (guessing at it would hand the action paths that

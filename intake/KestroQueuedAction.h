@@ -1,21 +1,15 @@
 #pragma once
 
+#include "intake/KestroActionRequest.h"
+
 #include <optional>
 #include <QByteArray>
-#include <QString>
-#include <QStringList>
 
 // One action request as the file-manager side writes it into a queue folder: a UTF-8 JSON object with
 // "actionID" (string) and "selectedPaths" (array of strings), and optionally "targetedPath",
 // "destinationPath" and "presetID" (strings). Other keys are ignored; a value of the wrong type counts as
 // absent.
-struct KestroQueuedAction {
-    QString actionID;
-    QStringList selectedURLs;
-    std::optional<QString> targetedURL;
-    std::optional<QString> destinationURL;
-    std::optional<QString> presetID;
-
+struct KestroQueuedAction : KestroActionRequest {
     // The request the bytes hold, or nothing when they are not such an object.
     static std::optional<KestroQueuedAction> decode(const QByteArray& bytes);
 };

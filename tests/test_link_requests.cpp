@@ -9,6 +9,7 @@
 #include "platform/FinderActionExecutionError.h"
 #include "stores/ScheduledDeletionStore.h"
 #include "support/FakePlatform.h"
+#include "support/FolderListing.h"
 #include "support/KestroProcess.h"
 #include "support/QuietPreferences.h"
 #include "support/TestEnvironment.h"
@@ -21,14 +22,6 @@
 
 #include <sys/stat.h>
 #include <unistd.h>
-
-namespace {
-
-QStringList entriesOf(const QString& folder) {
-    return QDir(folder).entryList(QDir::AllEntries | QDir::NoDotAndDotDot | QDir::Hidden, QDir::Name);
-}
-
-} // namespace
 
 class TestLinkRequests : public QObject {
     Q_OBJECT
@@ -123,7 +116,7 @@ private slots:
         QCOMPARE(asked.at(1).destination, std::optional<QString>(shared));
         QCOMPARE(asked.at(2).items, items);
         // Refused, so nothing at all changed.
-        QCOMPARE(entriesOf(shared), QStringList({QStringLiteral("photo.jpg")}));
+        QCOMPARE(namesIn(shared), QStringList({QStringLiteral("photo.jpg")}));
         QCOMPARE(readAll(ssh), QByteArray("KEY"));
         QVERIFY(QFileInfo(documents).isDir());
         QVERIFY(ScheduledDeletionStore::items().isEmpty());
@@ -158,7 +151,7 @@ private slots:
         QVERIFY(openLink(kestroActionURL(QStringLiteral("createFolder"), {}, folder)));
         const QString downloads = m_environment->makeFolder(QStringLiteral("home/Downloads"));
         QVERIFY(openLink(kestroActionURL(QStringLiteral("quickOpenDownloads"), {})));
-        QCOMPARE(entriesOf(folder),
+        QCOMPARE(namesIn(folder),
                  QStringList({QStringLiteral("Untitled Folder"), QStringLiteral("Untitled.txt")}));
         QCOMPARE(FakePlatform::workspace().openedUrls, QList<QUrl>({QUrl::fromLocalFile(downloads)}));
         QVERIFY(FakePlatform::prompts().consentRequests.isEmpty());
@@ -176,11 +169,11 @@ private slots:
             foreign = m_environment->makeFolder(QStringLiteral("foreign"));
             QCOMPARE(::chown(QFile::encodeName(foreign).constData(), 65534, 65534), 0);
         }
-        const QStringList before = entriesOf(foreign);
+        const QStringList before = namesIn(foreign);
         QVERIFY(!openLink(kestroActionURL(QStringLiteral("createTextFile"), {}, foreign)));
         QCOMPARE(FakePlatform::prompts().consentRequests.size(), 1);
         QCOMPARE(FakePlatform::prompts().consentRequests.constFirst().items, QStringList({foreign}));
-        QCOMPARE(entriesOf(foreign), before);
+        QCOMPARE(namesIn(foreign), before);
     }
 
     void controlCharactersInALinkAreRefused() {
@@ -232,7 +225,7 @@ private slots:
         } catch (const FinderActionExecutionError& error) {
             QCOMPARE(error.errorDescription(), QStringLiteral("路径不可用：%1\\0x").arg(folder));
         }
-        QCOMPARE(entriesOf(folder), QStringList({QStringLiteral("victim")}));
+        QCOMPARE(namesIn(folder), QStringList({QStringLiteral("victim")}));
         QCOMPARE(FakePlatform::clipboard().writes, 0);
     }
 

@@ -1,6 +1,7 @@
 // The real kestro binary as a web page and another local account would attack it: links from other programs,
 // a request that never ends, a planted runtime folder, a pipe in place of the log.
 #include "platform/KestroPaths.h"
+#include "support/FolderListing.h"
 #include "support/KestroProcess.h"
 #include "support/QuietPreferences.h"
 #include "support/TestEnvironment.h"
@@ -19,10 +20,6 @@ namespace {
 // Another account owns what it plants: only root can make that happen here.
 bool giveToAnotherAccount(const QString& path) {
     return ::getuid() == 0 && ::lchown(QFile::encodeName(path).constData(), 65534, 65534) == 0;
-}
-
-QStringList entriesOf(const QString& folder) {
-    return QDir(folder).entryList(QDir::AllEntries | QDir::NoDotAndDotDot | QDir::Hidden, QDir::Name);
 }
 
 } // namespace
@@ -65,7 +62,7 @@ private slots:
         QVERIFY(
             log.contains(QStringLiteral("link request refused: action=compressToZIP reason=not confirmed")));
         QVERIFY(!QFile::exists(home + QStringLiteral("/PWNED")));
-        QVERIFY(!entriesOf(environment.root()).join(QLatin1Char(' ')).contains(QStringLiteral(".zip")));
+        QVERIFY(!namesIn(environment.root()).join(QLatin1Char(' ')).contains(QStringLiteral(".zip")));
 
         // The same request from the user's own command line is the user's: it runs.
         QCOMPARE(KestroProcess::run({links.at(1)}).exitCode, 0);

@@ -76,6 +76,9 @@ private slots:
         QVERIFY(!handle(QStringLiteral("KESTRO://finder-action?actionID=createFolder&target=/tmp")));
         QVERIFY(!handle(QStringLiteral("kestro://other-host?actionID=createFolder&target=/tmp")));
         QVERIFY(!handle(QStringLiteral("kestro:finder-action")));
+        // Found by fuzzing: a port that is no number made an invalid URL that was run and logged as "".
+        QVERIFY(!handle(
+            QStringLiteral("kestro://finder-action:actionI&destination=/t&path=/x&actionID=completed")));
         QVERIFY(m_environment->logText().isEmpty());
         QVERIFY(FakePlatform::prompts().asked.isEmpty());
     }
