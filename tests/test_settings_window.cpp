@@ -468,6 +468,13 @@ private slots:
         QVERIFY(AppPreferencesPersistence::load().revealCreatedItems);
         clickWidget(page->revealActionResultsRow()->toggle());
         QVERIFY(!AppPreferencesPersistence::load().revealActionResults);
+        QVERIFY(page->failureNotificationsRow()->toggle()->isChecked());
+        clickWidget(page->failureNotificationsRow()->toggle());
+        QVERIFY(!AppPreferencesPersistence::load().showsFailureNotifications);
+        const QList<QLabel*> labels = page->failureNotificationsRow()->findChildren<QLabel*>();
+        QVERIFY(std::any_of(labels.cbegin(), labels.cend(), [](QLabel* label) {
+            return label->text() == QStringLiteral("操作失败时显示通知");
+        }));
 
         clickWidget(page->groupingRow()->toggle());
         QCOMPARE(storedFeatureSettings().value(QStringLiteral("groupsFeaturesUnderKestro")).toBool(), true);
