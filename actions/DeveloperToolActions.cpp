@@ -5,9 +5,11 @@
 #include "actions/ByteCountText.h"
 #include "actions/FileDigest.h"
 #include "actions/HiddenFilesSetting.h"
+#include "platform/ActionProgress.h"
 #include "platform/FinderActionExecutionError.h"
 #include "platform/Platform.h"
 
+#include <QCoreApplication>
 #include <QFile>
 #include <QFileInfo>
 
@@ -38,9 +40,21 @@ void DeveloperToolActions::copyChecksums(const QStringList& selectedURLs, Checks
     FinderActionExecutor::requireRegularFiles(selectedURLs);
     const FileDigest::Algorithm digest =
         algorithm == ChecksumAlgorithm::sha256 ? FileDigest::Algorithm::sha256 : FileDigest::Algorithm::md5;
-    QStringList lines;
+    ActionProgressFeed feed(QCoreApplication::translate(
+        "DeveloperToolActions", algorithm == ChecksumAlgorithm::sha256 ? "复制 SHA-256" : "复制 MD5"));
+    feed.state().itemsTotal = selectedURLs.size();
+    feed.state().bytesTotal = 0;
     for (const QString& path : selectedURLs)
-        lines.append(FileDigest::hexDigest(path, digest) + QStringLiteral("  ") + QFileInfo(path).fileName());
+        feed.state().bytesTotal += QFileInfo(path).size();
+    QStringList lines;
+    for (const QString& path : selectedURLs) {
+        feed.state().currentItem = path;
+        feed.report();
+        lines.append(FileDigest::hexDigest(path, digest, &feed) + QStringLiteral("  ") +
+                     QFileInfo(path).fileName());
+        ++feed.state().itemsDone;
+    }
+    feed.report();
     copyToClipboard(lines.join(QLatin1Char('\n')));
 }
 

@@ -1,5 +1,6 @@
 #include "actions/FileDigest.h"
 
+#include "platform/ActionProgress.h"
 #include "platform/KestroError.h"
 
 #include <QFile>
@@ -31,7 +32,7 @@ struct ContextFree {
 
 } // namespace
 
-QString FileDigest::hexDigest(const QString& path, Algorithm algorithm) {
+QString FileDigest::hexDigest(const QString& path, Algorithm algorithm, ActionProgressFeed* feed) {
     // Opened without waiting (a FIFO put in the file's place must not hang us), then read only if it is a
     // plain file.
     const int descriptor = ::open(QFile::encodeName(path).constData(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
@@ -65,6 +66,11 @@ QString FileDigest::hexDigest(const QString& path, Algorithm algorithm) {
         if (count == 0)
             break;
         EVP_DigestUpdate(context.get(), block.data(), size_t(count));
+        if (feed) {
+            feed->state().bytesDone += count;
+            feed->report();
+            feed->stopIfCancelled();
+        }
     }
     unsigned char value[EVP_MAX_MD_SIZE];
     unsigned int length = 0;

@@ -1,5 +1,7 @@
 #pragma once
 
+class ActionProgressFeed;
+
 #include <QByteArray>
 #include <QString>
 
@@ -13,5 +15,7 @@ public:
 
     // Lower-case hexadecimal digest of the file's bytes. A folder, a missing or an unreadable file throws
     // PlatformError with the system's message.
-    static QString hexDigest(const QString& path, Algorithm algorithm);
+    // With a feed, each block read is counted into its bytes done, and a stop the user asked for is
+    // honoured between blocks (a checksum writes nothing, so any block is a safe place to stop).
+    static QString hexDigest(const QString& path, Algorithm algorithm, ActionProgressFeed* feed = nullptr);
 };

@@ -8,6 +8,7 @@
 #include "app/SettingsScreenshots.h"
 #include "app/SingleInstance.h"
 #include "app/StandardOutputClipboard.h"
+#include "app/TerminalProgress.h"
 #include "app/WidgetPrompts.h"
 #include "catalogue/AppVersion.h"
 #include "intake/FinderSelectionModel.h"
@@ -26,6 +27,7 @@
 
 #include <cstdio>
 #include <memory>
+#include <sys/ioctl.h>
 #include <unistd.h>
 
 namespace {
@@ -144,6 +146,17 @@ int runPerform(int argc, char* argv[], const QString& text) {
         }
     }
     Platform::setClipboard(std::make_shared<StandardOutputClipboard>(createSystemClipboard()));
+
+    // A person at a terminal sees how a long request is getting on; a pipe or a log file gets nothing.
+    std::optional<TerminalProgress> progress;
+    std::optional<ActionProgressScope> progressScope;
+    if (isatty(STDERR_FILENO)) {
+        winsize size{};
+        const int width =
+            ::ioctl(STDERR_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_col > 10 ? size.ws_col : 80;
+        progress.emplace(stderr, width);
+        progressScope.emplace(*progress);
+    }
 
     FinderSelectionModel model;
     if (model.handleIncomingURL(text))

@@ -3,9 +3,12 @@
 #include "support/TestEnvironment.h"
 
 #include <QDir>
+#include <QFile>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
+#include <QProcess>
+#include <QStandardPaths>
 #include <QtTest>
 #include <QUrl>
 #include <QUrlQuery>
@@ -86,6 +89,36 @@ private slots:
         QCOMPARE(run.standardOutput,
                  QByteArray("ba7816bf8f01cfea414140de5dae2223b00361a396177a9cb410ff61f20015ad  ") +
                      QFileInfo(file).fileName().toUtf8() + "\n");
+    }
+
+    void aTerminalSeesProgressAPipeDoesNot() {
+        // 64 MiB, so that hashing it takes long enough for the line to be drawn more than once.
+        const QString big = m_environment->root() + QStringLiteral("/big file.bin");
+        QFile file(big);
+        QVERIFY(file.open(QIODevice::WriteOnly) && file.resize(qint64(64) << 20));
+        file.close();
+        const QString url = actionURL(QStringLiteral("copySHA256"), {big}, {});
+        // Standard error is a pipe here: no progress line.
+        const KestroProcess piped = KestroProcess::run({QStringLiteral("--perform"), url});
+        QCOMPARE(piped.exitCode, 0);
+        QCOMPARE(piped.standardError, QByteArray());
+
+        // Under a terminal (script(1) gives the command one) the line shows and is cleared at the end.
+        const QString script = QStandardPaths::findExecutable(QStringLiteral("script"));
+        if (script.isEmpty())
+            QSKIP("script(1) is not installed: no terminal to run kestro in");
+        QProcess terminal;
+        terminal.setProcessEnvironment(KestroProcess::environment());
+        const QString command =
+            QStringLiteral("'%1' --perform '%2' >/dev/null").arg(KestroProcess::binary(), url);
+        terminal.start(script, {QStringLiteral("-qec"), command, QStringLiteral("/dev/null")});
+        QVERIFY(terminal.waitForFinished(60000));
+        QCOMPARE(terminal.exitCode(), 0);
+        const QString shown = QString::fromUtf8(terminal.readAllStandardOutput());
+        QVERIFY2(shown.contains(QStringLiteral("\r\x1b[K复制 SHA-256  100%  big file.bin")),
+                 qPrintable(shown));
+        // The last thing written clears the line again.
+        QVERIFY(shown.endsWith(QStringLiteral("\r\x1b[K")));
     }
 
     void drainRunsTheQueueOnceAndExits() {
