@@ -6,6 +6,7 @@
 #include <QFile>
 
 #include <algorithm>
+#include <atomic>
 #include <cerrno>
 #include <cstring>
 #include <fcntl.h>
@@ -20,7 +21,7 @@ namespace {
 // before 5.6, some sandboxes) it falls back to openat: the extractor has already refused every name that
 // passes through one of the archive's links, and no one else can add links to the private folder.
 int openBeneath(int root, const QByteArray& relative, int flags, mode_t mode = 0) {
-    static bool withoutOpenat2 = false;
+    static std::atomic<bool> withoutOpenat2 = false;
     if (!withoutOpenat2) {
         open_how how{};
         how.flags = quint64(flags | O_CLOEXEC | O_NOFOLLOW);
