@@ -6,6 +6,7 @@
 #include <QFile>
 
 #include <algorithm>
+#include <atomic>
 #include <cerrno>
 #include <cstring>
 #include <fcntl.h>
@@ -20,7 +21,7 @@ namespace {
 // before 5.6, some sandboxes) it falls back to openat: the extractor has already refused every name that
 // passes through one of the archive's links, and no one else can add links to the private folder.
 int openBeneath(int root, const QByteArray& relative, int flags, mode_t mode = 0) {
-    static bool withoutOpenat2 = false;
+    static std::atomic<bool> withoutOpenat2 = false;
     if (!withoutOpenat2) {
         open_how how{};
         how.flags = quint64(flags | O_CLOEXEC | O_NOFOLLOW);
@@ -33,6 +34,31 @@ int openBeneath(int root, const QByteArray& relative, int flags, mode_t mode = 0
     }
     return ::openat(root, relative.constData(), flags | O_CLOEXEC | O_NOFOLLOW, mode);
 }
+
+// The folder that holds relative's last part, opened beneath root while this lives.
+class Holder {
+public:
+    Holder(int root, const QByteArray& relative)
+        : m_root(root) {
+        const qsizetype slash = relative.lastIndexOf('/');
+        m_name = relative.mid(slash + 1);
+        m_descriptor = slash < 0 ? root : openBeneath(root, relative.left(slash), O_RDONLY | O_DIRECTORY);
+    }
+    ~Holder() {
+        if (m_descriptor >= 0 && m_descriptor != m_root)
+            ::close(m_descriptor);
+    }
+    Holder(const Holder&) = delete;
+    Holder& operator=(const Holder&) = delete;
+
+    int descriptor() const { return m_descriptor; }
+    const char* name() const { return m_name.constData(); }
+
+private:
+    int m_root;
+    int m_descriptor;
+    QByteArray m_name;
+};
 
 void closeIfOpen(int& descriptor) {
     if (descriptor >= 0)
@@ -77,17 +103,9 @@ int ArchiveDiskWriter::parentFolder(const QByteArray& relative, QByteArray* name
         QByteArray prefix;
         for (const QByteArray& part : parent.split('/')) {
             prefix += (prefix.isEmpty() ? "" : "/") + part;
-            const qsizetype cut = prefix.lastIndexOf('/');
-            const int holder =
-                cut < 0 ? m_root : openBeneath(m_root, prefix.left(cut), O_RDONLY | O_DIRECTORY);
-            if (holder < 0)
-                fail(prefix);
-            const bool made = ::mkdirat(holder, part.constData(), 0777) == 0 || errno == EEXIST;
-            const int error = errno;
-            if (holder != m_root)
-                ::close(holder);
-            errno = error;
-            if (!made)
+            const Holder holder(m_root, prefix);
+            if (holder.descriptor() < 0 ||
+                (::mkdirat(holder.descriptor(), holder.name(), 0777) != 0 && errno != EEXIST))
                 fail(prefix);
         }
         folder = openBeneath(m_root, parent, O_RDONLY | O_DIRECTORY);
@@ -164,27 +182,12 @@ void ArchiveDiskWriter::makeSymbolicLink(const QByteArray& relative, const QByte
 }
 
 void ArchiveDiskWriter::makeHardLink(const QByteArray& relative, const QByteArray& target) {
-    const qsizetype slash = target.lastIndexOf('/');
-    const int holder = slash < 0 ? m_root : openBeneath(m_root, target.left(slash), O_RDONLY | O_DIRECTORY);
-    if (holder < 0)
+    const Holder source(m_root, target);
+    if (source.descriptor() < 0)
         fail(target);
     QByteArray name;
-    int parent = -1;
-    try {
-        parent = parentFolder(relative, &name);
-    } catch (...) {
-        if (holder != m_root)
-            ::close(holder);
-        throw;
-    }
-    const bool linked =
-        ::linkat(holder, target.mid(slash + 1).constData(), parent, name.constData(), 0) == 0 ||
-        errno == EEXIST;
-    const int error = errno;
-    if (holder != m_root)
-        ::close(holder);
-    errno = error;
-    if (!linked)
+    const int parent = parentFolder(relative, &name);
+    if (::linkat(source.descriptor(), source.name(), parent, name.constData(), 0) != 0 && errno != EEXIST)
         fail(relative);
 }
 

@@ -41,31 +41,44 @@ with open(path, "wb") as f:
     f.truncate(mib << 20)
 PY
 
-# bench NAME SOURCE: packs SOURCE with both, then unpacks zip's archive with both, runs alternated.
+# bench NAME SOURCE: packs SOURCE with both, then unpacks zip's archive with both. Each run writes into
+# fresh folders and nothing is deleted until the end: on this machine, creating files where many were just
+# deleted got slower with every round, whichever tool did it. Which tool goes first alternates by run.
 bench() {
     local name=$1 source=$2 folder base
     folder=$(dirname "$source") base=$(basename "$source")
     local pack_url unpack_url
     pack_url=$(kestro_url compressToZIP "$source")
-    mkdir -p "$work/unpack-$name"
     for ((run = 0; run < runs; run++)); do
-        rm -f "$folder"/*.zip "$work/$name-zip.zip"
-        pushd "$folder" >/dev/null
-        measure "$name-zip" zip -qr "$work/$name-zip.zip" "$base"
-        popd >/dev/null
-        measure "$name-kestro" "$kestro" --perform "$pack_url"
-        [ "${last_status[$name-kestro]}" -eq 0 ] || { echo "kestro failed: $(cat "$work/$name-kestro.err")" >&2; exit 1; }
-        cp "$work/$name-zip.zip" "$work/unpack-$name/archive.zip"
-        unpack_url=$(kestro_url extractZIPToFolder "$work/unpack-$name/archive.zip")
-        rm -rf "$work/unzipped" "$work/unpack-$name/archive"
-        measure "$name-unzip" unzip -q "$work/$name-zip.zip" -d "$work/unzipped"
-        measure "$name-unkestro" "$kestro" --perform "$unpack_url"
-        [ "${last_status[$name-unkestro]}" -eq 0 ] || { echo "kestro failed: $(cat "$work/$name-unkestro.err")" >&2; exit 1; }
-        diff -r "$work/unzipped/$base" "$work/unpack-$name/archive/$base" >/dev/null || { echo "unpacked trees differ" >&2; exit 1; }
+        local zipped="$work/$name-zip-$run.zip" unzipped="$work/unzipped-$name-$run" own="$work/unpack-$name-$run"
+        mkdir -p "$own"
+        cp "$work/$name-zip-0.zip" "$own/archive.zip" 2>/dev/null || true
+        pack_zip() {
+            sync
+            pushd "$folder" >/dev/null
+            measure "$name-zip" zip -qr "$zipped" "$base"
+            popd >/dev/null
+        }
+        pack_kestro() {
+            sync
+            measure "$name-kestro" "$kestro" --perform "$pack_url"
+            [ "${last_status[$name-kestro]}" -eq 0 ] || { echo "kestro failed: $(cat "$work/$name-kestro.err")" >&2; exit 1; }
+        }
+        if ((run % 2)); then pack_kestro; pack_zip; else pack_zip; pack_kestro; fi
+        [ -e "$own/archive.zip" ] || cp "$zipped" "$own/archive.zip"
+        unpack_url=$(kestro_url extractZIPToFolder "$own/archive.zip")
+        unpack_unzip() { sync; measure "$name-unzip" unzip -q "$own/archive.zip" -d "$unzipped"; }
+        unpack_kestro() {
+            sync
+            measure "$name-unkestro" "$kestro" --perform "$unpack_url"
+            [ "${last_status[$name-unkestro]}" -eq 0 ] || { echo "kestro failed: $(cat "$work/$name-unkestro.err")" >&2; exit 1; }
+        }
+        if ((run % 2)); then unpack_kestro; unpack_unzip; else unpack_unzip; unpack_kestro; fi
+        diff -r "$unzipped/$base" "$own/archive/$base" >/dev/null || { echo "unpacked trees differ" >&2; exit 1; }
     done
     local kestro_size zip_size
     kestro_size=$(stat -c %s "$folder/$(ls "$folder" | grep '\.zip$' | head -n 1)")
-    zip_size=$(stat -c %s "$work/$name-zip.zip")
+    zip_size=$(stat -c %s "$work/$name-zip-0.zip")
     echo
     echo "== $name, best of $runs =="
     printf '%-24s %8s s %10s KiB %12s bytes\n' \
@@ -80,3 +93,4 @@ bench() {
 
 bench "$count small files" "$small"
 bench "one $mib MiB file" "$large"
+rm -rf "$work"/unzipped-* "$work"/unpack-*
