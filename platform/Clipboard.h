@@ -12,5 +12,5 @@ public:
     virtual bool setText(const QString& text) = 0;
     virtual QString text() = 0;
     // The local files the clipboard holds as URLs (what a file manager's "copy" puts there), as paths.
-    virtual QStringList filePaths() { return {}; }
+    virtual QStringList filePaths() = 0;
 };

@@ -50,6 +50,21 @@ void dragRow(QListView* list, QPoint from, QPoint to) {
     QTest::qWait(300);
 }
 
+// The settings window over fresh stores in a private home.
+struct Window {
+    TestEnvironment environment;
+    FeatureSettingsStore featureSettings;
+    AppPreferencesStore preferences;
+    CustomDestinationStore destinations;
+    CustomShortcutActionStore customActions;
+    FinderViewPresetStore presets;
+    ScheduledDeletionListStore deletions;
+    SettingsContentView view{
+        SettingsStores{featureSettings, preferences, destinations, customActions, presets, deletions}};
+
+    Window() { view.resize(860, 640); }
+};
+
 } // namespace
 
 class TestSettingsDrag : public QObject {
@@ -62,16 +77,9 @@ private slots:
     }
 
     void aFeatureDraggedInTheSidebarMovesAndStaysSelected() {
-        TestEnvironment environment;
-        FeatureSettingsStore featureSettings;
-        AppPreferencesStore preferences;
-        CustomDestinationStore destinations;
-        CustomShortcutActionStore customActions;
-        FinderViewPresetStore presets;
-        ScheduledDeletionListStore deletions;
-        SettingsContentView view(
-            SettingsStores{featureSettings, preferences, destinations, customActions, presets, deletions});
-        view.resize(860, 640);
+        Window window;
+        FeatureSettingsStore& featureSettings = window.featureSettings;
+        SettingsContentView& view = window.view;
         view.show();
         QVERIFY(QTest::qWaitForWindowExposed(&view));
         const QList<KestroFeature> before = featureSettings.orderedFeatures();
@@ -90,16 +98,9 @@ private slots:
     }
 
     void aChildDraggedByItsHandleMovesInTheStore() {
-        TestEnvironment environment;
-        FeatureSettingsStore featureSettings;
-        AppPreferencesStore preferences;
-        CustomDestinationStore destinations;
-        CustomShortcutActionStore customActions;
-        FinderViewPresetStore presets;
-        ScheduledDeletionListStore deletions;
-        SettingsContentView view(
-            SettingsStores{featureSettings, preferences, destinations, customActions, presets, deletions});
-        view.resize(860, 640);
+        Window window;
+        FeatureSettingsStore& featureSettings = window.featureSettings;
+        SettingsContentView& view = window.view;
         view.show();
         view.showPage(SettingsPage::of(KestroFeature::createFile));
         QVERIFY(QTest::qWaitForWindowExposed(&view));
