@@ -2,6 +2,7 @@
 
 #include "actions/FinderActionExecutor.h"
 #include "actions/UniqueName.h"
+#include "platform/ActionProgress.h"
 #include "platform/FileTransfer.h"
 #include "platform/FinderActionExecutionError.h"
 #include "platform/KestroError.h"
@@ -26,14 +27,23 @@ QString itemName(const QString& path) {
 QStringList transfer(Transfer kind, const QStringList& selectedURLs, const QString& destination) {
     const QStringList sources = FinderActionExecutor::validatedSourceURLs(selectedURLs);
     const QString folder = CopyMoveActions::validatedDestinationDirectory(destination);
+    ActionProgressFeed feed(
+        QCoreApplication::translate("CopyMoveActions", kind == Transfer::copy ? "复制" : "移动"));
+    feed.state().itemsTotal = sources.size();
     QStringList results;
     for (const QString& source : sources) {
+        // Between items: what is done stays, and an item is only ever whole under its final name.
+        feed.stopIfCancelled();
+        feed.state().currentItem = source;
+        feed.report();
         const QString target = UniqueName::pathForItemName(folder, itemName(source));
         if (kind == Transfer::copy)
             FileTransfer::copy(source, target);
         else
             FileTransfer::move(source, target);
         results.append(target);
+        ++feed.state().itemsDone;
+        feed.report();
     }
     FinderActionExecutor::revealActionResultsIfWanted(results);
     return results;

@@ -53,8 +53,8 @@ void DeveloperToolActions::copyChecksums(const QStringList& selectedURLs, Checks
         lines.append(FileDigest::hexDigest(path, digest, &feed) + QStringLiteral("  ") +
                      QFileInfo(path).fileName());
         ++feed.state().itemsDone;
+        feed.report();
     }
-    feed.report();
     copyToClipboard(lines.join(QLatin1Char('\n')));
 }
 

@@ -8,6 +8,7 @@
 #include "support/ArchiveSamples.h"
 #include "support/FolderListing.h"
 #include "support/QuietPreferences.h"
+#include "support/RecordingProgress.h"
 #include "support/TestEnvironment.h"
 
 #include <QDir>
@@ -40,22 +41,6 @@ QString unpackError(const QString& archive, ArchiveExtractionMode mode) {
     }
     return {};
 }
-
-// Records what an action reports, and asks it to stop once it has done stopAfter items.
-class RecordingProgress : public ActionProgress {
-public:
-    void started(const QString& title) override { titles.append(title); }
-    void changed(const ActionProgressState& state) override { states.append(state); }
-    bool cancelRequested() override {
-        return stopAfter >= 0 && !states.isEmpty() && states.last().itemsDone >= stopAfter;
-    }
-    void finished() override { ++finishedCount; }
-
-    QStringList titles;
-    QList<ActionProgressState> states;
-    int finishedCount = 0;
-    qint64 stopAfter = -1;
-};
 
 } // namespace
 
@@ -403,7 +388,7 @@ private slots:
         const QStringList before = namesIn(m_folder);
         for (const bool packing : {true, false}) {
             RecordingProgress cancelling;
-            cancelling.stopAfter = 5;
+            cancelling.stopAfterItems = 5;
             const ActionProgressScope scope(cancelling);
             QVERIFY_THROWS_EXCEPTION(
                 ActionCancelled, packing

@@ -4,6 +4,7 @@
 #include "catalogue/AppPreferencesPersistence.h"
 #include "platform/FinderActionExecutionError.h"
 #include "support/FakePlatform.h"
+#include "support/RecordingProgress.h"
 #include "support/TestEnvironment.h"
 
 #include <QDir>
@@ -260,6 +261,45 @@ private slots:
         QCOMPARE(results.size(), sources.size());
         QCOMPARE(entriesOf(destination).size(), sources.size());
         QCOMPARE(readAll(destination + QStringLiteral("/item 999.txt")), QByteArray("999"));
+    }
+
+    void progressCountsItemsAndCancelKeepsWhatIsDone() {
+        TestEnvironment environment;
+        setRevealResults(false);
+        QStringList sources;
+        for (int i = 0; i < 20; ++i)
+            sources << environment.writeFile(QStringLiteral("src/f%1.bin").arg(i, 2, 10, QLatin1Char('0')),
+                                             QByteArray(4096, char('a' + i)));
+        sources << environment.makeFolder(QStringLiteral("src/tree/deep"));
+        environment.writeFile(QStringLiteral("src/tree/deep/x.txt"), "x");
+        sources.last() = QFileInfo(sources.last()).path(); // the tree itself
+        const QString destination = environment.makeFolder(QStringLiteral("dst"));
+
+        RecordingProgress progress;
+        {
+            const ActionProgressScope scope(progress);
+            perform(QStringLiteral("copyFilesToFolder"), sources, destination);
+        }
+        QCOMPARE(progress.titles, QStringList({QStringLiteral("复制")}));
+        QCOMPARE(progress.finishedCount, 1);
+        QVERIFY(progress.isMonotonic());
+        QCOMPARE(progress.states.constLast().itemsDone, qint64(21));
+        QCOMPARE(progress.states.constLast().itemsTotal, qint64(21));
+
+        // Stopped after seven items of a move: those seven are moved whole, the rest stay where they were,
+        // and nothing half-made is left anywhere.
+        const QString second = environment.makeFolder(QStringLiteral("dst2"));
+        RecordingProgress stopping;
+        stopping.stopAfterItems = 7;
+        {
+            const ActionProgressScope scope(stopping);
+            QVERIFY_THROWS_EXCEPTION(ActionCancelled,
+                                     perform(QStringLiteral("moveFilesToFolder"), sources, second));
+        }
+        QCOMPARE(entriesOf(second).size(), 7);
+        QCOMPARE(entriesOf(environment.root() + QStringLiteral("/src")).size(), 21 - 7);
+        QCOMPARE(readAll(second + QStringLiteral("/f06.bin")), QByteArray(4096, char('a' + 6)));
+        QCOMPARE(stopping.finishedCount, 1);
     }
 };
 

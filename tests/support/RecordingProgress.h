@@ -1,0 +1,37 @@
+#pragma once
+
+#include "platform/ActionProgress.h"
+
+#include <QList>
+#include <QStringList>
+
+// Records what an action reports, and asks it to stop once it has done stopAfterItems items or
+// stopAfterBytes bytes (-1: never).
+class RecordingProgress : public ActionProgress {
+public:
+    void started(const QString& title) override { titles.append(title); }
+    void changed(const ActionProgressState& state) override { states.append(state); }
+    bool cancelRequested() override {
+        if (states.isEmpty())
+            return false;
+        return (stopAfterItems >= 0 && states.last().itemsDone >= stopAfterItems) ||
+               (stopAfterBytes >= 0 && states.last().bytesDone >= stopAfterBytes);
+    }
+    void finished() override { ++finishedCount; }
+
+    // Done counts never go down from one report to the next.
+    bool isMonotonic() const {
+        for (qsizetype index = 1; index < states.size(); ++index) {
+            if (states[index].itemsDone < states[index - 1].itemsDone ||
+                states[index].bytesDone < states[index - 1].bytesDone)
+                return false;
+        }
+        return true;
+    }
+
+    QStringList titles;
+    QList<ActionProgressState> states;
+    int finishedCount = 0;
+    qint64 stopAfterItems = -1;
+    qint64 stopAfterBytes = -1;
+};
