@@ -24,27 +24,23 @@ AppPreferencesStore::AppPreferencesStore(QObject* parent)
 }
 
 void AppPreferencesStore::setRevealCreatedItems(bool value) {
-    if (value == m_revealCreatedItems)
-        return;
-    m_revealCreatedItems = value;
-    save();
-    emit revealCreatedItemsChanged(value);
+    setSwitch(m_revealCreatedItems, value, &AppPreferencesStore::revealCreatedItemsChanged);
 }
 
 void AppPreferencesStore::setRevealActionResults(bool value) {
-    if (value == m_revealActionResults)
-        return;
-    m_revealActionResults = value;
-    save();
-    emit revealActionResultsChanged(value);
+    setSwitch(m_revealActionResults, value, &AppPreferencesStore::revealActionResultsChanged);
 }
 
 void AppPreferencesStore::setShowsFailureNotifications(bool value) {
-    if (value == m_showsFailureNotifications)
+    setSwitch(m_showsFailureNotifications, value, &AppPreferencesStore::showsFailureNotificationsChanged);
+}
+
+void AppPreferencesStore::setSwitch(bool& field, bool value, void (AppPreferencesStore::*changed)(bool)) {
+    if (value == field)
         return;
-    m_showsFailureNotifications = value;
+    field = value;
     save();
-    emit showsFailureNotificationsChanged(value);
+    emit(this->*changed)(value);
 }
 
 void AppPreferencesStore::setLaunchAtLogin(bool value) {

@@ -29,6 +29,8 @@ signals:
 
 private:
     void save() const;
+    // The preferences that are a plain switch of the file's: set, save, announce.
+    void setSwitch(bool& field, bool value, void (AppPreferencesStore::*changed)(bool));
 
     bool m_isRollingBackLaunchAtLogin = false;
     bool m_revealCreatedItems = false;
