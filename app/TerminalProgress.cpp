@@ -8,10 +8,8 @@ TerminalProgress::TerminalProgress(std::FILE* stream, int width)
 
 QString TerminalProgress::lineFor(const QString& title, const ActionProgressState& state, int width) {
     QString line = title;
-    if (state.bytesTotal > 0)
-        line += QStringLiteral("  %1%").arg(qMin<qint64>(100, state.bytesDone * 100 / state.bytesTotal));
-    else if (state.itemsTotal > 0)
-        line += QStringLiteral("  %1%").arg(qMin<qint64>(100, state.itemsDone * 100 / state.itemsTotal));
+    if (state.percent() >= 0)
+        line += QStringLiteral("  %1%").arg(state.percent());
     if (state.itemsTotal > 1)
         line += QStringLiteral("  (%1/%2)").arg(state.itemsDone).arg(state.itemsTotal);
     if (!state.currentItem.isEmpty())
@@ -33,9 +31,7 @@ void TerminalProgress::started(const QString& title) {
 }
 
 void TerminalProgress::changed(const ActionProgressState& state) {
-    const bool done = (state.bytesTotal > 0 && state.bytesDone >= state.bytesTotal) ||
-                      (state.itemsTotal > 0 && state.itemsDone >= state.itemsTotal);
-    if (m_sinceLastLine.isValid() && m_sinceLastLine.elapsed() < 100 && !done)
+    if (m_sinceLastLine.isValid() && m_sinceLastLine.elapsed() < 100 && !state.isComplete())
         return;
     m_sinceLastLine.start();
     const QByteArray line = lineFor(m_title, state, m_width).toUtf8();

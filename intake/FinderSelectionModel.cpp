@@ -110,12 +110,20 @@ bool FinderSelectionModel::run(const KestroActionRequest& request) {
     enum State { pending, succeeded, failed };
     auto state = std::make_shared<std::atomic<int>>(pending);
     QPointer<FinderSelectionModel> self(this);
-    m_runner([request, state, self] {
+    m_runner([request, state, self, tracker = m_progressTracker] {
         QString error;
+        bool cancelled = false;
         try {
-            FinderActionExecutor::perform(request.actionID, request.selectedURLs, request.targetedURL,
-                                          request.destinationURL, request.presetID);
+            const auto perform = [&request] {
+                FinderActionExecutor::perform(request.actionID, request.selectedURLs, request.targetedURL,
+                                              request.destinationURL, request.presetID);
+            };
+            tracker ? tracker(perform) : perform();
             DiagnosticLog::append(QStringLiteral("action succeeded: ") + request.actionID);
+        } catch (const ActionCancelled&) {
+            // The user stopped it: nothing to report as a failure.
+            cancelled = true;
+            DiagnosticLog::append(QStringLiteral("action cancelled: ") + request.actionID);
         } catch (const std::exception& failure) {
             error = describeError(failure);
             DiagnosticLog::append(QStringLiteral("action=%1 error=%2").arg(request.actionID, error));
@@ -125,12 +133,12 @@ bool FinderSelectionModel::run(const KestroActionRequest& request) {
         state->store(error.isEmpty() ? succeeded : failed);
         // The outcome is recorded on the main thread, where this model lives; the work may outlive the
         // model (the host waits for running work only at exit), so the model is looked up there.
-        const auto record = [self, error, actionID = request.actionID] {
+        const auto record = [self, error, cancelled, actionID = request.actionID] {
             if (!self)
                 return;
             if (!error.isEmpty())
                 self->m_lastErrorDescription = error;
-            emit self->requestFinished(actionID, error.isEmpty());
+            emit self->requestFinished(actionID, error.isEmpty() && !cancelled);
         };
         if (QCoreApplication* application = QCoreApplication::instance())
             QMetaObject::invokeMethod(application, record, Qt::AutoConnection);

@@ -2,6 +2,7 @@
 
 #include "catalogue/FeatureSettings.h"
 #include "intake/KestroActionURL.h"
+#include "platform/ActionProgress.h"
 
 #include <functional>
 #include <optional>
@@ -26,6 +27,8 @@ public:
 
     void setRunner(Runner runner) { m_runner = std::move(runner); }
     void setSettingsSource(SettingsSource source) { m_settingsSource = std::move(source); }
+    // Where each request's progress is shown; without one it goes nowhere.
+    void setProgressTracker(ActionProgressTracker tracker) { m_progressTracker = std::move(tracker); }
 
     const QStringList& selectedFiles() const { return m_selectedFiles; }
     const std::optional<QString>& lastActionTitle() const { return m_lastActionTitle; }
@@ -44,7 +47,8 @@ public:
 signals:
     void selectedFilesChanged();
     void lastActionTitleChanged();
-    // On this object's thread, after a request's action has run (or failed).
+    // On this object's thread, after a request's action has run (or failed, or was cancelled: both are not
+    // a success).
     void requestFinished(const QString& actionID, bool succeeded);
 
 private:
@@ -55,6 +59,7 @@ private:
     Clock m_clock;
     Runner m_runner;
     SettingsSource m_settingsSource;
+    ActionProgressTracker m_progressTracker;
     QStringList m_selectedFiles;
     std::optional<QString> m_lastActionTitle;
     std::optional<QString> m_lastHandledURLString;

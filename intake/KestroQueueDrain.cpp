@@ -2,6 +2,7 @@
 
 #include "actions/FinderActionExecutor.h"
 #include "intake/FailureNotifier.h"
+#include "platform/ActionProgress.h"
 #include "platform/DiagnosticLog.h"
 #include "platform/KestroError.h"
 #include "platform/KestroPaths.h"
@@ -148,7 +149,14 @@ bool KestroQueueDrain::runClaimed(const Candidate& candidate, const QByteArray& 
                                    DiagnosticLog::optionalText(action->destinationURL),
                                    DiagnosticLog::optionalText(action->presetID), candidate.path));
     try {
-        m_performer(*action);
+        const auto perform = [this, &action] {
+            m_performer(*action);
+        };
+        m_progressTracker ? m_progressTracker(perform) : perform();
+    } catch (const ActionCancelled&) {
+        DiagnosticLog::append(QStringLiteral("app delegate queued action cancelled: ") + candidate.path);
+        ++summary.cancelled;
+        return false;
     } catch (const std::exception& error) {
         const QString description = describeError(error);
         fail(QStringLiteral("app delegate queued action failed: ") + candidate.path +

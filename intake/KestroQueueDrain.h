@@ -2,6 +2,7 @@
 
 #include "intake/KestroQueuedAction.h"
 #include "intake/KestroQueueDirectory.h"
+#include "platform/ActionProgress.h"
 
 #include <atomic>
 #include <functional>
@@ -20,7 +21,8 @@ public:
     struct Summary {
         int entriesFound = 0;
         int succeeded = 0;
-        int failed = 0; // the action threw, or the file could not be read or decoded
+        int failed = 0;    // the action threw, or the file could not be read or decoded
+        int cancelled = 0; // the user stopped the action
         int skippedFolders = 0;
         QStringList problems; // one line per failure or skipped folder, as logged
     };
@@ -36,6 +38,8 @@ public:
     void requestStop() { m_stopRequested = true; }
     void clearStop() { m_stopRequested = false; }
     void setHandledCallback(HandledCallback callback) { m_handled = std::move(callback); }
+    // Where each action's progress is shown; without one it goes nowhere.
+    void setProgressTracker(ActionProgressTracker tracker) { m_progressTracker = std::move(tracker); }
 
 private:
     struct Candidate {
@@ -53,6 +57,7 @@ private:
 
     Performer m_performer;
     HandledCallback m_handled;
+    ActionProgressTracker m_progressTracker;
     std::atomic<bool> m_stopRequested = false;
     // The reason last logged per folder: a folder that stays unsafe is logged once, not every second.
     QHash<QString, QString> m_loggedSkips;

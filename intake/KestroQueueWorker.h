@@ -20,6 +20,8 @@ public:
     void requestPass();
     // Any thread. The running pass stops before its next file; the file in hand finishes.
     void requestStop() { m_drain.requestStop(); }
+    // Before the worker's thread starts.
+    void setProgressTracker(ActionProgressTracker tracker) { m_drain.setProgressTracker(std::move(tracker)); }
 
 public slots:
     void startPolling(qint64 intervalMilliseconds);

@@ -20,6 +20,7 @@ void KestroQueuedActionRunner::start() {
     if (m_thread.isRunning())
         return;
     m_worker = new KestroQueueWorker(m_performer);
+    m_worker->setProgressTracker(m_progressTracker);
     connect(m_worker, &KestroQueueWorker::actionHandled, this, &KestroQueuedActionRunner::actionHandled,
             Qt::DirectConnection);
     connect(m_worker, &KestroQueueWorker::passFinished, this, &KestroQueuedActionRunner::passFinished,

@@ -25,6 +25,8 @@ public:
     // Starts the worker thread, queues the first pass, starts polling (first one interval from now) and
     // listens for the announcement. Calling it while running does nothing.
     void start();
+    // Where each queued action's progress is shown; takes effect at the next start().
+    void setProgressTracker(ActionProgressTracker tracker) { m_progressTracker = std::move(tracker); }
     // Any thread; returns at once. Queues one more pass.
     void drain();
     // Stops polling and listening and ends the worker thread after the action in hand has finished; files
@@ -48,6 +50,7 @@ signals:
 private:
     std::chrono::milliseconds m_pollInterval;
     KestroQueueDrain::Performer m_performer;
+    ActionProgressTracker m_progressTracker;
     WorkerThread m_thread;
     KestroQueueWorker* m_worker = nullptr; // lives in m_thread
     bool m_listening = false;

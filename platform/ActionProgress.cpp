@@ -17,6 +17,18 @@ thread_local ActionProgress* installed = nullptr;
 
 } // namespace
 
+int ActionProgressState::percent() const {
+    if (bytesTotal > 0)
+        return int(qBound(qint64(0), bytesDone * 100 / bytesTotal, qint64(100)));
+    if (itemsTotal > 0)
+        return int(qBound(qint64(0), itemsDone * 100 / itemsTotal, qint64(100)));
+    return -1;
+}
+
+bool ActionProgressState::isComplete() const {
+    return (bytesTotal > 0 && bytesDone >= bytesTotal) || (itemsTotal > 0 && itemsDone >= itemsTotal);
+}
+
 ActionProgress& ActionProgress::current() {
     return installed ? *installed : silent;
 }

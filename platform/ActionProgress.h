@@ -2,6 +2,7 @@
 
 #include "platform/KestroError.h"
 
+#include <functional>
 #include <QString>
 #include <QtGlobal>
 
@@ -13,6 +14,11 @@ struct ActionProgressState {
     qint64 bytesDone = 0;
     qint64 bytesTotal = -1;
     QString currentItem; // a path, or an entry's name inside an archive
+
+    // How far along, 0 to 100, by bytes where their total is known, else by items; -1 when neither is.
+    int percent() const;
+    // Whether every known total has been reached.
+    bool isComplete() const;
 };
 
 // The one channel through which a long action (packing, unpacking, copying, checksums, PDFs, images,
@@ -49,6 +55,11 @@ public:
 private:
     ActionProgress* m_previous;
 };
+
+// Runs a piece of work with a reporter installed around it that shows its progress somewhere (the host's
+// tray and progress window). The roads and the scheduled-deletion runner take one; without one, work runs
+// as it is and reports to nobody.
+using ActionProgressTracker = std::function<void(const std::function<void()>& work)>;
 
 // What an action holds while it runs: the current reporter, told "started" now and "finished" when this
 // goes away, and the state the action moves forward.
