@@ -1,5 +1,7 @@
 #include "app/KestroHost.h"
 
+#include "app/ActionProgressWindow.h"
+#include "app/DisplayEnvironment.h"
 #include "app/KestroMainWindow.h"
 #include "app/MenuBarController.h"
 #include "catalogue/AppPreferencesStore.h"
@@ -7,6 +9,7 @@
 #include "catalogue/KestroSettingsChangeNotifier.h"
 #include "intake/FinderSelectionModel.h"
 #include "intake/KestroQueuedActionRunner.h"
+#include "intake/RunningActions.h"
 #include "integration/FileManagerIntegration.h"
 #include "platform/DiagnosticLog.h"
 #include "settings-ui/SettingsContentView.h"
@@ -29,12 +32,14 @@ KestroHost::KestroHost(bool launchedAtLogin, QObject* parent)
     , m_customShortcutActions(new CustomShortcutActionStore(this))
     , m_finderViewPresets(new FinderViewPresetStore(this))
     , m_preferences(new AppPreferencesStore(this))
-    , m_scheduledDeletions(new ScheduledDeletionListStore(this)) {
+    , m_scheduledDeletions(new ScheduledDeletionListStore(this))
+    , m_runningActions(new RunningActions(this)) {
     DiagnosticLog::append(QStringLiteral("KestroApp init"));
     m_requestThreads.setMaxThreadCount(4);
     m_selectionModel->setRunner(
         [this](std::function<void()> work) { m_requestThreads.start(std::move(work)); });
     m_selectionModel->setSettingsSource([this] { return m_featureSettings->settings(); });
+    m_selectionModel->setProgressTracker(m_runningActions->tracker());
     // The file managers' menus follow every settings announcement, and start from the saved settings.
     KestroSettingsChangeNotifier::setObserver([](const QString&) { FileManagerIntegration::refresh(); });
     FileManagerIntegration::refresh();
@@ -48,6 +53,7 @@ KestroHost::KestroHost(bool launchedAtLogin, QObject* parent)
             noteReady();
         },
         Qt::QueuedConnection);
+    m_queueRunner->setProgressTracker(m_runningActions->tracker());
     m_queueRunner->start();
     m_deletionRunner = new ScheduledDeletionRunner(this);
     m_deletionRunner->start();
@@ -59,6 +65,8 @@ KestroHost::~KestroHost() {
     shutDown();
     // The window holds views of the stores; it goes before them.
     delete mainWindow();
+    delete m_progressWindow;
+    m_progressWindow = nullptr;
     delete m_menuBar;
     m_menuBar = nullptr;
 }
@@ -66,6 +74,11 @@ KestroHost::~KestroHost() {
 void KestroHost::finishLaunching() {
     m_menuBar = new MenuBarController(
         *m_featureSettings, *m_customDestinations, [this] { return createMainWindow(); }, this);
+    // Nobody would see a window that opens by itself without a display.
+    const std::optional<std::chrono::milliseconds> openAfter =
+        DisplayEnvironment::isInteractive() ? std::optional(std::chrono::milliseconds(3000)) : std::nullopt;
+    m_progressWindow = new ActionProgressWindow(*m_runningActions, openAfter);
+    m_menuBar->setRunningActions(m_runningActions, [this] { m_progressWindow->present(); });
     m_hasTray = m_menuBar->install();
     // Without a tray the window is the only way in: a normal start shows it (a start at login still waits for
     // the user to start Kestro again, which brings it up).

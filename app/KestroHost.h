@@ -6,6 +6,7 @@
 #include <QThreadPool>
 #include <QUrl>
 
+class ActionProgressWindow;
 class AppPreferencesStore;
 class CustomDestinationStore;
 class CustomShortcutActionStore;
@@ -15,6 +16,7 @@ class FinderViewPresetStore;
 class KestroMainWindow;
 class KestroQueuedActionRunner;
 class MenuBarController;
+class RunningActions;
 class ScheduledDeletionListStore;
 class ScheduledDeletionRunner;
 class SettingsContentView;
@@ -54,6 +56,9 @@ public:
     ScheduledDeletionListStore& scheduledDeletions() { return *m_scheduledDeletions; }
     KestroQueuedActionRunner& queueRunner() { return *m_queueRunner; }
     MenuBarController& menuBar() { return *m_menuBar; }
+    RunningActions& runningActions() { return *m_runningActions; }
+    // The progress window, once launching has finished.
+    ActionProgressWindow* progressWindow() const { return m_progressWindow; }
     // The main window, created on first use.
     KestroMainWindow* mainWindow() const;
     SettingsContentView* contentView() const;
@@ -83,6 +88,8 @@ private:
     KestroQueuedActionRunner* m_queueRunner = nullptr;
     ScheduledDeletionRunner* m_deletionRunner = nullptr;
     MenuBarController* m_menuBar = nullptr;
+    RunningActions* m_runningActions;
+    ActionProgressWindow* m_progressWindow = nullptr;
     // URL requests run here, never on the main thread: a stuck action must not freeze the tray.
     QThreadPool m_requestThreads;
 };

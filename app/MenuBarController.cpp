@@ -1,6 +1,7 @@
 #include "app/MenuBarController.h"
 
 #include "actions/FinderActionExecutor.h"
+#include "app/ActionProgressWindow.h"
 #include "app/KestroMainWindow.h"
 #include "intake/FinderCurrentContext.h"
 #include "platform/KestroError.h"
@@ -42,7 +43,7 @@ bool MenuBarController::install() {
     }
     if (!m_tray) {
         m_tray = new QSystemTrayIcon(QIcon(QStringLiteral(":/kestro/kestro-tray.svg")), this);
-        m_tray->setToolTip(QStringLiteral("Kestro"));
+        m_tray->setToolTip(toolTipText());
         m_tray->setContextMenu(m_menu);
         connect(m_tray, &QSystemTrayIcon::activated, this, [this](QSystemTrayIcon::ActivationReason reason) {
             if (reason == QSystemTrayIcon::Trigger)
@@ -61,6 +62,17 @@ void MenuBarController::buildMenu(QMenu* menu) {
     for (QMenu* submenu : menu->findChildren<QMenu*>(Qt::FindDirectChildrenOnly))
         delete submenu;
     const StatusMenuContent content = StatusMenuContent::gather(m_featureSettings, m_destinations);
+
+    m_progressEntries.clear();
+    if (m_runningActions && !m_runningActions->actions().isEmpty()) {
+        for (const RunningActions::Action& running : m_runningActions->actions()) {
+            QAction* entry = menu->addAction(ActionProgressWindow::shortText(running), this,
+                                             &MenuBarController::showProgress);
+            entry->setData(running.id);
+            m_progressEntries.insert(running.id, entry);
+        }
+        menu->addSeparator();
+    }
 
     menu->addAction(tr("打开 Kestro"), this, &MenuBarController::resetAndOpenMainWindow);
 
@@ -96,6 +108,42 @@ void MenuBarController::buildMenu(QMenu* menu) {
     menu->addSeparator();
     QAction* quit = menu->addAction(tr("退出 Kestro"), this, &MenuBarController::quitApp);
     quit->setShortcut(QKeySequence(Qt::CTRL | Qt::Key_Q));
+}
+
+void MenuBarController::setRunningActions(RunningActions* actions, std::function<void()> openProgress) {
+    m_runningActions = actions;
+    m_openProgress = std::move(openProgress);
+    if (!m_runningActions)
+        return;
+    connect(m_runningActions, &RunningActions::actionsChanged, this, [this] {
+        if (m_tray)
+            m_tray->setToolTip(toolTipText());
+        // An open menu keeps its entries (rebuilding it would move them under the pointer): their texts
+        // follow, and an ended action's entry turns grey until the menu opens again.
+        for (auto it = m_progressEntries.cbegin(); it != m_progressEntries.cend(); ++it) {
+            QAction* entry = it.value();
+            if (!entry)
+                continue;
+            if (const RunningActions::Action* running = m_runningActions->find(it.key()))
+                entry->setText(ActionProgressWindow::shortText(*running));
+            else
+                entry->setEnabled(false);
+        }
+    });
+}
+
+QString MenuBarController::toolTipText() const {
+    QStringList lines{QStringLiteral("Kestro")};
+    if (m_runningActions) {
+        for (const RunningActions::Action& running : m_runningActions->actions())
+            lines.append(ActionProgressWindow::shortText(running));
+    }
+    return lines.join(QLatin1Char('\n'));
+}
+
+void MenuBarController::showProgress() {
+    if (m_openProgress)
+        m_openProgress();
 }
 
 void MenuBarController::showMainWindow() {

@@ -3,13 +3,16 @@
 #include "app/StatusMenuContent.h"
 
 #include <functional>
+#include <QHash>
 #include <QObject>
 #include <QPointer>
 
 class CustomDestinationStore;
 class FeatureSettingsStore;
 class KestroMainWindow;
+class QAction;
 class QMenu;
+class RunningActions;
 class QSystemTrayIcon;
 
 // The tray icon: a left click shows or hides the main window, the context menu (built anew each time it
@@ -30,6 +33,10 @@ public:
     bool install();
     QSystemTrayIcon* trayIcon() const { return m_tray; }
     QMenu* menu() const { return m_menu; }
+
+    // Shows the running long actions in the tooltip and at the top of the menu; choosing one calls
+    // openProgress (the progress window).
+    void setRunningActions(RunningActions* actions, std::function<void()> openProgress);
 
     // Fills a menu with the items of this moment.
     void buildMenu(QMenu* menu);
@@ -53,6 +60,9 @@ private:
     void performWithContext(const QString& actionID);
     void run(const std::function<void()>& action);
     void resetTransientWindowState();
+    void showProgress();
+
+    QString toolTipText() const;
 
     FeatureSettingsStore& m_featureSettings;
     CustomDestinationStore& m_destinations;
@@ -61,4 +71,8 @@ private:
     QPointer<KestroMainWindow> m_window;
     QSystemTrayIcon* m_tray = nullptr;
     QMenu* m_menu = nullptr;
+    RunningActions* m_runningActions = nullptr;
+    std::function<void()> m_openProgress;
+    // The menu's progress entries while it is built from them, by action.
+    QHash<quint64, QPointer<QAction>> m_progressEntries;
 };
