@@ -202,8 +202,8 @@ bool forwardToRunningHost(int argc, char* argv[], const QStringList& message) {
 }
 
 // Test and measurement hooks, not for users: KESTRO_REPORT_READY prints one line on standard error when the
-// host is ready; KESTRO_SCREENSHOT_DIR saves pictures of the settings pages and the tray menu there, then
-// quits.
+// host is ready; KESTRO_SCREENSHOT_DIR saves pictures of the settings pages, the tray menu and (packing the
+// folder KESTRO_SCREENSHOT_PACK names) the progress window there, then quits.
 void connectHooks(KestroHost& host) {
     const bool reportReady = !qEnvironmentVariableIsEmpty("KESTRO_REPORT_READY");
     const QString screenshots = qEnvironmentVariable("KESTRO_SCREENSHOT_DIR");

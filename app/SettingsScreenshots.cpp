@@ -1,17 +1,22 @@
 #include "app/SettingsScreenshots.h"
 
+#include "app/ActionProgressWindow.h"
 #include "app/KestroHost.h"
 #include "app/KestroMainWindow.h"
 #include "app/MenuBarController.h"
 #include "catalogue/FeatureSettingsStore.h"
+#include "intake/RunningActions.h"
 #include "settings-ui/SettingsContentView.h"
 
 #include <QApplication>
+#include <QDeadlineTimer>
 #include <QDialog>
 #include <QDir>
 #include <QMenu>
 #include <QScreen>
 #include <QThread>
+#include <QUrl>
+#include <QUrlQuery>
 
 #include <cstdio>
 
@@ -29,6 +34,42 @@ bool save(const QPixmap& picture, const QString& path) {
         return true;
     std::fprintf(stderr, "kestro: could not save %s\n", qPrintable(path));
     return false;
+}
+
+bool waitFor(const std::function<bool()>& condition) {
+    const QDeadlineTimer deadline(30000);
+    while (!condition()) {
+        if (deadline.hasExpired())
+            return false;
+        QApplication::processEvents(QEventLoop::AllEvents, 20);
+    }
+    return true;
+}
+
+// Packs the folder for real, pictures the progress window while it runs, and stops it there.
+bool captureProgress(KestroHost& host, const QString& folderToPack, const QString& path) {
+    QUrl url(QStringLiteral("kestro://finder-action"));
+    QUrlQuery query;
+    query.addQueryItem(QStringLiteral("actionID"), QStringLiteral("compressToZIP"));
+    query.addQueryItem(QStringLiteral("path"), QString::fromUtf8(QUrl::toPercentEncoding(folderToPack)));
+    url.setQuery(query);
+    host.openURL(url.toString(QUrl::FullyEncoded));
+    RunningActions& running = host.runningActions();
+    const auto movedOn = [&running] {
+        return !running.actions().isEmpty() && running.actions().constFirst().state.percent() >= 10;
+    };
+    if (!waitFor(movedOn)) {
+        std::fprintf(stderr, "kestro: packing %s did not show progress\n", qPrintable(folderToPack));
+        return false;
+    }
+    ActionProgressWindow* window = host.progressWindow();
+    window->present();
+    window->move(60, 60);
+    settle();
+    const bool saved = save(window->grab(), path);
+    for (const RunningActions::Action& action : running.actions())
+        running.cancel(action.id);
+    return waitFor([&running] { return running.actions().isEmpty(); }) && saved;
 }
 
 } // namespace
@@ -94,5 +135,9 @@ bool SettingsScreenshots::capture(KestroHost& host, const QString& directory) {
     saved &= save(screen->grabWindow(0, shot.x(), shot.y(), shot.width(), shot.height()),
                   folder.filePath(QStringLiteral("tray-menu.png")));
     menu.close();
+
+    const QString toPack = qEnvironmentVariable("KESTRO_SCREENSHOT_PACK");
+    if (!toPack.isEmpty())
+        saved &= captureProgress(host, toPack, folder.filePath(QStringLiteral("progress-window.png")));
     return saved;
 }
