@@ -1,5 +1,6 @@
 #include "platform/FileTransfer.h"
 
+#include "platform/ActionProgress.h"
 #include "platform/ExclusiveRename.h"
 #include "platform/KestroError.h"
 
@@ -53,7 +54,11 @@ QByteArray joined(const QByteArray& folder, const char* name) {
 
 void copyContents(int from, int to, const QByteArray& sourcePath) {
     static thread_local std::vector<char> buffer(256 * 1024);
+    // A stop asked for during a large file comes in here too: the partial copy is then removed.
+    ActionProgress& progress = ActionProgress::current();
     for (;;) {
+        if (progress.cancelRequested())
+            throw ActionCancelled();
         const ssize_t got = ::read(from, buffer.data(), buffer.size());
         if (got == 0)
             return;

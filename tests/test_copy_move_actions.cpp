@@ -306,6 +306,20 @@ private slots:
         QCOMPARE(entriesOf(environment.root() + QStringLiteral("/src")).size(), 21 - 7);
         QCOMPARE(readAll(second + QStringLiteral("/f06.bin")), QByteArray(4096, char('a' + 6)));
         QCOMPARE(stopping.finishedCount, 1);
+
+        // Stopped inside one large file: its partial copy goes, nothing appears, the original stays.
+        const QString big =
+            environment.writeFile(QStringLiteral("big/disk image.iso"), QByteArray(16 << 20, 'b'));
+        const QString third = environment.makeFolder(QStringLiteral("dst3"));
+        RecordingProgress inside;
+        inside.stopAfterItems = 0;
+        {
+            const ActionProgressScope scope(inside);
+            QVERIFY_THROWS_EXCEPTION(ActionCancelled,
+                                     perform(QStringLiteral("copyFilesToFolder"), {big}, third));
+        }
+        QCOMPARE(namesIn(third), QStringList());
+        QCOMPARE(QFileInfo(big).size(), qint64(16 << 20));
     }
 };
 
