@@ -14,6 +14,7 @@
 #include <QtTest>
 
 #include <functional>
+#include <sys/resource.h>
 
 using PdfSamples::Encryption;
 
@@ -126,6 +127,32 @@ private slots:
         QCOMPARE(PdfActions::splitPDFs({report}), QStringList{pages + QStringLiteral(" 2")});
         QCOMPARE(entries(pages + QStringLiteral(" 2")).size(), 3);
         QCOMPARE(PdfActions::pageFileName(1000), QStringLiteral("Page 1000.pdf"));
+    }
+
+    void splitOfManyFilesStaysWithinFewFileDescriptors() {
+        QStringList inputs;
+        for (int i = 1; i <= 260; ++i)
+            inputs.append(m_env->writeFile(m_folder + QStringLiteral("/%1.pdf").arg(i),
+                                           PdfSamples::document({QStringLiteral("p%1").arg(i)})));
+        // Far fewer descriptors than inputs: every input is known before the first page is written, but
+        // they cannot all be held open.
+        struct rlimit saved {};
+        QCOMPARE(::getrlimit(RLIMIT_NOFILE, &saved), 0);
+        struct rlimit tight = saved;
+        tight.rlim_cur = 128;
+        QCOMPARE(::setrlimit(RLIMIT_NOFILE, &tight), 0);
+        QStringList folders;
+        try {
+            folders = PdfActions::splitPDFs(inputs);
+        } catch (...) {
+            ::setrlimit(RLIMIT_NOFILE, &saved);
+            throw;
+        }
+        QCOMPARE(::setrlimit(RLIMIT_NOFILE, &saved), 0);
+        QCOMPARE(folders.size(), 260);
+        QCOMPARE(PdfSamples::pageLabels(folders.last() + QStringLiteral("/Page 001.pdf")),
+                 QStringList{"p260"});
+        QVERIFY(!m_env->logText().contains(QStringLiteral("splitPDFs")));
     }
 
     void splitPassesOverUnreadableInputsButNotAllOfThem() {
@@ -306,7 +333,7 @@ private slots:
         QVERIFY(!m_env->logText().contains(QStringLiteral("mergePDFs failed")));
     }
 
-    void stoppedSplitKeepsTheWholePagesWritten() {
+    void stoppedSplitAndCompressKeepOnlyWholeOutputs() {
         const QByteArray first = PdfSamples::document({"a1", "a2", "a3"});
         const QByteArray second = PdfSamples::document({"b1", "b2", "b3"});
         const QString a = m_env->writeFile(m_folder + QStringLiteral("/a.pdf"), first);
@@ -330,6 +357,16 @@ private slots:
         QVERIFY(stopped(atBoundary, [&] { PdfActions::splitPDFs({a, b}); }));
         QCOMPARE(entries(m_folder).size(), 5);
         QCOMPARE(entries(m_folder + QStringLiteral("/a Pages 2")).size(), 3);
+
+        // Compressing is one output per input: the first is whole, the second never begun.
+        RecordingProgress compressing;
+        compressing.stopAfterItems = 1;
+        QVERIFY(stopped(compressing, [&] { PdfActions::compressPDFs({a, b}); }));
+        QCOMPARE(entries(m_folder).size(), 6);
+        QCOMPARE(PdfSamples::pageLabels(m_folder + QStringLiteral("/a compressed.pdf")),
+                 (QStringList{"a1", "a2", "a3"}));
+        QCOMPARE(readAll(a), first);
+        QCOMPARE(readAll(b), second);
     }
 
     void stoppedImagesToPdfLeavesNoDocument() {
