@@ -1,8 +1,11 @@
 #include "stores/ScheduledDeletionRunner.h"
 
+#include "platform/ActionProgress.h"
 #include "stores/ScheduledDeletionStore.h"
 
 #include <QTimer>
+
+#include <optional>
 
 ScheduledDeletionRunner::ScheduledDeletionRunner(QObject* parent, std::chrono::milliseconds firstDelay,
                                                  std::chrono::milliseconds interval, Clock clock)
@@ -44,6 +47,9 @@ void ScheduledDeletionRunner::processNow() {
 }
 
 void ScheduledDeletionRunner::run() {
+    std::optional<ActionProgressScope> scope;
+    if (m_progress)
+        scope.emplace(*m_progress);
     ScheduledDeletionStore::processDueItems(m_clock());
     emit runFinished();
 }

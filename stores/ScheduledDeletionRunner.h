@@ -7,6 +7,8 @@
 #include <QDateTime>
 #include <QObject>
 
+class ActionProgress;
+
 // Moves due entries to the trash on a thread of its own: first a minute after start, then every hour, so an
 // entry is moved at the first run after it became due. The host calls start() once at start-up and stop()
 // before the application object goes (the destructor stops too).
@@ -20,6 +22,10 @@ public:
                                      std::chrono::milliseconds interval = std::chrono::seconds(3600),
                                      Clock clock = &QDateTime::currentDateTimeUtc);
     ~ScheduledDeletionRunner() override;
+
+    // Where the runs report the entries they move (on the runner's thread, so it must be safe to call from
+    // there); without one they report to nobody. Set before start().
+    void setProgressReporter(ActionProgress* reporter) { m_progress = reporter; }
 
     void start();
     // Any thread, returns at once: one run now, besides the timer's.
@@ -40,4 +46,5 @@ private:
     Clock m_clock;
     WorkerThread m_thread;
     QObject* m_context = nullptr; // lives in m_thread; owns the timer
+    ActionProgress* m_progress = nullptr;
 };

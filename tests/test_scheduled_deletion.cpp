@@ -63,6 +63,7 @@ private slots:
     void stoppedRunLeavesTheRestScheduled();
     void listStoreFollowsChanges();
     void runnerRunsOnItsOwnThreadAndRepeats();
+    void runnerReportsToTheReporterItIsGiven();
 };
 
 void TestScheduledDeletion::actionsScheduleAndReplace() {
@@ -376,6 +377,33 @@ void TestScheduledDeletion::runnerRunsOnItsOwnThreadAndRepeats() {
     runner.stop();
     QCOMPARE(FakePlatform::trash().trashed, QStringList({first, second}));
     QVERIFY(ScheduledDeletionStore::items().isEmpty());
+}
+
+void TestScheduledDeletion::runnerReportsToTheReporterItIsGiven() {
+    TestEnvironment environment;
+    const QString a = environment.writeFile(QStringLiteral("a"), "a");
+    const QString b = environment.writeFile(QStringLiteral("b"), "b");
+    ScheduledDeletionStore::schedule({a, b}, 3600, noon);
+
+    // One run only: the second would come an hour later.
+    RecordingProgress onRunner;
+    RecordingProgress onThisThread;
+    const ActionProgressScope scope(onThisThread);
+    std::atomic<int> runs = 0;
+    ScheduledDeletionRunner runner(nullptr, std::chrono::milliseconds(20), std::chrono::hours(1),
+                                   [] { return noon.addDays(1); });
+    runner.setProgressReporter(&onRunner);
+    connect(
+        &runner, &ScheduledDeletionRunner::runFinished, this, [&] { ++runs; }, Qt::DirectConnection);
+    runner.start();
+    QTRY_VERIFY(runs.load() >= 1);
+    runner.stop();
+
+    QCOMPARE(onRunner.titles, QStringList({QStringLiteral("定时清理")}));
+    QCOMPARE(onRunner.finishedCount, 1);
+    QCOMPARE(onRunner.states.constLast().itemsDone, qint64(2));
+    QVERIFY(onThisThread.titles.isEmpty());
+    QCOMPARE(FakePlatform::trash().trashed, QStringList({a, b}));
 }
 
 QTEST_GUILESS_MAIN(TestScheduledDeletion)
