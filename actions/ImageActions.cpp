@@ -4,6 +4,7 @@
 #include "actions/ImageFileIO.h"
 #include "actions/ImageMetadata.h"
 #include "actions/UniqueName.h"
+#include "platform/ActionProgress.h"
 #include "platform/DiagnosticLog.h"
 #include "platform/FinderActionExecutionError.h"
 
@@ -42,6 +43,29 @@ int qualityFrom(const QStringList& options) {
     return quality;
 }
 
+// The name the user chose the conversion by: a JPEG at a quality of its own is the compression action.
+QString conversionTitle(const QByteArray& writerFormat, bool qualityGiven) {
+    if (writerFormat == "jpeg")
+        return qualityGiven ? tr("压缩 JPEG 图片") : tr("图片转为 JPEG");
+    if (writerFormat == "png")
+        return tr("图片转为 PNG");
+    if (writerFormat == "tiff")
+        return tr("图片转为 TIFF");
+    return tr("图片转为 %1").arg(QString::fromLatin1(writerFormat.toUpper()));
+}
+
+// Before each image: stops between images when asked (what is written stays) and names the one in hand.
+void startImage(ActionProgressFeed& feed, const QString& path) {
+    feed.stopIfCancelled();
+    feed.state().currentItem = path;
+    feed.report();
+}
+
+void finishImage(ActionProgressFeed& feed) {
+    ++feed.state().itemsDone;
+    feed.report();
+}
+
 QString folderOf(const QString& path) {
     return QFileInfo(path).absolutePath();
 }
@@ -69,11 +93,14 @@ QStringList ImageActions::convertImages(const QStringList& selectedURLs, const Q
         throw FinderActionExecutionError::noSelection();
     const QByteArray writerFormat = format.toLatin1().toLower();
     int quality = qualityFrom(options);
+    ActionProgressFeed feed(conversionTitle(writerFormat, quality >= 0));
+    feed.state().itemsTotal = selectedURLs.size();
     if (quality < 0 && writerFormat == "jpeg")
         quality = defaultJPEGQuality;
 
     QStringList outputs;
     for (const QString& input : selectedURLs) {
+        startImage(feed, input);
         QImage image = ImageFileIO::load(input);
         if (writerFormat == "jpeg")
             image = ImageFileIO::flattenedOnWhite(image);
@@ -81,6 +108,7 @@ QStringList ImageActions::convertImages(const QStringList& selectedURLs, const Q
         const QString output = UniqueName::path(folderOf(input), stemOf(input), pathExtension);
         ImageFileIO::save(image, output, writerFormat, quality, ImageFileIO::Target::newFile, &metadata);
         outputs.append(output);
+        finishImage(feed);
     }
     FinderActionExecutor::revealActionResultsIfWanted(outputs);
     return outputs;
@@ -106,10 +134,16 @@ QStringList ImageActions::resizeImages(const QStringList& selectedURLs) {
     const std::optional<QSize> size = promptImageSize();
     if (!size)
         return {};
+    ActionProgressFeed feed(tr("调整图片大小"));
+    feed.state().itemsTotal = selectedURLs.size();
     QStringList resized;
     for (const QString& path : selectedURLs) {
+        // Each image takes its new pixels in one step, so a stop between images leaves every image either
+        // resized or as it was.
+        startImage(feed, path);
         resizeImage(path, *size);
         resized.append(path);
+        finishImage(feed);
     }
     FinderActionExecutor::revealActionResultsIfWanted(resized);
     return resized;
@@ -140,8 +174,11 @@ std::pair<QString, QByteArray> ImageActions::imageOutputExtension(const QString&
 QStringList ImageActions::stripImageMetadata(const QStringList& selectedURLs) {
     if (selectedURLs.isEmpty())
         throw FinderActionExecutionError::noSelection();
+    ActionProgressFeed feed(tr("移除图片元数据"));
+    feed.state().itemsTotal = selectedURLs.size();
     QStringList outputs;
     for (const QString& input : selectedURLs) {
+        startImage(feed, input);
         const auto [extension, format] =
             imageOutputExtension(UniqueName::splitExtension(QFileInfo(input).fileName()).second);
         try {
@@ -159,6 +196,7 @@ QStringList ImageActions::stripImageMetadata(const QStringList& selectedURLs) {
                 QStringLiteral("stripImageMetadata failed: %1").arg(error.errorDescription()));
             throw FinderActionExecutionError::unsupportedAction(QStringLiteral("stripImageMetadata"));
         }
+        finishImage(feed);
     }
     FinderActionExecutor::revealActionResultsIfWanted(outputs);
     return outputs;

@@ -4,6 +4,7 @@
 #include "actions/ImageFileIO.h"
 #include "actions/PdfFile.h"
 #include "actions/UniqueName.h"
+#include "platform/ActionProgress.h"
 #include "platform/DiagnosticLog.h"
 #include "platform/FinderActionExecutionError.h"
 
@@ -39,10 +40,13 @@ QString stemOf(const QString& path) {
     return UniqueName::splitExtension(QFileInfo(path).fileName()).first;
 }
 
-// Runs a step whose failure the action reports under its own name, keeping the reason in the log.
+// Runs a step whose failure the action reports under its own name, keeping the reason in the log. A stop
+// the user asked for is not a failure and passes through as it is.
 template <typename Step> auto reportedAs(const QString& actionName, Step step) {
     try {
         return step();
+    } catch (const ActionCancelled&) {
+        throw;
     } catch (const KestroError& error) {
         DiagnosticLog::append(QStringLiteral("%1 failed: %2").arg(actionName, error.errorDescription()));
         throw FinderActionExecutionError::unsupportedAction(actionName);
@@ -83,15 +87,22 @@ QStringList PdfActions::compressPDFs(const QStringList& selectedURLs) {
     const QStringList pdfs = pdfInputs(selectedURLs);
     if (pdfs.isEmpty())
         throw FinderActionExecutionError::noSelection();
+    ActionProgressFeed feed(tr("压缩 PDF"));
+    feed.state().itemsTotal = pdfs.size();
     QStringList outputs;
     for (const QString& input : pdfs) {
+        feed.stopIfCancelled();
+        feed.state().currentItem = input;
+        feed.report();
         reportedAs(QStringLiteral("compressPDF"), [&] {
             const std::shared_ptr<QPDF> document = PdfFile::open(input);
             const QString output = UniqueName::path(
                 folderOf(input), stemOf(input) + QStringLiteral(" compressed"), QStringLiteral("pdf"));
-            PdfFile::write(*document, output, PdfFile::Layout::compressed);
+            PdfFile::write(*document, output, PdfFile::Layout::compressed, &feed);
             outputs.append(output);
         });
+        ++feed.state().itemsDone;
+        feed.report();
     }
     FinderActionExecutor::revealActionResultsIfWanted(outputs);
     return outputs;
@@ -101,19 +112,32 @@ QStringList PdfActions::mergePDFs(const QStringList& selectedURLs) {
     const QStringList pdfs = pdfInputs(selectedURLs);
     if (pdfs.isEmpty())
         throw FinderActionExecutionError::noSelection();
+    ActionProgressFeed feed(tr("合并 PDF"));
+    feed.state().itemsTotal = pdfs.size();
     const bool keepOpen = pdfs.size() <= openSourcesLimit;
     const std::shared_ptr<QPDF> merged = PdfFile::empty();
     // The sources must outlive the write: their pages are copied from them only then.
     std::vector<std::shared_ptr<QPDF>> sources;
     for (const QString& input : pdfs) {
+        // Nothing is on disk until the write below, so any input is a place to stop.
+        feed.stopIfCancelled();
+        feed.state().currentItem = input;
+        feed.report();
         sources.push_back(PdfFile::open(input, keepOpen));
         appendAllPages(*merged, *sources.back(), input);
+        ++feed.state().itemsDone;
+        feed.report();
     }
     if (PdfFile::pageCount(*merged) == 0)
         throw FinderActionExecutionError::commandFailed(tr("所选的 PDF 没有任何页面。"));
     const QString output =
         UniqueName::path(folderOf(pdfs.first()), QStringLiteral("Merged"), QStringLiteral("pdf"));
-    reportedAs(QStringLiteral("mergePDFs"), [&] { PdfFile::write(*merged, output); });
+    // The write copies the pages' contents and takes the longest; its bytes show how far it is, and a stop
+    // there leaves no Merged.pdf behind.
+    feed.state().currentItem = output;
+    feed.report();
+    reportedAs(QStringLiteral("mergePDFs"),
+               [&] { PdfFile::write(*merged, output, PdfFile::Layout::plain, &feed); });
     FinderActionExecutor::revealActionResultsIfWanted({output});
     return {output};
 }
@@ -122,37 +146,61 @@ QStringList PdfActions::splitPDFs(const QStringList& selectedURLs) {
     const QStringList pdfs = pdfInputs(selectedURLs);
     if (pdfs.isEmpty())
         throw FinderActionExecutionError::noSelection();
-    QStringList pageFolders;
-    std::optional<QString> firstFailure;
-    for (const QString& input : pdfs) {
+    // Every input is opened first so that the number of pages to write is known from the start.
+    struct Opened {
+        QString path;
         std::shared_ptr<QPDF> document;
         std::vector<QPDFPageObjectHelper> pages;
+    };
+    const bool keepOpen = pdfs.size() <= openSourcesLimit;
+    std::vector<Opened> inputs;
+    std::optional<QString> firstFailure;
+    qint64 pageTotal = 0;
+    for (const QString& input : pdfs) {
         try {
-            document = PdfFile::open(input);
-            pages = QPDFPageDocumentHelper(*document).getAllPages();
+            Opened opened{input, PdfFile::open(input, keepOpen), {}};
+            opened.pages = QPDFPageDocumentHelper(*opened.document).getAllPages();
+            pageTotal += qint64(opened.pages.size());
+            inputs.push_back(std::move(opened));
         } catch (const std::exception& error) {
             // An input that cannot be opened is passed over; the others are still split.
             const QString reason = describeError(error);
             DiagnosticLog::append(QStringLiteral("splitPDFs skipped %1: %2").arg(input, reason));
             if (!firstFailure)
                 firstFailure = reason;
-            continue;
         }
+    }
+
+    ActionProgressFeed feed(tr("拆分 PDF"));
+    feed.state().itemsTotal = pageTotal;
+    QStringList pageFolders;
+    for (Opened& input : inputs) {
+        // Each page is written whole under its name or not at all, so a stop between pages leaves the
+        // pages written so far and no part of another.
+        feed.stopIfCancelled();
         const QString folder =
-            UniqueName::path(folderOf(input), stemOf(input) + QStringLiteral(" Pages"), {});
+            UniqueName::path(folderOf(input.path), stemOf(input.path) + QStringLiteral(" Pages"), {});
         makeFolder(folder);
-        for (size_t index = 0; index < pages.size(); ++index) {
+        pageFolders.append(folder);
+        for (size_t index = 0; index < input.pages.size(); ++index) {
+            if (index > 0)
+                feed.stopIfCancelled();
             const QString pagePath = folder + QLatin1Char('/') + pageFileName(int(index) + 1);
+            feed.state().currentItem = pagePath;
+            feed.report();
             try {
                 const std::shared_ptr<QPDF> single = PdfFile::empty();
-                QPDFPageDocumentHelper(*single).addPage(pages[index], false);
+                QPDFPageDocumentHelper(*single).addPage(input.pages[index], false);
                 PdfFile::write(*single, pagePath);
             } catch (const std::exception& error) {
                 DiagnosticLog::append(
                     QStringLiteral("splitPDFs could not write %1: %2").arg(pagePath, describeError(error)));
             }
+            ++feed.state().itemsDone;
+            feed.report();
         }
-        pageFolders.append(folder);
+        // The document and its sources are no longer needed: let go of them (and their files) now.
+        input = Opened{};
     }
     // Nothing split at all is not a silent success.
     if (pageFolders.isEmpty() && firstFailure)
@@ -165,6 +213,8 @@ QStringList PdfActions::imagesToPDF(const QStringList& selectedURLs) {
     if (selectedURLs.isEmpty())
         throw FinderActionExecutionError::noSelection();
     FinderActionExecutor::requireRegularFiles(selectedURLs);
+    ActionProgressFeed feed(tr("图片转 PDF"));
+    feed.state().itemsTotal = selectedURLs.size();
     const QString output =
         UniqueName::path(folderOf(selectedURLs.first()), QStringLiteral("Images"), QStringLiteral("pdf"));
     QSaveFile file(output);
@@ -181,6 +231,10 @@ QStringList PdfActions::imagesToPDF(const QStringList& selectedURLs) {
         writer.setPageMargins(QMarginsF(0, 0, 0, 0));
         QPainter painter;
         for (const QString& input : selectedURLs) {
+            // The document is only committed under its name at the end, so any image is a place to stop.
+            feed.stopIfCancelled();
+            feed.state().currentItem = input;
+            feed.report();
             // Images are read one at a time, so memory stays at one image however many are chosen.
             const QImage image = ImageFileIO::load(input);
             const QPageSize pageSize(QSizeF(image.size()), QPageSize::Point, QString(),
@@ -199,6 +253,8 @@ QStringList PdfActions::imagesToPDF(const QStringList& selectedURLs) {
             }
             painter.drawImage(QRectF(QPointF(0, 0), QSizeF(image.size())), image);
             ++pages;
+            ++feed.state().itemsDone;
+            feed.report();
         }
         if (painter.isActive())
             painter.end();

@@ -1,5 +1,6 @@
 #include "actions/PdfFile.h"
 
+#include "platform/ActionProgress.h"
 #include "platform/FinderActionExecutionError.h"
 
 #include <QCoreApplication>
@@ -21,26 +22,47 @@ QString tr(const char* text) {
     return QCoreApplication::translate("PdfFile", text);
 }
 
-// Hands qpdf's output to a QSaveFile.
+// Hands qpdf's output to a QSaveFile, counting it. Once the write is stopped the rest is let go unwritten:
+// qpdf finishes its pipelines while it unwinds, where nothing may be thrown.
 class SaveFilePipeline : public Pipeline {
 public:
     explicit SaveFilePipeline(QSaveFile& file)
         : Pipeline("Kestro save file", nullptr)
         , m_file(file) {}
     void write(unsigned char const* data, size_t length) override {
+        if (m_stopped)
+            return;
         while (length > 0) {
             const qint64 written = m_file.write(reinterpret_cast<const char*>(data), qint64(length));
             if (written <= 0)
                 throw std::runtime_error(m_file.errorString().toStdString());
             data += written;
             length -= size_t(written);
+            m_written += written;
         }
     }
     void finish() override {}
+    qint64 written() const { return m_written; }
+    void stop() { m_stopped = true; }
+    bool stopped() const { return m_stopped; }
 
 private:
     QSaveFile& m_file;
+    qint64 m_written = 0;
+    bool m_stopped = false;
 };
+
+// Counts what is written so far into the feed and honours a stop the user asked for.
+void reportWritten(ActionProgressFeed& feed, qint64 bytesBefore, SaveFilePipeline& pipeline) {
+    feed.state().bytesDone = bytesBefore + pipeline.written();
+    feed.report();
+    try {
+        feed.stopIfCancelled();
+    } catch (const ActionCancelled&) {
+        pipeline.stop();
+        throw;
+    }
+}
 
 } // namespace
 
@@ -95,12 +117,13 @@ void PdfFile::appendAllPages(QPDF& document, QPDF& source) {
         target.addPage(page, false);
 }
 
-void PdfFile::write(QPDF& document, const QString& path, Layout layout) {
+void PdfFile::write(QPDF& document, const QString& path, Layout layout, ActionProgressFeed* feed) {
     QSaveFile file(path);
     if (!file.open(QIODevice::WriteOnly))
         throw FinderActionExecutionError::commandFailed(tr("无法写入“%1”：%2").arg(path, file.errorString()));
+    SaveFilePipeline pipeline(file);
+    const qint64 bytesBefore = feed ? feed->state().bytesDone : 0;
     try {
-        SaveFilePipeline pipeline(file);
         QPDFWriter writer(document);
         writer.setOutputPipeline(&pipeline);
         if (layout == Layout::compressed) {
@@ -108,9 +131,17 @@ void PdfFile::write(QPDF& document, const QString& path, Layout layout) {
             writer.setCompressStreams(true);
             writer.setDecodeLevel(qpdf_dl_generalized);
         }
+        // qpdf tells its progress between objects, where it can be left safely.
+        if (feed)
+            writer.registerProgressReporter(std::make_shared<QPDFWriter::FunctionProgressReporter>(
+                [&](int) { reportWritten(*feed, bytesBefore, pipeline); }));
         writer.write();
+        if (feed)
+            reportWritten(*feed, bytesBefore, pipeline);
     } catch (const std::exception& error) {
         file.cancelWriting();
+        if (pipeline.stopped())
+            throw ActionCancelled();
         throw FinderActionExecutionError::commandFailed(
             tr("无法写入“%1”：%2").arg(path, QString::fromLocal8Bit(error.what())));
     }

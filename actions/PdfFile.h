@@ -3,6 +3,7 @@
 #include <memory>
 #include <QString>
 
+class ActionProgressFeed;
 class QPDF;
 
 // Opening and writing PDF documents with qpdf. Opening refuses what cannot be handled faithfully (missing,
@@ -22,7 +23,11 @@ public:
     // A new document without pages, to which pages of other documents are added.
     static std::shared_ptr<QPDF> empty();
     // Throws FinderActionExecutionError::commandFailed when the document cannot be written.
-    static void write(QPDF& document, const QString& path, Layout layout = Layout::plain);
+    // With a feed, the bytes written are counted into its bytes done, and a stop the user asked for is
+    // honoured between the document's objects: the file is then dropped unfinished and ActionCancelled
+    // thrown.
+    static void write(QPDF& document, const QString& path, Layout layout = Layout::plain,
+                      ActionProgressFeed* feed = nullptr);
     static int pageCount(QPDF& document);
     // Appends every page of another document at the end, in page order.
     static void appendAllPages(QPDF& document, QPDF& source);

@@ -56,6 +56,7 @@ KestroHost::KestroHost(bool launchedAtLogin, QObject* parent)
     m_queueRunner->setProgressTracker(m_runningActions->tracker());
     m_queueRunner->start();
     m_deletionRunner = new ScheduledDeletionRunner(this);
+    m_deletionRunner->setProgressTracker(m_runningActions->tracker());
     m_deletionRunner->start();
     connect(this, &KestroHost::showRequested, this, &KestroHost::reopen);
 }

@@ -20,6 +20,10 @@ thread_local ActionProgress* installed = nullptr;
 int ActionProgressState::percent() const {
     if (bytesTotal > 0)
         return int(qBound(qint64(0), bytesDone * 100 / bytesTotal, qint64(100)));
+    // Bytes moving towards a total nobody knows (a merged PDF being written after its inputs were read):
+    // the items done say nothing about how far that is.
+    if (bytesDone > 0)
+        return -1;
     if (itemsTotal > 0)
         return int(qBound(qint64(0), itemsDone * 100 / itemsTotal, qint64(100)));
     return -1;

@@ -15,7 +15,8 @@ struct ActionProgressState {
     qint64 bytesTotal = -1;
     QString currentItem; // a path, or an entry's name inside an archive
 
-    // How far along, 0 to 100, by bytes where their total is known, else by items; -1 when neither is.
+    // How far along, 0 to 100, by bytes where their total is known, else by items; -1 when neither is, or
+    // when bytes move towards an unknown total.
     int percent() const;
     // Whether every known total has been reached.
     bool isComplete() const;

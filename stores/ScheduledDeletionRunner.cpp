@@ -44,7 +44,10 @@ void ScheduledDeletionRunner::processNow() {
 }
 
 void ScheduledDeletionRunner::run() {
-    ScheduledDeletionStore::processDueItems(m_clock());
+    const auto process = [this] {
+        ScheduledDeletionStore::processDueItems(m_clock());
+    };
+    m_progressTracker ? m_progressTracker(process) : process();
     emit runFinished();
 }
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "platform/ActionProgress.h"
 #include "platform/WorkerThread.h"
 
 #include <chrono>
@@ -21,6 +22,10 @@ public:
                                      Clock clock = &QDateTime::currentDateTimeUtc);
     ~ScheduledDeletionRunner() override;
 
+    // Where the runs report the entries they move (called on the runner's thread); without one they report
+    // to nobody. Set before start().
+    void setProgressTracker(ActionProgressTracker tracker) { m_progressTracker = std::move(tracker); }
+
     void start();
     // Any thread, returns at once: one run now, besides the timer's.
     void processNow();
@@ -40,4 +45,5 @@ private:
     Clock m_clock;
     WorkerThread m_thread;
     QObject* m_context = nullptr; // lives in m_thread; owns the timer
+    ActionProgressTracker m_progressTracker;
 };

@@ -1,5 +1,6 @@
 #include "stores/ScheduledDeletionStore.h"
 
+#include "platform/ActionProgress.h"
 #include "platform/DiagnosticLog.h"
 #include "platform/FinderActionExecutionError.h"
 #include "platform/KestroError.h"
@@ -126,6 +127,33 @@ DueState stateOf(const ScheduledDeletionItem& item) {
         return DueState::changed;
     return DueState::same;
 }
+
+// Moves one due entry's item to the trash; the ids of entries that are settled go into finished, entries the
+// trash refused stay out of it and are retried next time.
+void processDueItem(const ScheduledDeletionItem& item, QSet<QString>& finished) {
+    switch (stateOf(item)) {
+    case DueState::gone:
+        DiagnosticLog::append(QStringLiteral("scheduled deletion skipped missing path=") + item.path);
+        finished.insert(item.id);
+        return;
+    case DueState::changed:
+        // Another item now answers to this path (the original went, something else took its place, or a
+        // link appeared on the way): that is not what the user chose.
+        DiagnosticLog::append(QStringLiteral("scheduled deletion skipped changed path=") + item.path);
+        finished.insert(item.id);
+        return;
+    case DueState::same:
+        break;
+    }
+    try {
+        Platform::trash().moveToTrash(item.path);
+        DiagnosticLog::append(QStringLiteral("scheduled deletion moved to trash path=") + item.path);
+        finished.insert(item.id);
+    } catch (const std::exception& error) {
+        DiagnosticLog::append(QStringLiteral("scheduled deletion trash failed path=") + item.path +
+                              QStringLiteral(" error=") + describeError(error));
+    }
+}
 } // namespace
 
 QList<ScheduledDeletionItem> ScheduledDeletionStore::schedule(const QStringList& paths, double interval,
@@ -176,32 +204,31 @@ void ScheduledDeletionStore::processDueItems(const QDateTime& now) {
         // The trash may take a while; the lock is held only to write back, and what was scheduled or
         // cancelled meanwhile is kept as it is.
         const QList<ScheduledDeletionItem> items = ScheduledDeletionPersistence::load();
+        QList<ScheduledDeletionItem> due;
+        for (const ScheduledDeletionItem& item : items)
+            if (item.deleteAt <= now)
+                due.append(item);
         QSet<QString> finished;
-        for (const ScheduledDeletionItem& item : items) {
-            if (item.deleteAt > now)
-                continue;
-            switch (stateOf(item)) {
-            case DueState::gone:
-                DiagnosticLog::append(QStringLiteral("scheduled deletion skipped missing path=") + item.path);
-                finished.insert(item.id);
-                continue;
-            case DueState::changed:
-                // Another item now answers to this path (the original went, something else took its place,
-                // or a link appeared on the way): that is not what the user chose.
-                DiagnosticLog::append(QStringLiteral("scheduled deletion skipped changed path=") + item.path);
-                finished.insert(item.id);
-                continue;
-            case DueState::same:
-                break;
+        // A run with nothing due says nothing; one that has work shows it item by item.
+        std::optional<ActionProgressFeed> feed;
+        if (!due.isEmpty()) {
+            feed.emplace(QCoreApplication::translate("ScheduledDeletion", "定时清理"));
+            feed->state().itemsTotal = due.size();
+        }
+        try {
+            for (const ScheduledDeletionItem& item : due) {
+                // Between items: what was moved is dropped from the schedule below, the rest stays for the
+                // next run just like an item the trash refused.
+                feed->stopIfCancelled();
+                feed->state().currentItem = item.path;
+                feed->report();
+                processDueItem(item, finished);
+                ++feed->state().itemsDone;
+                feed->report();
             }
-            try {
-                Platform::trash().moveToTrash(item.path);
-                DiagnosticLog::append(QStringLiteral("scheduled deletion moved to trash path=") + item.path);
-                finished.insert(item.id);
-            } catch (const std::exception& error) {
-                DiagnosticLog::append(QStringLiteral("scheduled deletion trash failed path=") + item.path +
-                                      QStringLiteral(" error=") + describeError(error));
-            }
+        } catch (const ActionCancelled&) {
+            DiagnosticLog::append(QStringLiteral("scheduled deletion stopped on request, not handled=%1")
+                                      .arg(due.size() - feed->state().itemsDone));
         }
         if (!finished.isEmpty()) {
             const ScheduleLock lock;

@@ -21,6 +21,8 @@ public:
     static void cancel(const QString& id);
     // Moves what is due at now to the trash, on the caller's thread. Due entries whose item vanished are
     // dropped; entries the trash refuses stay and are retried next time. Logs every outcome; never throws.
+    // When something is due, reports entry by entry to the calling thread's progress reporter; a stop it
+    // asks for between entries leaves the entries not yet reached scheduled, as a refusal would.
     static void processDueItems(const QDateTime& now = QDateTime::currentDateTimeUtc());
     // The schedule, earliest deleteAt first. Throws PlatformError when it cannot be read.
     static QList<ScheduledDeletionItem> items();

@@ -5,6 +5,7 @@
 #include "platform/FinderActionExecutionError.h"
 #include "support/FakePlatform.h"
 #include "support/QuietPreferences.h"
+#include "support/RecordingProgress.h"
 #include "support/TestEnvironment.h"
 
 #include <QBuffer>
@@ -14,6 +15,8 @@
 #include <QImageReader>
 #include <QImageWriter>
 #include <QtTest>
+
+#include <functional>
 
 namespace {
 
@@ -312,6 +315,116 @@ private slots:
         ImageActions::convertImages({folder + QStringLiteral("/a.png")}, QStringLiteral("jpeg"),
                                     QStringLiteral("jpg"), {});
         QCOMPARE(FakePlatform::workspace().openedUrls, QList<QUrl>{QUrl::fromLocalFile(folder)});
+    }
+
+    void batchesReportEachImageUnderTheActionsName() {
+        const QString folder = m_env->makeFolder(QStringLiteral("pics"));
+        QStringList images;
+        for (int i = 1; i <= 3; ++i) {
+            images.append(folder + QStringLiteral("/%1.png").arg(i));
+            save(quadrants(16, 12), images.last(), "png");
+        }
+        const QStringList quality{QStringLiteral("-s"), QStringLiteral("formatOptions"),
+                                  QStringLiteral("70")};
+        struct Case {
+            QString title;
+            std::function<QStringList()> run;
+        };
+        const QList<Case> cases{
+            {QStringLiteral("图片转为 JPEG"),
+             [&] {
+                 return ImageActions::convertImages(images, "jpeg", "jpg", {});
+             }},
+            {QStringLiteral("图片转为 PNG"),
+             [&] {
+                 return ImageActions::convertImages(images, "png", "png", {});
+             }},
+            {QStringLiteral("图片转为 TIFF"),
+             [&] {
+                 return ImageActions::convertImages(images, "tiff", "tiff", {});
+             }},
+            {QStringLiteral("压缩 JPEG 图片"),
+             [&] {
+                 return ImageActions::convertImages(images, "jpeg", "jpg", quality);
+             }},
+            {QStringLiteral("移除图片元数据"),
+             [&] {
+                 return ImageActions::stripImageMetadata(images);
+             }},
+            {QStringLiteral("调整图片大小"),
+             [&] {
+                 FakePlatform::prompts().twoTextAnswers.append(
+                     std::pair{QStringLiteral("8"), QStringLiteral("6")});
+                 return ImageActions::resizeImages(images);
+             }},
+        };
+        for (const Case& action : cases) {
+            RecordingProgress progress;
+            {
+                const ActionProgressScope scope(progress);
+                QCOMPARE(action.run().size(), 3);
+            }
+            QCOMPARE(progress.titles, QStringList{action.title});
+            QCOMPARE(progress.finishedCount, 1);
+            QVERIFY(progress.isMonotonic());
+            QCOMPARE(progress.states.constLast().itemsDone, qint64(3));
+            QStringList inHand;
+            for (const ActionProgressState& state : progress.states) {
+                QCOMPARE(state.itemsTotal, qint64(3));
+                if (inHand.isEmpty() || inHand.constLast() != state.currentItem)
+                    inHand.append(state.currentItem);
+            }
+            QCOMPARE(inHand, images);
+        }
+
+        // A resize the user called off at the size prompt starts no progress at all.
+        RecordingProgress unasked;
+        {
+            const ActionProgressScope scope(unasked);
+            QCOMPARE(ImageActions::resizeImages(images), QStringList());
+        }
+        QVERIFY(unasked.titles.isEmpty());
+    }
+
+    void stoppedBatchesKeepWhatIsDoneAndTouchNothingElse() {
+        const QString folder = m_env->makeFolder(QStringLiteral("pics"));
+        QStringList images;
+        QList<QByteArray> originals;
+        for (int i = 1; i <= 4; ++i) {
+            images.append(folder + QStringLiteral("/%1.png").arg(i));
+            save(quadrants(20, 10), images.last(), "png");
+            originals.append(readAll(images.last()));
+        }
+        const auto stopAfterTwo = [](const std::function<void()>& action) {
+            RecordingProgress progress;
+            progress.stopAfterItems = 2;
+            const ActionProgressScope scope(progress);
+            QVERIFY_THROWS_EXCEPTION(ActionCancelled, action());
+            QCOMPARE(progress.finishedCount, 1);
+        };
+        const auto files = [&] {
+            return QDir(folder).entryList(QDir::Files | QDir::Hidden | QDir::Dirs | QDir::NoDotAndDotDot);
+        };
+
+        // New files beside the inputs: the first two whole, the others never begun.
+        stopAfterTwo([&] { ImageActions::convertImages(images, "tiff", "tiff", {}); });
+        QCOMPARE(files(), (QStringList{"1.png", "1.tiff", "2.png", "2.tiff", "3.png", "4.png"}));
+        QCOMPARE(read(folder + QStringLiteral("/2.tiff")).size(), QSize(20, 10));
+        stopAfterTwo([&] { ImageActions::stripImageMetadata(images); });
+        QCOMPARE(files().size(), 8);
+        QCOMPARE(read(folder + QStringLiteral("/2 stripped.png")).size(), QSize(20, 10));
+        QVERIFY(!QFileInfo::exists(folder + QStringLiteral("/3 stripped.png")));
+        for (int i = 0; i < 4; ++i)
+            QCOMPARE(readAll(images.at(i)), originals.at(i));
+
+        // In place: the first two take the new size, the other two keep every byte.
+        FakePlatform::prompts().twoTextAnswers.append(std::pair{QStringLiteral("5"), QStringLiteral("5")});
+        stopAfterTwo([&] { ImageActions::resizeImages(images); });
+        QCOMPARE(read(images.at(0)).size(), QSize(5, 5));
+        QCOMPARE(read(images.at(1)).size(), QSize(5, 5));
+        QCOMPARE(readAll(images.at(2)), originals.at(2));
+        QCOMPARE(readAll(images.at(3)), originals.at(3));
+        QCOMPARE(files().size(), 8);
     }
 
 private:

@@ -4,6 +4,7 @@
 #include "support/FakePlatform.h"
 #include "support/PdfSamples.h"
 #include "support/QuietPreferences.h"
+#include "support/RecordingProgress.h"
 #include "support/TestEnvironment.h"
 
 #include <QDir>
@@ -12,11 +13,33 @@
 #include <QImageWriter>
 #include <QtTest>
 
+#include <functional>
+#include <sys/resource.h>
+
 using PdfSamples::Encryption;
 
 namespace {
 QStringList entries(const QString& folder) {
     return QDir(folder).entryList(QDir::Files | QDir::Dirs | QDir::NoDotAndDotDot | QDir::Hidden);
+}
+
+QStringList currentItems(const RecordingProgress& progress) {
+    QStringList items;
+    for (const ActionProgressState& state : progress.states)
+        if (items.isEmpty() || items.constLast() != state.currentItem)
+            items.append(state.currentItem);
+    return items;
+}
+
+// Runs an action with a reporter that asks it to stop as told; true when it stopped.
+template <typename Action> bool stopped(RecordingProgress& progress, Action action) {
+    const ActionProgressScope scope(progress);
+    try {
+        action();
+    } catch (const ActionCancelled&) {
+        return true;
+    }
+    return false;
 }
 } // namespace
 
@@ -106,6 +129,32 @@ private slots:
         QCOMPARE(PdfActions::pageFileName(1000), QStringLiteral("Page 1000.pdf"));
     }
 
+    void splitOfManyFilesStaysWithinFewFileDescriptors() {
+        QStringList inputs;
+        for (int i = 1; i <= 260; ++i)
+            inputs.append(m_env->writeFile(m_folder + QStringLiteral("/%1.pdf").arg(i),
+                                           PdfSamples::document({QStringLiteral("p%1").arg(i)})));
+        // Far fewer descriptors than inputs: every input is known before the first page is written, but
+        // they cannot all be held open.
+        struct rlimit saved {};
+        QCOMPARE(::getrlimit(RLIMIT_NOFILE, &saved), 0);
+        struct rlimit tight = saved;
+        tight.rlim_cur = 128;
+        QCOMPARE(::setrlimit(RLIMIT_NOFILE, &tight), 0);
+        QStringList folders;
+        try {
+            folders = PdfActions::splitPDFs(inputs);
+        } catch (...) {
+            ::setrlimit(RLIMIT_NOFILE, &saved);
+            throw;
+        }
+        QCOMPARE(::setrlimit(RLIMIT_NOFILE, &saved), 0);
+        QCOMPARE(folders.size(), 260);
+        QCOMPARE(PdfSamples::pageLabels(folders.last() + QStringLiteral("/Page 001.pdf")),
+                 QStringList{"p260"});
+        QVERIFY(!m_env->logText().contains(QStringLiteral("splitPDFs")));
+    }
+
     void splitPassesOverUnreadableInputsButNotAllOfThem() {
         const QString broken = m_env->writeFile(m_folder + QStringLiteral("/broken.pdf"), "garbage");
         const QString good =
@@ -189,6 +238,152 @@ private slots:
         QVERIFY_THROWS_EXCEPTION(FinderActionExecutionError, PdfActions::imagesToPDF({good, bad}));
         QCOMPARE(entries(m_folder), (QStringList{"bad.png", "good.png"}));
         QVERIFY_THROWS_EXCEPTION(FinderActionExecutionError, PdfActions::imagesToPDF({}));
+    }
+
+    void everyPdfActionReportsItsItemsUnderItsOwnName() {
+        const QString a =
+            m_env->writeFile(m_folder + QStringLiteral("/a.pdf"), PdfSamples::document({"a1", "a2"}));
+        const QString b = m_env->writeFile(m_folder + QStringLiteral("/b.pdf"), PdfSamples::document({"b1"}));
+        const QString c =
+            m_env->writeFile(m_folder + QStringLiteral("/c.pdf"), PdfSamples::document({"c1", "c2", "c3"}));
+        QImage image(12, 8, QImage::Format_RGB32);
+        image.fill(Qt::yellow);
+        const QString picture = m_folder + QStringLiteral("/pic.png");
+        QVERIFY(QImageWriter(picture, "png").write(image));
+
+        struct Case {
+            QString title;
+            std::function<QStringList()> run;
+            qint64 items;
+        };
+        const QList<Case> cases{
+            {QStringLiteral("合并 PDF"),
+             [&] {
+                 return PdfActions::mergePDFs({a, b, c});
+             },
+             3},
+            {QStringLiteral("拆分 PDF"),
+             [&] {
+                 return PdfActions::splitPDFs({a, b, c});
+             },
+             6},
+            {QStringLiteral("压缩 PDF"),
+             [&] {
+                 return PdfActions::compressPDFs({a, c});
+             },
+             2},
+            {QStringLiteral("图片转 PDF"),
+             [&] {
+                 return PdfActions::imagesToPDF({picture, picture});
+             },
+             2},
+        };
+        for (const Case& action : cases) {
+            RecordingProgress progress;
+            QStringList outputs;
+            {
+                const ActionProgressScope scope(progress);
+                outputs = action.run();
+            }
+            QCOMPARE(progress.titles, QStringList{action.title});
+            QCOMPARE(progress.finishedCount, 1);
+            QVERIFY(progress.isMonotonic());
+            QCOMPARE(progress.states.constFirst().itemsDone, qint64(0));
+            QCOMPARE(progress.states.constLast().itemsDone, action.items);
+            for (const ActionProgressState& state : progress.states)
+                QCOMPARE(state.itemsTotal, action.items);
+            if (action.title == QStringLiteral("合并 PDF")) {
+                // Each input in hand in turn, then the result being written, whose bytes are all counted.
+                QCOMPARE(currentItems(progress), (QStringList{a, b, c, outputs.first()}));
+                QCOMPARE(progress.states.constLast().bytesDone, QFileInfo(outputs.first()).size());
+            }
+            if (action.title == QStringLiteral("拆分 PDF"))
+                QCOMPARE(progress.states.constLast().currentItem,
+                         outputs.last() + QStringLiteral("/Page 003.pdf"));
+        }
+    }
+
+    void stoppedMergeLeavesNoMergedFileWhereverItStops() {
+        // Large pages, so that writing the result passes the point where it looks for a stop more than once.
+        const QByteArray first = PdfSamples::noisyDocument({"a1", "a2"}, 700000);
+        const QByteArray second = PdfSamples::noisyDocument({"b1", "b2"}, 700000);
+        const QString a = m_env->writeFile(m_folder + QStringLiteral("/a.pdf"), first);
+        const QString b = m_env->writeFile(m_folder + QStringLiteral("/b.pdf"), second);
+        RecordingProgress whole;
+        {
+            const ActionProgressScope scope(whole);
+            QVERIFY(QFile::remove(PdfActions::mergePDFs({a, b}).first()));
+        }
+        const qint64 wholeBytes = whole.states.constLast().bytesDone;
+
+        // Between the inputs, at the start of writing, and in the middle of writing.
+        for (const auto& [items, bytes] : {std::pair<qint64, qint64>{1, -1}, {2, -1}, {-1, 1 << 20}}) {
+            RecordingProgress progress;
+            progress.stopAfterItems = items;
+            progress.stopAfterBytes = bytes;
+            QVERIFY(stopped(progress, [&] { PdfActions::mergePDFs({a, b}); }));
+            QCOMPARE(progress.finishedCount, 1);
+            QCOMPARE(entries(m_folder), (QStringList{"a.pdf", "b.pdf"}));
+            QCOMPARE(readAll(a), first);
+            QCOMPARE(readAll(b), second);
+            if (bytes > 0)
+                QVERIFY2(progress.states.constLast().bytesDone < wholeBytes,
+                         qPrintable(QString::number(wholeBytes)));
+        }
+        QVERIFY(!m_env->logText().contains(QStringLiteral("mergePDFs failed")));
+    }
+
+    void stoppedSplitAndCompressKeepOnlyWholeOutputs() {
+        const QByteArray first = PdfSamples::document({"a1", "a2", "a3"});
+        const QByteArray second = PdfSamples::document({"b1", "b2", "b3"});
+        const QString a = m_env->writeFile(m_folder + QStringLiteral("/a.pdf"), first);
+        const QString b = m_env->writeFile(m_folder + QStringLiteral("/b.pdf"), second);
+
+        RecordingProgress progress;
+        progress.stopAfterItems = 4;
+        QVERIFY(stopped(progress, [&] { PdfActions::splitPDFs({a, b}); }));
+        QCOMPARE(entries(m_folder), (QStringList{"a Pages", "a.pdf", "b Pages", "b.pdf"}));
+        QCOMPARE(entries(m_folder + QStringLiteral("/a Pages")),
+                 (QStringList{"Page 001.pdf", "Page 002.pdf", "Page 003.pdf"}));
+        QCOMPARE(entries(m_folder + QStringLiteral("/b Pages")), QStringList{"Page 001.pdf"});
+        QCOMPARE(PdfSamples::pageLabels(m_folder + QStringLiteral("/b Pages/Page 001.pdf")),
+                 QStringList{"b1"});
+        QCOMPARE(readAll(a), first);
+        QCOMPARE(readAll(b), second);
+
+        // Stopped right after the first document: the second gets no folder at all.
+        RecordingProgress atBoundary;
+        atBoundary.stopAfterItems = 3;
+        QVERIFY(stopped(atBoundary, [&] { PdfActions::splitPDFs({a, b}); }));
+        QCOMPARE(entries(m_folder).size(), 5);
+        QCOMPARE(entries(m_folder + QStringLiteral("/a Pages 2")).size(), 3);
+
+        // Compressing is one output per input: the first is whole, the second never begun.
+        RecordingProgress compressing;
+        compressing.stopAfterItems = 1;
+        QVERIFY(stopped(compressing, [&] { PdfActions::compressPDFs({a, b}); }));
+        QCOMPARE(entries(m_folder).size(), 6);
+        QCOMPARE(PdfSamples::pageLabels(m_folder + QStringLiteral("/a compressed.pdf")),
+                 (QStringList{"a1", "a2", "a3"}));
+        QCOMPARE(readAll(a), first);
+        QCOMPARE(readAll(b), second);
+    }
+
+    void stoppedImagesToPdfLeavesNoDocument() {
+        QImage image(30, 20, QImage::Format_RGB32);
+        image.fill(Qt::cyan);
+        QStringList inputs;
+        for (const QString& name :
+             {QStringLiteral("1.png"), QStringLiteral("2.png"), QStringLiteral("3.png")}) {
+            inputs.append(m_folder + QLatin1Char('/') + name);
+            QVERIFY(QImageWriter(inputs.last(), "png").write(image));
+        }
+        const QByteArray before = readAll(inputs.first());
+        RecordingProgress progress;
+        progress.stopAfterItems = 2;
+        QVERIFY(stopped(progress, [&] { PdfActions::imagesToPDF(inputs); }));
+        QCOMPARE(entries(m_folder), (QStringList{"1.png", "2.png", "3.png"}));
+        QCOMPARE(readAll(inputs.first()), before);
     }
 
 private:

@@ -70,6 +70,11 @@ private slots:
         unpacking.itemsDone = 12;
         unpacking.currentItem = QStringLiteral("docs/read\nme.txt");
         QCOMPARE(ActionProgressWindow::detailText(unpacking), QStringLiteral("12 项 · read\uFFFDme.txt"));
+        // Every input read, the result being written to an unknown size: not "100 %".
+        ActionProgressState writing;
+        writing.itemsDone = writing.itemsTotal = 3;
+        writing.bytesDone = 4096;
+        QCOMPARE(writing.percent(), -1);
 
         clickCancel(copyRow);
         QCOMPARE(detailOf(copyRow), QStringLiteral("正在取消……"));

@@ -2,12 +2,14 @@
 // times given by the test.
 #include "actions/FinderActionExecutor.h"
 #include "platform/FinderActionExecutionError.h"
+#include "platform/KestroError.h"
 #include "platform/PropertyListFile.h"
 #include "stores/ScheduledDeletionListStore.h"
 #include "stores/ScheduledDeletionPersistence.h"
 #include "stores/ScheduledDeletionRunner.h"
 #include "stores/ScheduledDeletionStore.h"
 #include "support/FakePlatform.h"
+#include "support/RecordingProgress.h"
 #include "support/TestEnvironment.h"
 
 #include <QFile>
@@ -26,6 +28,23 @@ QStringList pathsOf(const QList<ScheduledDeletionItem>& items) {
         paths.append(item.path);
     return paths;
 }
+
+// A trash that really takes items away, into a folder of the test's own, so that what a run leaves on disk
+// can be seen; the fake's refusals and record still apply.
+class FolderTrash : public Trash {
+public:
+    explicit FolderTrash(QString folder)
+        : m_folder(std::move(folder)) {}
+    void moveToTrash(const QString& path) override {
+        FakePlatform::trash().moveToTrash(path);
+        const QString target = m_folder + QLatin1Char('/') + QFileInfo(path).fileName();
+        if (!QFile::rename(path, target))
+            throw PlatformError(QStringLiteral("cannot move %1").arg(path));
+    }
+
+private:
+    QString m_folder;
+};
 } // namespace
 
 class TestScheduledDeletion : public QObject {
@@ -40,8 +59,11 @@ private slots:
     void processingTrashesWhatIsDue();
     void onlyTheObjectThatWasScheduledIsTrashed();
     void refusedItemsStayAndAreRetried();
+    void runsReportTheDueItemsOnly();
+    void stoppedRunLeavesTheRestScheduled();
     void listStoreFollowsChanges();
     void runnerRunsOnItsOwnThreadAndRepeats();
+    void runnerReportsToTheReporterItIsGiven();
 };
 
 void TestScheduledDeletion::actionsScheduleAndReplace() {
@@ -218,6 +240,85 @@ void TestScheduledDeletion::refusedItemsStayAndAreRetried() {
     QVERIFY(ScheduledDeletionStore::items().isEmpty());
 }
 
+void TestScheduledDeletion::runsReportTheDueItemsOnly() {
+    TestEnvironment environment;
+    const QString a = environment.writeFile(QStringLiteral("a"), "a");
+    const QString gone = environment.writeFile(QStringLiteral("gone"), "g");
+    const QString b = environment.writeFile(QStringLiteral("b"), "b");
+    const QString later = environment.writeFile(QStringLiteral("later"), "l");
+    ScheduledDeletionStore::schedule({a, gone, b}, 3600, noon);
+    ScheduledDeletionStore::schedule({later}, 7200, noon);
+    QVERIFY(QFile::remove(gone));
+
+    // Nothing due yet, or nothing scheduled at all: a run says nothing.
+    RecordingProgress idle;
+    {
+        const ActionProgressScope scope(idle);
+        ScheduledDeletionStore::processDueItems(noon.addSecs(60));
+    }
+    QVERIFY(idle.titles.isEmpty());
+    QVERIFY(idle.states.isEmpty());
+    QCOMPARE(idle.finishedCount, 0);
+
+    // Three due (one of them vanished, which still counts as handled), one not yet.
+    RecordingProgress progress;
+    {
+        const ActionProgressScope scope(progress);
+        ScheduledDeletionStore::processDueItems(noon.addSecs(3600));
+    }
+    QCOMPARE(progress.titles, QStringList({QStringLiteral("定时清理")}));
+    QCOMPARE(progress.finishedCount, 1);
+    QVERIFY(progress.isMonotonic());
+    QCOMPARE(progress.states.constLast().itemsDone, qint64(3));
+    QStringList inHand;
+    for (const ActionProgressState& state : progress.states) {
+        QCOMPARE(state.itemsTotal, qint64(3));
+        if (inHand.isEmpty() || inHand.constLast() != state.currentItem)
+            inHand.append(state.currentItem);
+    }
+    QCOMPARE(inHand, QStringList({a, gone, b}));
+    QCOMPARE(FakePlatform::trash().trashed, QStringList({a, b}));
+    QCOMPARE(pathsOf(ScheduledDeletionStore::items()), QStringList({later}));
+}
+
+void TestScheduledDeletion::stoppedRunLeavesTheRestScheduled() {
+    TestEnvironment environment;
+    const QString trashFolder = environment.makeFolder(QStringLiteral("trash"));
+    Platform::setTrash(std::make_shared<FolderTrash>(trashFolder));
+    QStringList paths;
+    for (const char* name : {"1", "2 refused", "3", "4", "5"})
+        paths.append(environment.writeFile(QStringLiteral("files/") + QLatin1String(name), name));
+    const QList<ScheduledDeletionItem> added = ScheduledDeletionStore::schedule(paths, 3600, noon);
+    FakePlatform::trash().refused = QStringList({paths.at(1)});
+
+    // Stopped after three: the first and third are in the trash; the refused one, like the two never
+    // reached, keeps its entry and its place on disk.
+    RecordingProgress progress;
+    progress.stopAfterItems = 3;
+    {
+        const ActionProgressScope scope(progress);
+        ScheduledDeletionStore::processDueItems(noon.addSecs(3600));
+    }
+    QCOMPARE(progress.finishedCount, 1);
+    QCOMPARE(progress.states.constLast().itemsDone, qint64(3));
+    QCOMPARE(FakePlatform::trash().trashed, QStringList({paths.at(0), paths.at(2)}));
+    QCOMPARE(ScheduledDeletionStore::items(),
+             QList<ScheduledDeletionItem>({added.at(1), added.at(3), added.at(4)}));
+    QCOMPARE(QDir(environment.root() + QStringLiteral("/files")).entryList(QDir::Files | QDir::Hidden),
+             QStringList({"2 refused", "4", "5"}));
+    QCOMPARE(QDir(trashFolder).entryList(QDir::Files | QDir::Hidden), QStringList({"1", "3"}));
+    QCOMPARE(readAll(paths.at(4)), QByteArray("5"));
+    QVERIFY(environment.logText().contains(QStringLiteral("] scheduled deletion stopped on request")));
+
+    // The next run takes exactly what is left, each once.
+    FakePlatform::trash().refused.clear();
+    ScheduledDeletionStore::processDueItems(noon.addSecs(7200));
+    QCOMPARE(FakePlatform::trash().trashed,
+             QStringList({paths.at(0), paths.at(2), paths.at(1), paths.at(3), paths.at(4)}));
+    QVERIFY(ScheduledDeletionStore::items().isEmpty());
+    QCOMPARE(QDir(trashFolder).entryList(QDir::Files | QDir::Hidden).size(), 5);
+}
+
 void TestScheduledDeletion::listStoreFollowsChanges() {
     TestEnvironment environment;
     const QString a = environment.writeFile(QStringLiteral("a"), "a");
@@ -276,6 +377,36 @@ void TestScheduledDeletion::runnerRunsOnItsOwnThreadAndRepeats() {
     runner.stop();
     QCOMPARE(FakePlatform::trash().trashed, QStringList({first, second}));
     QVERIFY(ScheduledDeletionStore::items().isEmpty());
+}
+
+void TestScheduledDeletion::runnerReportsToTheReporterItIsGiven() {
+    TestEnvironment environment;
+    const QString a = environment.writeFile(QStringLiteral("a"), "a");
+    const QString b = environment.writeFile(QStringLiteral("b"), "b");
+    ScheduledDeletionStore::schedule({a, b}, 3600, noon);
+
+    // One run only: the second would come an hour later.
+    RecordingProgress onRunner;
+    RecordingProgress onThisThread;
+    const ActionProgressScope scope(onThisThread);
+    std::atomic<int> runs = 0;
+    ScheduledDeletionRunner runner(nullptr, std::chrono::milliseconds(20), std::chrono::hours(1),
+                                   [] { return noon.addDays(1); });
+    runner.setProgressTracker([&onRunner](const std::function<void()>& work) {
+        const ActionProgressScope onItsThread(onRunner);
+        work();
+    });
+    connect(
+        &runner, &ScheduledDeletionRunner::runFinished, this, [&] { ++runs; }, Qt::DirectConnection);
+    runner.start();
+    QTRY_VERIFY(runs.load() >= 1);
+    runner.stop();
+
+    QCOMPARE(onRunner.titles, QStringList({QStringLiteral("定时清理")}));
+    QCOMPARE(onRunner.finishedCount, 1);
+    QCOMPARE(onRunner.states.constLast().itemsDone, qint64(2));
+    QVERIFY(onThisThread.titles.isEmpty());
+    QCOMPARE(FakePlatform::trash().trashed, QStringList({a, b}));
 }
 
 QTEST_GUILESS_MAIN(TestScheduledDeletion)

@@ -4,6 +4,8 @@
 #include <QRegularExpression>
 #include <QSize>
 
+#include <functional>
+
 #include <qpdf/Buffer.hh>
 #include <qpdf/Pl_Buffer.hh>
 #include <qpdf/QPDF.hh>
@@ -21,15 +23,16 @@ std::vector<QPDFPageObjectHelper> pagesOf(QPDF& pdf, const QString& path) {
 
 } // namespace
 
-QByteArray PdfSamples::document(const QStringList& pageLabels, int padding, Encryption encryption) {
+namespace {
+
+// One page per label, each drawing what body gives for it.
+QByteArray build(const QStringList& pageLabels, const std::function<std::string()>& body,
+                 PdfSamples::Encryption encryption) {
     QPDF pdf;
     pdf.emptyPDF();
     QPDFPageDocumentHelper pages(pdf);
     for (const QString& label : pageLabels) {
-        std::string content = "q % page " + label.toStdString() + "\n";
-        for (int i = 0; i < padding; ++i)
-            content += "0 0 m 100 100 l S\n";
-        content += "Q\n";
+        const std::string content = "q % page " + label.toStdString() + "\n" + body() + "Q\n";
         QPDFObjectHandle page =
             QPDFObjectHandle::parse("<< /Type /Page /MediaBox [0 0 200 300] /Resources << >> >>");
         page.replaceKey("/Contents", QPDFObjectHandle::newStream(&pdf, content));
@@ -38,12 +41,44 @@ QByteArray PdfSamples::document(const QStringList& pageLabels, int padding, Encr
     QPDFWriter writer(pdf);
     writer.setOutputMemory();
     writer.setCompressStreams(false);
-    if (encryption != Encryption::none)
-        writer.setR6EncryptionParameters(encryption == Encryption::userPassword ? "user" : "", "owner", true,
-                                         true, true, true, true, true, qpdf_r3p_full, true);
+    if (encryption != PdfSamples::Encryption::none)
+        writer.setR6EncryptionParameters(encryption == PdfSamples::Encryption::userPassword ? "user" : "",
+                                         "owner", true, true, true, true, true, true, qpdf_r3p_full, true);
     writer.write();
     const std::shared_ptr<Buffer> buffer = writer.getBufferSharedPointer();
     return QByteArray(reinterpret_cast<const char*>(buffer->getBuffer()), qsizetype(buffer->getSize()));
+}
+
+} // namespace
+
+QByteArray PdfSamples::document(const QStringList& pageLabels, int padding, Encryption encryption) {
+    return build(
+        pageLabels,
+        [padding] {
+            std::string lines;
+            for (int i = 0; i < padding; ++i)
+                lines += "0 0 m 100 100 l S\n";
+            return lines;
+        },
+        encryption);
+}
+
+QByteArray PdfSamples::noisyDocument(const QStringList& pageLabels, int noiseBytes) {
+    quint32 state = 2463534242u;
+    return build(
+        pageLabels,
+        [&] {
+            // A comment of printable noise: the page draws nothing more, and no compressor shrinks it.
+            std::string comment = "% ";
+            for (int i = 0; i < noiseBytes; ++i) {
+                state ^= state << 13;
+                state ^= state >> 17;
+                state ^= state << 5;
+                comment += char('!' + state % 94);
+            }
+            return comment + "\n";
+        },
+        Encryption::none);
 }
 
 QStringList PdfSamples::pageLabels(const QString& path) {

@@ -13,6 +13,8 @@ enum class Encryption { none, userPassword, ownerPasswordOnly };
 
 // One page per label; padding adds that many uncompressed drawing lines to each page's content.
 QByteArray document(const QStringList& pageLabels, int padding = 0, Encryption encryption = Encryption::none);
+// Pages that carry noiseBytes of random text each, which no compression makes smaller.
+QByteArray noisyDocument(const QStringList& pageLabels, int noiseBytes);
 // The labels of a PDF's pages in page order; throws on a file qpdf cannot read.
 QStringList pageLabels(const QString& path);
 QList<QSizeF> pageSizes(const QString& path);
