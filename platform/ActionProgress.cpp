@@ -37,6 +37,10 @@ ActionProgress& ActionProgress::current() {
     return installed ? *installed : silent;
 }
 
+bool ActionProgress::isListened() {
+    return installed != nullptr;
+}
+
 ActionProgressScope::ActionProgressScope(ActionProgress& reporter)
     : m_previous(installed) {
     installed = &reporter;

@@ -43,6 +43,9 @@ public:
 
     // The reporter installed for the calling thread, or the silent one.
     static ActionProgress& current();
+    // Whether one is installed: work done only to show progress (counting what lies ahead) is skipped when
+    // nobody listens.
+    static bool isListened();
 };
 
 // Installs a reporter for the calling thread while it lives, and puts the previous one back.

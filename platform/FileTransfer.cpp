@@ -52,7 +52,7 @@ QByteArray joined(const QByteArray& folder, const char* name) {
     return path.append(name);
 }
 
-void copyContents(int from, int to, const QByteArray& sourcePath) {
+void copyContents(int from, int to, const QByteArray& sourcePath, const FileTransfer::CopiedBytes& copied) {
     static thread_local std::vector<char> buffer(256 * 1024);
     // A stop asked for during a large file comes in here too: the partial copy is then removed.
     ActionProgress& progress = ActionProgress::current();
@@ -76,13 +76,15 @@ void copyContents(int from, int to, const QByteArray& sourcePath) {
             }
             done += written;
         }
+        if (copied)
+            copied(sourcePath, got);
     }
 }
 
 // Copies the entry `name` of the folder `sourceFolder` to `targetName` in `targetFolder` (both may be
 // AT_FDCWD with absolute names). sourcePath names the entry in messages.
 void copyEntry(int sourceFolder, const char* name, const QByteArray& sourcePath, int targetFolder,
-               const char* targetName) {
+               const char* targetName, const FileTransfer::CopiedBytes& copied) {
     struct stat status {};
     if (::fstatat(sourceFolder, name, &status, AT_SYMLINK_NOFOLLOW) != 0)
         fail("无法读取“%1”：%2", sourcePath, errno);
@@ -107,7 +109,7 @@ void copyEntry(int sourceFolder, const char* name, const QByteArray& sourcePath,
         Descriptor to(::openat(targetFolder, targetName, O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600));
         if (to.fd < 0)
             fail("无法复制“%1”：%2", sourcePath, errno);
-        copyContents(from.fd, to.fd, sourcePath);
+        copyContents(from.fd, to.fd, sourcePath, copied);
         ::fchmod(to.fd, status.st_mode & 0777);
         ::futimens(to.fd, times);
         const int fd = to.fd;
@@ -140,7 +142,7 @@ void copyEntry(int sourceFolder, const char* name, const QByteArray& sourcePath,
             const char* child = entry->d_name;
             if (std::strcmp(child, ".") == 0 || std::strcmp(child, "..") == 0)
                 continue;
-            copyEntry(::dirfd(listing), child, joined(sourcePath, child), to.fd, child);
+            copyEntry(::dirfd(listing), child, joined(sourcePath, child), to.fd, child, copied);
         }
         if (errno != 0)
             fail("无法读取“%1”：%2", sourcePath, errno);
@@ -206,20 +208,52 @@ void refuseNestedTarget(const QString& source, const QString& target, const char
         throw PlatformError(tr(message).arg(source));
 }
 
+// The sizes of the regular files at name in folder and below, links not followed. What cannot be read is
+// not counted: the copy itself reports it.
+qint64 bytesIn(int folder, const char* name, const std::stop_token& stop) {
+    struct stat status {};
+    if (::fstatat(folder, name, &status, AT_SYMLINK_NOFOLLOW) != 0)
+        return 0;
+    if (!S_ISDIR(status.st_mode))
+        return S_ISREG(status.st_mode) ? status.st_size : 0;
+    const int fd = ::openat(folder, name, O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC);
+    if (fd < 0)
+        return 0;
+    DIR* listing = ::fdopendir(fd);
+    if (!listing) {
+        ::close(fd);
+        return 0;
+    }
+    qint64 total = 0;
+    while (const dirent* entry = ::readdir(listing)) {
+        if (std::strcmp(entry->d_name, ".") == 0 || std::strcmp(entry->d_name, "..") == 0)
+            continue;
+        // Links and special files hold no bytes to copy; the entry's type saves asking.
+        if (entry->d_type == DT_LNK || entry->d_type == DT_FIFO || entry->d_type == DT_SOCK ||
+            entry->d_type == DT_CHR || entry->d_type == DT_BLK)
+            continue;
+        total += bytesIn(::dirfd(listing), entry->d_name, stop);
+        if (stop.stop_requested())
+            break;
+    }
+    ::closedir(listing);
+    return total;
+}
+
 } // namespace
 
 QString FileTransfer::temporaryPrefix() {
     return QStringLiteral(".kestro-partial-");
 }
 
-void FileTransfer::copy(const QString& source, const QString& target) {
+void FileTransfer::copy(const QString& source, const QString& target, const CopiedBytes& copied) {
     refuseNestedTarget(source, target, "不能把文件夹“%1”复制到它自己里面。");
     const QByteArray sourcePath = QFile::encodeName(source);
     const QByteArray targetPath = QFile::encodeName(target);
     const QByteArray partial = QFile::encodeName(parentFolder(target) + QLatin1Char('/') + temporaryPrefix() +
                                                  QUuid::createUuid().toString(QUuid::WithoutBraces));
     try {
-        copyEntry(AT_FDCWD, sourcePath.constData(), sourcePath, AT_FDCWD, partial.constData());
+        copyEntry(AT_FDCWD, sourcePath.constData(), sourcePath, AT_FDCWD, partial.constData(), copied);
     } catch (...) {
         removeTree(AT_FDCWD, partial.constData(), true);
         throw;
@@ -230,7 +264,7 @@ void FileTransfer::copy(const QString& source, const QString& target) {
     }
 }
 
-void FileTransfer::move(const QString& source, const QString& target) {
+void FileTransfer::move(const QString& source, const QString& target, const CopiedBytes& copied) {
     refuseNestedTarget(source, target, "不能把文件夹“%1”移动到它自己里面。");
     const QByteArray sourcePath = QFile::encodeName(source);
     const QByteArray targetPath = QFile::encodeName(target);
@@ -240,8 +274,21 @@ void FileTransfer::move(const QString& source, const QString& target) {
     if (error != EXDEV)
         fail("无法移动“%1”：%2", sourcePath, error);
     // Another file system: the source goes only once its copy is complete under the final name.
-    copy(source, target);
+    copy(source, target, copied);
     if (const int removeError = removeTree(AT_FDCWD, sourcePath.constData(), false))
         throw PlatformError(
             tr("已复制到“%1”，但无法删除原来的“%2”：%3").arg(target, source, systemMessage(removeError)));
+}
+
+bool FileTransfer::moveCopies(const QString& source, const QString& folder) {
+    struct stat from {
+    }, to{};
+    if (::lstat(QFile::encodeName(source).constData(), &from) != 0 ||
+        ::stat(QFile::encodeName(folder).constData(), &to) != 0)
+        return false;
+    return from.st_dev != to.st_dev;
+}
+
+qint64 FileTransfer::bytesToCopy(const QString& source, std::stop_token stop) {
+    return bytesIn(AT_FDCWD, QFile::encodeName(source).constData(), stop);
 }

@@ -291,6 +291,9 @@ private slots:
         QVERIFY(progress.isMonotonic());
         QCOMPARE(progress.states.constLast().itemsDone, qint64(21));
         QCOMPARE(progress.states.constLast().itemsTotal, qint64(21));
+        // 20 files of 4 KiB and one of a single byte, counted while the copy ran.
+        QCOMPARE(progress.states.constLast().bytesTotal, qint64(20 * 4096 + 1));
+        QCOMPARE(progress.states.constLast().bytesDone, qint64(20 * 4096 + 1));
 
         // Stopped after seven items of a move: those seven are moved whole, the rest stay where they were,
         // and nothing half-made is left anywhere.
@@ -306,6 +309,43 @@ private slots:
         QCOMPARE(entriesOf(environment.root() + QStringLiteral("/src")).size(), 21 - 7);
         QCOMPARE(readAll(second + QStringLiteral("/f06.bin")), QByteArray(4096, char('a' + 6)));
         QCOMPARE(stopping.finishedCount, 1);
+
+        // One selected folder of many files: its bytes are counted and copied, and the file in hand inside
+        // it is named.
+        const QByteArray fileData(64 * 1024, 'z');
+        for (int i = 0; i < 64; ++i)
+            environment.writeFile(QStringLiteral("tree/sub %1/file\n%2.dat").arg(i % 4).arg(i), fileData);
+        const QString tree = environment.root() + QStringLiteral("/tree");
+        RecordingProgress treeProgress;
+        const QString fourth = environment.makeFolder(QStringLiteral("dst4"));
+        {
+            const ActionProgressScope scope(treeProgress);
+            perform(QStringLiteral("copyFilesToFolder"), {tree}, fourth);
+        }
+        QVERIFY(treeProgress.isMonotonic());
+        QCOMPARE(treeProgress.states.constLast().bytesTotal, qint64(64 * fileData.size()));
+        QCOMPARE(treeProgress.states.constLast().bytesDone, qint64(64 * fileData.size()));
+        QVERIFY(std::any_of(treeProgress.states.cbegin(), treeProgress.states.cend(), [&](const auto& state) {
+            return state.currentItem.startsWith(tree + QStringLiteral("/sub ")) && state.itemsDone == 0;
+        }));
+
+        // Stopped inside a folder, in the middle of its large files: the half-made tree goes, nothing
+        // appears, the original stays whole.
+        for (int i = 0; i < 8; ++i)
+            environment.writeFile(QStringLiteral("big tree/part %1.bin").arg(i),
+                                  QByteArray(8 << 20, char('0' + i)));
+        const QString bigTree = environment.root() + QStringLiteral("/big tree");
+        RecordingProgress stoppingInTree;
+        stoppingInTree.stopAfterBytes = qint64(40) << 20;
+        const QString fifth = environment.makeFolder(QStringLiteral("dst5"));
+        {
+            const ActionProgressScope scope(stoppingInTree);
+            QVERIFY_THROWS_EXCEPTION(ActionCancelled,
+                                     perform(QStringLiteral("copyFilesToFolder"), {bigTree}, fifth));
+        }
+        QCOMPARE(namesIn(fifth), QStringList());
+        QCOMPARE(namesIn(bigTree).size(), 8);
+        QCOMPARE(readAll(bigTree + QStringLiteral("/part 7.bin")), QByteArray(8 << 20, '7'));
 
         // Stopped inside one large file: its partial copy goes, nothing appears, the original stays.
         const QString big =
