@@ -368,13 +368,8 @@ private slots:
             QCOMPARE(progress.finishedCount, 1);
             QVERIFY(progress.isMonotonic());
             QCOMPARE(progress.states.constLast().itemsDone, qint64(3));
-            QStringList inHand;
-            for (const ActionProgressState& state : progress.states) {
-                QCOMPARE(state.itemsTotal, qint64(3));
-                if (inHand.isEmpty() || inHand.constLast() != state.currentItem)
-                    inHand.append(state.currentItem);
-            }
-            QCOMPARE(inHand, images);
+            QVERIFY(progress.itemsTotalIs(3));
+            QCOMPARE(progress.itemsInHand(), images);
         }
 
         // A resize the user called off at the size prompt starts no progress at all.

@@ -23,14 +23,6 @@ QStringList entries(const QString& folder) {
     return QDir(folder).entryList(QDir::Files | QDir::Dirs | QDir::NoDotAndDotDot | QDir::Hidden);
 }
 
-QStringList currentItems(const RecordingProgress& progress) {
-    QStringList items;
-    for (const ActionProgressState& state : progress.states)
-        if (items.isEmpty() || items.constLast() != state.currentItem)
-            items.append(state.currentItem);
-    return items;
-}
-
 // Runs an action with a reporter that asks it to stop as told; true when it stopped.
 template <typename Action> bool stopped(RecordingProgress& progress, Action action) {
     const ActionProgressScope scope(progress);
@@ -294,7 +286,7 @@ private slots:
                 QCOMPARE(state.itemsTotal, action.items);
             if (action.title == QStringLiteral("合并 PDF")) {
                 // Each input in hand in turn, then the result being written, whose bytes are all counted.
-                QCOMPARE(currentItems(progress), (QStringList{a, b, c, outputs.first()}));
+                QCOMPARE(progress.itemsInHand(), (QStringList{a, b, c, outputs.first()}));
                 QCOMPARE(progress.states.constLast().bytesDone, QFileInfo(outputs.first()).size());
             }
             if (action.title == QStringLiteral("拆分 PDF"))

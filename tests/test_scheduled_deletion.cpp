@@ -270,13 +270,8 @@ void TestScheduledDeletion::runsReportTheDueItemsOnly() {
     QCOMPARE(progress.finishedCount, 1);
     QVERIFY(progress.isMonotonic());
     QCOMPARE(progress.states.constLast().itemsDone, qint64(3));
-    QStringList inHand;
-    for (const ActionProgressState& state : progress.states) {
-        QCOMPARE(state.itemsTotal, qint64(3));
-        if (inHand.isEmpty() || inHand.constLast() != state.currentItem)
-            inHand.append(state.currentItem);
-    }
-    QCOMPARE(inHand, QStringList({a, gone, b}));
+    QVERIFY(progress.itemsTotalIs(3));
+    QCOMPARE(progress.itemsInHand(), QStringList({a, gone, b}));
     QCOMPARE(FakePlatform::trash().trashed, QStringList({a, b}));
     QCOMPARE(pathsOf(ScheduledDeletionStore::items()), QStringList({later}));
 }

@@ -2,6 +2,7 @@
 
 #include "platform/ActionProgress.h"
 
+#include <algorithm>
 #include <QList>
 #include <QStringList>
 
@@ -27,6 +28,21 @@ public:
                 return false;
         }
         return true;
+    }
+
+    // The items named as current, in order, each once for each stretch it was in hand.
+    QStringList itemsInHand() const {
+        QStringList items;
+        for (const ActionProgressState& state : states) {
+            if (items.isEmpty() || items.constLast() != state.currentItem)
+                items.append(state.currentItem);
+        }
+        return items;
+    }
+    // Whether every report gave this many items in all.
+    bool itemsTotalIs(qint64 total) const {
+        return std::all_of(states.cbegin(), states.cend(),
+                           [total](const ActionProgressState& state) { return state.itemsTotal == total; });
     }
 
     QStringList titles;
