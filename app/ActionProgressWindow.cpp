@@ -7,6 +7,7 @@
 #include <QLabel>
 #include <QProgressBar>
 #include <QPushButton>
+#include <QSet>
 #include <QTimer>
 #include <QVBoxLayout>
 
@@ -87,7 +88,6 @@ ActionProgressWindow::Row& ActionProgressWindow::rowFor(const RunningActions::Ac
         return *found;
     auto* frame = new QWidget(this);
     frame->setObjectName(QStringLiteral("actionRow"));
-    frame->setProperty("actionID", action.id);
     auto* layout = new QVBoxLayout(frame);
     layout->setContentsMargins(0, 4, 0, 4);
     auto* title = new QLabel(frame);
