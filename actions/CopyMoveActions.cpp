@@ -63,21 +63,23 @@ public:
         };
     }
 
-    // Takes the total once it is counted, and moves the bytes done up to what was copied.
+    // Takes the total once it is counted, and moves the bytes done up to what was copied. Until the total
+    // is known, bytes done without a total show a bar without a percentage, so that the percentage never
+    // steps back from one by items to a lower one by bytes.
     void takeTotal() {
         ActionProgressState& state = m_feed.state();
         if (state.bytesTotal < 0)
             state.bytesTotal = m_counted.load(std::memory_order_relaxed);
         // A file that grew since it was counted does not take the count past its total.
-        if (state.bytesTotal >= 0)
-            state.bytesDone = std::min(m_copied, state.bytesTotal);
+        const qint64 done = state.bytesTotal >= 0 ? std::min(m_copied, state.bytesTotal) : m_copied;
+        state.bytesDone = std::max(state.bytesDone, done);
     }
 
     // Everything copied: files that shrank since they were counted do not leave it short of the end.
     void finish() {
         m_counter.join();
         takeTotal();
-        m_feed.state().bytesDone = m_feed.state().bytesTotal;
+        m_feed.state().bytesDone = std::max(m_feed.state().bytesDone, m_feed.state().bytesTotal);
         m_feed.report();
     }
 

@@ -289,6 +289,7 @@ private slots:
         QCOMPARE(progress.titles, QStringList({QStringLiteral("复制")}));
         QCOMPARE(progress.finishedCount, 1);
         QVERIFY(progress.isMonotonic());
+        QVERIFY(progress.percentNeverFalls());
         QCOMPARE(progress.states.constLast().itemsDone, qint64(21));
         QCOMPARE(progress.states.constLast().itemsTotal, qint64(21));
         // 20 files of 4 KiB and one of a single byte, counted while the copy ran.
@@ -323,6 +324,7 @@ private slots:
             perform(QStringLiteral("copyFilesToFolder"), {tree}, fourth);
         }
         QVERIFY(treeProgress.isMonotonic());
+        QVERIFY(treeProgress.percentNeverFalls());
         QCOMPARE(treeProgress.states.constLast().bytesTotal, qint64(64 * fileData.size()));
         QCOMPARE(treeProgress.states.constLast().bytesDone, qint64(64 * fileData.size()));
         QVERIFY(std::any_of(treeProgress.states.cbegin(), treeProgress.states.cend(), [&](const auto& state) {

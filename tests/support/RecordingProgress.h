@@ -30,6 +30,18 @@ public:
         return true;
     }
 
+    // The percentage shown never goes down (reports without one, a bar that only runs, aside).
+    bool percentNeverFalls() const {
+        int highest = -1;
+        for (const ActionProgressState& state : states) {
+            const int percent = state.percent();
+            if (percent >= 0 && percent < highest)
+                return false;
+            highest = std::max(highest, percent);
+        }
+        return true;
+    }
+
     // The items named as current, in order, each once for each stretch it was in hand.
     QStringList itemsInHand() const {
         QStringList items;
