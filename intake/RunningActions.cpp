@@ -70,7 +70,6 @@ private:
 
 RunningActions::RunningActions(QObject* parent)
     : QObject(parent) {
-    m_clock.start();
     m_collector.setInterval(updateInterval);
     connect(&m_collector, &QTimer::timeout, this, &RunningActions::collect);
 }
@@ -109,7 +108,7 @@ void RunningActions::cancel(quint64 id) {
 }
 
 void RunningActions::add(quint64 id, const QString& title, std::shared_ptr<Slot> slot) {
-    m_actions.append(Action{id, title, {}, m_clock.elapsed(), false});
+    m_actions.append(Action{id, title, {}, false});
     m_slots.insert(id, std::move(slot));
     m_collector.start();
     // What it reported before this arrived shows now, not one interval later.

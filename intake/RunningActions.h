@@ -4,7 +4,6 @@
 
 #include <chrono>
 #include <memory>
-#include <QElapsedTimer>
 #include <QHash>
 #include <QList>
 #include <QObject>
@@ -26,7 +25,6 @@ public:
         quint64 id = 0;
         QString title;
         ActionProgressState state;
-        qint64 startedAt = 0; // on elapsed()'s clock
         bool cancelling = false;
     };
 
@@ -44,8 +42,6 @@ public:
     const Action* find(quint64 id) const;
     // Asks the action to stop at its next item boundary; it stays listed until it has stopped.
     void cancel(quint64 id);
-    // Milliseconds on the clock the actions' start times are taken from.
-    qint64 elapsed() const { return m_clock.elapsed(); }
 
     // Shared by an action's reporter and the board.
     struct Slot;
@@ -61,7 +57,6 @@ private:
     void remove(quint64 id);
     void collect();
 
-    QElapsedTimer m_clock;
     QTimer m_collector;
     QList<Action> m_actions;
     QHash<quint64, std::shared_ptr<Slot>> m_slots;
