@@ -1,6 +1,7 @@
 #include "app/ConsentDialog.h"
 
 #include <QDialogButtonBox>
+#include <QEvent>
 #include <QLabel>
 #include <QListWidget>
 #include <QPushButton>
@@ -15,6 +16,22 @@ QLabel* plainLabel(const QString& text) {
     label->setWordWrap(true);
     label->setTextInteractionFlags(Qt::TextSelectableByMouse);
     return label;
+}
+
+// Paths one per row, shortened in the middle when too long, never cut at the end: the end of a path is
+// where it says what it names. The whole path is the row's tooltip.
+QListWidget* pathList(const QStringList& paths, const QString& objectName) {
+    auto* list = new QListWidget;
+    list->setObjectName(objectName);
+    list->setTextElideMode(Qt::ElideMiddle);
+    list->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+    list->setWordWrap(false);
+    list->setSelectionMode(QAbstractItemView::NoSelection);
+    for (const QString& path : paths) {
+        auto* item = new QListWidgetItem(path, list);
+        item->setToolTip(path);
+    }
+    return list;
 }
 } // namespace
 
@@ -40,17 +57,15 @@ ConsentDialog::ConsentDialog(const ConsentRequest& request, Timing timing, QWidg
     layout->addWidget(plainLabel(request.items.isEmpty()
                                      ? tr("项目：无")
                                      : tr("项目（%n 个）：", nullptr, int(request.items.size()))));
-    auto* items = new QListWidget;
-    items->setObjectName(QStringLiteral("itemList"));
-    items->addItems(request.items);
-    items->setSelectionMode(QAbstractItemView::NoSelection);
+    QListWidget* items = pathList(request.items, QStringLiteral("itemList"));
     items->setMinimumHeight(120);
     items->setVisible(!request.items.isEmpty());
     layout->addWidget(items);
 
     if (request.destination) {
-        QLabel* destination = plainLabel(tr("目标：%1").arg(*request.destination));
-        destination->setObjectName(QStringLiteral("destinationLabel"));
+        layout->addWidget(plainLabel(tr("目标：")));
+        QListWidget* destination = pathList({*request.destination}, QStringLiteral("destinationList"));
+        destination->setFixedHeight(destination->sizeHintForRow(0) + 2 * destination->frameWidth());
         layout->addWidget(destination);
     }
 
@@ -65,10 +80,23 @@ ConsentDialog::ConsentDialog(const ConsentRequest& request, Timing timing, QWidg
     connect(buttons, &QDialogButtonBox::accepted, this, &QDialog::accept);
     connect(buttons, &QDialogButtonBox::rejected, this, &QDialog::reject);
     layout->addWidget(buttons);
+
+    m_wakeUp.setSingleShot(true);
+    m_wakeUp.setInterval(m_timing.confirmDelay);
+    connect(&m_wakeUp, &QTimer::timeout, m_confirm, [this] { m_confirm->setEnabled(true); });
+}
+
+bool ConsentDialog::event(QEvent* event) {
+    // Whenever the dialog appears or comes to the front, the confirm button sleeps again: clicks aimed at
+    // whatever was there before must not land on it.
+    if (event->type() == QEvent::Show || event->type() == QEvent::WindowActivate) {
+        m_confirm->setEnabled(false);
+        m_wakeUp.start();
+    }
+    return QDialog::event(event);
 }
 
 bool ConsentDialog::ask() {
-    QTimer::singleShot(m_timing.confirmDelay, m_confirm, [this] { m_confirm->setEnabled(true); });
     QTimer::singleShot(m_timing.answerTimeout, this, &QDialog::reject);
     // Brought to the front once exec() has shown it: showing it before would leave it without modality.
     QTimer::singleShot(0, this, [this] {

@@ -4,6 +4,7 @@
 
 #include <chrono>
 #include <QDialog>
+#include <QTimer>
 
 class QPushButton;
 
@@ -15,7 +16,8 @@ struct ConsentTiming {
 
 // The question shown before a request from another program runs: what it would do, to which items, where
 // to. Cancel is the default; the confirm button wakes up only after a short delay, so a click or key press
-// meant for something else cannot confirm it; unanswered, it refuses by itself. There is no "always allow".
+// meant for something else cannot confirm it (it sleeps again each time the dialog is shown or activated);
+// unanswered, it refuses by itself. There is no "always allow".
 class ConsentDialog : public QDialog {
     Q_OBJECT
 public:
@@ -26,7 +28,11 @@ public:
     // Shows the dialog modally, in front; true only when the user confirmed.
     bool ask();
 
+protected:
+    bool event(QEvent* event) override;
+
 private:
+    QTimer m_wakeUp;
     QPushButton* m_confirm = nullptr;
     QPushButton* m_cancel = nullptr;
     Timing m_timing;

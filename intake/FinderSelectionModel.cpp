@@ -30,22 +30,31 @@ FinderSelectionModel::FinderSelectionModel(QObject* parent, Clock clock)
     , m_runner([](const std::function<void()>& work) { work(); })
     , m_settingsSource(&storedFeatureSettings) {}
 
-bool FinderSelectionModel::shouldHandle(const QString& canonicalURL) {
-    const QDateTime now = m_clock();
+bool FinderSelectionModel::isRecentDuplicate(const QString& canonicalURL) const {
     // A clock that went backwards gives a negative interval, which counts as within the second too.
-    if (m_lastHandledURLString == canonicalURL && m_lastHandledDate && m_lastHandledDate->msecsTo(now) < 1000)
-        return false;
+    return m_lastHandledURLString == canonicalURL && m_lastHandledDate &&
+           m_lastHandledDate->msecsTo(m_clock()) < 1000;
+}
+
+void FinderSelectionModel::rememberHandled(const QString& canonicalURL) {
     m_lastHandledURLString = canonicalURL;
-    m_lastHandledDate = now;
-    return true;
+    m_lastHandledDate = m_clock();
 }
 
 bool FinderSelectionModel::handleIncomingURL(const QString& urlText, RequestOrigin origin) {
     const std::optional<KestroActionURL> url = KestroActionURL::parse(urlText);
-    if (!url || !shouldHandle(url->canonicalText))
+    // A refused link does not take the duplicate filter's slot: the user's own identical request right
+    // after it must still run. Only a request that goes ahead takes it.
+    if (!url || isRecentDuplicate(url->canonicalText))
         return false;
     if (url->kind == KestroActionURL::Kind::featureRequest) {
+        // One dialog at a time: a page that opens links in a loop gets no stack of them.
+        if (m_showingDialog)
+            return false;
+        rememberHandled(url->canonicalText);
+        m_showingDialog = true;
         FeatureRequestMailer::presentRequestDialog();
+        m_showingDialog = false;
         return true;
     }
 
@@ -72,14 +81,19 @@ bool FinderSelectionModel::handleIncomingURL(const QString& urlText, RequestOrig
                                    DiagnosticLog::optionalText(request.destinationURL), url->canonicalText));
     if (origin == RequestOrigin::link && !mayRunLinkRequest(request))
         return false;
+    rememberHandled(url->canonicalText);
     return run(request);
 }
 
 bool FinderSelectionModel::mayRunLinkRequest(KestroActionRequest& request) {
-    const auto refuse = [&](const QString& reason) {
-        m_lastErrorDescription = tr("Kestro 拒绝了另一个程序的请求：%1").arg(request.actionID);
+    const auto refuse = [&](const QString& reason, bool tellTheUser = true) {
+        m_lastErrorDescription =
+            tr("Kestro 拒绝了另一个程序的请求：%1").arg(LinkRequestPolicy::titleOf(request.actionID));
         DiagnosticLog::append(
             QStringLiteral("link request refused: action=%1 reason=%2").arg(request.actionID, reason));
+        // The user who cancelled the question knows already; any other refusal would otherwise be silent.
+        if (tellTheUser)
+            FailureNotifier::report(m_lastErrorDescription);
         return false;
     };
     const LinkRequestPolicy::Decision decision = LinkRequestPolicy::evaluate(request, m_settingsSource());
@@ -92,16 +106,16 @@ bool FinderSelectionModel::mayRunLinkRequest(KestroActionRequest& request) {
         break;
     }
     // One question at a time: a page that opens links in a loop gets no stack of dialogs.
-    if (m_askingForConsent)
+    if (m_showingDialog)
         return refuse(QStringLiteral("another request is waiting for an answer"));
     ConsentRequest consent{LinkRequestPolicy::titleOf(request.actionID), request.actionID,
                            FinderActionExecutor::effectiveURLs(request.selectedURLs, request.targetedURL),
                            request.destinationURL};
-    m_askingForConsent = true;
+    m_showingDialog = true;
     const bool confirmed = Platform::prompts().confirmRequestFromAnotherProgram(consent);
-    m_askingForConsent = false;
+    m_showingDialog = false;
     if (!confirmed)
-        return refuse(QStringLiteral("not confirmed"));
+        return refuse(QStringLiteral("not confirmed"), false);
     DiagnosticLog::append(QStringLiteral("link request confirmed: action=") + request.actionID);
     return true;
 }

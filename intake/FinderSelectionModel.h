@@ -37,8 +37,8 @@ public:
     // ran in place and failed, so that a one-shot caller can report the failure; the failure itself is
     // already logged. The text is taken as delivered: the scheme must be exactly "kestro", in lower case.
     bool handleIncomingURL(const QString& urlText, RequestOrigin origin = RequestOrigin::user);
-    // The duplicate filter: the same URL again within one second is dropped.
-    bool shouldHandle(const QString& canonicalURL);
+    // The duplicate filter: the same URL again within one second of one that went ahead is dropped.
+    bool isRecentDuplicate(const QString& canonicalURL) const;
     void showError(const std::exception& error);
 
     // The text of the last failure or refusal, for callers that report it themselves.
@@ -54,6 +54,7 @@ signals:
 private:
     // Whether a link's request may run now; asks the user when it must. Logs every refusal.
     bool mayRunLinkRequest(KestroActionRequest& request);
+    void rememberHandled(const QString& canonicalURL);
     bool run(const KestroActionRequest& request);
 
     Clock m_clock;
@@ -65,5 +66,6 @@ private:
     std::optional<QString> m_lastHandledURLString;
     std::optional<QDateTime> m_lastHandledDate;
     QString m_lastErrorDescription;
-    bool m_askingForConsent = false;
+    // A consent question or the feature-request dialog is open: links never stack dialogs.
+    bool m_showingDialog = false;
 };

@@ -15,8 +15,13 @@ public:
         QString reason;
     };
 
-    // May rewrite the request: an application named by its desktop entry id becomes that entry's path.
+    // Rewrites the request to what will run: every path resolved by the file system (the items' folders,
+    // the target and the destination), and an application named by its desktop entry id made that entry's
+    // path. What the user is asked about and what runs are then the same values. Refuses a request that
+    // reaches Kestro's own folders or folders whose contents run as programs.
     static Decision evaluate(KestroActionRequest& request, const FeatureSettings& settings);
+    // Resolves the request's paths in place; the reason when one cannot be resolved.
+    static std::optional<QString> resolve(KestroActionRequest& request);
 
     // Whether the action is switched on in the settings: its feature and the action itself. The menu items
     // of the user's own lists (destinations, applications) have no switch of their own and follow their

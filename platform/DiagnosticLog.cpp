@@ -2,7 +2,13 @@
 
 #include "platform/KestroPaths.h"
 
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
 #include <QTimeZone>
+
+#include <cstdio>
+#include <mutex>
 
 #include <fcntl.h>
 #include <sys/file.h>
@@ -28,13 +34,18 @@ void dropOlderHalf(int descriptor, qint64 size) {
 
 } // namespace
 
+bool DiagnosticLog::isHiddenOrControl(char16_t code) {
+    return code < 0x20 || code == 0x7f || (code >= 0x80 && code < 0xa0) || code == 0x2028 || code == 0x2029 ||
+           code == 0x061c || (code >= 0x200b && code <= 0x200f) || (code >= 0x202a && code <= 0x202e) ||
+           code == 0x2060 || (code >= 0x2066 && code <= 0x2069) || code == 0xfeff;
+}
+
 QString DiagnosticLog::escapedText(const QString& text) {
     QString escaped;
     escaped.reserve(text.size());
     for (const QChar character : text) {
         const char16_t code = character.unicode();
-        if (code >= 0x20 && code != 0x7f && !(code >= 0x80 && code < 0xa0) && code != 0x2028 &&
-            code != 0x2029) {
+        if (!isHiddenOrControl(code)) {
             escaped.append(character);
             continue;
         }

@@ -69,7 +69,13 @@ bool itemExists(const QString& path) {
 
 // The path under which an item is kept: its folder's real path and its own name, so that the route to it
 // holds no link at all and a link that shows up on that route later is a change, not the way there.
-std::optional<QString> realRoute(const QString& path) {
+// The folder resolved by the file system ("link/.." is where the link leads, not where it stands), the
+// item's own name kept: an item that is a link is the link.
+std::optional<QString> realRoute(QString path) {
+    while (path.size() > 1 && path.endsWith(QLatin1Char('/')))
+        path.chop(1);
+    if (path.endsWith(QLatin1String("/.")) || path.endsWith(QLatin1String("/..")))
+        path = QFileInfo(path).canonicalFilePath();
     const QFileInfo info(path);
     const QString folder = QFileInfo(info.path()).canonicalFilePath();
     if (folder.isEmpty() || info.fileName().isEmpty())
@@ -167,8 +173,7 @@ QList<ScheduledDeletionItem> ScheduledDeletionStore::schedule(const QStringList&
     QStringList newPaths;
     QList<ScheduledDeletionItem> added;
     for (const QString& path : paths) {
-        const std::optional<QString> route =
-            QDir::isAbsolutePath(path) ? realRoute(QDir::cleanPath(path)) : std::nullopt;
+        const std::optional<QString> route = QDir::isAbsolutePath(path) ? realRoute(path) : std::nullopt;
         const std::optional<Identity> identity = route ? identityAlongRoute(*route) : std::nullopt;
         // A path named twice in one selection still gets one entry.
         if (!identity || newPaths.contains(*route))

@@ -90,13 +90,14 @@ private slots:
         whenDialogShows([&](ConsentDialog& dialog) {
             auto* confirm = dialog.findChild<QPushButton*>(QStringLiteral("confirmButton"));
             auto* list = dialog.findChild<QListWidget*>(QStringLiteral("itemList"));
-            auto* destination = dialog.findChild<QLabel*>(QStringLiteral("destinationLabel"));
+            auto* destination = dialog.findChild<QListWidget*>(QStringLiteral("destinationList"));
             QVERIFY(confirm && list && destination);
             QVERIFY(!confirm->isEnabled());
             QVERIFY(dialog.findChild<QPushButton*>(QStringLiteral("cancelButton"))->isDefault());
             QCOMPARE(list->count(), 40);
             QCOMPARE(list->item(39)->text(), items.at(39));
-            QVERIFY(destination->text().contains(m_destination));
+            // The destination as the file system resolves it, not the link's text.
+            QCOMPARE(destination->item(0)->text(), QFileInfo(m_destination).canonicalFilePath());
             const QList<QLabel*> labels = dialog.findChildren<QLabel*>();
             QVERIFY(std::any_of(labels.cbegin(), labels.cend(), [](QLabel* label) {
                 return label->text() == QStringLiteral("另一个程序请求 Kestro 执行此操作");
@@ -112,7 +113,8 @@ private slots:
             click(confirm);
         });
         QVERIFY(m_model->handleIncomingURL(
-            kestroActionURL(QStringLiteral("copyFilesToFolder"), items, std::nullopt, m_destination),
+            kestroActionURL(QStringLiteral("copyFilesToFolder"), items, std::nullopt,
+                            m_destination + QString(300, QLatin1Char('/')) + QStringLiteral("../shared/.")),
             RequestOrigin::link));
         QVERIFY(sawEverything);
         QVERIFY(copied());
@@ -127,13 +129,34 @@ private slots:
             QTest::keyClick(&dialog, Qt::Key_Return);
         });
         QVERIFY(!m_model->handleIncomingURL(request(), RequestOrigin::link));
-        QTest::qWait(1100); // past the duplicate filter
+        // A refused request leaves the duplicate filter alone: the same link at once is asked again.
         whenDialogShows([](ConsentDialog& dialog) {
             click(dialog.findChild<QPushButton*>(QStringLiteral("cancelButton")));
         });
         QVERIFY(!m_model->handleIncomingURL(request(), RequestOrigin::link));
         QVERIFY(!copied());
         QCOMPARE(m_environment->logText().count(QStringLiteral("reason=not confirmed")), 2);
+    }
+
+    void theConfirmButtonSleepsAgainWhenTheDialogComesBack() {
+        QWidget other;
+        other.show();
+        whenDialogShows([&](ConsentDialog& dialog) {
+            auto* confirm = dialog.findChild<QPushButton*>(QStringLiteral("confirmButton"));
+            QTRY_VERIFY_WITH_TIMEOUT(confirm->isEnabled(), 3000);
+            // The user switches away and back: clicks aimed at the other window must not confirm.
+            other.activateWindow();
+            QTRY_VERIFY(!dialog.isActiveWindow());
+            dialog.activateWindow();
+            QTRY_VERIFY(dialog.isActiveWindow());
+            QVERIFY(!confirm->isEnabled());
+            click(confirm);
+            QVERIFY(dialog.isVisible());
+            QTRY_VERIFY_WITH_TIMEOUT(confirm->isEnabled(), 3000);
+            click(confirm);
+        });
+        QVERIFY(m_model->handleIncomingURL(request(), RequestOrigin::link));
+        QVERIFY(copied());
     }
 
     void noAnswerRefusesByItself() {

@@ -6,7 +6,9 @@
 #include "catalogue/KestroFeature.h"
 #include "intake/FinderSelectionModel.h"
 #include "intake/LinkRequestPolicy.h"
+#include "platform/DiagnosticLog.h"
 #include "platform/FinderActionExecutionError.h"
+#include "platform/KestroPaths.h"
 #include "stores/ScheduledDeletionStore.h"
 #include "support/FakePlatform.h"
 #include "support/FolderListing.h"
@@ -100,14 +102,14 @@ private slots:
     void theUserSeesEveryItemBeforeAnythingHappens() {
         const QString shared = m_environment->makeFolder(QStringLiteral("shared"));
         const QString bait = m_environment->writeFile(shared + QStringLiteral("/photo.jpg"), "jpg");
-        const QString ssh = m_environment->writeFile(home() + QStringLiteral("/.ssh/id_ed25519"), "KEY");
+        const QString notes = m_environment->writeFile(home() + QStringLiteral("/notes/list.txt"), "KEY");
         const QString documents = m_environment->makeFolder(QStringLiteral("home/Documents"));
-        const QStringList items{bait, QFileInfo(ssh).path(), documents};
+        const QStringList items{bait, QFileInfo(notes).path(), documents};
 
         QVERIFY(!openLink(kestroActionURL(QStringLiteral("compressToZIP"), items, shared)));
         QVERIFY(!openLink(kestroActionURL(QStringLiteral("moveFilesToFolder"), items, std::nullopt, shared)));
         QVERIFY(!openLink(kestroActionURL(QStringLiteral("scheduleDelete1Hour"), items)));
-        QVERIFY(!openLink(kestroActionURL(QStringLiteral("renameUppercase"), {QFileInfo(ssh).path()})));
+        QVERIFY(!openLink(kestroActionURL(QStringLiteral("renameUppercase"), {QFileInfo(notes).path()})));
 
         const QList<ConsentRequest> asked = FakePlatform::prompts().consentRequests;
         QCOMPARE(asked.size(), 4);
@@ -117,7 +119,7 @@ private slots:
         QCOMPARE(asked.at(2).items, items);
         // Refused, so nothing at all changed.
         QCOMPARE(namesIn(shared), QStringList({QStringLiteral("photo.jpg")}));
-        QCOMPARE(readAll(ssh), QByteArray("KEY"));
+        QCOMPARE(readAll(notes), QByteArray("KEY"));
         QVERIFY(QFileInfo(documents).isDir());
         QVERIFY(ScheduledDeletionStore::items().isEmpty());
         QCOMPARE(m_environment->logText().count(QStringLiteral("reason=not confirmed")), 4);
@@ -176,16 +178,113 @@ private slots:
         QCOMPARE(namesIn(foreign), before);
     }
 
-    void controlCharactersInALinkAreRefused() {
-        const QString folder = m_environment->makeFolder(QStringLiteral("home/x"));
+    void hostileLinksAreRefusedWithoutAQuestion_data() {
+        // "~" stands for the test's home, which lies beside its temporary root "kestro-tmp".
+        QTest::addColumn<QString>("actionID");
+        QTest::addColumn<QStringList>("items");
+        QTest::addColumn<QString>("target");
+        QTest::addColumn<QString>("destination");
+        QTest::addColumn<QString>("reason");
+        const QString control = QStringLiteral("control, bidi or zero-width characters");
+        const QString protectedFolder = QStringLiteral("reaches a protected folder");
+        const QString hiddenInHome = QStringLiteral("would create a hidden item in the home folder");
+        const QStringList json{QStringLiteral("~/Downloads/request.json")};
+        // The dialog once showed only the start of this; the ".." run led into the queue folder.
+        QTest::newRow("slashes then dots into the queue")
+            << "copyFilesToFolder" << json << QString()
+            << "~/Downloads" + QString(300, QLatin1Char('/')) + "../../kestro-tmp/kestro-action-queue"
+            << protectedFolder;
+        QTest::newRow("through a link into the extension folder")
+            << "moveFilesToFolder" << json << QString() << "~/Downloads/photos" << protectedFolder;
+        QTest::newRow("applications folder") << "copyFilesToFolder" << QStringList{"~/Downloads/x.desktop"}
+                                             << QString() << "~/.local/share/applications" << protectedFolder;
+        QTest::newRow("autostart") << "copyFilesToFolder" << json << QString() << "~/.config/autostart"
+                                   << protectedFolder;
+        QTest::newRow("a hidden folder of the home")
+            << "compressToZIP" << QStringList{"~/.ssh"} << QString() << QString() << "reaches a hidden item";
+        QTest::newRow("a hidden file copied into the home")
+            << "copyFilesToFolder" << QStringList{"~/Downloads/.bashrc"} << QString() << "~" << hiddenInHome;
+        QTest::newRow(".gitignore made in the home")
+            << "createGitignoreFile" << QStringList{} << "~" << QString() << hiddenInHome;
+        QTest::newRow("unpacked into the home")
+            << "extractZIPHere" << QStringList{"~/a.zip"} << QString() << QString() << hiddenInHome;
+        QTest::newRow("bidi override") << "copyFullPath" << QStringList{"~/Downloads/report\u202Efdp.hs"}
+                                       << QString() << QString() << control;
+        QTest::newRow("zero width") << "copyFullPath" << QStringList{"~/Downloads/a\u200Bb"} << QString()
+                                    << QString() << control;
+        QTest::newRow("C1 control") << "copyFullPath" << QStringList{"~/Downloads/a\u009Bb"} << QString()
+                                    << QString() << control;
+        QTest::newRow("newline") << "copyFullPath" << QStringList{"~/Downloads/a\nb"} << QString()
+                                 << QString() << control;
+        QTest::newRow("escape in a target")
+            << "createTextFile" << QStringList{} << "~/Downloads/\x1b[2J" << QString() << control;
+        QTest::newRow("missing folder")
+            << "renameUppercase" << QStringList{"~/gone/x"} << QString() << QString() << "no such folder";
+    }
+    void hostileLinksAreRefusedWithoutAQuestion() {
+        QFETCH(QString, actionID);
+        QFETCH(QStringList, items);
+        QFETCH(QString, target);
+        QFETCH(QString, destination);
+        QFETCH(QString, reason);
+        const auto expanded = [this](QString text) -> std::optional<QString> {
+            if (text.isEmpty())
+                return std::nullopt;
+            return text.startsWith(QLatin1Char('~')) ? home() + text.mid(1) : text;
+        };
+        for (QString& item : items)
+            item = *expanded(item);
+        const QString downloads = m_environment->makeFolder(home() + QStringLiteral("/Downloads"));
+        for (const char* name : {"request.json", ".bashrc", "x.desktop"})
+            m_environment->writeFile(downloads + QLatin1Char('/') + QLatin1String(name), "{}");
+        m_environment->writeFile(home() + QStringLiteral("/.ssh/id_ed25519"), "KEY");
+        m_environment->writeFile(home() + QStringLiteral("/a.zip"), "PK");
+        for (const char* folder :
+             {"/.local/share/applications", "/.config/autostart", "/.local/share/kestro/extension"})
+            m_environment->makeFolder(home() + QLatin1String(folder));
+        m_environment->makeFolder(m_environment->kestroTmp() + QStringLiteral("/kestro-action-queue"));
+        QVERIFY(QFile::link(home() + QStringLiteral("/.local/share/kestro/extension"),
+                            downloads + QStringLiteral("/photos")));
+        const QStringList before = namesIn(home()) + namesIn(downloads);
+
         FakePlatform::prompts().consentAnswers = {true};
-        QVERIFY(
-            !openLink(kestroActionURL(QStringLiteral("copyFullPath"), {folder + QStringLiteral("/a\nb")})));
-        QVERIFY(!openLink(
-            kestroActionURL(QStringLiteral("createTextFile"), {}, folder + QStringLiteral("/\x1b[2J"))));
+        QVERIFY(!openLink(kestroActionURL(actionID, items, expanded(target), expanded(destination))));
         QVERIFY(FakePlatform::prompts().consentRequests.isEmpty());
-        QCOMPARE(m_environment->logText().count(QStringLiteral("reason=control characters in the request")),
-                 2);
+        QCOMPARE(namesIn(home()) + namesIn(downloads), before);
+        QCOMPARE(FakePlatform::clipboard().writes, 0);
+        const QString log = m_environment->logText();
+        QVERIFY2(
+            log.contains(QStringLiteral("link request refused: action=%1 reason=%2").arg(actionID, reason)),
+            qPrintable(log));
+        // The log reads as it is: no character in it reorders or hides text, one line per entry.
+        QVERIFY(std::none_of(log.cbegin(), log.cend(), [](QChar c) {
+            return c != QLatin1Char('\n') && DiagnosticLog::isHiddenOrControl(c.unicode());
+        }));
+        // The user hears of it: a refusal is never only a log line.
+        QTRY_COMPARE(FakePlatform::desktopNotifications().shown.size(), 1);
+
+        // The refusal took no slot of the duplicate filter: the user's own identical request is taken at
+        // once (and succeeds or fails on its own).
+        const QString url = kestroActionURL(actionID, items, expanded(target), expanded(destination));
+        m_model->handleIncomingURL(url, RequestOrigin::user);
+        QCOMPARE(m_environment->logText().count(QStringLiteral(" url=")), 2);
+    }
+
+    void theDialogAndTheActionUseTheResolvedPaths() {
+        // A sibling whose name merely begins like a protected folder's is not protected.
+        const QString sibling =
+            m_environment->makeFolder(KestroPaths::sharedQueueDirectory() + QStringLiteral(" 2"));
+        const QString real = m_environment->makeFolder(QStringLiteral("home/real"));
+        const QString file = m_environment->writeFile(real + QStringLiteral("/a.txt"), "a");
+        QVERIFY(QFile::link(real, home() + QStringLiteral("/shortcut")));
+        FakePlatform::prompts().consentAnswers = {true};
+        QVERIFY(openLink(kestroActionURL(QStringLiteral("copyFilesToFolder"),
+                                         {home() + QStringLiteral("/shortcut/../real/./a.txt")}, std::nullopt,
+                                         sibling + QStringLiteral("/.//"))));
+        QCOMPARE(FakePlatform::prompts().consentRequests.size(), 1);
+        QCOMPARE(FakePlatform::prompts().consentRequests.constFirst().items, QStringList{file});
+        QCOMPARE(FakePlatform::prompts().consentRequests.constFirst().destination, std::optional(sibling));
+        QCOMPARE(namesIn(sibling), QStringList{QStringLiteral("a.txt")});
     }
 
     void oneQuestionAtATime() {
@@ -247,6 +346,17 @@ private slots:
                  home() + "/deep");
         QVERIFY_THROWS_EXCEPTION(FinderActionExecutionError, FinderActionExecutor::checkedRequestPath(
                                                                  home() + QStringLiteral("/gone/../x")));
+
+        // "link/../alink" names alink in the folder the link leads to, and alink, itself a link, is
+        // never followed: renaming and scheduling act on it, not on what it names.
+        QVERIFY(QFile::link(QStringLiteral("target.txt"), home() + QStringLiteral("/deep/alink")));
+        const QString dotted = home() + QStringLiteral("/link/../alink");
+        ScheduledDeletionStore::schedule({dotted}, 3600, QDateTime::currentDateTimeUtc());
+        QCOMPARE(ScheduledDeletionStore::items().constFirst().path, home() + QStringLiteral("/deep/alink"));
+        FinderActionExecutor::perform(QStringLiteral("renameUppercase"), {dotted}, std::nullopt, std::nullopt,
+                                      std::nullopt);
+        QVERIFY(QFileInfo(home() + QStringLiteral("/deep/ALINK")).isSymLink());
+        QCOMPARE(readAll(home() + QStringLiteral("/deep/target.txt")), QByteArray("deep"));
     }
 
     void specialFilesAreRefusedBeforeAnythingIsRead() {

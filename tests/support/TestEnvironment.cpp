@@ -11,9 +11,8 @@
 #include <unistd.h>
 
 namespace {
-const char* const variables[] = {"HOME",           "XDG_CONFIG_HOME", "XDG_DATA_HOME",
-                                 "XDG_CACHE_HOME", "XDG_RUNTIME_DIR", "TMPDIR",
-                                 "KESTRO_TMPDIR"};
+const char* const variables[] = {"HOME",           "XDG_CONFIG_HOME", "XDG_DATA_HOME", "XDG_CACHE_HOME",
+                                 "XDG_STATE_HOME", "XDG_RUNTIME_DIR", "TMPDIR",        "KESTRO_TMPDIR"};
 }
 
 namespace {
@@ -35,6 +34,7 @@ TestEnvironment::TestEnvironment() {
     qunsetenv("XDG_CONFIG_HOME");
     qunsetenv("XDG_DATA_HOME");
     qunsetenv("XDG_CACHE_HOME");
+    qunsetenv("XDG_STATE_HOME");
     qputenv("XDG_RUNTIME_DIR", (base + QStringLiteral("/runtime")).toUtf8());
     qputenv("TMPDIR", (base + QStringLiteral("/tmp")).toUtf8());
     qputenv("KESTRO_TMPDIR", (base + QStringLiteral("/kestro-tmp")).toUtf8());
@@ -66,7 +66,7 @@ QString TestEnvironment::kestroTmp() const {
 }
 
 QString TestEnvironment::makeFolder(const QString& name) const {
-    const QString path = m_root.path() + QLatin1Char('/') + name;
+    const QString path = QDir::isAbsolutePath(name) ? name : m_root.path() + QLatin1Char('/') + name;
     QDir().mkpath(path);
     return path;
 }
