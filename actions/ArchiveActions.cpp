@@ -1,5 +1,6 @@
 #include "actions/ArchiveActions.h"
 
+#include "actions/ArchiveDiskWriter.h"
 #include "actions/ArchiveExtractor.h"
 #include "actions/ArchivePacker.h"
 #include "actions/FinderActionExecutor.h"
@@ -26,6 +27,7 @@
 #include <memory>
 #include <sys/stat.h>
 #include <unistd.h>
+#include <vector>
 
 namespace {
 
@@ -40,14 +42,18 @@ QString systemMessage(int error) {
     return QString::fromLocal8Bit(std::strerror(error));
 }
 
-// The names in a folder as the file system stores them, hidden ones included; a name that is not valid
-// UTF-8 must still be found again to be moved.
-QList<QByteArray> rawChildNames(const QString& folder) {
+// The names in an open folder as the file system stores them, hidden ones included; a name that is not
+// valid UTF-8 must still be found again to be moved.
+QList<QByteArray> rawChildNames(int folder, const QString& shownPath) {
     QList<QByteArray> names;
-    const std::unique_ptr<DIR, int (*)(DIR*)> directory(::opendir(QFile::encodeName(folder).constData()),
+    const int listing = ::openat(folder, ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    const std::unique_ptr<DIR, int (*)(DIR*)> directory(listing < 0 ? nullptr : ::fdopendir(listing),
                                                         ::closedir);
-    if (!directory)
-        throw PlatformError(tr("无法读取文件夹“%1”。").arg(folder));
+    if (!directory) {
+        if (listing >= 0)
+            ::close(listing);
+        throw PlatformError(tr("无法读取文件夹“%1”。").arg(shownPath));
+    }
     while (const dirent* entry = ::readdir(directory.get())) {
         const QByteArray name(entry->d_name);
         if (name != "." && name != "..")
@@ -102,51 +108,87 @@ QStringList archivesIn(const QStringList& selectedURLs) {
     return archives;
 }
 
-// Gives a folder its mode back. Only a folder: if the archive put a link where it also listed a folder,
-// the link is left alone rather than followed to whatever it names.
-void setFolderMode(const QByteArray& path, mode_t mode) {
-    struct stat status {};
-    if (::lstat(path.constData(), &status) != 0 || !S_ISDIR(status.st_mode))
-        return;
-    if (::chmod(path.constData(), mode) != 0)
-        throw PlatformError(tr("无法设置“%1”的权限：%2").arg(QFile::decodeName(path), systemMessage(errno)));
+// Gives an open folder its mode back.
+void setFolderMode(int folder, mode_t mode, const QString& shownPath) {
+    if (::fchmod(folder, mode) != 0)
+        throw PlatformError(tr("无法设置“%1”的权限：%2").arg(shownPath, systemMessage(errno)));
 }
+
+// The folder relative inside root, opened without following any link, or -1 when that is no folder: if
+// the archive put a link where it also listed a folder, the link is left alone.
+struct HeldFolder {
+    explicit HeldFolder(int root, const QByteArray& relative)
+        : descriptor(ArchiveDiskWriter::openFolderBeneath(root, relative)) {}
+    ~HeldFolder() {
+        if (descriptor >= 0)
+            ::close(descriptor);
+    }
+    HeldFolder(const HeldFolder&) = delete;
+    HeldFolder& operator=(const HeldFolder&) = delete;
+    int descriptor;
+};
 
 // Unpacks one archive through a hidden folder beside it (same file system), so a damaged or hostile
 // archive leaves nothing behind and the unpacked items arrive by renames that never replace anything.
+// Another account that can write to the archive's folder may swap the hidden folder for a link while this
+// runs: from its creation on, everything goes through held descriptors, never a path.
 QStringList extractArchive(const QString& archive, ArchiveExtractionMode mode, ActionProgressFeed& feed) {
     const QString folder = parentOf(archive);
     StagingDirectory staging(QStringLiteral(".kestro-unpack-"), folder);
-    const QByteArray stagingBytes = QFile::encodeName(staging.path());
+    const int unpacked = staging.descriptor();
     const QList<ArchiveExtractor::FolderMode> folderModes =
-        ArchiveExtractor::extract(archive, stagingBytes, feed);
+        ArchiveExtractor::extract(archive, unpacked, QFile::encodeName(staging.path()), feed);
 
     // Read-only folders were written into as their owner's; they close again once complete. Top-level
-    // ones only after they have moved: moving a folder to another parent needs write access to it.
-    QList<ArchiveExtractor::FolderMode> topLevel;
+    // ones only after they have moved: moving a folder to another parent needs write access to it. They
+    // are held open meanwhile, so the mode lands on them wherever they are.
+    std::vector<std::unique_ptr<HeldFolder>> topLevel;
+    QList<ArchiveExtractor::FolderMode> topLevelModes;
     for (const auto& [relative, folderMode] : folderModes) {
-        if (mode == ArchiveExtractionMode::currentFolder && !relative.contains('/'))
-            topLevel.append({relative, folderMode});
-        else
-            setFolderMode(stagingBytes + '/' + relative, folderMode);
+        auto held = std::make_unique<HeldFolder>(unpacked, relative);
+        if (held->descriptor < 0)
+            continue;
+        if (mode == ArchiveExtractionMode::currentFolder && !relative.contains('/')) {
+            topLevel.push_back(std::move(held));
+            topLevelModes.append({relative, folderMode});
+        } else {
+            setFolderMode(held->descriptor, folderMode,
+                          staging.path() + QLatin1Char('/') + QFile::decodeName(relative));
+        }
     }
+    const auto movedAway = [&] {
+        return FinderActionExecutionError::commandFailed(
+            tr("无法解压“%1”：解压用的临时文件夹被其他程序替换，已停止。").arg(nameOf(archive)));
+    };
 
     if (mode == ArchiveExtractionMode::sameNameFolder) {
-        setFolderMode(stagingBytes, ArchiveExtractor::defaultFolderMode());
-        const QString moved = UniqueNameMove::move(staging.path(), folder,
-                                                   *ArchiveActions::unpackedName(nameOf(archive)), QString());
+        setFolderMode(unpacked, ArchiveExtractor::defaultFolderMode(), staging.path());
+        if (!staging.isStillInPlace())
+            throw movedAway();
+        const QString moved =
+            UniqueNameMove::moveAt(staging.parentDescriptor(), staging.name(), staging.parentDescriptor(),
+                                   folder, *ArchiveActions::unpackedName(nameOf(archive)), QString());
+        // What was renamed must have been our folder: the name could have been swapped just before.
+        struct stat before {
+        }, after{};
+        if (::fstat(unpacked, &before) != 0 ||
+            ::fstatat(staging.parentDescriptor(), QFile::encodeName(nameOf(moved)).constData(), &after,
+                      AT_SYMLINK_NOFOLLOW) != 0 ||
+            before.st_ino != after.st_ino || before.st_dev != after.st_dev)
+            throw movedAway();
         staging.release();
         return {moved};
     }
 
     QStringList moved;
-    for (const QByteArray& name : rawChildNames(staging.path())) {
+    for (const QByteArray& name : rawChildNames(unpacked, staging.path())) {
         const auto [stem, extension] = UniqueName::splitExtension(QFile::decodeName(name));
-        const QString path = UniqueNameMove::move(stagingBytes + '/' + name, folder, stem, extension);
-        moved.append(path);
-        for (const auto& [relative, folderMode] : topLevel)
-            if (relative == name)
-                setFolderMode(QFile::encodeName(path), folderMode);
+        moved.append(
+            UniqueNameMove::moveAt(unpacked, name, staging.parentDescriptor(), folder, stem, extension));
+        for (qsizetype index = 0; index < topLevelModes.size(); ++index)
+            if (topLevelModes.at(index).relativePath == name)
+                setFolderMode(topLevel.at(size_t(index))->descriptor, topLevelModes.at(index).mode,
+                              moved.last());
     }
     FinderNameOrder::sortByName(moved);
     // An empty archive produced nothing: its folder stands in for the results.

@@ -68,11 +68,15 @@ void closeIfOpen(int& descriptor) {
 
 } // namespace
 
-ArchiveDiskWriter::ArchiveDiskWriter(const QByteArray& folder)
-    : m_root(::open(folder.constData(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC))
-    , m_folder(folder) {
+ArchiveDiskWriter::ArchiveDiskWriter(int folder, const QByteArray& path)
+    : m_root(::fcntl(folder, F_DUPFD_CLOEXEC, 0))
+    , m_folder(path) {
     if (m_root < 0)
         fail(".");
+}
+
+int ArchiveDiskWriter::openFolderBeneath(int root, const QByteArray& relative) {
+    return openBeneath(root, relative, O_RDONLY | O_DIRECTORY);
 }
 
 ArchiveDiskWriter::~ArchiveDiskWriter() {
@@ -197,7 +201,7 @@ void ArchiveDiskWriter::finish() {
                          return a.relative.count('/') > b.relative.count('/');
                      });
     for (const FolderTime& folder : m_folderTimes) {
-        const int descriptor = openBeneath(m_root, folder.relative, O_RDONLY | O_DIRECTORY);
+        const int descriptor = openFolderBeneath(m_root, folder.relative);
         if (descriptor < 0)
             continue;
         const timespec times[2] = {folder.modified, folder.modified};

@@ -15,7 +15,8 @@
 // the archive's first entry of a name wins. Failures throw PlatformError with the system's message.
 class ArchiveDiskWriter {
 public:
-    explicit ArchiveDiskWriter(const QByteArray& folder);
+    // folder is an open folder (duplicated: the caller keeps its own); path is for messages only.
+    ArchiveDiskWriter(int folder, const QByteArray& path);
     ~ArchiveDiskWriter();
     ArchiveDiskWriter(const ArchiveDiskWriter&) = delete;
     ArchiveDiskWriter& operator=(const ArchiveDiskWriter&) = delete;
@@ -29,6 +30,9 @@ public:
     void makeHardLink(const QByteArray& relative, const QByteArray& target);
     // Gives the folders their times, deepest first: filling a folder changed its time.
     void finish();
+
+    // Opens the folder relative beneath root the same way, without following any link; -1 on failure.
+    static int openFolderBeneath(int root, const QByteArray& relative);
 
 private:
     // The folder that holds relative, opened (and created with its parents when missing); name is set

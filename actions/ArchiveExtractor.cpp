@@ -158,6 +158,9 @@ bool passesThroughLink(const QList<QByteArray>& parts, const Links& links) {
     return false;
 }
 
+// What the smallest item takes on disk, for the caps.
+constexpr qint64 blockSize = 4096;
+
 mode_t safePermissions(mode_t mode) {
     return mode & 0777 & ~mode_t(S_IWOTH);
 }
@@ -181,21 +184,34 @@ mode_t ArchiveExtractor::defaultFolderMode() {
     return 0755;
 }
 
-QList<ArchiveExtractor::FolderMode> ArchiveExtractor::extract(const QString& archivePath,
-                                                              const QByteArray& destination,
+QList<ArchiveExtractor::FolderMode> ArchiveExtractor::extract(const QString& archivePath, int destination,
+                                                              const QByteArray& destinationPath,
                                                               ActionProgressFeed& feed,
                                                               const Limits& limits) {
     const ArchiveFile file(archivePath);
     const ReadPointer reader = openReader(archivePath, file);
     archive* a = reader.get();
-    ArchiveDiskWriter disk(destination);
+    ArchiveDiskWriter disk(destination, destinationPath);
 
     const mode_t folderMode = defaultFolderMode();
     const mode_t umaskBits = ~folderMode & 0777;
     QList<FolderMode> folderModes;
     Links links;
     qint64 entries = 0;
+    // What has landed on disk so far, as the caps count it.
     qint64 unpacked = 0;
+    const auto charge = [&](qint64 bytes) {
+        unpacked += bytes;
+        if (unpacked > limits.maximumBytes)
+            refuse(archivePath,
+                   tr("解压后的内容超过 %1，可能是恶意构造的压缩文件。已停止，解压出的内容都已清除。")
+                       .arg(ByteCountText::fileSize(limits.maximumBytes)));
+        if (unpacked > limits.ratioFloorBytes &&
+            unpacked / std::max<qint64>(file.size(), 1) >= limits.maximumRatio)
+            refuse(archivePath, tr("解压后的内容是压缩文件的 %1 "
+                                   "倍以上，可能是压缩炸弹。已停止，解压出的内容都已清除。")
+                                    .arg(limits.maximumRatio));
+    };
     // Progress in archive bytes read, after those of the archives unpacked before this one.
     ActionProgressState& state = feed.state();
     const qint64 base = state.bytesDone;
@@ -236,6 +252,12 @@ QList<ArchiveExtractor::FolderMode> ArchiveExtractor::extract(const QString& arc
             refuse(archivePath, tr("其中的“%1”要经过符号链接写入，已拒绝解压。").arg(shownName));
         const QByteArray relative = parts->join('/');
         state.currentItem = QFile::decodeName(relative);
+        // Every entry takes a block at least; a file its whole declared size, holes included, before any
+        // of it is written. Data beyond what was declared is charged as it comes.
+        const qint64 declared =
+            archive_entry_size_is_set(entry) ? std::max<qint64>(archive_entry_size(entry), 0) : 0;
+        charge(std::max(declared, blockSize));
+        qint64 written = 0;
 
         timespec modified{};
         const bool timed = archive_entry_mtime_is_set(entry);
@@ -284,16 +306,9 @@ QList<ArchiveExtractor::FolderMode> ArchiveExtractor::extract(const QString& arc
                 // A warning here is damage: a wrong checksum or size.
                 if (read != ARCHIVE_OK)
                     damaged(archivePath, archive_error_string(a));
-                unpacked += qint64(size);
-                if (unpacked > limits.maximumBytes)
-                    refuse(archivePath,
-                           tr("解压后的内容超过 %1，可能是恶意构造的压缩文件。已停止，解压出的内容都已清除。")
-                               .arg(ByteCountText::fileSize(limits.maximumBytes)));
-                if (unpacked > limits.ratioFloorBytes &&
-                    unpacked / std::max<qint64>(file.size(), 1) >= limits.maximumRatio)
-                    refuse(archivePath, tr("解压后的内容是压缩文件的 %1 "
-                                           "倍以上，可能是压缩炸弹。已停止，解压出的内容都已清除。")
-                                            .arg(limits.maximumRatio));
+                const qint64 end = std::max(written, qint64(offset) + qint64(size));
+                charge(std::max<qint64>(end - std::max(written, std::max(declared, blockSize)), 0));
+                written = end;
                 disk.writeFileData(block, size, offset);
                 reportRead();
             }

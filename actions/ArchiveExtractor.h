@@ -19,6 +19,8 @@ class ArchiveExtractor {
 public:
     // Where a hostile archive is stopped.
     struct Limits {
+        // Bytes are counted as they land on disk: a file at least its declared size (a sparse entry is
+        // charged its holes too), every file, folder and link at least one block.
         qint64 maximumBytes;    // unpacked bytes in all
         qint64 maximumRatio;    // unpacked bytes per archive byte ...
         qint64 ratioFloorBytes; // ... once more than this much has been unpacked
@@ -32,12 +34,14 @@ public:
         mode_t mode;
     };
 
-    // Extracts archive into destination, an empty private folder. Reports the archive bytes read and the
+    // Extracts archive into destination, an open, empty, private folder (destinationPath names it in
+    // messages; nothing is looked up through it). Reports the archive bytes read and the
     // entries done to feed and stops (ActionCancelled) between entries when asked to. Returns the folders
     // whose mode is still to be restored, deepest first. On any failure the caller removes destination:
     // partial contents are never meant to be kept.
-    static QList<FolderMode> extract(const QString& archive, const QByteArray& destination,
-                                     ActionProgressFeed& feed, const Limits& limits = defaultLimits);
+    static QList<FolderMode> extract(const QString& archive, int destination,
+                                     const QByteArray& destinationPath, ActionProgressFeed& feed,
+                                     const Limits& limits = defaultLimits);
 
     // The entry names as stored, in archive order; throws commandFailed when the archive cannot be read.
     static QStringList entryNames(const QString& archive);

@@ -14,6 +14,10 @@ public:
     // The same for a source given in the file system's own bytes.
     static QString move(const QByteArray& source, const QString& folder, const QString& stem,
                         const QString& extension);
+    // The same between open folders: name inside fromFolder moves into toFolder, whose path (folder) is
+    // only used to find a free name and to say where the item now is. Returns that path.
+    static QString moveAt(int fromFolder, const QByteArray& name, int toFolder, const QString& folder,
+                          const QString& stem, const QString& extension);
     // Splits itemName the way UniqueName::pathForItemName does.
     static QString moveForItemName(const QString& source, const QString& folder, const QString& itemName);
 };

@@ -14,4 +14,7 @@ public:
     static bool move(const QByteArray& from, const QByteArray& to);
     // The same without throwing: 0, EEXIST when to was taken, or the system's error number.
     static int tryMove(const QByteArray& from, const QByteArray& to);
+    // The same for names inside open folders (AT_FDCWD for the working folder): nothing is looked up
+    // along a path, so a folder swapped for a link meanwhile is not followed.
+    static int tryMoveAt(int fromFolder, const QByteArray& from, int toFolder, const QByteArray& to);
 };

@@ -164,6 +164,11 @@ private slots:
                      file("h/evil.txt", "x")}
             << outside;
         QTest::newRow("pipe") << "tar" << QList{plain, namedPipe("fifo")} << QStringLiteral("特殊文件");
+        // Deeper than a process may hold descriptors: the refused archive's folder still goes entirely.
+        QTest::newRow("deep, then refused")
+            << "tar"
+            << QList{file(QString(QStringLiteral("d/")).repeated(1500) + "f", "deep"), file("/evil.txt", "x")}
+            << outside;
     }
     void hostileEntriesLeaveNothing() {
         QFETCH(QString, format);
@@ -286,28 +291,106 @@ private slots:
         QCOMPARE(namesIn(m_folder), QStringList{"bomb.zip"});
     }
 
-    void sizeAndEntryCaps() {
-        const QString archive = m_folder + QStringLiteral("/many.zip");
-        QList<Entry> entries;
-        for (int i = 0; i < 20; ++i)
-            entries.append(file(QStringLiteral("f%1.txt").arg(i), QByteArray(1000, 'x')));
-        QVERIFY(python(archive, QStringLiteral("zip"), entries));
-        const auto capError = [&](const ArchiveExtractor::Limits& limits) {
+    void capsCountWhatLandsOnDisk() {
+        const auto capError = [&](const QString& archive, const ArchiveExtractor::Limits& limits) {
             const QString into = m_env->makeFolder(QStringLiteral("into"));
             ActionProgressFeed feed(QStringLiteral("test"));
             QString message;
             try {
-                ArchiveExtractor::extract(archive, QFile::encodeName(into), feed, limits);
+                const int folder = ::open(QFile::encodeName(into).constData(), O_RDONLY | O_DIRECTORY);
+                ArchiveExtractor::extract(archive, folder, QFile::encodeName(into), feed, limits);
+                ::close(folder);
             } catch (const FinderActionExecutionError& error) {
                 message = error.errorDescription();
             }
             QDir(into).removeRecursively();
             return message;
         };
-        QVERIFY(capError({1 << 30, 1000, 1 << 30, 20}).isEmpty());
-        QVERIFY2(capError({1 << 30, 1000, 1 << 30, 19}).contains(QStringLiteral("超过 19 个条目")),
-                 qPrintable(capError({1 << 30, 1000, 1 << 30, 19})));
-        QVERIFY(capError({15500, 1000, 1 << 30, 100}).contains(QStringLiteral("解压后的内容超过")));
+        const QString many = m_folder + QStringLiteral("/many.zip");
+        QList<Entry> entries;
+        for (int i = 0; i < 20; ++i)
+            entries.append(file(QStringLiteral("f%1.txt").arg(i), QByteArray(2000, 'x')));
+        QVERIFY(python(many, QStringLiteral("zip"), entries));
+        QVERIFY(capError(many, {1 << 30, 1000, 1 << 30, 20}).isEmpty());
+        QVERIFY(capError(many, {1 << 30, 1000, 1 << 30, 19}).contains(QStringLiteral("超过 19 个条目")));
+        // 40,000 bytes of data, but twenty files take twenty blocks.
+        QVERIFY(capError(many, {60000, 1000, 1 << 30, 100}).contains(QStringLiteral("解压后的内容超过")));
+
+        // 2,000 empty folders: nothing in bytes, a block each on disk, far more than the archive's size.
+        const QString folders = m_folder + QStringLiteral("/folders.tar.gz");
+        QList<Entry> empty;
+        for (int i = 0; i < 2000; ++i)
+            empty.append(folder(QStringLiteral("f%1").arg(i)));
+        QVERIFY(python(folders, QStringLiteral("tar.gz"), empty));
+        QVERIFY(capError(folders, {1 << 30, 200, 1 << 20, 1 << 20}).contains(QStringLiteral("压缩炸弹")));
+
+        // A sparse file declares far more than its archive holds; its holes land on disk as size.
+        const QString sparse = m_folder + QStringLiteral("/sparse.tar");
+        const QString source = m_env->makeFolder(QStringLiteral("sparse"));
+        QFile big(source + QStringLiteral("/disk.img"));
+        QVERIFY(big.open(QIODevice::WriteOnly) && big.resize(qint64(64) << 20));
+        big.close();
+        QVERIFY(tool(QStringLiteral("tar"), {"-cSf", sparse, "disk.img"}, source));
+        QVERIFY(QFileInfo(sparse).size() < 1 << 20);
+        QVERIFY(capError(sparse, {qint64(32) << 20, 1 << 30, qint64(1) << 40, 100})
+                    .contains(QStringLiteral("解压后的内容超过")));
+        QVERIFY(capError(sparse, {qint64(1) << 30, 200, 1 << 20, 100}).contains(QStringLiteral("压缩炸弹")));
+    }
+
+    // Another account that can write to the archive's folder swaps the hidden folder for a link to a
+    // folder of the user's while the archive is unpacked: nothing of the user's folder moves or changes.
+    void aFolderSwappedMidUnpackIsNeverFollowed_data() {
+        QTest::addColumn<bool>("intoOwnFolder");
+        QTest::newRow("extract here") << false;
+        QTest::newRow("extract to folder") << true;
+    }
+    void aFolderSwappedMidUnpackIsNeverFollowed() {
+        QFETCH(bool, intoOwnFolder);
+        if (::geteuid() != 0 || QStandardPaths::findExecutable(QStringLiteral("setpriv")).isEmpty())
+            QSKIP("needs root and setpriv to act as a second account");
+        const QString shared = m_env->makeFolder(QStringLiteral("shared"));
+        QCOMPARE(::chmod(QFile::encodeName(m_env->root()).constData(), 0711), 0);
+        QCOMPARE(::chmod(QFile::encodeName(shared).constData(), 0777), 0);
+        const QString victim = m_env->makeFolder(QStringLiteral("home/Documents"));
+        m_env->writeFile(victim + QStringLiteral("/thesis.txt"), "mine");
+        QCOMPARE(::chmod(QFile::encodeName(victim).constData(), 0700), 0);
+        const QString archive = shared + QStringLiteral("/bait.tar");
+        QVERIFY(python(archive, QStringLiteral("tar"),
+                       {file("one.txt", "1"), folder("locked", 0555), file("two.txt", "2")}));
+
+        struct Attacker : RecordingProgress {
+            QString shared, victim;
+            bool swapped = false;
+            void changed(const ActionProgressState& state) override {
+                RecordingProgress::changed(state);
+                if (swapped || state.itemsDone < 1)
+                    return;
+                swapped = true;
+                const QString hidden =
+                    QDir(shared).entryList({".kestro-unpack-*"}, QDir::Dirs | QDir::Hidden).value(0);
+                QProcess::execute(QStringLiteral("setpriv"),
+                                  {"--reuid=65534", "--regid=65534", "--clear-groups", "sh", "-c",
+                                   "mv \"$1/$2\" \"$1/taken\" && ln -s \"$3\" \"$1/$2\"", "sh", shared,
+                                   hidden, victim});
+            }
+        } attacker;
+        attacker.shared = shared;
+        attacker.victim = victim;
+        const ActionProgressScope scope(attacker);
+        const QString message = unpackError(archive, intoOwnFolder ? ArchiveExtractionMode::sameNameFolder
+                                                                   : ArchiveExtractionMode::currentFolder);
+        QVERIFY(attacker.swapped);
+        QVERIFY(QFileInfo(shared + QStringLiteral("/taken")).isDir());
+        QCOMPARE(namesIn(victim), QStringList{QStringLiteral("thesis.txt")});
+        QCOMPARE(modeOf(victim) & 07777, mode_t(0700));
+        QVERIFY(!QFileInfo::exists(shared + QStringLiteral("/thesis.txt")));
+        if (intoOwnFolder) {
+            QVERIFY2(message.contains(QStringLiteral("被其他程序替换")), qPrintable(message));
+        } else {
+            QVERIFY2(message.isEmpty(), qPrintable(message));
+            QCOMPARE(readAll(shared + QStringLiteral("/two.txt")), QByteArray("2"));
+            QCOMPARE(modeOf(shared + QStringLiteral("/locked")) & 07777, mode_t(0555));
+        }
     }
 
     // A link in a packed folder is stored as a link: what it points at never enters the archive.

@@ -19,31 +19,26 @@ namespace {
                             .arg(QFile::decodeName(from), QFile::decodeName(to), message));
 }
 
-bool occupied(const QByteArray& path) {
-    struct stat status {};
-    return ::lstat(path.constData(), &status) == 0;
-}
-
 // For file systems without RENAME_NOREPLACE: a hard link claims the name atomically for anything but
 // folders; where links are refused too, an existence test right before the rename is the best left.
-int moveWithoutNoReplace(const QByteArray& from, const QByteArray& to) {
+int moveWithoutNoReplace(int fromFolder, const char* from, int toFolder, const char* to) {
     struct stat status {};
-    if (::lstat(from.constData(), &status) != 0)
+    if (::fstatat(fromFolder, from, &status, AT_SYMLINK_NOFOLLOW) != 0)
         return errno;
     if (!S_ISDIR(status.st_mode)) {
-        if (::linkat(AT_FDCWD, from.constData(), AT_FDCWD, to.constData(), 0) == 0) {
-            if (::unlink(from.constData()) == 0)
+        if (::linkat(fromFolder, from, toFolder, to, 0) == 0) {
+            if (::unlinkat(fromFolder, from, 0) == 0)
                 return 0;
             const int error = errno;
-            ::unlink(to.constData());
+            ::unlinkat(toFolder, to, 0);
             return error;
         }
         if (errno == EEXIST)
             return EEXIST;
     }
-    if (occupied(to))
+    if (::fstatat(toFolder, to, &status, AT_SYMLINK_NOFOLLOW) == 0)
         return EEXIST;
-    return ::rename(from.constData(), to.constData()) == 0 ? 0 : errno;
+    return ::renameat(fromFolder, from, toFolder, to) == 0 ? 0 : errno;
 }
 
 } // namespace
@@ -62,10 +57,14 @@ bool ExclusiveRename::move(const QByteArray& from, const QByteArray& to) {
 }
 
 int ExclusiveRename::tryMove(const QByteArray& from, const QByteArray& to) {
-    if (::renameat2(AT_FDCWD, from.constData(), AT_FDCWD, to.constData(), RENAME_NOREPLACE) == 0)
+    return tryMoveAt(AT_FDCWD, from, AT_FDCWD, to);
+}
+
+int ExclusiveRename::tryMoveAt(int fromFolder, const QByteArray& from, int toFolder, const QByteArray& to) {
+    if (::renameat2(fromFolder, from.constData(), toFolder, to.constData(), RENAME_NOREPLACE) == 0)
         return 0;
     const int error = errno;
     if (error == EINVAL || error == ENOSYS || error == EOPNOTSUPP)
-        return moveWithoutNoReplace(from, to);
+        return moveWithoutNoReplace(fromFolder, from.constData(), toFolder, to.constData());
     return error;
 }
