@@ -17,6 +17,18 @@ QString systemMessage(int error) {
     return QString::fromLocal8Bit(std::strerror(error));
 }
 
+std::optional<QString> untrustedStatusReason(const struct stat& status) {
+    if (!S_ISREG(status.st_mode))
+        return QStringLiteral("not a regular file");
+    if (status.st_uid != ::geteuid())
+        return QStringLiteral("belongs to user %1").arg(status.st_uid);
+    if (status.st_nlink != 1)
+        return QStringLiteral("has %1 names").arg(status.st_nlink);
+    if (status.st_mode & (S_IWGRP | S_IWOTH))
+        return QStringLiteral("can be written by group or others");
+    return std::nullopt;
+}
+
 int openDirectory(const QByteArray& path) {
     return ::open(path.constData(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC);
 }
@@ -117,6 +129,13 @@ void KestroQueueDirectory::rename(const QByteArray& from, const QByteArray& to) 
     throw PlatformError(systemMessage(errno));
 }
 
+std::optional<QString> KestroQueueDirectory::untrustedReason(const QByteArray& fileName) const {
+    struct stat status {};
+    if (::fstatat(m_descriptor, fileName.constData(), &status, AT_SYMLINK_NOFOLLOW) != 0)
+        return systemMessage(errno);
+    return untrustedStatusReason(status);
+}
+
 std::optional<QByteArray> KestroQueueDirectory::read(const QByteArray& fileName, qint64 limit) const {
     // Non-blocking, so that a pipe planted under a queue name cannot hang the pass; no links followed.
     const int file =
@@ -129,7 +148,7 @@ std::optional<QByteArray> KestroQueueDirectory::read(const QByteArray& fileName,
         ::close(file);
         throw PlatformError(systemMessage(error));
     }
-    if (!S_ISREG(status.st_mode) || status.st_size > limit) {
+    if (untrustedStatusReason(status) || status.st_size > limit) {
         ::close(file);
         return std::nullopt;
     }

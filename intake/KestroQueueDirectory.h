@@ -33,7 +33,10 @@ public:
     QList<Entry> entries() const;
     // Throws PlatformError with the system's message when the rename fails (someone else claimed it).
     void rename(const QByteArray& from, const QByteArray& to) const;
-    // The file's bytes, or nothing when it is not a regular file or is larger than limit.
+    // Why the entry cannot be a request written by the user's own channel, or nothing when it can: a
+    // regular file of this user's, with one name, that nobody else can write.
+    std::optional<QString> untrustedReason(const QByteArray& fileName) const;
+    // The file's bytes, or nothing when it is not such a file or is larger than limit.
     // Throws PlatformError when it cannot be opened or read.
     std::optional<QByteArray> read(const QByteArray& fileName, qint64 limit) const;
     // Errors are ignored: a claimed file that cannot be removed is never scanned again anyway.

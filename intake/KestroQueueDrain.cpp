@@ -15,6 +15,8 @@
 namespace {
 const QByteArray queueSuffix = QByteArrayLiteral(".json");
 const QByteArray claimedSuffix = QByteArrayLiteral(".processing");
+// What is in a queue folder but is no request gets this prefix once, and is passed over from then on.
+const QByteArray setAsidePrefix = QByteArrayLiteral(".kestro-set-aside-");
 
 void performWithExecutor(const KestroQueuedAction& action) {
     FinderActionExecutor::perform(action.actionID, action.selectedURLs, action.targetedURL,
@@ -50,13 +52,21 @@ KestroQueueDrain::Summary KestroQueueDrain::run() {
         QList<KestroQueueDirectory::Entry> entries;
         if (!openDirectory(*directory, entries, summary))
             continue;
-        summary.entriesFound += int(entries.size());
         for (const KestroQueueDirectory::Entry& entry : entries) {
-            // Exactly ".json" after a non-empty name; a folder so named is not a request and is left alone.
-            if (entry.isDirectory || entry.fileName.size() <= queueSuffix.size() ||
-                !entry.fileName.endsWith(queueSuffix))
+            if (entry.fileName.startsWith(setAsidePrefix))
                 continue;
-            candidates.append({directory, entry.fileName, directory->path() + QLatin1Char('/') + entry.name});
+            ++summary.entriesFound;
+            const QString path = directory->path() + QLatin1Char('/') + entry.name;
+            // Exactly ".json" after a non-empty name, and a file only the user's own channel can have
+            // written. Anything else is set aside once, never read and never logged again.
+            const bool named =
+                entry.fileName.size() > queueSuffix.size() && entry.fileName.endsWith(queueSuffix);
+            const std::optional<QString> untrusted =
+                named ? directory->untrustedReason(entry.fileName) : QStringLiteral("not a .json request");
+            if (untrusted)
+                setAside(*directory, entry.fileName, path, *untrusted);
+            else
+                candidates.append({directory, entry.fileName, path});
         }
     }
     if (summary.entriesFound == 0)
@@ -105,6 +115,22 @@ void KestroQueueDrain::logSkip(const QString& directoryPath, const QString& reas
         return;
     m_loggedSkips.insert(directoryPath, reason);
     DiagnosticLog::append(line);
+}
+
+void KestroQueueDrain::setAside(const KestroQueueDirectory& directory, const QByteArray& fileName,
+                                const QString& path, const QString& reason) {
+    QString outcome = QStringLiteral("renamed");
+    try {
+        directory.rename(fileName, setAsidePrefix + fileName);
+    } catch (const std::exception& error) {
+        // A name too long for the prefix, say: remembered here, so that it is logged once all the same.
+        if (m_unmovable.contains(path))
+            return;
+        m_unmovable.insert(path);
+        outcome = QStringLiteral("left in place: ") + describeError(error);
+    }
+    DiagnosticLog::append(
+        QStringLiteral("queue entry set aside: %1 reason=%2 (%3)").arg(path, reason, outcome));
 }
 
 void KestroQueueDrain::handle(const Candidate& candidate, Summary& summary) {

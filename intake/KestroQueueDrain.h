@@ -7,12 +7,15 @@
 #include <atomic>
 #include <functional>
 #include <QHash>
+#include <QSet>
 #include <QStringList>
 
 // One pass over the queue folders: the extension's queue, then the shared one under the temporary root.
 // Each ".json" file is claimed by renaming it to ".processing" (only one rename of a name can succeed, so
 // two passes or two processes never run the same file), decoded, run, logged and removed. Whatever is
-// bad about a file is logged and the file removed, so it is never retried; nothing else is touched.
+// bad about a request's content is logged and the file removed, so it is never retried. Anything that is
+// not a request of the user's own (another name, a folder, a link, a file someone else can write or has a
+// second name for) is set aside once under a hidden name and logged once.
 class KestroQueueDrain {
 public:
     using Performer = std::function<void(const KestroQueuedAction&)>;
@@ -51,6 +54,8 @@ private:
     bool openDirectory(const KestroQueueDirectory& directory, QList<KestroQueueDirectory::Entry>& entries,
                        Summary& summary);
     void logSkip(const QString& directoryPath, const QString& reason, Summary& summary);
+    void setAside(const KestroQueueDirectory& directory, const QByteArray& fileName, const QString& path,
+                  const QString& reason);
     void handle(const Candidate& candidate, Summary& summary);
     bool runClaimed(const Candidate& candidate, const QByteArray& claimedName, Summary& summary);
     void fail(const QString& line, Summary& summary);
@@ -61,4 +66,6 @@ private:
     std::atomic<bool> m_stopRequested = false;
     // The reason last logged per folder: a folder that stays unsafe is logged once, not every second.
     QHash<QString, QString> m_loggedSkips;
+    // Entries that could not be set aside, so that each is logged only once.
+    QSet<QString> m_unmovable;
 };

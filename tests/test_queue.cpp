@@ -60,7 +60,7 @@ private slots:
     void decodesRequestsAndTreatsWrongTypesAsAbsent();
     void rejectsMalformedRequests();
     void runsBothFoldersInPathOrder();
-    void leavesOtherExtensionsAndFoldersAlone();
+    void setsAsideOnceWhatIsNoRequest();
     void removesAndLogsInvalidFiles();
     void logsSuccessAndFailure();
     void claimOfVanishedFileIsSkipped();
@@ -137,7 +137,7 @@ void TestQueue::runsBothFoldersInPathOrder() {
     QVERIFY(environment.logText().contains(QStringLiteral("queue drain found 8 files\n")));
 }
 
-void TestQueue::leavesOtherExtensionsAndFoldersAlone() {
+void TestQueue::setsAsideOnceWhatIsNoRequest() {
     TestEnvironment environment;
     const QString extension = KestroPaths::extensionQueueDirectory();
     environment.writeFile(extension + QStringLiteral("/upper.JSON"), request("completed", {"/upper"}));
@@ -145,20 +145,37 @@ void TestQueue::leavesOtherExtensionsAndFoldersAlone() {
     environment.writeFile(extension + QStringLiteral("/.json"), request("completed", {"/hidden"}));
     environment.writeFile(extension + QStringLiteral("/left.processing"), request("completed", {"/left"}));
     QDir().mkpath(extension + QStringLiteral("/folder.json"));
+    // Requests the user's own channel never writes: one others may write, one with a second name.
+    const QString writable = environment.writeFile(extension + QStringLiteral("/writable.json"),
+                                                   request("completed", {"/writable"}));
+    QCOMPARE(::chmod(QFile::encodeName(writable).constData(), 0622), 0);
+    const QString linked =
+        environment.writeFile(QStringLiteral("downloaded.json"), request("completed", {"/x"}));
+    QCOMPARE(::link(QFile::encodeName(linked).constData(),
+                    QFile::encodeName(extension + QStringLiteral("/linked.json")).constData()),
+             0);
     environment.writeFile(extension + QStringLiteral("/real.json"), request("completed", {"/real"}));
 
     RecordingDrain recording;
     recording.drain.run();
     QCOMPARE(recording.firstPaths(), QStringList({"/real"}));
-    QCOMPARE(entriesOf(extension),
-             QStringList({".json", "folder.json", "left.processing", "note.txt", "upper.JSON"}));
-    QCOMPARE(readAll(extension + QStringLiteral("/note.txt")), QByteArray("keep me"));
-    // The count covers every entry, whatever its extension.
-    QVERIFY(environment.logText().contains(QStringLiteral("queue drain found 6 files\n")));
+    const QStringList setAside{".json",    "folder.json", "left.processing", "linked.json",
+                               "note.txt", "upper.JSON",  "writable.json"};
+    QStringList expected;
+    for (const QString& name : setAside)
+        expected.append(QStringLiteral(".kestro-set-aside-") + name);
+    QCOMPARE(entriesOf(extension), expected);
+    QCOMPARE(readAll(extension + QStringLiteral("/.kestro-set-aside-note.txt")), QByteArray("keep me"));
+    QVERIFY(environment.logText().contains(QStringLiteral("queue drain found 8 files\n")));
+    QVERIFY(environment.logText().contains(
+        QStringLiteral("set aside: %1/linked.json reason=has 2 names (renamed)").arg(extension)));
 
-    // With only leftovers, a pass still finds entries but runs nothing again.
+    // Later passes pass over them in silence: nothing runs, nothing more is logged.
+    const QString log = environment.logText();
+    recording.drain.run();
     recording.drain.run();
     QCOMPARE(recording.performed.size(), 1);
+    QCOMPARE(environment.logText(), log);
 }
 
 void TestQueue::removesAndLogsInvalidFiles() {
@@ -188,15 +205,15 @@ void TestQueue::removesAndLogsInvalidFiles() {
 
     const KestroQueueDrain::Summary summary = recording.drain.run();
     QCOMPARE(recording.firstPaths(), QStringList({"/good"}));
-    QCOMPARE(summary.failed, int(bad.size()) + 1);
-    QVERIFY(entriesOf(shared).isEmpty());
+    QCOMPARE(summary.failed, int(bad.size()));
+    QCOMPARE(entriesOf(shared), QStringList{QStringLiteral(".kestro-set-aside-9-link.json")});
     QVERIFY(QFileInfo::exists(secret));
     const QString log = environment.logText();
     for (const auto& [name, bytes] : bad)
         QVERIFY2(log.contains(QStringLiteral("] queued action invalid: %1/%2\n").arg(shared, name)),
                  qPrintable(name));
     QVERIFY(log.contains(
-        QStringLiteral("] app delegate queued action failed: %1/9-link.json error=").arg(shared)));
+        QStringLiteral("] queue entry set aside: %1/9-link.json reason=not a regular file").arg(shared)));
 }
 
 void TestQueue::logsSuccessAndFailure() {
