@@ -4,10 +4,17 @@
 
 #include <QDataStream>
 #include <QLocalSocket>
+#include <QPointer>
+#include <QTimer>
 
 namespace {
 
 constexpr int maximumMessageBytes = 1 << 20;
+// A later launch sends its few bytes at once; a connection that sits silent longer is dropped, and no
+// more than this many are served at a time, so a flood of half-open connections can neither use up the
+// host's descriptors (which would stop the listener) nor keep real requests out for long.
+constexpr int idleTimeoutMilliseconds = 2000;
+constexpr int maximumConnections = 16;
 
 QByteArray frame(const QStringList& message) {
     QByteArray payload;
@@ -50,6 +57,8 @@ SingleInstance::SingleInstance(QObject* parent)
     : QObject(parent) {
     m_server.setSocketOptions(QLocalServer::UserAccessOption);
     connect(&m_server, &QLocalServer::newConnection, this, &SingleInstance::acceptConnections);
+    m_watchdog.setInterval(1000);
+    connect(&m_watchdog, &QTimer::timeout, this, &SingleInstance::keepListening);
 }
 
 SingleInstance::~SingleInstance() {
@@ -93,13 +102,31 @@ bool SingleInstance::listen() {
         m_lock.reset();
         return false;
     }
+    m_watchdog.start();
     return true;
 }
 
 void SingleInstance::acceptConnections() {
     while (QLocalSocket* socket = m_server.nextPendingConnection()) {
+        // Full: the connection that has waited longest goes. A later launch sends at once, so the newest
+        // connection is the one most likely to carry a request.
+        m_connections.removeIf([](const QPointer<QLocalSocket>& open) { return open.isNull(); });
+        if (m_connections.size() >= maximumConnections) {
+            QLocalSocket* oldest = m_connections.takeFirst();
+            oldest->abort();
+            oldest->deleteLater();
+        }
+        m_connections.append(socket);
         connect(socket, &QLocalSocket::disconnected, socket, &QObject::deleteLater);
-        connect(socket, &QLocalSocket::readyRead, this, [this, socket] {
+        auto* idle = new QTimer(socket);
+        idle->setSingleShot(true);
+        connect(idle, &QTimer::timeout, socket, [socket] {
+            socket->abort();
+            socket->deleteLater();
+        });
+        idle->start(idleTimeoutMilliseconds);
+        connect(socket, &QLocalSocket::readyRead, this, [this, socket, idle] {
+            idle->start(idleTimeoutMilliseconds);
             const std::optional<QStringList> message = readFrame(*socket);
             if (!message)
                 return;
@@ -109,5 +136,13 @@ void SingleInstance::acceptConnections() {
             if (!message->isEmpty())
                 emit messageReceived(*message);
         });
+    }
+}
+
+void SingleInstance::keepListening() {
+    // Qt closes the server when accepting fails (no descriptor left for a moment, say), without a signal.
+    if (m_lock && !m_server.isListening()) {
+        QLocalServer::removeServer(socketPath());
+        m_server.listen(socketPath());
     }
 }

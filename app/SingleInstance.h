@@ -2,9 +2,12 @@
 
 #include <memory>
 #include <QLocalServer>
+#include <QLocalSocket>
 #include <QLockFile>
 #include <QObject>
+#include <QPointer>
 #include <QStringList>
+#include <QTimer>
 
 // One Kestro host per user. The first process takes a lock and listens on a user-only local socket; a later
 // launch hands its request over that socket and exits. Messages are framed: a version, then the arguments.
@@ -31,7 +34,11 @@ signals:
 
 private:
     void acceptConnections();
+    void keepListening();
 
     std::unique_ptr<QLockFile> m_lock;
     QLocalServer m_server;
+    // The connections being served, oldest first.
+    QList<QPointer<QLocalSocket>> m_connections;
+    QTimer m_watchdog;
 };

@@ -13,6 +13,14 @@
 #include <QUrl>
 #include <QUrlQuery>
 
+#include <atomic>
+#include <cstring>
+#include <sys/resource.h>
+#include <sys/socket.h>
+#include <sys/un.h>
+#include <thread>
+#include <unistd.h>
+
 namespace {
 QString actionURL(const QString& actionID, const QStringList& paths, const QString& target) {
     QUrlQuery query;
@@ -36,6 +44,44 @@ class CommandLineTest : public QObject {
 private slots:
     void init() { m_environment = std::make_unique<TestEnvironment>(); }
     void cleanup() { m_environment.reset(); }
+
+    void aFloodOfSilentConnectionsNeverStopsTheHost() {
+        // Few descriptors, so that serving every silent connection would run out of them (which made Qt
+        // close the listener for good).
+        rlimit saved{};
+        QCOMPARE(::getrlimit(RLIMIT_NOFILE, &saved), 0);
+        rlimit low = saved;
+        low.rlim_cur = 256;
+        QCOMPARE(::setrlimit(RLIMIT_NOFILE, &low), 0);
+        SingleInstance host;
+        QVERIFY(host.listen());
+        QSignalSpy messages(&host, &SingleInstance::messageReceived);
+        QList<int> flood;
+        for (int index = 0; index < 200; ++index) {
+            // Non-blocking: with the backlog full, a blocking connect would wait for this very thread.
+            const int socket = ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0);
+            sockaddr_un address{};
+            address.sun_family = AF_UNIX;
+            std::strncpy(address.sun_path, QFile::encodeName(SingleInstance::socketPath()).constData(),
+                         sizeof address.sun_path - 1);
+            while (::connect(socket, reinterpret_cast<sockaddr*>(&address), sizeof address) != 0) {
+                QCOMPARE(errno, EAGAIN);
+                QTest::qWait(5); // the host accepts meanwhile
+            }
+            flood.append(socket);
+        }
+        QTest::qWait(200);
+        std::atomic<bool> sent = false;
+        std::thread sender(
+            [&] { sent = SingleInstance::sendToRunningInstance({QStringLiteral("show")}, 8000); });
+        QTest::qWaitFor([&] { return messages.size() == 1; }, 10000);
+        sender.join();
+        QVERIFY(sent);
+        QCOMPARE(messages.size(), 1);
+        for (const int socket : flood)
+            ::close(socket);
+        QCOMPARE(::setrlimit(RLIMIT_NOFILE, &saved), 0);
+    }
 
     void performRunsOneRequestAndExits() {
         const QString folder = m_environment->makeFolder(QStringLiteral("it's a \"folder\" 文件夹"));
