@@ -87,26 +87,59 @@ QString DiagnosticLog::optionalText(const std::optional<QString>& value) {
     return value ? *value : QStringLiteral("none");
 }
 
-void DiagnosticLog::append(const QString& message) {
-    const QByteArray line = formatLine(message, QDateTime::currentDateTimeUtc());
-    const QByteArray path = KestroPaths::diagnosticLogPath().toLocal8Bit();
-    // The temporary root is shared with other accounts. Never follow a link planted there, never wait on a
-    // pipe or device put in the log's place (O_NONBLOCK: opening never waits), keep the file private, and
-    // write only to a plain file of ours that has no second name. Read access is for trimming.
+namespace {
+
+// The log at path when it is a plain file of ours with no second name, open for appending, else -1. The
+// temporary root is shared with other accounts: never follow a link planted there, never wait on a pipe or
+// device put in the log's place (O_NONBLOCK: opening never waits), and keep the file private. Read access
+// is for trimming.
+int openOwnLog(const QByteArray& path) {
     const int descriptor =
         ::open(path.constData(), O_RDWR | O_APPEND | O_CREAT | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC, 0600);
     if (descriptor < 0)
-        return;
+        return -1;
     struct stat status {};
     if (::fstat(descriptor, &status) == 0 && S_ISREG(status.st_mode) && status.st_uid == ::getuid() &&
-        status.st_nlink == 1) {
-        // Several Kestro processes may log at once: the lock keeps trimming and writing apart. One write
-        // per line, so lines never interleave.
-        ::flock(descriptor, LOCK_EX);
-        if (::fstat(descriptor, &status) == 0 && status.st_size > sizeLimit)
-            dropOlderHalf(descriptor, status.st_size);
-        [[maybe_unused]] const ssize_t written = ::write(descriptor, line.constData(), size_t(line.size()));
-        ::flock(descriptor, LOCK_UN);
+        status.st_nlink == 1)
+        return descriptor;
+    ::close(descriptor);
+    return -1;
+}
+
+// Another account can take the shared name first; logging must not stop for that (refusals would go
+// unrecorded), so the log moves to the user's own state folder, and standard error says so once.
+int openFallbackLog(const QString& sharedPath) {
+    const QString path = KestroPaths::privateLogPath();
+    const QString folder = QFileInfo(path).path();
+    if (!QFileInfo(folder).isDir() && ::mkdir(QFile::encodeName(folder).constData(), 0700) != 0) {
+        QDir().mkpath(QFileInfo(folder).path());
+        ::mkdir(QFile::encodeName(folder).constData(), 0700);
     }
+    static std::once_flag told;
+    std::call_once(told, [&] {
+        std::fprintf(stderr, "kestro: %s is not a plain file of this user's; logging to %s instead\n",
+                     QFile::encodeName(sharedPath).constData(), QFile::encodeName(path).constData());
+    });
+    return openOwnLog(QFile::encodeName(path));
+}
+
+} // namespace
+
+void DiagnosticLog::append(const QString& message) {
+    const QByteArray line = formatLine(message, QDateTime::currentDateTimeUtc());
+    const QString sharedPath = KestroPaths::diagnosticLogPath();
+    int descriptor = openOwnLog(QFile::encodeName(sharedPath));
+    if (descriptor < 0)
+        descriptor = openFallbackLog(sharedPath);
+    if (descriptor < 0)
+        return;
+    // Several Kestro processes may log at once: the lock keeps trimming and writing apart. One write per
+    // line, so lines never interleave.
+    ::flock(descriptor, LOCK_EX);
+    struct stat status {};
+    if (::fstat(descriptor, &status) == 0 && status.st_size > sizeLimit)
+        dropOlderHalf(descriptor, status.st_size);
+    [[maybe_unused]] const ssize_t written = ::write(descriptor, line.constData(), size_t(line.size()));
+    ::flock(descriptor, LOCK_UN);
     ::close(descriptor);
 }

@@ -64,6 +64,11 @@ QString KestroPaths::diagnosticLogPath() {
     return temporaryRoot() + QStringLiteral("/kestro-app-action.log");
 }
 
+QString KestroPaths::privateLogPath() {
+    return xdgDirectory("XDG_STATE_HOME", QStringLiteral(".local/state")) +
+           QStringLiteral("/kestro/kestro-app-action.log");
+}
+
 QString KestroPaths::userTemporaryDirectory() {
     return QDir::tempPath();
 }

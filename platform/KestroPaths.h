@@ -19,6 +19,8 @@ public:
     static QString temporaryRoot();
     static QString sharedQueueDirectory();
     static QString diagnosticLogPath();
+    // Where the log goes when the shared one is taken: under XDG_STATE_HOME (~/.local/state).
+    static QString privateLogPath();
     // The user's own temporary folder for staging work (TMPDIR, else /tmp).
     static QString userTemporaryDirectory();
     // A per-user folder for the single-instance socket and its lock.
