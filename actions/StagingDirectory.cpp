@@ -66,17 +66,19 @@ StagingDirectory::StagingDirectory(const QString& prefix, const QString& parent)
         fail(m_path, errno);
     // Like mkdtemp: a fresh folder only its owner can enter; an existing one is never taken over. What is
     // opened is checked to be what was made: ours, private, and no link.
+    if (::mkdirat(m_parent, m_name.constData(), 0700) != 0) {
+        const int error = errno;
+        ::close(m_parent);
+        fail(m_path, error);
+    }
+    m_descriptor = ::openat(m_parent, m_name.constData(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC);
     struct stat status {};
-    if (::mkdirat(m_parent, m_name.constData(), 0700) != 0 ||
-        (m_descriptor =
-             ::openat(m_parent, m_name.constData(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC)) < 0 ||
-        ::fstat(m_descriptor, &status) != 0 || status.st_uid != ::geteuid() ||
+    if (m_descriptor < 0 || ::fstat(m_descriptor, &status) != 0 || status.st_uid != ::geteuid() ||
         (status.st_mode & 07777) != 0700) {
-        const int error = errno ? errno : EEXIST;
         if (m_descriptor >= 0)
             ::close(m_descriptor);
         ::close(m_parent);
-        fail(m_path, error);
+        fail(m_path, EPERM);
     }
     m_device = status.st_dev;
     m_inode = status.st_ino;

@@ -35,6 +35,26 @@ std::string dataHome() {
     return isAbsolute(value) ? std::string(value) : homeDirectory() + "/.local/share";
 }
 
+std::string stateHome() {
+    const char* value = std::getenv("XDG_STATE_HOME");
+    return isAbsolute(value) ? std::string(value) : homeDirectory() + "/.local/state";
+}
+
+// The log at path, open for appending, when it is a plain file of ours with no second name; else -1. No
+// links followed, never waiting on a pipe put in the log's place, private.
+int openOwnLog(const std::string& path) {
+    const int file =
+        ::open(path.c_str(), O_WRONLY | O_APPEND | O_CREAT | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC, 0600);
+    if (file < 0)
+        return -1;
+    struct stat status {};
+    if (::fstat(file, &status) == 0 && status.st_uid == ::getuid() && S_ISREG(status.st_mode) &&
+        status.st_nlink == 1)
+        return file;
+    ::close(file);
+    return -1;
+}
+
 std::string temporaryRoot() {
     const char* value = std::getenv("KESTRO_TMPDIR");
     return value && *value ? std::string(value) : std::string("/tmp");
@@ -357,16 +377,20 @@ void log(const std::string& message) {
     char stamp[64];
     std::strftime(stamp, sizeof stamp, "[%Y-%m-%d %H:%M:%S +0000] ", &utc);
     line = stamp + line + "\n";
-    // The temporary root is shared with other accounts: no links followed, never waiting on a pipe put in
-    // the log's place, private, a plain file of ours with no second name.
-    const int file = ::open(diagnosticLogPath().c_str(),
-                            O_WRONLY | O_APPEND | O_CREAT | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC, 0600);
+    // The temporary root is shared with other accounts: when another has taken the log's name, the line
+    // goes to the user's own log in the state folder, as the host's do.
+    int file = openOwnLog(diagnosticLogPath());
+    if (file < 0) {
+        const std::string folder = stateHome() + "/kestro";
+        for (size_t slash = folder.find('/', 1); slash != std::string::npos;
+             slash = folder.find('/', slash + 1))
+            ::mkdir(folder.substr(0, slash).c_str(), 0700);
+        ::mkdir(folder.c_str(), 0700);
+        file = openOwnLog(folder + "/kestro-app-action.log");
+    }
     if (file < 0)
         return;
-    struct stat status {};
-    if (::fstat(file, &status) == 0 && status.st_uid == ::getuid() && S_ISREG(status.st_mode) &&
-        status.st_nlink == 1)
-        writeAll(file, line);
+    writeAll(file, line);
     ::close(file);
 }
 

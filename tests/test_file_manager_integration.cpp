@@ -472,6 +472,12 @@ private slots:
         QVERIFY(QFile::link(elsewhere, KestroPaths::extensionQueueDirectory()));
         QCOMPARE(runHandoff({QStringLiteral("copyFileName"), QStringLiteral("--"), file}).exitCode, 1);
         QVERIFY(QDir(elsewhere).isEmpty());
+        // With the shared log's name taken by a link, the refusal still lands in the user's own log.
+        const QString sharedLog = KestroPaths::diagnosticLogPath();
+        QVERIFY(QFile::remove(sharedLog) && QFile::link(file, sharedLog));
+        QCOMPARE(runHandoff({QStringLiteral("removeEverything"), QStringLiteral("--"), file}).exitCode, 1);
+        QVERIFY(readAll(KestroPaths::privateLogPath()).contains("no menu item removeEverything"));
+        QVERIFY(readAll(file).isEmpty());
     }
 
     void handoffTellsTheRunningHost() {
