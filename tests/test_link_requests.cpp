@@ -291,7 +291,7 @@ private slots:
         // While the user looks at one question, a page opening links in a loop gets no second dialog.
         const QString file = m_environment->writeFile(home() + QStringLiteral("/a.txt"), "a");
         bool nestedResult = true;
-        FakePlatform::prompts().onConsent = [&] {
+        FakePlatform::prompts().whileDialogOpen = [&] {
             nestedResult = openLink(kestroActionURL(QStringLiteral("copyMD5"), {file}));
         };
         QVERIFY(!openLink(kestroActionURL(QStringLiteral("copySHA256"), {file})));
@@ -299,6 +299,16 @@ private slots:
         QCOMPARE(FakePlatform::prompts().consentRequests.size(), 1);
         QVERIFY(m_environment->logText().contains(
             QStringLiteral("action=copyMD5 reason=another request is waiting for an answer")));
+
+        // The feature-request dialog counts too, in both directions.
+        FakePlatform::prompts().whileDialogOpen = [&] {
+            nestedResult = openLink(QStringLiteral("kestro://feature-request")) ||
+                           openLink(kestroActionURL(QStringLiteral("copyMD5"), {file}));
+        };
+        QVERIFY(openLink(QStringLiteral("kestro://feature-request")));
+        QVERIFY(!nestedResult);
+        QCOMPARE(FakePlatform::prompts().asked.count(QStringLiteral("feature-request")), 1);
+        QCOMPARE(FakePlatform::prompts().consentRequests.size(), 1);
     }
 
     void everyRoadRefusesPathsThatAreNotAbsolute() {

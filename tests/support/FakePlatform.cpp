@@ -74,13 +74,15 @@ std::optional<QString> FakePrompts::chooseShortcutName(const QString& title, con
 bool FakePrompts::confirmRequestFromAnotherProgram(const ConsentRequest& request) {
     asked << QStringLiteral("consent");
     consentRequests.append(request);
-    if (onConsent)
-        onConsent();
+    if (whileDialogOpen)
+        whileDialogOpen();
     return consentAnswers.isEmpty() ? false : consentAnswers.takeFirst();
 }
 
 std::optional<QString> FakePrompts::requestFeatureText() {
     asked << QStringLiteral("feature-request");
+    if (whileDialogOpen)
+        whileDialogOpen();
     return takeFirst(featureRequestAnswers);
 }
 

@@ -60,7 +60,7 @@ public:
     QList<std::optional<QString>> shortcutNameAnswers;
     QList<bool> consentAnswers;            // an empty queue refuses
     QList<ConsentRequest> consentRequests; // every consent asked for, as asked
-    std::function<void()> onConsent;       // runs while the consent question is open
+    std::function<void()> whileDialogOpen; // runs while the consent or feature-request dialog is open
     QStringList asked;                     // titles, labels and button prompts, in order
     QList<OpenPanelRequest> panels;        // every open panel shown, as asked
     QList<QStringList> shortcutNameLists;  // the names every shortcut picker offered
