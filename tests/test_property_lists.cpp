@@ -202,7 +202,13 @@ private slots:
         // Root reads any file, so the check runs as an unprivileged account: this test, in a process of its
         // own.
         if (::geteuid() == 0) {
+            // A runtime folder of its own, or Qt would make /tmp/runtime-nobody and leave it there.
+            QTemporaryDir runtime;
+            QCOMPARE(::chown(QFile::encodeName(runtime.path()).constData(), 65534, 65534), 0);
+            QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+            environment.insert(QStringLiteral("XDG_RUNTIME_DIR"), runtime.path());
             QProcess child;
+            child.setProcessEnvironment(environment);
             child.setProcessChannelMode(QProcess::MergedChannels);
             child.start(QStringLiteral("setpriv"),
                         {QStringLiteral("--reuid=nobody"), QStringLiteral("--regid=nogroup"),

@@ -1,5 +1,6 @@
 #include "support/KestroProcess.h"
 
+#include <QDir>
 #include <QElapsedTimer>
 #include <QFile>
 #include <QStandardPaths>
@@ -89,6 +90,10 @@ std::optional<KestroProcess> KestroProcess::runUnprivileged(const QStringList& a
         *skipReason = QStringLiteral("running as root and setpriv is missing: permissions cannot be tested");
         return std::nullopt;
     }
+    // A runtime folder of nobody's own inside the tree, or Qt would make /tmp/runtime-nobody and leave it.
+    const QString runtime = tree + QStringLiteral("/.runtime-nobody");
+    QDir().mkpath(runtime);
+    QFile::setPermissions(runtime, QFileDevice::ReadOwner | QFileDevice::WriteOwner | QFileDevice::ExeOwner);
     QProcess chown;
     chown.start(QStringLiteral("chown"), {QStringLiteral("-R"), QStringLiteral("nobody:nogroup"), tree});
     if (!chown.waitForFinished() || chown.exitCode() != 0 ||
@@ -98,7 +103,9 @@ std::optional<KestroProcess> KestroProcess::runUnprivileged(const QStringList& a
         return std::nullopt;
     }
     QProcess process;
-    process.setProcessEnvironment(environment());
+    QProcessEnvironment unprivileged = environment();
+    unprivileged.insert(QStringLiteral("XDG_RUNTIME_DIR"), runtime);
+    process.setProcessEnvironment(unprivileged);
     process.start(setpriv, QStringList{QStringLiteral("--reuid=nobody"), QStringLiteral("--regid=nogroup"),
                                        QStringLiteral("--clear-groups"), QStringLiteral("--"), binary()} +
                                arguments);

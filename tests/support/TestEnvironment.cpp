@@ -7,6 +7,7 @@
 #include <QFile>
 #include <QFileInfo>
 #include <QProcess>
+#include <QSettings>
 
 #include <unistd.h>
 
@@ -38,6 +39,10 @@ TestEnvironment::TestEnvironment() {
     qputenv("XDG_RUNTIME_DIR", (base + QStringLiteral("/runtime")).toUtf8());
     qputenv("TMPDIR", (base + QStringLiteral("/tmp")).toUtf8());
     qputenv("KESTRO_TMPDIR", (base + QStringLiteral("/kestro-tmp")).toUtf8());
+    // Qt keeps the settings folder it found first for the whole process: Qt's own dialogs would write
+    // into the first test's home long after it was removed, and leave it behind.
+    for (const QSettings::Format format : {QSettings::NativeFormat, QSettings::IniFormat})
+        QSettings::setPath(format, QSettings::UserScope, base + QStringLiteral("/home/.config"));
     FakePlatform::install();
 }
 
