@@ -290,20 +290,35 @@ private slots:
                  folder + QStringLiteral("/IMG 1 stripped 2.jpg"));
     }
 
-    void strippingAnUnreadableImageFailsUnderTheActionsName() {
+    void strippingFailsNamingTheFileAndTheCause_data() {
+        QTest::addColumn<QString>("name");
+        QTest::addColumn<QByteArray>("bytes");
+        QTest::addColumn<QString>("cause");
+        QTest::newRow("damaged") << QStringLiteral("broken.jpg") << QByteArray("\xff\xd8\xff garbage")
+                                 << QStringLiteral("无法读取图片“%1/broken.jpg”");
+        // A 1 × 1 GIF: Qt reads GIF but cannot write it.
+        QTest::newRow("gif") << QStringLiteral("dot.gif")
+                             << QByteArray(
+                                    "GIF89a\x01\0\x01\0\x80\0\0\xff\xff\xff\0\0\0!\xf9\x04\x01\0\0\0\0,"
+                                    "\0\0\0\0\x01\0\x01\0\0\x02\x02D\x01\0;",
+                                    43)
+                             << QStringLiteral("这个系统无法写入 GIF 格式的图片：%1/dot stripped.gif");
+    }
+    void strippingFailsNamingTheFileAndTheCause() {
+        QFETCH(QString, name);
+        QFETCH(QByteArray, bytes);
+        QFETCH(QString, cause);
         const QString folder = m_env->makeFolder(QStringLiteral("pics"));
-        const QString broken =
-            m_env->writeFile(folder + QStringLiteral("/broken.jpg"), "\xff\xd8\xff garbage");
+        const QString input = m_env->writeFile(folder + QLatin1Char('/') + name, bytes);
         try {
-            ImageActions::stripImageMetadata({broken});
-            QFAIL("an unreadable image must fail");
+            ImageActions::stripImageMetadata({input});
+            QFAIL("must fail");
         } catch (const FinderActionExecutionError& error) {
-            QCOMPARE(error.errorCase(), FinderActionExecutionError::Case::unsupportedAction);
-            QCOMPARE(error.payload(), QStringLiteral("stripImageMetadata"));
+            QCOMPARE(error.errorCase(), FinderActionExecutionError::Case::commandFailed);
+            QVERIFY2(error.errorDescription().contains(cause.arg(folder)),
+                     qPrintable(error.errorDescription()));
         }
-        QVERIFY(m_env->logText().contains(QStringLiteral("broken.jpg")));
-        QCOMPARE(QDir(folder).entryList(QDir::Files | QDir::Hidden),
-                 QStringList{QStringLiteral("broken.jpg")});
+        QCOMPARE(QDir(folder).entryList(QDir::Files | QDir::Hidden), QStringList{name});
     }
 
     void resultsAreRevealedWhenThePreferenceSaysSo() {
