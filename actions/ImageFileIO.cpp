@@ -2,6 +2,7 @@
 
 #include "actions/AtomicFileWriter.h"
 #include "actions/ImageMetadata.h"
+#include "actions/ImageResolution.h"
 #include "platform/FinderActionExecutionError.h"
 
 #include <QBuffer>
@@ -79,15 +80,20 @@ QImage ImageFileIO::load(const QString& path, QSize size) {
     const QSize stored = reader.size();
     if (stored.isValid())
         checkSize(path, stored);
-    if (size.isValid()) {
-        // The wanted size is as shown; the decoder scales the image as stored, before turning it.
-        const bool turned = reader.transformation() & QImageIOHandler::TransformationRotate90;
+    const bool turned = reader.transformation() & QImageIOHandler::TransformationRotate90;
+    // The wanted size is as shown; the decoder scales the image as stored, before turning it.
+    if (size.isValid())
         reader.setScaledSize(turned ? size.transposed() : size);
-    }
     QImage image = reader.read();
     if (image.isNull())
         throw FinderActionExecutionError::commandFailed(
             tr("无法读取图片“%1”：%2").arg(path, reader.errorString()));
+    // Qt turns the pixels but not the resolution, which differs across and down in some scans.
+    if (turned) {
+        const int across = image.dotsPerMeterX();
+        image.setDotsPerMeterX(image.dotsPerMeterY());
+        image.setDotsPerMeterY(across);
+    }
     if (size.isValid() && image.size() != size)
         image = image.scaled(size, Qt::IgnoreAspectRatio, Qt::SmoothTransformation);
     return image;
@@ -152,4 +158,12 @@ QImage ImageFileIO::flattenedOnWhite(const QImage& image) {
     painter.drawImage(0, 0, image);
     painter.end();
     return flat;
+}
+
+QSizeF ImageFileIO::printedSize(const QString& path, const QImage& image) {
+    if (!ImageResolution::isRecorded(path) || image.dotsPerMeterX() <= 0 || image.dotsPerMeterY() <= 0)
+        return QSizeF(image.size());
+    constexpr double pointsPerMetre = 72 / 0.0254;
+    return QSizeF(image.width() * pointsPerMetre / image.dotsPerMeterX(),
+                  image.height() * pointsPerMetre / image.dotsPerMeterY());
 }

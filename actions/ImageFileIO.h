@@ -3,6 +3,7 @@
 #include <QByteArray>
 #include <QImage>
 #include <QSize>
+#include <QSizeF>
 #include <QString>
 
 class ImageMetadata;
@@ -36,4 +37,7 @@ public:
     // JPEG has no transparency: transparent areas are laid on white instead of turning black.
     static QImage flattenedOnWhite(const QImage& image);
     static bool canWrite(const QByteArray& format);
+    // The size in points at which image, read from path, is printed: at the resolution the file records,
+    // or a pixel to a point (72 dpi) when it records none.
+    static QSizeF printedSize(const QString& path, const QImage& image);
 };
