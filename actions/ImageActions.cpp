@@ -167,6 +167,10 @@ std::pair<QString, QByteArray> ImageActions::imageOutputExtension(const QString&
         return {QStringLiteral("tiff"), "tiff"};
     if (extension == QLatin1String("gif"))
         return {QStringLiteral("gif"), "gif"};
+    // Photos from phones, which nothing here writes: JPEG is what they are shared as.
+    if (extension == QLatin1String("heic") || extension == QLatin1String("heif") ||
+        extension == QLatin1String("avif"))
+        return {QStringLiteral("jpg"), "jpeg"};
     return {QStringLiteral("png"), "png"};
 }
 

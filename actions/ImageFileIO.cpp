@@ -1,6 +1,7 @@
 #include "actions/ImageFileIO.h"
 
 #include "actions/AtomicFileWriter.h"
+#include "actions/HeifImage.h"
 #include "actions/ImageMetadata.h"
 #include "actions/ImageResolution.h"
 #include "platform/FinderActionExecutionError.h"
@@ -72,6 +73,12 @@ QImage ImageFileIO::load(const QString& path, QSize size) {
     struct stat status {};
     if (::stat(QFile::encodeName(path).constData(), &status) == 0 && !S_ISREG(status.st_mode))
         throw FinderActionExecutionError::commandFailed(tr("“%1”不是普通文件，不是图片。").arg(path));
+    if (HeifImage::isHeif(path)) {
+        const QImage image = HeifImage::read(path);
+        return size.isValid() && image.size() != size
+                   ? image.scaled(size, Qt::IgnoreAspectRatio, Qt::SmoothTransformation)
+                   : image;
+    }
     raiseDecodingLimit();
     QImageReader reader(path);
     reader.setAutoTransform(true);
@@ -100,13 +107,15 @@ QImage ImageFileIO::load(const QString& path, QSize size) {
 }
 
 QByteArray ImageFileIO::detectedFormat(const QString& path) {
+    if (const QByteArray heif = HeifImage::formatOf(path); !heif.isEmpty())
+        return heif;
     QImageReader reader(path);
     reader.setDecideFormatFromContent(true);
     return reader.format();
 }
 
 bool ImageFileIO::canWrite(const QByteArray& format) {
-    return QImageWriter::supportedImageFormats().contains(format);
+    return QImageWriter::supportedImageFormats().contains(format) || HeifImage::canWrite(format);
 }
 
 void ImageFileIO::save(const QImage& image, const QString& path, const QByteArray& format, int quality,
@@ -115,17 +124,21 @@ void ImageFileIO::save(const QImage& image, const QString& path, const QByteArra
         throw FinderActionExecutionError::commandFailed(
             tr("这个系统无法写入 %1 格式的图片：%2").arg(QString::fromLatin1(format).toUpper(), path));
     QByteArray bytes;
-    QBuffer buffer(&bytes);
-    buffer.open(QIODevice::WriteOnly);
-    QImageWriter writer(&buffer, format);
-    if (quality >= 0)
-        writer.setQuality(quality);
-    if (!writer.write(withoutMetadataProfiles(image)))
-        throw FinderActionExecutionError::commandFailed(
-            tr("无法写入“%1”：%2").arg(path, writer.errorString()));
-    buffer.close();
-    if (metadata)
-        bytes = metadata->carriedInto(bytes, image);
+    if (HeifImage::canWrite(format)) {
+        bytes = HeifImage::write(image, format, quality, path, metadata);
+    } else {
+        QBuffer buffer(&bytes);
+        buffer.open(QIODevice::WriteOnly);
+        QImageWriter writer(&buffer, format);
+        if (quality >= 0)
+            writer.setQuality(quality);
+        if (!writer.write(withoutMetadataProfiles(image)))
+            throw FinderActionExecutionError::commandFailed(
+                tr("无法写入“%1”：%2").arg(path, writer.errorString()));
+        buffer.close();
+        if (metadata)
+            bytes = metadata->carriedInto(bytes, image);
+    }
     if (target == Target::newFile)
         AtomicFileWriter::writeNewFile(path, bytes);
     else
@@ -166,4 +179,18 @@ QSizeF ImageFileIO::printedSize(const QString& path, const QImage& image) {
     constexpr double pointsPerMetre = 72 / 0.0254;
     return QSizeF(image.width() * pointsPerMetre / image.dotsPerMeterX(),
                   image.height() * pointsPerMetre / image.dotsPerMeterY());
+}
+
+QStringList ImageFileIO::readableSuffixes() {
+    // The picture formats people keep photos and scans in; icons, cursors and the like are not offered.
+    static const std::pair<const char*, QByteArray> candidates[] = {
+        {".png", "png"},   {".jpg", "jpeg"},  {".jpeg", "jpeg"}, {".gif", "gif"},
+        {".bmp", "bmp"},   {".tif", "tiff"},  {".tiff", "tiff"}, {".webp", "webp"},
+        {".heic", "heif"}, {".heif", "heif"}, {".avif", "avif"}};
+    const QList<QByteArray> qtReads = QImageReader::supportedImageFormats();
+    QStringList suffixes;
+    for (const auto& [suffix, format] : candidates)
+        if (qtReads.contains(format) || HeifImage::canRead(format))
+            suffixes.append(QLatin1String(suffix));
+    return suffixes;
 }
