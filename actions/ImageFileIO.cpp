@@ -24,6 +24,9 @@ QString tr(const char* text) {
     return QCoreApplication::translate("ImageFileIO", text);
 }
 
+constexpr double pointsPerMetre = 72 / 0.0254;
+constexpr int dotsPerMetreAt72 = 2835;
+
 // Qt refuses to decode more than 256 MB by default (about 33 megapixels at four bytes each); the limit
 // here is what largestPixelCount needs at up to eight bytes a pixel (16-bit colour with alpha).
 void raiseDecodingLimit() {
@@ -51,6 +54,14 @@ QImage withoutMetadataProfiles(const QImage& image) {
             view.setText(key, image.text(key));
     return view;
 }
+// Qt fills in 96 dpi where a file records no resolution. Such an image prints at 72 dpi, a pixel a point,
+// and what is written from it says so (Qt's writers always record one).
+void setDefaultResolution(QImage& image, const QString& path) {
+    if (ImageResolution::isRecorded(path))
+        return;
+    image.setDotsPerMeterX(dotsPerMetreAt72);
+    image.setDotsPerMeterY(dotsPerMetreAt72);
+}
 } // namespace
 
 void ImageFileIO::checkSize(const QString& path, QSize size) {
@@ -74,7 +85,8 @@ QImage ImageFileIO::load(const QString& path, QSize size) {
     if (::stat(QFile::encodeName(path).constData(), &status) == 0 && !S_ISREG(status.st_mode))
         throw FinderActionExecutionError::commandFailed(tr("“%1”不是普通文件，不是图片。").arg(path));
     if (HeifImage::isHeif(path)) {
-        const QImage image = HeifImage::read(path);
+        QImage image = HeifImage::read(path);
+        setDefaultResolution(image, path);
         return size.isValid() && image.size() != size
                    ? image.scaled(size, Qt::IgnoreAspectRatio, Qt::SmoothTransformation)
                    : image;
@@ -95,6 +107,7 @@ QImage ImageFileIO::load(const QString& path, QSize size) {
     if (image.isNull())
         throw FinderActionExecutionError::commandFailed(
             tr("无法读取图片“%1”：%2").arg(path, reader.errorString()));
+    setDefaultResolution(image, path);
     // Qt turns the pixels but not the resolution, which differs across and down in some scans.
     if (turned) {
         const int across = image.dotsPerMeterX();
@@ -173,12 +186,12 @@ QImage ImageFileIO::flattenedOnWhite(const QImage& image) {
     return flat;
 }
 
-QSizeF ImageFileIO::printedSize(const QString& path, const QImage& image) {
-    if (!ImageResolution::isRecorded(path) || image.dotsPerMeterX() <= 0 || image.dotsPerMeterY() <= 0)
+QSizeF ImageFileIO::printedSize(const QImage& image) {
+    // 72 dpi, rounded to whole dots per metre, is a pixel a point.
+    if (image.dotsPerMeterX() == dotsPerMetreAt72 && image.dotsPerMeterY() == dotsPerMetreAt72)
         return QSizeF(image.size());
-    constexpr double pointsPerMetre = 72 / 0.0254;
-    return QSizeF(image.width() * pointsPerMetre / image.dotsPerMeterX(),
-                  image.height() * pointsPerMetre / image.dotsPerMeterY());
+    return QSizeF(image.width() * pointsPerMetre / std::max(1, image.dotsPerMeterX()),
+                  image.height() * pointsPerMetre / std::max(1, image.dotsPerMeterY()));
 }
 
 QStringList ImageFileIO::readableSuffixes() {

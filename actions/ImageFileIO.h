@@ -21,6 +21,7 @@ public:
     static constexpr qint64 largestPixelCount = 256 * 1000 * 1000;
 
     // size: decode straight to that size, as it is shown (JPEG decoders then read only what they need).
+    // An image whose file records no resolution comes with 72 dpi, a pixel a point.
     static QImage load(const QString& path, QSize size = {});
     // The format the image plugins recognise in the file's content ("png", "jpeg", ...), empty when none.
     static QByteArray detectedFormat(const QString& path);
@@ -42,7 +43,7 @@ public:
     // The name endings (".png", ".heic", ...) of the images every image action takes on this system: what
     // Qt's plugins and libheif here read. The file-manager menus offer the image actions for these.
     static QStringList readableSuffixes();
-    // The size in points at which image, read from path, is printed: at the resolution the file records,
-    // or a pixel to a point (72 dpi) when it records none.
-    static QSizeF printedSize(const QString& path, const QImage& image);
+    // The size in points at which a loaded image is printed: at the resolution its file records, or a pixel
+    // to a point (72 dpi) when it records none.
+    static QSizeF printedSize(const QImage& image);
 };

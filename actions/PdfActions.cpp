@@ -221,7 +221,7 @@ QStringList PdfActions::imagesToPDF(const QStringList& selectedURLs) {
             feed.report();
             // Images are read one at a time, so memory stays at one image however many are chosen.
             const QImage image = ImageFileIO::load(input);
-            const QSizeF points = ImageFileIO::printedSize(input, image);
+            const QSizeF points = ImageFileIO::printedSize(image);
             writer.setPageSize(QPageSize(points, QPageSize::Point, QString(), QPageSize::ExactMatch));
             if (!painter.isActive()) {
                 if (!painter.begin(&writer))

@@ -353,6 +353,7 @@ private slots:
             ImageActions::convertImages({photo}, QStringLiteral("tiff"), QStringLiteral("tiff"), {}).first();
         const QImage pixels = read(converted);
         QCOMPARE(pixels.size(), QSize(64, 32));
+        QCOMPARE(pixels.dotsPerMeterX(), 2835); // the photo records no resolution: 72 dpi
         QVERIFY(near(pixels.pixel(8, 8), qRgb(255, 0, 0), 40) &&
                 near(pixels.pixel(56, 24), qRgb(0, 0, 255), 40));
         const QString compressed =
