@@ -27,6 +27,9 @@ public:
         HardLinks();
         ~HardLinks();
         struct Copies;
+
+    private:
+        friend class FileTransfer;
         std::unique_ptr<Copies> m_copies;
     };
 
