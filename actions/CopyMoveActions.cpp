@@ -103,6 +103,7 @@ QStringList transfer(Transfer kind, const QStringList& selectedURLs, const QStri
     if (ActionProgress::isListened() && sources.size() < 100)
         bytes.emplace(feed, sources, kind == Transfer::copy ? QString() : folder);
     const FileTransfer::CopiedBytes copied = bytes ? bytes->callback() : FileTransfer::CopiedBytes();
+    FileTransfer::HardLinks links;
     QStringList results;
     for (const QString& source : sources) {
         // Between items: what is done stays, and an item is only ever whole under its final name.
@@ -111,9 +112,9 @@ QStringList transfer(Transfer kind, const QStringList& selectedURLs, const QStri
         feed.report();
         const QString target = UniqueName::pathForItemName(folder, itemName(source));
         if (kind == Transfer::copy)
-            FileTransfer::copy(source, target, copied);
+            FileTransfer::copy(source, target, copied, &links);
         else
-            FileTransfer::move(source, target, copied);
+            FileTransfer::move(source, target, copied, &links);
         results.append(target);
         ++state.itemsDone;
         if (bytes)
@@ -161,13 +162,14 @@ QStringList CopyMoveActions::moveFilesToChosenDirectory(const QStringList& selec
 
 QStringList CopyMoveActions::copyFilesBesideOriginal(const QStringList& selectedURLs) {
     const QStringList sources = FinderActionExecutor::validatedSourceURLs(selectedURLs);
+    FileTransfer::HardLinks links;
     QStringList results;
     for (const QString& source : sources) {
         const QFileInfo info(source);
         const auto [stem, extension] = UniqueName::splitExtension(info.fileName());
         const QString target =
             UniqueName::path(info.absolutePath(), stem + QStringLiteral(" copy"), extension);
-        FileTransfer::copy(source, target);
+        FileTransfer::copy(source, target, {}, &links);
         results.append(target);
     }
     FinderActionExecutor::revealActionResultsIfWanted(results);

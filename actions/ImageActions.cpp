@@ -5,7 +5,6 @@
 #include "actions/ImageMetadata.h"
 #include "actions/UniqueName.h"
 #include "platform/ActionProgress.h"
-#include "platform/DiagnosticLog.h"
 #include "platform/FinderActionExecutionError.h"
 
 #include <QCoreApplication>
@@ -168,6 +167,10 @@ std::pair<QString, QByteArray> ImageActions::imageOutputExtension(const QString&
         return {QStringLiteral("tiff"), "tiff"};
     if (extension == QLatin1String("gif"))
         return {QStringLiteral("gif"), "gif"};
+    // Photos from phones, which nothing here writes: JPEG is what they are shared as.
+    if (extension == QLatin1String("heic") || extension == QLatin1String("heif") ||
+        extension == QLatin1String("avif"))
+        return {QStringLiteral("jpg"), "jpeg"};
     return {QStringLiteral("png"), "png"};
 }
 
@@ -181,21 +184,14 @@ QStringList ImageActions::stripImageMetadata(const QStringList& selectedURLs) {
         startImage(feed, input);
         const auto [extension, format] =
             imageOutputExtension(UniqueName::splitExtension(QFileInfo(input).fileName()).second);
-        try {
-            // Only the pixels travel to the new file: EXIF, GPS, comments and text chunks stay behind.
-            QImage image = ImageFileIO::pixelsOnly(ImageFileIO::load(input));
-            if (format == "jpeg")
-                image = ImageFileIO::flattenedOnWhite(image);
-            const QString output =
-                UniqueName::path(folderOf(input), stemOf(input) + QStringLiteral(" stripped"), extension);
-            ImageFileIO::save(image, output, format, format == "jpeg" ? defaultJPEGQuality : -1);
-            outputs.append(output);
-        } catch (const KestroError& error) {
-            // The action reports under its own name; the log keeps the reason.
-            DiagnosticLog::append(
-                QStringLiteral("stripImageMetadata failed: %1").arg(error.errorDescription()));
-            throw FinderActionExecutionError::unsupportedAction(QStringLiteral("stripImageMetadata"));
-        }
+        // Only the pixels travel to the new file: EXIF, GPS, comments and text chunks stay behind.
+        QImage image = ImageFileIO::pixelsOnly(ImageFileIO::load(input));
+        if (format == "jpeg")
+            image = ImageFileIO::flattenedOnWhite(image);
+        const QString output =
+            UniqueName::path(folderOf(input), stemOf(input) + QStringLiteral(" stripped"), extension);
+        ImageFileIO::save(image, output, format, format == "jpeg" ? defaultJPEGQuality : -1);
+        outputs.append(output);
         finishImage(feed);
     }
     FinderActionExecutor::revealActionResultsIfWanted(outputs);

@@ -1,5 +1,6 @@
 #include "actions/ImageMetadata.h"
 
+#include "actions/HeifImage.h"
 #include "platform/DiagnosticLog.h"
 
 #include <QBuffer>
@@ -38,6 +39,52 @@ void setIfPresent(Exiv2::XmpData& data, const char* key, const std::string& valu
         item->setValue(value);
 }
 
+// The metadata as it fits the new pixels: upright, at their size, with a preview made from them.
+void fitToImage(Exiv2::ExifData& exif, Exiv2::XmpData& xmp, const QImage& image, bool tiff) {
+    const std::string width = std::to_string(image.width());
+    const std::string height = std::to_string(image.height());
+    setIfPresent(exif, "Exif.Image.Orientation", "1");
+    setIfPresent(exif, "Exif.Photo.PixelXDimension", width);
+    setIfPresent(exif, "Exif.Photo.PixelYDimension", height);
+    setIfPresent(xmp, "Xmp.tiff.Orientation", "1");
+    setIfPresent(xmp, "Xmp.exif.PixelXDimension", width);
+    setIfPresent(xmp, "Xmp.exif.PixelYDimension", height);
+    setIfPresent(xmp, "Xmp.tiff.ImageWidth", width);
+    setIfPresent(xmp, "Xmp.tiff.ImageLength", height);
+    if (tiff) {
+        // In a TIFF the first directory describes the image itself: the encoder's layout stays, and
+        // the old image's layout tags and preview do not come along.
+        for (const char* key :
+             {"Exif.Image.ImageWidth", "Exif.Image.ImageLength", "Exif.Image.BitsPerSample",
+              "Exif.Image.Compression", "Exif.Image.PhotometricInterpretation", "Exif.Image.StripOffsets",
+              "Exif.Image.SamplesPerPixel", "Exif.Image.RowsPerStrip", "Exif.Image.StripByteCounts",
+              "Exif.Image.PlanarConfiguration", "Exif.Image.Predictor", "Exif.Image.ExtraSamples",
+              "Exif.Image.SampleFormat"}) {
+            const auto item = exif.findKey(Exiv2::ExifKey(key));
+            if (item != exif.end())
+                exif.erase(item);
+        }
+        Exiv2::ExifThumb(exif).erase();
+    } else {
+        setIfPresent(exif, "Exif.Image.ImageWidth", width);
+        setIfPresent(exif, "Exif.Image.ImageLength", height);
+        Exiv2::ExifThumb thumbnail(exif);
+        if (thumbnail.copy().size_ > 0) {
+            QByteArray preview;
+            QBuffer buffer(&preview);
+            buffer.open(QIODevice::WriteOnly);
+            QImageWriter writer(&buffer, "jpeg");
+            writer.setQuality(80);
+            if (writer.write(image.scaled(160, 160, Qt::KeepAspectRatio, Qt::SmoothTransformation)
+                                 .convertToFormat(QImage::Format_RGB32)))
+                thumbnail.setJpegThumbnail(reinterpret_cast<const Exiv2::byte*>(preview.constData()),
+                                           long(preview.size()));
+            else
+                thumbnail.erase();
+        }
+    }
+}
+
 } // namespace
 
 struct ImageMetadata::Data {
@@ -59,6 +106,18 @@ ImageMetadata ImageMetadata::read(const QString& path) {
     if (::stat(QFile::encodeName(path).constData(), &status) != 0 || !S_ISREG(status.st_mode))
         return metadata;
     try {
+        if (HeifImage::isHeif(path)) {
+            const HeifImage::Metadata blocks = HeifImage::metadata(path);
+            auto data = std::make_unique<Data>();
+            if (!blocks.exif.isEmpty())
+                Exiv2::ExifParser::decode(data->exif,
+                                          reinterpret_cast<const Exiv2::byte*>(blocks.exif.constData()),
+                                          uint32_t(blocks.exif.size()));
+            if (!blocks.xmp.isEmpty())
+                Exiv2::XmpParser::decode(data->xmp, blocks.xmp.toStdString());
+            metadata.m_data = std::move(data);
+            return metadata;
+        }
         auto image = Exiv2::ImageFactory::open(QFile::encodeName(path).toStdString());
         image->readMetadata();
         metadata.m_data =
@@ -85,48 +144,7 @@ QByteArray ImageMetadata::carriedInto(const QByteArray& encoded, const QImage& i
         target->readMetadata();
         Exiv2::ExifData exif = m_data->exif;
         Exiv2::XmpData xmp = m_data->xmp;
-        const std::string width = std::to_string(image.width());
-        const std::string height = std::to_string(image.height());
-        setIfPresent(exif, "Exif.Image.Orientation", "1");
-        setIfPresent(exif, "Exif.Photo.PixelXDimension", width);
-        setIfPresent(exif, "Exif.Photo.PixelYDimension", height);
-        setIfPresent(xmp, "Xmp.tiff.Orientation", "1");
-        setIfPresent(xmp, "Xmp.exif.PixelXDimension", width);
-        setIfPresent(xmp, "Xmp.exif.PixelYDimension", height);
-        setIfPresent(xmp, "Xmp.tiff.ImageWidth", width);
-        setIfPresent(xmp, "Xmp.tiff.ImageLength", height);
-        if (target->mimeType() == "image/tiff") {
-            // In a TIFF the first directory describes the image itself: the encoder's layout stays, and
-            // the old image's layout tags and preview do not come along.
-            for (const char* key :
-                 {"Exif.Image.ImageWidth", "Exif.Image.ImageLength", "Exif.Image.BitsPerSample",
-                  "Exif.Image.Compression", "Exif.Image.PhotometricInterpretation", "Exif.Image.StripOffsets",
-                  "Exif.Image.SamplesPerPixel", "Exif.Image.RowsPerStrip", "Exif.Image.StripByteCounts",
-                  "Exif.Image.PlanarConfiguration", "Exif.Image.Predictor", "Exif.Image.ExtraSamples",
-                  "Exif.Image.SampleFormat"}) {
-                const auto item = exif.findKey(Exiv2::ExifKey(key));
-                if (item != exif.end())
-                    exif.erase(item);
-            }
-            Exiv2::ExifThumb(exif).erase();
-        } else {
-            setIfPresent(exif, "Exif.Image.ImageWidth", width);
-            setIfPresent(exif, "Exif.Image.ImageLength", height);
-            Exiv2::ExifThumb thumbnail(exif);
-            if (thumbnail.copy().size_ > 0) {
-                QByteArray preview;
-                QBuffer buffer(&preview);
-                buffer.open(QIODevice::WriteOnly);
-                QImageWriter writer(&buffer, "jpeg");
-                writer.setQuality(80);
-                if (writer.write(image.scaled(160, 160, Qt::KeepAspectRatio, Qt::SmoothTransformation)
-                                     .convertToFormat(QImage::Format_RGB32)))
-                    thumbnail.setJpegThumbnail(reinterpret_cast<const Exiv2::byte*>(preview.constData()),
-                                               long(preview.size()));
-                else
-                    thumbnail.erase();
-            }
-        }
+        fitToImage(exif, xmp, image, target->mimeType() == "image/tiff");
         target->setExifData(exif);
         target->setIptcData(m_data->iptc);
         target->setXmpData(xmp);
@@ -143,6 +161,30 @@ QByteArray ImageMetadata::carriedInto(const QByteArray& encoded, const QImage& i
                                   .arg(QString::fromStdString(error.what())));
         return encoded;
     }
+}
+
+ImageMetadata::Blocks ImageMetadata::blocksFor(const QImage& image) const {
+    Blocks blocks;
+    if (isEmpty())
+        return blocks;
+    initialiseExiv2();
+    try {
+        Exiv2::ExifData exif = m_data->exif;
+        Exiv2::XmpData xmp = m_data->xmp;
+        fitToImage(exif, xmp, image, false);
+        if (!exif.empty()) {
+            Exiv2::Blob tiff;
+            Exiv2::ExifParser::encode(tiff, nullptr, 0, Exiv2::bigEndian, exif);
+            blocks.exif = QByteArray(reinterpret_cast<const char*>(tiff.data()), qsizetype(tiff.size()));
+        }
+        std::string packet;
+        if (!xmp.empty() && Exiv2::XmpParser::encode(packet, xmp) == 0)
+            blocks.xmp = QByteArray::fromStdString(packet);
+    } catch (const Exiv2::AnyError& error) {
+        DiagnosticLog::append(QStringLiteral("image metadata not carried into the new image: %1")
+                                  .arg(QString::fromStdString(error.what())));
+    }
+    return blocks;
 }
 
 #pragma GCC diagnostic pop

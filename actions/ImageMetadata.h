@@ -24,6 +24,13 @@ public:
     // encoded (a whole image file of any format) with this metadata in it, for the pixels of image. A
     // format exiv2 cannot write (GIF, BMP) comes back as it was: it has no place for the metadata.
     QByteArray carriedInto(const QByteArray& encoded, const QImage& image) const;
+    // The same for a format that takes metadata as blocks (HEIF): the EXIF as a TIFF structure and the XMP
+    // packet, each empty when there is none.
+    struct Blocks {
+        QByteArray exif;
+        QByteArray xmp;
+    };
+    Blocks blocksFor(const QImage& image) const;
 
 private:
     struct Data;

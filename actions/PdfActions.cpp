@@ -40,19 +40,6 @@ QString stemOf(const QString& path) {
     return UniqueName::splitExtension(QFileInfo(path).fileName()).first;
 }
 
-// Runs a step whose failure the action reports under its own name, keeping the reason in the log. A stop
-// the user asked for is not a failure and passes through as it is.
-template <typename Step> auto reportedAs(const QString& actionName, Step step) {
-    try {
-        return step();
-    } catch (const ActionCancelled&) {
-        throw;
-    } catch (const KestroError& error) {
-        DiagnosticLog::append(QStringLiteral("%1 failed: %2").arg(actionName, error.errorDescription()));
-        throw FinderActionExecutionError::unsupportedAction(actionName);
-    }
-}
-
 void makeFolder(const QString& path) {
     if (::mkdir(QFile::encodeName(path).constData(), 0777) != 0)
         throw PlatformError(QStringLiteral("%1: %2").arg(path, QString::fromLocal8Bit(std::strerror(errno))));
@@ -94,13 +81,11 @@ QStringList PdfActions::compressPDFs(const QStringList& selectedURLs) {
         feed.stopIfCancelled();
         feed.state().currentItem = input;
         feed.report();
-        reportedAs(QStringLiteral("compressPDF"), [&] {
-            const std::shared_ptr<QPDF> document = PdfFile::open(input);
-            const QString output = UniqueName::path(
-                folderOf(input), stemOf(input) + QStringLiteral(" compressed"), QStringLiteral("pdf"));
-            PdfFile::write(*document, output, PdfFile::Layout::compressed, &feed);
-            outputs.append(output);
-        });
+        const std::shared_ptr<QPDF> document = PdfFile::open(input);
+        const QString output = UniqueName::path(
+            folderOf(input), stemOf(input) + QStringLiteral(" compressed"), QStringLiteral("pdf"));
+        PdfFile::write(*document, output, PdfFile::Layout::compressed, &feed);
+        outputs.append(output);
         ++feed.state().itemsDone;
         feed.report();
     }
@@ -136,8 +121,7 @@ QStringList PdfActions::mergePDFs(const QStringList& selectedURLs) {
     // there leaves no Merged.pdf behind.
     feed.state().currentItem = output;
     feed.report();
-    reportedAs(QStringLiteral("mergePDFs"),
-               [&] { PdfFile::write(*merged, output, PdfFile::Layout::plain, &feed); });
+    PdfFile::write(*merged, output, PdfFile::Layout::plain, &feed);
     FinderActionExecutor::revealActionResultsIfWanted({output});
     return {output};
 }
@@ -217,16 +201,16 @@ QStringList PdfActions::imagesToPDF(const QStringList& selectedURLs) {
     feed.state().itemsTotal = selectedURLs.size();
     const QString output =
         UniqueName::path(folderOf(selectedURLs.first()), QStringLiteral("Images"), QStringLiteral("pdf"));
+    const auto writeFailed = [&output](const QString& reason) {
+        return FinderActionExecutionError::commandFailed(tr("无法写入“%1”：%2").arg(output, reason));
+    };
     QSaveFile file(output);
-    if (!file.open(QIODevice::WriteOnly)) {
-        DiagnosticLog::append(QStringLiteral("imagesToPDF failed: %1: %2").arg(output, file.errorString()));
-        throw FinderActionExecutionError::unsupportedAction(QStringLiteral("imagesToPDF"));
-    }
-    int pages = 0;
+    if (!file.open(QIODevice::WriteOnly))
+        throw writeFailed(file.errorString());
     {
         QPdfWriter writer(&file);
         writer.setCreator(QStringLiteral("Kestro"));
-        // One unit per point: each image fills a page of its own size, one pixel to a point.
+        // Drawing in points: each page is the image's printed size, at the resolution the file records.
         writer.setResolution(72);
         writer.setPageMargins(QMarginsF(0, 0, 0, 0));
         QPainter painter;
@@ -237,34 +221,22 @@ QStringList PdfActions::imagesToPDF(const QStringList& selectedURLs) {
             feed.report();
             // Images are read one at a time, so memory stays at one image however many are chosen.
             const QImage image = ImageFileIO::load(input);
-            const QPageSize pageSize(QSizeF(image.size()), QPageSize::Point, QString(),
-                                     QPageSize::ExactMatch);
-            writer.setPageSize(pageSize);
-            if (pages == 0) {
-                if (!painter.begin(&writer)) {
-                    DiagnosticLog::append(
-                        QStringLiteral("imagesToPDF failed: cannot draw into %1").arg(output));
-                    throw FinderActionExecutionError::unsupportedAction(QStringLiteral("imagesToPDF"));
-                }
+            const QSizeF points = ImageFileIO::printedSize(image);
+            writer.setPageSize(QPageSize(points, QPageSize::Point, QString(), QPageSize::ExactMatch));
+            if (!painter.isActive()) {
+                if (!painter.begin(&writer))
+                    throw writeFailed(tr("无法绘制 PDF 页面"));
             } else if (!writer.newPage()) {
-                DiagnosticLog::append(
-                    QStringLiteral("imagesToPDF failed: cannot add a page to %1").arg(output));
-                throw FinderActionExecutionError::unsupportedAction(QStringLiteral("imagesToPDF"));
+                throw writeFailed(tr("无法添加 PDF 页面"));
             }
-            painter.drawImage(QRectF(QPointF(0, 0), QSizeF(image.size())), image);
-            ++pages;
+            painter.drawImage(QRectF(QPointF(0, 0), points), image);
             ++feed.state().itemsDone;
             feed.report();
         }
-        if (painter.isActive())
-            painter.end();
+        painter.end();
     }
-    if (pages == 0)
-        throw FinderActionExecutionError::unsupportedAction(QStringLiteral("imagesToPDF"));
-    if (!file.commit()) {
-        DiagnosticLog::append(QStringLiteral("imagesToPDF failed: %1: %2").arg(output, file.errorString()));
-        throw FinderActionExecutionError::unsupportedAction(QStringLiteral("imagesToPDF"));
-    }
+    if (!file.commit())
+        throw writeFailed(file.errorString());
     FinderActionExecutor::revealActionResultsIfWanted({output});
     return {output};
 }

@@ -93,10 +93,9 @@ std::shared_ptr<QPDF> PdfFile::open(const QString& path, bool keepOpen) {
         throw FinderActionExecutionError::commandFailed(
             tr("无法打开 PDF“%1”：%2").arg(path, QString::fromLocal8Bit(error.what())));
     }
-    // A document that opens without a password may still carry restrictions its owner set; writing it
-    // out again would silently drop them, so encrypted documents are left alone.
-    if (document->isEncrypted())
-        throw FinderActionExecutionError::commandFailed(tr("PDF“%1”已加密，无法处理。").arg(path));
+    // A document with only an owner password opens with the empty user password, as every reader opens
+    // it. Re-saving it keeps its encryption and the owner's restrictions (qpdf preserves them); pages taken
+    // into a new document come decrypted, as qpdf's own page selection makes them.
     return document;
 }
 
@@ -130,6 +129,10 @@ void PdfFile::write(QPDF& document, const QString& path, Layout layout, ActionPr
             writer.setObjectStreamMode(qpdf_o_generate);
             writer.setCompressStreams(true);
             writer.setDecodeLevel(qpdf_dl_generalized);
+            // Decoding streams makes qpdf drop the encryption unless it is asked for again; an owner's
+            // restrictions stay with the document.
+            if (document.isEncrypted())
+                writer.copyEncryptionParameters(document);
         }
         // qpdf tells its progress between objects, where it can be left safely.
         if (feed)

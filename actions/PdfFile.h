@@ -7,8 +7,9 @@ class ActionProgressFeed;
 class QPDF;
 
 // Opening and writing PDF documents with qpdf. Opening refuses what cannot be handled faithfully (missing,
-// damaged beyond repair, encrypted); writing goes through a temporary file that takes the final name only
-// when the whole document is written, so a failure never leaves part of a PDF behind.
+// damaged beyond repair, locked by a password needed to open it); writing goes through a temporary file that
+// takes the final name only when the whole document is written, so a failure never leaves part of a PDF
+// behind.
 class PdfFile {
 public:
     enum class Layout {

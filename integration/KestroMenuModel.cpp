@@ -1,5 +1,6 @@
 #include "integration/KestroMenuModel.h"
 
+#include "actions/ImageFileIO.h"
 #include "catalogue/FeatureSettingsDefaults.h"
 #include "catalogue/FeatureSettingsPersistence.h"
 #include "catalogue/FeatureSettingsStore.h"
@@ -269,10 +270,7 @@ QStringList KestroMenuFileKinds::suffixes(KestroMenuFileKind kind) {
     case KestroMenuFileKind::any:
         return {};
     case KestroMenuFileKind::image:
-        return {QStringLiteral(".png"),  QStringLiteral(".jpg"),  QStringLiteral(".jpeg"),
-                QStringLiteral(".gif"),  QStringLiteral(".bmp"),  QStringLiteral(".tif"),
-                QStringLiteral(".tiff"), QStringLiteral(".webp"), QStringLiteral(".heic"),
-                QStringLiteral(".heif")};
+        return ImageFileIO::readableSuffixes();
     case KestroMenuFileKind::pdf:
         return {QStringLiteral(".pdf")};
     case KestroMenuFileKind::archive:

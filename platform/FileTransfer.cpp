@@ -1,7 +1,9 @@
 #include "platform/FileTransfer.h"
 
 #include "platform/ActionProgress.h"
+#include "platform/DiagnosticLog.h"
 #include "platform/ExclusiveRename.h"
+#include "platform/ExtendedAttributes.h"
 #include "platform/KestroError.h"
 
 #include <QCoreApplication>
@@ -14,9 +16,25 @@
 #include <cstring>
 #include <dirent.h>
 #include <fcntl.h>
+#include <map>
 #include <sys/stat.h>
 #include <unistd.h>
 #include <vector>
+
+struct FileTransfer::HardLinks::Copies {
+    // Where a file's first copy is: the item it belongs to (renamed into place once complete, so shared)
+    // and its path within that item.
+    struct Copy {
+        std::shared_ptr<QByteArray> root;
+        QByteArray relative;
+        QByteArray path() const { return relative.isEmpty() ? *root : *root + '/' + relative; }
+    };
+    std::map<std::pair<dev_t, ino_t>, Copy> byInode;
+};
+
+FileTransfer::HardLinks::HardLinks()
+    : m_copies(std::make_unique<Copies>()) {}
+FileTransfer::HardLinks::~HardLinks() = default;
 
 namespace {
 
@@ -52,14 +70,25 @@ QByteArray joined(const QByteArray& folder, const char* name) {
     return path.append(name);
 }
 
-void copyContents(int from, int to, const QByteArray& sourcePath, const FileTransfer::CopiedBytes& copied) {
+// What one item's copy shares on its way down the tree.
+struct CopyContext {
+    const FileTransfer::CopiedBytes& copied;
+    FileTransfer::HardLinks::Copies& links;
+    std::shared_ptr<QByteArray> root; // the item's path while it is built
+    QStringList notKept;              // what the destination could not hold, for the log
+};
+
+// Copies length bytes from the current offsets (to the end of the file when negative).
+void copyRange(int from, int to, qint64 length, const QByteArray& sourcePath, const CopyContext& context) {
     static thread_local std::vector<char> buffer(256 * 1024);
     // A stop asked for during a large file comes in here too: the partial copy is then removed.
     ActionProgress& progress = ActionProgress::current();
-    for (;;) {
+    while (length != 0) {
         if (progress.cancelRequested())
             throw ActionCancelled();
-        const ssize_t got = ::read(from, buffer.data(), buffer.size());
+        const size_t wanted =
+            length < 0 ? buffer.size() : size_t(std::min<qint64>(length, qint64(buffer.size())));
+        const ssize_t got = ::read(from, buffer.data(), wanted);
         if (got == 0)
             return;
         if (got < 0) {
@@ -76,15 +105,58 @@ void copyContents(int from, int to, const QByteArray& sourcePath, const FileTran
             }
             done += written;
         }
-        if (copied)
-            copied(sourcePath, got);
+        if (length > 0)
+            length -= got;
+        if (context.copied)
+            context.copied(sourcePath, got);
     }
 }
 
+// A file with holes (fewer blocks than its size needs) is copied piece by piece of data, the holes left
+// unwritten, so a sparse disk image stays sparse. Where the file system cannot tell where the data is,
+// the whole file is read.
+void copyContents(int from, int to, const struct stat& status, const QByteArray& sourcePath,
+                  const CopyContext& context) {
+    if (qint64(status.st_blocks) * 512 >= qint64(status.st_size)) {
+        copyRange(from, to, -1, sourcePath, context);
+        return;
+    }
+    for (off_t offset = 0;;) {
+        const off_t data = ::lseek(from, offset, SEEK_DATA);
+        if (data < 0) {
+            if (errno == ENXIO) // only a hole from here to the end
+                break;
+            if (errno == EINVAL && offset == 0) {
+                copyRange(from, to, -1, sourcePath, context);
+                return;
+            }
+            fail("无法读取“%1”：%2", sourcePath, errno);
+        }
+        const off_t hole = ::lseek(from, data, SEEK_HOLE);
+        if (hole < 0 || ::lseek(from, data, SEEK_SET) < 0 || ::lseek(to, data, SEEK_SET) < 0)
+            fail("无法读取“%1”：%2", sourcePath, errno);
+        copyRange(from, to, hole - data, sourcePath, context);
+        offset = hole;
+    }
+    const off_t size = ::lseek(from, 0, SEEK_END);
+    if (size < 0 || ::ftruncate(to, size) != 0)
+        fail("无法写入“%1”的副本：%2", sourcePath, errno);
+}
+
+void keepAttributes(int from, int to, const QByteArray& sourcePath, CopyContext& context) {
+    for (const QString& lost : ExtendedAttributes::copy(from, to))
+        context.notKept.append(QFile::decodeName(sourcePath) + QLatin1Char(' ') + lost);
+}
+
+QByteArray childPath(const QByteArray& relative, const char* name) {
+    return relative.isEmpty() ? QByteArray(name) : relative + '/' + name;
+}
+
 // Copies the entry `name` of the folder `sourceFolder` to `targetName` in `targetFolder` (both may be
-// AT_FDCWD with absolute names). sourcePath names the entry in messages.
+// AT_FDCWD with absolute names). sourcePath names the entry in messages; relative is the copy's path
+// within the item.
 void copyEntry(int sourceFolder, const char* name, const QByteArray& sourcePath, int targetFolder,
-               const char* targetName, const FileTransfer::CopiedBytes& copied) {
+               const char* targetName, const QByteArray& relative, CopyContext& context) {
     struct stat status {};
     if (::fstatat(sourceFolder, name, &status, AT_SYMLINK_NOFOLLOW) != 0)
         fail("无法读取“%1”：%2", sourcePath, errno);
@@ -103,19 +175,32 @@ void copyEntry(int sourceFolder, const char* name, const QByteArray& sourcePath,
     }
 
     if (S_ISREG(status.st_mode)) {
+        // Another name of a file copied already becomes another name of its copy.
+        const auto inode = std::pair(status.st_dev, status.st_ino);
+        auto& copies = context.links.byInode;
+        if (const auto first = copies.find(inode); first != copies.end()) {
+            if (::linkat(AT_FDCWD, first->second.path().constData(), targetFolder, targetName, 0) == 0)
+                return;
+            context.notKept.append(
+                QStringLiteral("%1 hard link: %2").arg(QFile::decodeName(sourcePath), systemMessage(errno)));
+        }
         const Descriptor from(::openat(sourceFolder, name, O_RDONLY | O_NOFOLLOW | O_CLOEXEC));
         if (from.fd < 0)
             fail("无法读取“%1”：%2", sourcePath, errno);
         Descriptor to(::openat(targetFolder, targetName, O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600));
         if (to.fd < 0)
             fail("无法复制“%1”：%2", sourcePath, errno);
-        copyContents(from.fd, to.fd, sourcePath, copied);
+        copyContents(from.fd, to.fd, status, sourcePath, context);
+        // While the copy is still its owner's to write: user attributes need that.
+        keepAttributes(from.fd, to.fd, sourcePath, context);
         ::fchmod(to.fd, status.st_mode & 0777);
         ::futimens(to.fd, times);
         const int fd = to.fd;
         to.fd = -1;
         if (::close(fd) != 0)
             fail("无法写入“%1”的副本：%2", sourcePath, errno);
+        if (status.st_nlink > 1)
+            copies.emplace(inode, FileTransfer::HardLinks::Copies::Copy{context.root, relative});
         return;
     }
 
@@ -142,10 +227,13 @@ void copyEntry(int sourceFolder, const char* name, const QByteArray& sourcePath,
             const char* child = entry->d_name;
             if (std::strcmp(child, ".") == 0 || std::strcmp(child, "..") == 0)
                 continue;
-            copyEntry(::dirfd(listing), child, joined(sourcePath, child), to.fd, child, copied);
+            copyEntry(::dirfd(listing), child, joined(sourcePath, child), to.fd, child,
+                      childPath(relative, child), context);
         }
         if (errno != 0)
             fail("无法读取“%1”：%2", sourcePath, errno);
+        // After the children, so that a default ACL does not reach into the copies made inside.
+        keepAttributes(::dirfd(listing), to.fd, sourcePath, context);
     } catch (...) {
         ::closedir(listing);
         throw;
@@ -246,25 +334,45 @@ QString FileTransfer::temporaryPrefix() {
     return QStringLiteral(".kestro-partial-");
 }
 
-void FileTransfer::copy(const QString& source, const QString& target, const CopiedBytes& copied) {
+void FileTransfer::copy(const QString& source, const QString& target, const CopiedBytes& copied,
+                        HardLinks* links) {
     refuseNestedTarget(source, target, "不能把文件夹“%1”复制到它自己里面。");
+    HardLinks itemLinks;
+    HardLinks::Copies& copies = *(links ? links : &itemLinks)->m_copies;
     const QByteArray sourcePath = QFile::encodeName(source);
     const QByteArray targetPath = QFile::encodeName(target);
     const QByteArray partial = QFile::encodeName(parentFolder(target) + QLatin1Char('/') + temporaryPrefix() +
                                                  QUuid::createUuid().toString(QUuid::WithoutBraces));
-    try {
-        copyEntry(AT_FDCWD, sourcePath.constData(), sourcePath, AT_FDCWD, partial.constData(), copied);
-    } catch (...) {
+    CopyContext context{copied, copies, std::make_shared<QByteArray>(partial), {}};
+    // The copies of a failed item are gone: later names of their files are copied afresh.
+    const auto forgetItem = [&] {
+        std::erase_if(copies.byInode, [&](const auto& entry) { return entry.second.root == context.root; });
         removeTree(AT_FDCWD, partial.constData(), true);
+    };
+    try {
+        copyEntry(AT_FDCWD, sourcePath.constData(), sourcePath, AT_FDCWD, partial.constData(), {}, context);
+    } catch (...) {
+        forgetItem();
         throw;
     }
     if (const int error = ExclusiveRename::tryMove(partial, targetPath)) {
-        removeTree(AT_FDCWD, partial.constData(), true);
+        forgetItem();
         fail("无法复制到“%1”：%2", targetPath, error);
+    }
+    *context.root = targetPath;
+    if (!context.notKept.isEmpty()) {
+        // One line for the item, however many files lost what the destination cannot hold.
+        constexpr qsizetype shown = 3;
+        QString line = QStringLiteral("copy to %1 kept not everything: %2")
+                           .arg(target, context.notKept.mid(0, shown).join(QLatin1String("; ")));
+        if (context.notKept.size() > shown)
+            line += QStringLiteral(" (and %1 more)").arg(context.notKept.size() - shown);
+        DiagnosticLog::append(line);
     }
 }
 
-void FileTransfer::move(const QString& source, const QString& target, const CopiedBytes& copied) {
+void FileTransfer::move(const QString& source, const QString& target, const CopiedBytes& copied,
+                        HardLinks* links) {
     refuseNestedTarget(source, target, "不能把文件夹“%1”移动到它自己里面。");
     const QByteArray sourcePath = QFile::encodeName(source);
     const QByteArray targetPath = QFile::encodeName(target);
@@ -274,7 +382,7 @@ void FileTransfer::move(const QString& source, const QString& target, const Copi
     if (error != EXDEV)
         fail("无法移动“%1”：%2", sourcePath, error);
     // Another file system: the source goes only once its copy is complete under the final name.
-    copy(source, target, copied);
+    copy(source, target, copied, links);
     if (const int removeError = removeTree(AT_FDCWD, sourcePath.constData(), false))
         throw PlatformError(
             tr("已复制到“%1”，但无法删除原来的“%2”：%3").arg(target, source, systemMessage(removeError)));

@@ -13,7 +13,11 @@
 #include <QFileInfo>
 #include <QTest>
 
+#include <QTemporaryDir>
+
+#include <fcntl.h>
 #include <sys/stat.h>
+#include <sys/xattr.h>
 #include <unistd.h>
 
 namespace {
@@ -35,6 +39,47 @@ FinderActionExecutionError::Case failureOf(const std::function<void()>& action) 
 QStringList entriesOf(const QString& folder) {
     return QDir(folder).entryList(QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot,
                                   QDir::Name);
+}
+
+QByteArray attribute(const QString& path, const char* name) {
+    char value[256];
+    const ssize_t size = ::lgetxattr(QFile::encodeName(path).constData(), name, value, sizeof value);
+    return size < 0 ? QByteArray("none") : QByteArray(value, size);
+}
+
+bool setAttribute(const QString& path, const char* name, const QByteArray& value) {
+    return ::lsetxattr(QFile::encodeName(path).constData(), name, value.constData(), size_t(value.size()),
+                       0) == 0;
+}
+
+struct stat statusOf(const QString& path) {
+    struct stat status {};
+    ::lstat(QFile::encodeName(path).constData(), &status);
+    return status;
+}
+
+// A POSIX ACL as the kernel stores it: the owner rw, user "nobody" read, group, mask and others read.
+QByteArray aclGivingNobodyRead() {
+    QByteArray acl("\x02\0\0\0", 4);
+    const auto entry = [&acl](quint16 tag, quint16 permissions, quint32 id) {
+        acl.append(reinterpret_cast<const char*>(&tag), 2)
+            .append(reinterpret_cast<const char*>(&permissions), 2);
+        acl.append(reinterpret_cast<const char*>(&id), 4);
+    };
+    entry(0x01, 6, ~0u);
+    entry(0x02, 4, 65534);
+    entry(0x04, 4, ~0u);
+    entry(0x10, 4, ~0u);
+    entry(0x20, 4, ~0u);
+    return acl;
+}
+
+// A file of 8 MiB that holds four bytes at each end and nothing between.
+QString sparseFile(const QString& path) {
+    const int fd = ::open(QFile::encodeName(path).constData(), O_WRONLY | O_CREAT | O_EXCL, 0644);
+    const bool written = ::pwrite(fd, "head", 4, 0) == 4 && ::pwrite(fd, "tail", 4, (8 << 20) - 4) == 4;
+    ::close(fd);
+    return written ? path : QString();
 }
 
 void setRevealResults(bool on) {
@@ -251,6 +296,94 @@ private slots:
         QCOMPARE(entriesOf(second.first()), QStringList{QStringLiteral("b.txt")});
         QCOMPARE(FakePlatform::workspace().openedUrls,
                  (QList<QUrl>{QUrl::fromLocalFile(gathered), QUrl::fromLocalFile(second.first())}));
+    }
+
+    // What `cp -a` and `mv` keep: the user's attributes, ACLs (a folder's default one too), hard links within
+    // an item and between selected items, holes; also when a move has to copy to another file system.
+    void keepsAttributesAclsHardLinksAndHoles_data() {
+        QTest::addColumn<QString>("action");
+        QTest::addColumn<bool>("otherFileSystem");
+        QTest::newRow("copy") << QStringLiteral("copyFilesToFolder") << false;
+        QTest::newRow("copy to tmpfs") << QStringLiteral("copyFilesToFolder") << true;
+        QTest::newRow("move to tmpfs") << QStringLiteral("moveFilesToFolder") << true;
+    }
+    void keepsAttributesAclsHardLinksAndHoles() {
+        QFETCH(QString, action);
+        QFETCH(bool, otherFileSystem);
+        TestEnvironment environment;
+        setRevealResults(false);
+        QTemporaryDir shm(QStringLiteral("/dev/shm/kestro-test-XXXXXX"));
+        const QString destination =
+            otherFileSystem ? shm.path() : environment.makeFolder(QStringLiteral("dst"));
+        if (otherFileSystem &&
+            (!shm.isValid() || statusOf(shm.path()).st_dev == statusOf(environment.root()).st_dev))
+            QSKIP("no second file system at /dev/shm");
+        const QString tree = environment.makeFolder(QStringLiteral("src/Tree"));
+        const QString tagged = environment.writeFile(tree + QStringLiteral("/tagged.txt"), "t");
+        const QString shared = environment.makeFolder(QStringLiteral("src/Tree/shared"));
+        if (!setAttribute(tagged, "user.xdg.tags", "red,work"))
+            QSKIP("this file system keeps no user attributes");
+        QVERIFY(setAttribute(tagged, "system.posix_acl_access", aclGivingNobodyRead()));
+        QVERIFY(setAttribute(shared, "user.xdg.comment", "notes"));
+        QVERIFY(setAttribute(shared, "system.posix_acl_default", aclGivingNobodyRead()));
+        const QString a = environment.writeFile(tree + QStringLiteral("/a"), "linked");
+        QCOMPARE(::link(QFile::encodeName(a).constData(),
+                        QFile::encodeName(shared + QStringLiteral("/b")).constData()),
+                 0);
+        QVERIFY(!sparseFile(tree + QStringLiteral("/disk.img")).isEmpty());
+        const QString one = environment.writeFile(QStringLiteral("src/one.txt"), "one");
+        const QString two = environment.root() + QStringLiteral("/src/two.txt");
+        QCOMPARE(::link(QFile::encodeName(one).constData(), QFile::encodeName(two).constData()), 0);
+
+        perform(action, {tree, one, two}, destination);
+
+        const QString copy = destination + QStringLiteral("/Tree");
+        QCOMPARE(attribute(copy + QStringLiteral("/tagged.txt"), "user.xdg.tags"), QByteArray("red,work"));
+        QCOMPARE(attribute(copy + QStringLiteral("/tagged.txt"), "system.posix_acl_access"),
+                 aclGivingNobodyRead());
+        QCOMPARE(attribute(copy + QStringLiteral("/shared"), "user.xdg.comment"), QByteArray("notes"));
+        QCOMPARE(attribute(copy + QStringLiteral("/shared"), "system.posix_acl_default"),
+                 aclGivingNobodyRead());
+        // b was linked, not created in the folder: it inherits no ACL from the copy's default one either.
+        QCOMPARE(attribute(copy + QStringLiteral("/shared/b"), "system.posix_acl_access"),
+                 QByteArray("none"));
+        QCOMPARE(statusOf(copy + QStringLiteral("/a")).st_ino,
+                 statusOf(copy + QStringLiteral("/shared/b")).st_ino);
+        QCOMPARE(statusOf(destination + QStringLiteral("/one.txt")).st_ino,
+                 statusOf(destination + QStringLiteral("/two.txt")).st_ino);
+        QCOMPARE(statusOf(destination + QStringLiteral("/two.txt")).st_nlink, nlink_t(2));
+        const QByteArray image = readAll(copy + QStringLiteral("/disk.img"));
+        QCOMPARE(image.size(), 8 << 20);
+        QVERIFY(image.startsWith("head") && image.endsWith("tail") && image.count('\0') == (8 << 20) - 8);
+        QVERIFY2(statusOf(copy + QStringLiteral("/disk.img")).st_blocks * 512 < 1 << 20,
+                 "the holes were filled");
+        QCOMPARE(QFileInfo::exists(one), action.startsWith(QLatin1String("copy")));
+        QCOMPARE(QFileInfo::exists(tree), action.startsWith(QLatin1String("copy")));
+        QVERIFY(!environment.logText().contains(QStringLiteral("kept not everything")));
+    }
+
+    // A file system that cannot hold an attribute costs the attribute, logged, not the copy.
+    void whatTheDestinationCannotHoldIsLogged() {
+        TestEnvironment environment;
+        setRevealResults(false);
+        QTemporaryDir shm(QStringLiteral("/dev/shm/kestro-test-XXXXXX"));
+        const QString source = shm.path() + QStringLiteral("/big.txt");
+        QVERIFY(QFile(source).open(QIODevice::WriteOnly));
+        // tmpfs holds a 10 kB attribute; ext4 keeps attributes within one block unless it was made otherwise.
+        if (!setAttribute(source, "user.big", QByteArray(10000, 'x')) ||
+            !setAttribute(source, "user.small", "s"))
+            QSKIP("no user attributes at /dev/shm");
+        const QString destination = environment.makeFolder(QStringLiteral("dst"));
+        if (setAttribute(environment.writeFile(QStringLiteral("probe")), "user.big", QByteArray(10000, 'x')))
+            QSKIP("this file system holds large attributes");
+
+        perform(QStringLiteral("copyFilesToFolder"), {source}, destination);
+
+        QCOMPARE(attribute(destination + QStringLiteral("/big.txt"), "user.small"), QByteArray("s"));
+        QCOMPARE(attribute(destination + QStringLiteral("/big.txt"), "user.big"), QByteArray("none"));
+        QVERIFY2(
+            environment.logText().contains(QStringLiteral("kept not everything: %1 user.big: ").arg(source)),
+            qPrintable(environment.logText()));
     }
 
     void aLargeSelectionCopiesEveryItem() {

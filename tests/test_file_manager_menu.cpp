@@ -207,7 +207,8 @@ private slots:
                                                  {QStringLiteral("a.txt")}))
                      .contains(QStringLiteral("处理图片")));
 
-        const QStringList images = on({QStringLiteral("/x/A.PNG"), QStringLiteral("/x/b.jpeg")});
+        const QStringList images = on({QStringLiteral("/x/A.PNG"), QStringLiteral("/x/b.jpeg"),
+                                       QStringLiteral("/x/IMG_1.HEIC"), QStringLiteral("/x/c.avif")});
         QVERIFY(images.contains(QStringLiteral("resizeImages")));
         QVERIFY(images.contains(QStringLiteral("imagesToPDF")));
         QVERIFY(!images.contains(QStringLiteral("mergePDFs")));

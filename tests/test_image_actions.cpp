@@ -1,9 +1,11 @@
 // Image conversion, resizing, compression and metadata stripping on real pixels.
 #include "actions/FinderActionExecutor.h"
 #include "actions/ImageActions.h"
+#include "actions/PdfActions.h"
 #include "catalogue/AppPreferencesPersistence.h"
 #include "platform/FinderActionExecutionError.h"
 #include "support/FakePlatform.h"
+#include "support/PdfSamples.h"
 #include "support/QuietPreferences.h"
 #include "support/RecordingProgress.h"
 #include "support/TestEnvironment.h"
@@ -14,6 +16,8 @@
 #include <QImage>
 #include <QImageReader>
 #include <QImageWriter>
+#include <QProcess>
+#include <QStandardPaths>
 #include <QtTest>
 
 #include <functional>
@@ -290,20 +294,91 @@ private slots:
                  folder + QStringLiteral("/IMG 1 stripped 2.jpg"));
     }
 
-    void strippingAnUnreadableImageFailsUnderTheActionsName() {
+    void strippingFailsNamingTheFileAndTheCause_data() {
+        QTest::addColumn<QString>("name");
+        QTest::addColumn<QByteArray>("bytes");
+        QTest::addColumn<QString>("cause");
+        QTest::newRow("damaged") << QStringLiteral("broken.jpg") << QByteArray("\xff\xd8\xff garbage")
+                                 << QStringLiteral("无法读取图片“%1/broken.jpg”");
+        // A 1 × 1 GIF: Qt reads GIF but cannot write it.
+        QTest::newRow("gif") << QStringLiteral("dot.gif")
+                             << QByteArray(
+                                    "GIF89a\x01\0\x01\0\x80\0\0\xff\xff\xff\0\0\0!\xf9\x04\x01\0\0\0\0,"
+                                    "\0\0\0\0\x01\0\x01\0\0\x02\x02D\x01\0;",
+                                    43)
+                             << QStringLiteral("这个系统无法写入 GIF 格式的图片：%1/dot stripped.gif");
+    }
+    void strippingFailsNamingTheFileAndTheCause() {
+        QFETCH(QString, name);
+        QFETCH(QByteArray, bytes);
+        QFETCH(QString, cause);
         const QString folder = m_env->makeFolder(QStringLiteral("pics"));
-        const QString broken =
-            m_env->writeFile(folder + QStringLiteral("/broken.jpg"), "\xff\xd8\xff garbage");
+        const QString input = m_env->writeFile(folder + QLatin1Char('/') + name, bytes);
         try {
-            ImageActions::stripImageMetadata({broken});
-            QFAIL("an unreadable image must fail");
+            ImageActions::stripImageMetadata({input});
+            QFAIL("must fail");
         } catch (const FinderActionExecutionError& error) {
-            QCOMPARE(error.errorCase(), FinderActionExecutionError::Case::unsupportedAction);
-            QCOMPARE(error.payload(), QStringLiteral("stripImageMetadata"));
+            QCOMPARE(error.errorCase(), FinderActionExecutionError::Case::commandFailed);
+            QVERIFY2(error.errorDescription().contains(cause.arg(folder)),
+                     qPrintable(error.errorDescription()));
         }
-        QVERIFY(m_env->logText().contains(QStringLiteral("broken.jpg")));
-        QCOMPARE(QDir(folder).entryList(QDir::Files | QDir::Hidden),
-                 QStringList{QStringLiteral("broken.jpg")});
+        QCOMPARE(QDir(folder).entryList(QDir::Files | QDir::Hidden), QStringList{name});
+    }
+
+    // HEIF and AVIF photos, made by libheif's own tool from a JPEG carrying EXIF and XMP: every image action
+    // takes them, and what it writes keeps their metadata (stripping aside).
+    void heifPhotosTakeEveryImageAction_data() {
+        QTest::addColumn<QString>("extension");
+        QTest::newRow("HEIC") << QStringLiteral("heic");
+        QTest::newRow("AVIF") << QStringLiteral("avif");
+    }
+    void heifPhotosTakeEveryImageAction() {
+        QFETCH(QString, extension);
+        if (QStandardPaths::findExecutable(QStringLiteral("heif-enc")).isEmpty())
+            QSKIP("heif-enc (libheif-examples) is not installed");
+        const QString folder = m_env->makeFolder(QStringLiteral("pics"));
+        const QString jpeg = folder + QStringLiteral("/source.jpg");
+        save(quadrants(64, 32), jpeg, "jpeg");
+        QCOMPARE(QProcess::execute(QStringLiteral("exiv2"),
+                                   {QStringLiteral("-M"), QStringLiteral("set Exif.Image.Make KestroCam"),
+                                    QStringLiteral("-M"), QStringLiteral("set Xmp.dc.title Harbour"), jpeg}),
+                 0);
+        const QString photo = folder + QStringLiteral("/IMG 0001.") + extension;
+        QCOMPARE(QProcess::execute(QStringLiteral("heif-enc"), {QStringLiteral("-q"), QStringLiteral("95"),
+                                                                jpeg, QStringLiteral("-o"), photo}),
+                 0);
+        QVERIFY(QFile::remove(jpeg));
+
+        const QString converted =
+            ImageActions::convertImages({photo}, QStringLiteral("tiff"), QStringLiteral("tiff"), {}).first();
+        const QImage pixels = read(converted);
+        QCOMPARE(pixels.size(), QSize(64, 32));
+        QCOMPARE(pixels.dotsPerMeterX(), 2835); // the photo records no resolution: 72 dpi
+        QVERIFY(near(pixels.pixel(8, 8), qRgb(255, 0, 0), 40) &&
+                near(pixels.pixel(56, 24), qRgb(0, 0, 255), 40));
+        const QString compressed =
+            ImageActions::convertImages(
+                {photo}, QStringLiteral("jpeg"), QStringLiteral("jpg"),
+                {QStringLiteral("-s"), QStringLiteral("formatOptions"), QStringLiteral("70")})
+                .first();
+        for (const QString& output : {converted, compressed})
+            QVERIFY2(readAll(output).contains("KestroCam") && readAll(output).contains("Harbour"),
+                     qPrintable(output));
+        const QString stripped = ImageActions::stripImageMetadata({photo}).first();
+        QCOMPARE(stripped, folder + QStringLiteral("/IMG 0001 stripped.jpg"));
+        QCOMPARE(read(stripped).size(), QSize(64, 32));
+        QVERIFY(!readAll(stripped).contains("KestroCam"));
+        QCOMPARE(PdfSamples::pageSizes(PdfActions::imagesToPDF({photo}).first()).first().toSize(),
+                 QSize(64, 32));
+
+        // Resized in place, it stays what it was, metadata and all: libheif's own tool reads it back.
+        FakePlatform::prompts().twoTextAnswers.append(std::pair{QStringLiteral("32"), QStringLiteral("16")});
+        QCOMPARE(ImageActions::resizeImages({photo}), QStringList{photo});
+        const QString check = folder + QStringLiteral("/check.png");
+        QCOMPARE(QProcess::execute(QStringLiteral("heif-convert"), {photo, check}), 0);
+        QCOMPARE(read(check).size(), QSize(32, 16));
+        QVERIFY(readAll(photo).contains("KestroCam"));
+        QVERIFY(readAll(photo).mid(8, 4) == (extension == QLatin1String("avif") ? "avif" : "heic"));
     }
 
     void resultsAreRevealedWhenThePreferenceSaysSo() {

@@ -99,6 +99,11 @@ private slots:
         first.fill(Qt::blue);
         QImage second(30, 40, QImage::Format_ARGB32);
         second.fill(QColor(255, 0, 0, 100));
+        // At 72 dpi a pixel is a point.
+        for (QImage* image : {&first, &second}) {
+            image->setDotsPerMeterX(2835);
+            image->setDotsPerMeterY(2835);
+        }
         QVERIFY(QImageWriter(m_folder + QStringLiteral("/1.jpg"), "jpeg").write(first));
         QVERIFY(QImageWriter(m_folder + QStringLiteral("/2 \"two\".png"), "png").write(second));
         const Run run = perform(

@@ -126,3 +126,9 @@ bool PdfSamples::hasObjectStreams(const QString& path) {
     QFile file(path);
     return file.open(QIODevice::ReadOnly) && file.readAll().contains("/ObjStm");
 }
+
+bool PdfSamples::isEncrypted(const QString& path) {
+    QPDF pdf;
+    pdf.processFile(QFile::encodeName(path).constData());
+    return pdf.isEncrypted();
+}

@@ -21,5 +21,6 @@ QList<QSizeF> pageSizes(const QString& path);
 // The pixel sizes of the images each page draws, page by page.
 QList<QList<QSize>> pageImageSizes(const QString& path);
 bool hasObjectStreams(const QString& path);
+bool isEncrypted(const QString& path);
 
 } // namespace PdfSamples
