@@ -111,8 +111,26 @@ void mergeThunarActions(const QList<KestroMenuItem>& menu) {
         writeFile(path, *merged, QFileInfo::exists(path) ? QFileInfo(path).permissions() : privateFile);
 }
 
-void writeFor(FileManager fileManager, const QList<KestroMenuItem>& menu) {
+QString programOf(FileManager fileManager) {
+    switch (fileManager) {
+    case FileManager::gnomeFiles:
+        return QStringLiteral("nautilus");
+    case FileManager::nemo:
+        return QStringLiteral("nemo");
+    case FileManager::dolphin:
+        return QStringLiteral("dolphin");
+    case FileManager::thunar:
+        return QStringLiteral("thunar");
+    case FileManager::pcmanfmQt:
+        return QStringLiteral("pcmanfm-qt");
+    }
+    return {};
+}
+
+void writeFor(FileManager fileManager, const QList<KestroMenuItem>& fullMenu) {
     const QString handoff = FileManagerIntegration::handoffPath();
+    // The Python module picks for itself from the full description; the others are given their own menu.
+    const QList<KestroMenuItem> menu = KestroMenuModel::shownIn(fullMenu, programOf(fileManager));
     switch (fileManager) {
     case FileManager::gnomeFiles:
     case FileManager::nemo:
@@ -196,22 +214,7 @@ QString FileManagerIntegration::displayName(FileManager fileManager) {
 }
 
 bool FileManagerIntegration::isInstalled(FileManager fileManager) {
-    const auto found = [](const char* program) {
-        return !QStandardPaths::findExecutable(QString::fromLatin1(program)).isEmpty();
-    };
-    switch (fileManager) {
-    case FileManager::gnomeFiles:
-        return found("nautilus");
-    case FileManager::nemo:
-        return found("nemo");
-    case FileManager::dolphin:
-        return found("dolphin");
-    case FileManager::thunar:
-        return found("thunar");
-    case FileManager::pcmanfmQt:
-        return found("pcmanfm-qt");
-    }
-    return false;
+    return !QStandardPaths::findExecutable(programOf(fileManager)).isEmpty();
 }
 
 bool FileManagerIntegration::isIntegrated(FileManager fileManager) {

@@ -1,5 +1,6 @@
 #include "integration/KestroMenuModel.h"
 
+#include "actions/OpenActions.h"
 #include "catalogue/FeatureSettingsDefaults.h"
 #include "catalogue/FeatureSettingsPersistence.h"
 #include "catalogue/FeatureSettingsStore.h"
@@ -7,8 +8,8 @@
 #include "stores/CustomDestinationDefaults.h"
 #include "stores/CustomDestinationPersistence.h"
 #include "stores/CustomShortcutActionPersistence.h"
-#include "stores/FinderViewPresetPersistence.h"
 
+#include <QDir>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
@@ -30,6 +31,30 @@ const QSet<QString>& backgroundActionIDs() {
         return result;
     }();
     return ids;
+}
+
+// The folder a built-in "to Desktop / Downloads / Documents" or quick-open child stands for; empty for
+// others.
+QString placeOf(const QString& actionID) {
+    static const QSet<QString> quickOpenPlaces = {
+        QStringLiteral("quickOpenHome"), QStringLiteral("quickOpenDesktop"),
+        QStringLiteral("quickOpenDownloads"), QStringLiteral("quickOpenDocuments"),
+        QStringLiteral("quickOpenApplications")};
+    QString place;
+    if (quickOpenPlaces.contains(actionID))
+        place = OpenActions::defaultQuickOpenURL(actionID).value_or(QString());
+    else if (actionID.endsWith(QLatin1String("Desktop")))
+        place = OpenActions::defaultQuickOpenURL(QStringLiteral("quickOpenDesktop")).value_or(QString());
+    else if (actionID.endsWith(QLatin1String("Downloads")))
+        place = OpenActions::defaultQuickOpenURL(QStringLiteral("quickOpenDownloads")).value_or(QString());
+    else if (actionID.endsWith(QLatin1String("Documents")))
+        place = OpenActions::defaultQuickOpenURL(QStringLiteral("quickOpenDocuments")).value_or(QString());
+    return place.isEmpty() ? place : QDir::cleanPath(place);
+}
+
+// What no Linux file manager can do: take view or sort scripts (the presets), or run Shortcuts.
+bool worksHere(const QString& childID) {
+    return childID != QLatin1String("finderViewPreset");
 }
 
 KestroMenuFileKind fileKindOf(const QString& actionID, KestroFeature feature) {
@@ -85,6 +110,9 @@ KestroMenuItem action(KestroFeature feature, const QString& id, const QString& t
     item.actionID = actionID;
     item.onBackground = backgroundActionIDs().contains(actionID);
     item.fileKind = fileKindOf(actionID, feature);
+    // Kestro can switch hidden files only in GNOME Files' settings; elsewhere the switch would only fail.
+    if (actionID == QLatin1String("toggleHiddenFiles"))
+        item.onlyIn = QStringLiteral("nautilus");
     return item;
 }
 
@@ -105,7 +133,7 @@ std::optional<std::pair<CustomDestinationKind, const char*>> destinationListOf(K
 }
 
 // A feature's actions in menu order: the user's list entries first (as in the tray), then the enabled
-// children; the view-preset child stands for the user's presets.
+// children that can work here.
 QList<KestroMenuItem> featureActions(const KestroMenuInput& input, KestroFeature feature, bool expanded,
                                      QSet<QString>& usedIDs) {
     QList<KestroMenuItem> items;
@@ -132,21 +160,23 @@ QList<KestroMenuItem> featureActions(const KestroMenuInput& input, KestroFeature
         }
     }
     if (feature == KestroFeature::customActions) {
-        for (const CustomShortcutAction& custom : input.customActions)
-            add(action(feature, custom.actionID(), custom.name, custom.actionID()));
+        for (const CustomShortcutAction& custom : input.customActions) {
+            if (custom.kind == CustomShortcutAction::Kind::script)
+                add(action(feature, custom.actionID(), custom.name, custom.actionID()));
+        }
+    }
+    // A place the user's list already offers is not offered twice in one submenu.
+    QSet<QString> listedPlaces;
+    for (const KestroMenuItem& item : items) {
+        if (item.destinationPath)
+            listedPlaces.insert(QDir::cleanPath(*item.destinationPath));
     }
     for (const KestroFeatureChild& child : FeatureSettingsStore::orderedChildren(input.settings, feature)) {
-        if (!input.settings.enabledChildIDs.contains(child.actionID))
+        if (!input.settings.enabledChildIDs.contains(child.actionID) || !worksHere(child.actionID))
             continue;
-        if (child.actionID == QLatin1String("finderViewPreset")) {
-            for (const FinderViewPreset& preset : input.viewPresets) {
-                KestroMenuItem item = action(feature, preset.actionID(), preset.name, preset.actionID());
-                item.presetID = preset.id;
-                item.onBackground = true;
-                add(std::move(item));
-            }
+        const QString place = placeOf(child.actionID);
+        if (!place.isEmpty() && listedPlaces.contains(place))
             continue;
-        }
         add(action(feature, child.actionID, child.title, child.actionID));
     }
     return items;
@@ -176,8 +206,8 @@ QJsonArray toJsonArray(const QList<KestroMenuItem>& items) {
             object.insert(QStringLiteral("actionID"), item.actionID);
             if (item.destinationPath)
                 object.insert(QStringLiteral("destinationPath"), *item.destinationPath);
-            if (item.presetID)
-                object.insert(QStringLiteral("presetID"), *item.presetID);
+            if (!item.onlyIn.isEmpty())
+                object.insert(QStringLiteral("onlyIn"), item.onlyIn);
             object.insert(QStringLiteral("selection"), item.onSelection);
             object.insert(QStringLiteral("background"), item.onBackground);
             object.insert(QStringLiteral("suffixes"),
@@ -196,7 +226,6 @@ KestroMenuInput KestroMenuInput::saved() {
     input.destinations = CustomDestinationDefaults::normalized(
         CustomDestinationPersistence::load().value_or(CustomDestinationsByKind()));
     input.customActions = CustomShortcutActionPersistence::load();
-    input.viewPresets = FinderViewPresetPersistence::load().value_or(FinderViewPreset::defaults());
     return input;
 }
 
@@ -242,6 +271,23 @@ QList<KestroMenuItem> KestroMenuModel::shownOn(const QList<KestroMenuItem>& menu
         }
         KestroMenuItem submenu = item;
         submenu.children = shownOn(item.children, context, selectedNames);
+        if (!submenu.children.isEmpty())
+            shown.append(std::move(submenu));
+    }
+    return shown;
+}
+
+QList<KestroMenuItem> KestroMenuModel::shownIn(const QList<KestroMenuItem>& menu,
+                                               const QString& fileManager) {
+    QList<KestroMenuItem> shown;
+    for (const KestroMenuItem& item : menu) {
+        if (!item.isSubmenu()) {
+            if (item.onlyIn.isEmpty() || item.onlyIn == fileManager)
+                shown.append(item);
+            continue;
+        }
+        KestroMenuItem submenu = item;
+        submenu.children = shownIn(item.children, fileManager);
         if (!submenu.children.isEmpty())
             shown.append(std::move(submenu));
     }

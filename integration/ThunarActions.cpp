@@ -100,32 +100,49 @@ QStringList patternsOf(KestroMenuFileKind kind) {
     return patterns.isEmpty() ? QStringList{QStringLiteral("*")} : patterns;
 }
 
+void writeAction(QXmlStreamWriter& writer, const FileManagerMenuFiles::PlacedItem& placed,
+                 const QString& handoff, bool onFolder) {
+    const KestroMenuItem& item = placed.item;
+    writer.writeStartElement(QStringLiteral("action"));
+    writer.writeTextElement(QStringLiteral("icon"), item.icon);
+    writer.writeTextElement(QStringLiteral("name"), item.title);
+    writer.writeTextElement(QStringLiteral("submenu"), placed.submenus.join(QLatin1Char('/')));
+    writer.writeTextElement(QStringLiteral("unique-id"),
+                            QString::fromLatin1(ThunarActions::uniqueIDPrefix()) + item.id +
+                                (onFolder ? QStringLiteral("#folder") : QString()));
+    writer.writeTextElement(
+        QStringLiteral("command"),
+        FileManagerCommands::thunarCommand(
+            QStringList{handoff} + FileManagerCommands::handoffArguments(
+                                       item.id, onFolder ? FileManagerCommands::PathsAre::targetFolder
+                                                         : FileManagerCommands::PathsAre::selection),
+            QStringLiteral("%F")));
+    writer.writeTextElement(QStringLiteral("description"), QStringLiteral("Kestro"));
+    writer.writeTextElement(QStringLiteral("range"), QStringLiteral("*"));
+    writer.writeTextElement(QStringLiteral("patterns"), patternsOf(item.fileKind).join(QLatin1Char(';')));
+    if (onFolder) {
+        writer.writeEmptyElement(QStringLiteral("directories"));
+    } else {
+        for (const char* kind : {"audio-files", "image-files", "other-files", "text-files", "video-files"})
+            writer.writeEmptyElement(QString::fromLatin1(kind));
+    }
+    writer.writeEndElement();
+}
+
 QString actionsText(const QList<KestroMenuItem>& menu, const QString& handoff) {
     QString text;
     QXmlStreamWriter writer(&text);
     writer.setAutoFormatting(true);
     writer.setAutoFormattingIndent(-1); // one tab, as Thunar writes its own
     for (const FileManagerMenuFiles::PlacedItem& placed : FileManagerMenuFiles::placedActions(menu)) {
-        const KestroMenuItem& item = placed.item;
-        writer.writeStartElement(QStringLiteral("action"));
-        writer.writeTextElement(QStringLiteral("icon"), item.icon);
-        writer.writeTextElement(QStringLiteral("name"), item.title);
-        writer.writeTextElement(QStringLiteral("submenu"), placed.submenus.join(QLatin1Char('/')));
-        writer.writeTextElement(QStringLiteral("unique-id"),
-                                QString::fromLatin1(ThunarActions::uniqueIDPrefix()) + item.id);
-        writer.writeTextElement(
-            QStringLiteral("command"),
-            FileManagerCommands::thunarCommand(
-                QStringList{handoff} + FileManagerCommands::handoffArguments(item.id), QStringLiteral("%F")));
-        writer.writeTextElement(QStringLiteral("description"), QStringLiteral("Kestro"));
-        writer.writeTextElement(QStringLiteral("range"), QStringLiteral("*"));
-        writer.writeTextElement(QStringLiteral("patterns"), patternsOf(item.fileKind).join(QLatin1Char(';')));
-        // Thunar lists actions for folders on the background too, with the folder as the path.
-        if (item.fileKind == KestroMenuFileKind::any)
-            writer.writeEmptyElement(QStringLiteral("directories"));
-        for (const char* kind : {"audio-files", "image-files", "other-files", "text-files", "video-files"})
-            writer.writeEmptyElement(QString::fromLatin1(kind));
-        writer.writeEndElement();
+        // Thunar 4.18 hands over the folder in view exactly as one selected folder (working directory
+        // included, inside submenus). So Kestro's selection items are for files only, and an item that needs
+        // no selection gets a second rendering for folders, whose command says the path is the folder to act
+        // in.
+        if (placed.item.onSelection)
+            writeAction(writer, placed, handoff, false);
+        if (placed.item.onBackground && placed.item.fileKind == KestroMenuFileKind::any)
+            writeAction(writer, placed, handoff, true);
     }
     // Each action on lines of its own, indented one step inside <actions>.
     QString indented;

@@ -17,9 +17,11 @@ HANDOFF = @HANDOFF@
 MENU = @MENU@
 
 if "nemo-python" in os.path.realpath(__file__):
+    PROGRAM = "nemo"
     gi.require_version("Nemo", "3.0")
     from gi.repository import Gio, GObject, Nemo as FileManager
 else:
+    PROGRAM = "nautilus"
     gi.require_version("Nautilus", "4.0")
     from gi.repository import Gio, GObject, Nautilus as FileManager
 
@@ -75,6 +77,8 @@ class _Description:
 
 
 def _applies(item, background, names):
+    if item.get("onlyIn", PROGRAM) != PROGRAM:
+        return False
     if background:
         return item.get("background") is True
     if item.get("selection") is not True:
@@ -83,6 +87,13 @@ def _applies(item, background, names):
     if not suffixes:
         return True
     return all(any(n.lower().endswith(s) and len(n) > len(s) for s in suffixes) for n in names)
+
+
+def _menu_item(name, item):
+    icon = item.get("icon")
+    if isinstance(icon, str) and icon:
+        return FileManager.MenuItem(name=name, label=item["title"], icon=icon)
+    return FileManager.MenuItem(name=name, label=item["title"])
 
 
 def _hand_off(arguments):
@@ -132,14 +143,14 @@ class KestroMenuProvider(GObject.GObject, FileManager.MenuProvider):
                 inner = self._render(children, background, names, arguments, name)
                 if not inner:
                     continue
-                entry = FileManager.MenuItem(name=name, label=item["title"])
+                entry = _menu_item(name, item)
                 submenu = FileManager.Menu()
                 for child in inner:
                     submenu.append_item(child)
                 entry.set_submenu(submenu)
                 rendered.append(entry)
             elif isinstance(item.get("id"), str) and _applies(item, background, names):
-                entry = FileManager.MenuItem(name=name, label=item["title"])
+                entry = _menu_item(name, item)
                 item_arguments = (["--folder"] if background else []) + [item["id"], "--"] + arguments
                 entry.connect("activate", lambda _entry, a=item_arguments: _hand_off(a))
                 rendered.append(entry)

@@ -429,12 +429,32 @@ private slots:
         QVERIFY(host.listen());
         const QString file = environment.writeFile(QStringLiteral("a.txt"));
 
-        // An item that is not in the menu (a stale menu, a made-up command line).
-        Handoff handoff = runHandoff({QStringLiteral("removeEverything"), QStringLiteral("--"), file});
-        QCOMPARE(handoff.exitCode, 1);
-        QVERIFY(QString::fromUtf8(handoff.standardError).contains(QStringLiteral("这个菜单项已不存在")));
+        // Each refusal reaches the user as the host's failure notice, queued as a request that runs nothing:
+        // an item that is not in the menu (a stale menu, a made-up command line), an item that needs a
+        // selection clicked on a folder (the background), several folders for one folder to act in.
+        const QString folder = environment.makeFolder(QStringLiteral("in view"));
+        const struct {
+            QStringList arguments;
+            QString message;
+        } refused[] = {
+            {{QStringLiteral("removeEverything"), QStringLiteral("--"), file},
+             QStringLiteral("这个菜单项已不存在")},
+            {{QStringLiteral("--folder"), QStringLiteral("renameAddPrefix"), QStringLiteral("--"), folder},
+             QStringLiteral("在文件夹的空白处不能使用")},
+            {{QStringLiteral("--folder"), QStringLiteral("createTextFile"), QStringLiteral("--"), folder,
+              folder},
+             QStringLiteral("一次只能用于一个文件夹")},
+        };
+        for (const auto& [arguments, message] : refused) {
+            const Handoff handoff = runHandoff(arguments);
+            QCOMPARE(handoff.exitCode, 1);
+            QVERIFY2(QString::fromUtf8(handoff.standardError).contains(message), qPrintable(message));
+            const KestroQueuedAction notice = onlyQueuedAction();
+            QVERIFY(notice.handoffError && notice.handoffError->contains(message));
+        }
         QVERIFY(environment.logText().contains(
             QStringLiteral("file manager hand-off failed: no menu item removeEverything")));
+        QVERIFY(QFileInfo::exists(folder));
         // Bytes that are no UTF-8 cannot be handed on exactly.
         QProcess raw;
         raw.start(QStringLiteral("/bin/sh"),
@@ -444,25 +464,28 @@ private slots:
         QVERIFY(raw.waitForFinished());
         QCOMPARE(raw.exitCode(), 1);
         QVERIFY(QString::fromUtf8(raw.readAllStandardError()).contains(QStringLiteral("不是有效的 UTF-8")));
+        QVERIFY(onlyQueuedAction().handoffError);
         // Malformed command lines.
         QCOMPARE(runHandoff({QStringLiteral("copyFileName")}).exitCode, 2);
-        QCOMPARE(runHandoff({QStringLiteral("--folder"), QStringLiteral("createTextFile"),
-                             QStringLiteral("--"), QStringLiteral("/a"), QStringLiteral("/b")})
-                     .exitCode,
-                 2);
+        QCOMPARE(
+            runHandoff({QStringLiteral("--folder"), QStringLiteral("createTextFile"), QStringLiteral("--")})
+                .exitCode,
+            2);
         QVERIFY(queuedFiles().isEmpty());
 
         // A menu description or queue folder others could write to is no request of the user's.
         const QString description = FileManagerIntegration::menuDescriptionPath();
         QVERIFY(::chmod(QFile::encodeName(description).constData(), 0666) == 0);
         QCOMPARE(runHandoff({QStringLiteral("copyFileName"), QStringLiteral("--"), file}).exitCode, 1);
+        QVERIFY(onlyQueuedAction().handoffError);
         QVERIFY(::chmod(QFile::encodeName(description).constData(), 0600) == 0);
         QVERIFY(::chmod(QFile::encodeName(KestroPaths::extensionDirectory()).constData(), 0777) == 0);
         QCOMPARE(runHandoff({QStringLiteral("copyFileName"), QStringLiteral("--"), file}).exitCode, 1);
         QVERIFY(::chmod(QFile::encodeName(KestroPaths::extensionDirectory()).constData(), 0700) == 0);
+        QVERIFY(onlyQueuedAction().handoffError);
         QDir().mkpath(KestroPaths::extensionQueueDirectory());
         QVERIFY(::chmod(QFile::encodeName(KestroPaths::extensionQueueDirectory()).constData(), 0777) == 0);
-        handoff = runHandoff({QStringLiteral("copyFileName"), QStringLiteral("--"), file});
+        const Handoff handoff = runHandoff({QStringLiteral("copyFileName"), QStringLiteral("--"), file});
         QCOMPARE(handoff.exitCode, 1);
         QVERIFY(environment.logText().contains(QStringLiteral("writable by group or others")));
         QVERIFY(queuedFiles().isEmpty());
