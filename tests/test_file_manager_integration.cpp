@@ -4,6 +4,7 @@
 #include "app/KestroHost.h"
 #include "app/SingleInstance.h"
 #include "catalogue/FeatureSettingsStore.h"
+#include "catalogue/KestroFeature.h"
 #include "intake/KestroQueuedAction.h"
 #include "integration/FileManagerCommands.h"
 #include "integration/FileManagerIntegration.h"
@@ -271,6 +272,43 @@ private slots:
             g_strfreev(groups);
             g_key_file_unref(keyFile);
         }
+    }
+
+    void dolphinKeepsTheMenuOrder() {
+        // Dolphin sorts a submenu's entries by action key as text, across files: the keys must sort in the
+        // menu's order, twelve entries (past "9" and "10") included.
+        KestroMenuInput input;
+        input.settings.featureOrder = {QStringLiteral("createFile")};
+        input.settings.enabledFeatureIDs = {QStringLiteral("createFile")};
+        input.settings.groupsFeaturesUnderKestro = true;
+        const QStringList children = KestroFeature(KestroFeature::createFile).childIDs().mid(0, 12);
+        input.settings.enabledChildIDs = QSet<QString>(children.begin(), children.end());
+        const QList<KestroMenuItem> menu = KestroMenuModel::build(input);
+        QMap<QString, QString> titleByKey;
+        for (const FileManagerMenuFiles::GeneratedFile& file :
+             FileManagerMenuFiles::dolphinServiceMenus(menu, QStringLiteral("/h"))) {
+            GKeyFile* keyFile = g_key_file_new();
+            QVERIFY(g_key_file_load_from_data(keyFile, file.bytes.constData(), gsize(file.bytes.size()),
+                                              G_KEY_FILE_NONE, nullptr));
+            gchar* submenu = g_key_file_get_string(keyFile, "Desktop Entry", "X-KDE-Submenu", nullptr);
+            QCOMPARE(QString::fromUtf8(submenu), QStringLiteral("Kestro"));
+            g_free(submenu);
+            gchar** keys = g_key_file_get_string_list(keyFile, "Desktop Entry", "Actions", nullptr, nullptr);
+            for (gchar** key = keys; key && *key; ++key) {
+                gchar* name = g_key_file_get_string(
+                    keyFile, QByteArray("Desktop Action " + QByteArray(*key)).constData(), "Name", nullptr);
+                titleByKey.insert(QString::fromUtf8(*key), QString::fromUtf8(name));
+                g_free(name);
+            }
+            g_strfreev(keys);
+            g_key_file_unref(keyFile);
+        }
+        QStringList expected;
+        for (const KestroMenuItem& item : KestroMenuModel::actions(menu))
+            expected.append(QStringLiteral("新建 › ") + item.title);
+        QCOMPARE(expected.size(), 12);
+        // QMap orders its keys as text, as Dolphin does.
+        QCOMPARE(titleByKey.values(), expected);
     }
 
     void thunarCommandsReachTheHandoffExactly() {

@@ -102,6 +102,9 @@ private slots:
         // viewOptions nothing without presets.
         KestroMenuInput input;
         input.settings = FeatureSettingsDefaults::settings();
+        // By default all of it sits under one "Kestro" entry.
+        QCOMPARE(titles(KestroMenuModel::build(input)), QStringList{QStringLiteral("Kestro")});
+        input.settings.groupsFeaturesUnderKestro = false;
         const QList<KestroMenuItem> menu = KestroMenuModel::build(input);
         QCOMPARE(menu.size(), 11);
         QCOMPARE(menu.first().title, QStringLiteral("打开"));
@@ -168,6 +171,7 @@ private slots:
     void backgroundShowsOnlyWhatNeedsNoSelection() {
         KestroMenuInput input;
         input.settings = FeatureSettingsDefaults::settings();
+        input.settings.groupsFeaturesUnderKestro = false;
         input.settings.enabledChildIDs.insert(QStringLiteral("openInTerminal"));
         input.destinations[QStringLiteral("quickOpen")] = {
             {QStringLiteral("q1"), QStringLiteral("工作"), QStringLiteral("/srv/work")}};
