@@ -154,6 +154,19 @@ void writeFor(FileManager fileManager, const QList<KestroMenuItem>& fullMenu) {
     }
 }
 
+// The folder, and its parents up to the data or configuration home, while they are empty: the folders
+// Kestro made for its files go with them, and a folder that holds anything else stays.
+void removeEmptyFolders(const QString& folder) {
+    QDir dir(folder);
+    while (dir.exists() && dir.absolutePath() != QDir(KestroPaths::dataHome()).absolutePath() &&
+           dir.absolutePath() != QDir(KestroPaths::configHome()).absolutePath() &&
+           dir.isEmpty(QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot)) {
+        const QString name = dir.dirName();
+        if (!dir.cdUp() || !dir.rmdir(name))
+            return;
+    }
+}
+
 void removeFor(FileManager fileManager) {
     switch (fileManager) {
     case FileManager::gnomeFiles:
@@ -162,13 +175,16 @@ void removeFor(FileManager fileManager) {
         QFile::remove(path);
         // Python's compiled copy of the module, if the file manager made one.
         QDir(QFileInfo(path).absolutePath() + QStringLiteral("/__pycache__")).removeRecursively();
+        removeEmptyFolders(QFileInfo(path).absolutePath());
         break;
     }
     case FileManager::dolphin:
         removeGeneratedFiles(FileManagerIntegration::dolphinFolder());
+        removeEmptyFolders(FileManagerIntegration::dolphinFolder());
         break;
     case FileManager::pcmanfmQt:
         removeGeneratedFiles(FileManagerIntegration::pcmanfmFolder());
+        removeEmptyFolders(FileManagerIntegration::pcmanfmFolder());
         break;
     case FileManager::thunar: {
         const std::optional<QByteArray> existing = readThunarActions();
@@ -180,9 +196,10 @@ void removeFor(FileManager fileManager) {
         if (!without)
             return;
         // A file Kestro made and nothing else was ever added to goes altogether.
-        if (*without == ThunarActions::merged({}, {}, {}, error))
+        if (*without == ThunarActions::merged({}, {}, {}, error)) {
             QFile::remove(FileManagerIntegration::thunarActionsPath());
-        else
+            removeEmptyFolders(QFileInfo(FileManagerIntegration::thunarActionsPath()).absolutePath());
+        } else
             writeFile(FileManagerIntegration::thunarActionsPath(), *without,
                       QFileInfo(FileManagerIntegration::thunarActionsPath()).permissions());
         break;

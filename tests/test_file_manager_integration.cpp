@@ -395,8 +395,11 @@ private slots:
         QCOMPARE(readAll(usersServiceMenu), QByteArray("[Desktop Entry]\nType=Service\n"));
         QVERIFY(QFileInfo::exists(usersAction));
         QCOMPARE(readAll(FileManagerIntegration::thunarActionsPath()), userActions);
-        QVERIFY(!QFileInfo::exists(
-            FileManagerIntegration::pythonExtensionPath(FileManagerIntegration::FileManager::gnomeFiles)));
+        // The folders Kestro made go when they are empty; one holding the user's own file stays.
+        for (const char* folder : {"nautilus-python", "nemo-python"})
+            QVERIFY2(!QFileInfo::exists(KestroPaths::dataHome() + QLatin1Char('/') + QLatin1String(folder)),
+                     folder);
+        QVERIFY(QFileInfo::exists(usersServiceMenu));
         // Removed stays removed through later settings changes, until installed again.
         FileManagerIntegration::refresh();
         QVERIFY(!FileManagerIntegration::isIntegrated(FileManagerIntegration::FileManager::dolphin));
@@ -413,6 +416,9 @@ private slots:
         QVERIFY(!QFileInfo::exists(FileManagerIntegration::dolphinFolder()));
         QVERIFY(!QFileInfo::exists(
             FileManagerIntegration::pythonExtensionPath(FileManagerIntegration::FileManager::nemo)));
+        // Kestro made Thunar's folder for its file: uninstalling leaves neither.
+        FileManagerIntegration::uninstall();
+        QVERIFY(!QFileInfo::exists(QFileInfo(FileManagerIntegration::thunarActionsPath()).absolutePath()));
     }
 
     void handoffQueuesTheClickedItemWithThePathsExactly() {
