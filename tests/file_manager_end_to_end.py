@@ -432,8 +432,8 @@ def write_private(path, text):
 
 def check_extension_reloads(session, driver, file_manager):
     """The Python extension re-reads Kestro's menu description when it changes: a malformed one keeps the
-    last good menu and leaves the file manager running; a changed one shows without a restart. (Nemo asks
-    for background items only when a folder view loads, so this uses the menu on the selection.)"""
+    last good menu and leaves the file manager running; a changed one shows without a restart, on the
+    selection and on the background."""
     description = os.path.join(session.env["XDG_DATA_HOME"], "kestro", "extension", "FileManagerMenu.json")
     with open(description, encoding="utf-8") as file:
         good = file.read()
@@ -457,6 +457,11 @@ def check_extension_reloads(session, driver, file_manager):
     driver.pick(["Kestro", "新建", renamed])
     wait_for("Untitled 2.txt from the renamed item",
              lambda: os.path.exists(os.path.join(session.folder, "Untitled 2.txt")))
+    # The background menu follows too, with no key pressed (Nemo's views are reloaded for it).
+    driver.open_background_menu()
+    driver.pick(["Kestro", "新建", renamed])
+    wait_for("Untitled 3.txt from the renamed background item",
+             lambda: os.path.exists(os.path.join(session.folder, "Untitled 3.txt")))
     log("%s: a malformed description kept the last good menu; a changed one showed without a restart" %
         session.name)
 
@@ -560,7 +565,7 @@ def run(name):
         expected = NAMES + ["Untitled.txt"]
         if setup["extension"]:
             check_extension_reloads(session, driver, file_manager)
-            expected.append("Untitled 2.txt")
+            expected += ["Untitled 2.txt", "Untitled 3.txt"]
         if sorted(os.listdir(session.folder)) != sorted(expected):
             raise Failure("unexpected files in the folder: %r" % sorted(os.listdir(session.folder)))
         return 0
