@@ -25,8 +25,9 @@ const QSet<QString>& backgroundActionIDs() {
             for (const QString& id : feature.childIDs())
                 result.insert(id);
         }
-        for (const char* id : {"quickOpenPath", "copyFullPath", "copyFileName", "copyParentPath",
-                               "copyShellPath", "copyMarkdownLink", "openInTerminal", "toggleHiddenFiles"})
+        for (const char* id :
+             {"quickOpenPath", "copyFullPath", "copyFileName", "copyParentPath", "copyShellPath",
+              "copyMarkdownLink", "openInTerminal", "toggleHiddenFiles", "toggleNemoHiddenFiles"})
             result.insert(QString::fromLatin1(id));
         return result;
     }();
@@ -110,7 +111,8 @@ KestroMenuItem action(KestroFeature feature, const QString& id, const QString& t
     item.actionID = actionID;
     item.onBackground = backgroundActionIDs().contains(actionID);
     item.fileKind = fileKindOf(actionID, feature);
-    // Kestro can switch hidden files only in GNOME Files' settings; elsewhere the switch would only fail.
+    // Kestro can switch hidden files only in GNOME Files' and Nemo's settings; elsewhere the switch would
+    // change nothing the file manager reads.
     if (actionID == QLatin1String("toggleHiddenFiles"))
         item.onlyIn = QStringLiteral("nautilus");
     return item;
@@ -178,6 +180,13 @@ QList<KestroMenuItem> featureActions(const KestroMenuInput& input, KestroFeature
         if (!place.isEmpty() && listedPlaces.contains(place))
             continue;
         add(action(feature, child.actionID, child.title, child.actionID));
+        if (child.actionID == QLatin1String("toggleHiddenFiles")) {
+            // In Nemo the switch acts on Nemo's own setting.
+            KestroMenuItem nemo = action(feature, child.actionID + QStringLiteral("@nemo"), child.title,
+                                         QStringLiteral("toggleNemoHiddenFiles"));
+            nemo.onlyIn = QStringLiteral("nemo");
+            add(std::move(nemo));
+        }
     }
     return items;
 }
