@@ -267,6 +267,10 @@ void FileManagerIntegration::refresh() {
     QDir().mkpath(KestroPaths::extensionDirectory());
     QFile::setPermissions(KestroPaths::extensionDirectory(), privateExecutable);
     writeFile(menuDescriptionPath(), KestroMenuModel::toJson(menu), privateFile);
+    // The "Kestro" entry names its icon; the user's own icon theme is where every file manager finds it.
+    QFile icon(QStringLiteral(":/kestro/integration/kestro.svg"));
+    if (icon.open(QIODevice::ReadOnly))
+        writeFile(iconPath(), icon.readAll(), privateFile);
     for (FileManager fileManager : all()) {
         if (isInstalled(fileManager))
             writeFor(fileManager, menu);
@@ -283,6 +287,8 @@ void FileManagerIntegration::uninstall() {
     for (FileManager fileManager : all())
         removeFor(fileManager);
     QFile::remove(menuDescriptionPath());
+    QFile::remove(iconPath());
+    removeEmptyFolders(QFileInfo(iconPath()).absolutePath());
 }
 
 bool FileManagerIntegration::isSwitchedOff() {
@@ -304,6 +310,10 @@ QString FileManagerIntegration::pythonExtensionPath(FileManager fileManager) {
     const QString folder = fileManager == FileManager::nemo ? QStringLiteral("/nemo-python/extensions")
                                                             : QStringLiteral("/nautilus-python/extensions");
     return KestroPaths::dataHome() + folder + QStringLiteral("/kestro_menu.py");
+}
+
+QString FileManagerIntegration::iconPath() {
+    return KestroPaths::dataHome() + QStringLiteral("/icons/hicolor/scalable/apps/kestro.svg");
 }
 
 QString FileManagerIntegration::dolphinFolder() {

@@ -10,6 +10,7 @@
 #include "stores/CustomShortcutActionPersistence.h"
 
 #include <QDir>
+#include <QHash>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
@@ -77,13 +78,13 @@ QString iconOf(KestroFeature feature) {
     case KestroFeature::copyFile:
         return QStringLiteral("edit-copy");
     case KestroFeature::copyPath:
-        return QStringLiteral("edit-copy");
+        return QStringLiteral("insert-link");
     case KestroFeature::openWith:
-        return QStringLiteral("system-run");
+        return QStringLiteral("document-open");
     case KestroFeature::viewOptions:
         return QStringLiteral("view-list-icons");
     case KestroFeature::customActions:
-        return QStringLiteral("system-run");
+        return QStringLiteral("application-x-executable");
     case KestroFeature::organizeFile:
         return QStringLiteral("go-jump");
     case KestroFeature::batchRename:
@@ -102,12 +103,27 @@ QString iconOf(KestroFeature feature) {
     return {};
 }
 
+// Actions of a kind of their own within a feature get that kind's icon.
+QString iconOf(KestroFeature feature, const QString& actionID) {
+    static const QHash<QString, QString> kinds = {
+        {QStringLiteral("createFolder"), QStringLiteral("folder-new")},
+        {QStringLiteral("openInTerminal"), QStringLiteral("utilities-terminal")},
+        {QStringLiteral("revealInFinder"), QStringLiteral("system-file-manager")},
+        {QStringLiteral("quickOpenHome"), QStringLiteral("user-home")},
+        {QStringLiteral("quickOpenDesktop"), QStringLiteral("user-desktop")},
+        {QStringLiteral("moveSelectionToNewFolder"), QStringLiteral("folder-new")},
+        {QStringLiteral("toggleHiddenFiles"), QStringLiteral("view-refresh")},
+        {QStringLiteral("toggleNemoHiddenFiles"), QStringLiteral("view-refresh")},
+    };
+    return kinds.value(actionID, iconOf(feature));
+}
+
 KestroMenuItem action(KestroFeature feature, const QString& id, const QString& title,
                       const QString& actionID) {
     KestroMenuItem item;
     item.id = id;
     item.title = title;
-    item.icon = iconOf(feature);
+    item.icon = iconOf(feature, actionID);
     item.actionID = actionID;
     item.onBackground = backgroundActionIDs().contains(actionID);
     item.fileKind = fileKindOf(actionID, feature);

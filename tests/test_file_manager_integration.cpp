@@ -357,6 +357,7 @@ private slots:
         FileManagerIntegration::install();
         for (const FileManagerIntegration::Status& status : FileManagerIntegration::status())
             QVERIFY2(status.installed && status.integrated, qPrintable(status.name));
+        QVERIFY(readAll(FileManagerIntegration::iconPath()).contains("<svg"));
         const QStringList serviceMenus =
             QDir(FileManagerIntegration::dolphinFolder()).entryList({QStringLiteral("kestro-*.desktop")});
         QVERIFY(!serviceMenus.isEmpty());
@@ -396,7 +397,7 @@ private slots:
         QVERIFY(QFileInfo::exists(usersAction));
         QCOMPARE(readAll(FileManagerIntegration::thunarActionsPath()), userActions);
         // The folders Kestro made go when they are empty; one holding the user's own file stays.
-        for (const char* folder : {"nautilus-python", "nemo-python"})
+        for (const char* folder : {"nautilus-python", "nemo-python", "icons"})
             QVERIFY2(!QFileInfo::exists(KestroPaths::dataHome() + QLatin1Char('/') + QLatin1String(folder)),
                      folder);
         QVERIFY(QFileInfo::exists(usersServiceMenu));
