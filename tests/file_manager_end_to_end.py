@@ -42,17 +42,19 @@ FILE_MANAGERS = {
                  "class": "nautilus", "extension": True},
     # Qt menus are walked with keys along the layout this test gives Kestro's menu: on files Kestro is the
     # second-last entry in Dolphin and the third-last in PCManFM-Qt, on the background the second-last in both.
-    # Dolphin nests one level (Kestro › "新建 › 新建文本文件", "复制到 › 备份 …", "复制到 › 在旁边创建副本");
-    # PCManFM-Qt nests fully. On the background the walk takes Kestro's last entry: 新建文本文件 when only
-    # what needs no selection is offered, 在旁边创建副本 (a copy of the folder in view) if selection items leaked.
+    # Dolphin nests one level (Kestro › twelve "新建 › …" ending with 新建文本文件, then "复制到 › 备份 …",
+    # "复制到 › 在旁边创建副本"); PCManFM-Qt nests fully. "Up" on a submenu's first entry wraps to its last.
+    # On the background the walk takes Kestro's last entry: 新建文本文件 when only what needs no selection is
+    # offered and the settings' order holds (twelve entries sorted as text would end elsewhere), 在旁边创建副本
+    # (a copy of the folder in view) if selection items leaked.
     "dolphin": {"packages": ["dolphin"], "command": ["dolphin", "--new-window"], "class": "dolphin",
                 "extension": False,
-                "selection keys": ["Up", "Up", "Right", "Down", "Return"],
-                "background keys": ["Up", "Up", "Right", "End", "Return"]},
+                "selection keys": ["Up", "Up", "Right", "Up", "Up", "Return"],
+                "background keys": ["Up", "Up", "Right", "Up", "Return"]},
     "pcmanfm-qt": {"packages": ["pcmanfm-qt"], "command": ["pcmanfm-qt"], "class": "pcmanfm-qt",
                    "extension": False,
                    "selection keys": ["Up", "Up", "Up", "Right", "Down", "Right", "Return"],
-                   "background keys": ["Up", "Up", "Right", "End", "Right", "End", "Return"]},
+                   "background keys": ["Up", "Up", "Right", "Up", "Right", "Up", "Return"]},
 }
 # What a session's own folder holds besides the destination; anything else is an action's stray result.
 KEPT_IN_ROOT = ["home", "runtime", "kestro-tmp", "tmp", "work folder", "file-manager.log"]
@@ -118,7 +120,8 @@ class Session:
         self.write_settings()
 
     def write_settings(self):
-        """A small, known menu: Kestro › 新建 › 新建文本文件 and Kestro › 复制到 › the destination."""
+        """A small, known menu: Kestro › 新建 › eleven new files then 新建文本文件, and Kestro › 复制到 › the
+        destination then 在旁边创建副本."""
         config = os.path.join(self.env["XDG_CONFIG_HOME"], "kestro")
         os.makedirs(config, exist_ok=True)
         order = ["createFile", "copyFile", "quickOpen", "organizeFile", "batchRename", "archiveTools",
@@ -128,10 +131,12 @@ class Session:
             "enabledFeatureIDs": ["copyFile", "createFile"],
             "groupsFeaturesUnderKestro": True,
             "menuLayout": "collapsed",
-            "enabledChildIDs": ["copyBesideOriginal", "createTextFile"],
+            "enabledChildIDs": ["copyBesideOriginal"] + CREATE_FILE_CHILDREN[1:12] + ["createTextFile"],
             "featureOrder": order,
-            # Both features' children listed in full, so that none counts as new and comes in by default.
-            "childOrderByFeatureID": {"createFile": CREATE_FILE_CHILDREN, "copyFile": COPY_FILE_CHILDREN},
+            # Both features' children listed in full, so that none counts as new and comes in by default;
+            # 新建文本文件 last of the twelve.
+            "childOrderByFeatureID": {"createFile": CREATE_FILE_CHILDREN[1:] + CREATE_FILE_CHILDREN[:1],
+                                      "copyFile": COPY_FILE_CHILDREN},
         }
         destinations = {
             "copy": [{"id": "e2e-destination", "name": DESTINATION_NAME, "path": self.destination}],
