@@ -5,12 +5,13 @@
 #include "actions/DeveloperToolActions.h"
 #include "actions/FinderActionExecutor.h"
 #include "actions/FinderViewPresetActions.h"
-#include "actions/PathParts.h"
+#include "actions/HiddenFilesSetting.h"
 #include "actions/ImageActions.h"
 #include "actions/KestroFileTemplate.h"
 #include "actions/NewFileActions.h"
 #include "actions/OpenActions.h"
 #include "actions/PathCopyActions.h"
+#include "actions/PathParts.h"
 #include "actions/PdfActions.h"
 #include "actions/RenameActions.h"
 #include "actions/ScheduledDeletionActions.h"
@@ -206,6 +207,10 @@ QHash<QString, Handler> buildTable() {
         returningNothing([](const Request& r) { DeveloperToolActions::copyFileSizes(r.selectedURLs); }));
     add("toggleHiddenFiles",
         returningNothing([](const Request&) { DeveloperToolActions::toggleHiddenFiles(); }));
+    // The same switch in Nemo's right-click menu acts on Nemo's own setting.
+    add("toggleNemoHiddenFiles", returningNothing([](const Request&) {
+            HiddenFilesSetting::toggle(HiddenFilesSetting::FileManager::nemo);
+        }));
     return table;
 }
 

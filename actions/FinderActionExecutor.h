@@ -35,7 +35,8 @@ public:
     static void revealInFinder(const QStringList& urls);
     static void revealURLInFinder(const QString& url);
     static void revealURLsInFinder(const QStringList& urls);
-    static void openContainingFolders(const QStringList& urls);
+    // Selects the results that exist in the running file manager.
+    static void selectResults(const QStringList& urls);
     // The reveal rule: the user's preferences, read afresh from disk at the moment of each action.
     static void revealCreatedItemsIfWanted(const QStringList& urls);
     static void revealActionResultsIfWanted(const QStringList& urls);

@@ -144,28 +144,27 @@ void FinderActionExecutor::revealURLsInFinder(const QStringList& urls) {
         Platform::workspace().selectItems(items);
 }
 
-void FinderActionExecutor::openContainingFolders(const QStringList& urls) {
-    QStringList folders;
+// An action's results are selected in the user's own file manager, folders too: opening their folder would
+// start a new window of the default file manager on a folder that is usually in view already.
+void FinderActionExecutor::selectResults(const QStringList& urls) {
+    QStringList items;
     for (const QString& url : urls) {
-        const QFileInfo info(url);
-        if (!info.exists())
-            continue;
-        folders.append(info.isDir() ? QDir::cleanPath(url) : parentOf(QDir::cleanPath(url)));
+        if (QFileInfo::exists(url))
+            items.append(QDir::cleanPath(url));
     }
-    std::sort(folders.begin(), folders.end());
-    folders.erase(std::unique(folders.begin(), folders.end()), folders.end());
-    for (const QString& folder : folders)
-        Platform::workspace().openUrl(QUrl::fromLocalFile(folder));
+    items.removeDuplicates();
+    if (!items.isEmpty())
+        Platform::workspace().selectItems(items);
 }
 
 void FinderActionExecutor::revealCreatedItemsIfWanted(const QStringList& urls) {
     if (AppPreferencesPersistence::load().revealCreatedItems)
-        openContainingFolders(urls);
+        selectResults(urls);
 }
 
 void FinderActionExecutor::revealActionResultsIfWanted(const QStringList& urls) {
     if (AppPreferencesPersistence::load().revealActionResults)
-        openContainingFolders(urls);
+        selectResults(urls);
 }
 
 QString FinderActionExecutor::checkedRequestPath(const QString& text) {

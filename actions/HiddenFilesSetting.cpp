@@ -17,9 +17,11 @@ QString gsettingsTool() {
     return QStandardPaths::findExecutable(QStringLiteral("gsettings"));
 }
 
-FinderActionExecutionError unavailable() {
+FinderActionExecutionError unavailable(HiddenFilesSetting::FileManager fileManager) {
     return FinderActionExecutionError::commandFailed(
-        tr("文件管理器的隐藏文件设置不可用：没有找到 GNOME 文件（Nautilus）使用的 gsettings 设置。"));
+        fileManager == HiddenFilesSetting::FileManager::nemo
+            ? tr("文件管理器的隐藏文件设置不可用：没有找到 Nemo 使用的 gsettings 设置。")
+            : tr("文件管理器的隐藏文件设置不可用：没有找到 GNOME 文件（Nautilus）使用的 gsettings 设置。"));
 }
 
 QStringList outputLines(const QString& tool, const QStringList& arguments) {
@@ -35,7 +37,9 @@ bool readValue(const QString& tool, const HiddenFilesSetting::Key& key) {
 
 } // namespace
 
-QList<HiddenFilesSetting::Key> HiddenFilesSetting::candidateKeys() {
+QList<HiddenFilesSetting::Key> HiddenFilesSetting::candidateKeys(FileManager fileManager) {
+    if (fileManager == FileManager::nemo)
+        return {{QStringLiteral("org.nemo.preferences"), QStringLiteral("show-hidden-files")}};
     return {
         {QStringLiteral("org.gtk.gtk4.Settings.FileChooser"), QStringLiteral("show-hidden")},
         {QStringLiteral("org.gtk.Settings.FileChooser"), QStringLiteral("show-hidden")},
@@ -43,7 +47,7 @@ QList<HiddenFilesSetting::Key> HiddenFilesSetting::candidateKeys() {
     };
 }
 
-QList<HiddenFilesSetting::Key> HiddenFilesSetting::installedKeys() {
+QList<HiddenFilesSetting::Key> HiddenFilesSetting::installedKeys(FileManager fileManager) {
     const QString tool = gsettingsTool();
     if (tool.isEmpty())
         return {};
@@ -51,7 +55,7 @@ QList<HiddenFilesSetting::Key> HiddenFilesSetting::installedKeys() {
     for (const QString& line : outputLines(tool, {QStringLiteral("list-schemas")}))
         schemas.append(line.trimmed());
     QList<Key> installed;
-    for (const Key& key : candidateKeys()) {
+    for (const Key& key : candidateKeys(fileManager)) {
         if (!schemas.contains(key.schema))
             continue;
         QStringList keys;
@@ -63,26 +67,26 @@ QList<HiddenFilesSetting::Key> HiddenFilesSetting::installedKeys() {
     return installed;
 }
 
-bool HiddenFilesSetting::isShowingHiddenFiles() {
+bool HiddenFilesSetting::isShowingHiddenFiles(FileManager fileManager) {
     try {
-        const QList<Key> keys = installedKeys();
+        const QList<Key> keys = installedKeys(fileManager);
         return !keys.isEmpty() && readValue(gsettingsTool(), keys.first());
     } catch (const std::exception&) {
         return false;
     }
 }
 
-void HiddenFilesSetting::toggle() {
+void HiddenFilesSetting::toggle(FileManager fileManager) {
     QList<Key> keys;
     try {
-        keys = installedKeys();
+        keys = installedKeys(fileManager);
     } catch (const std::exception&) {
-        throw unavailable();
+        throw unavailable(fileManager);
     }
     if (keys.isEmpty())
-        throw unavailable();
+        throw unavailable(fileManager);
     const QString tool = gsettingsTool();
-    const bool show = !isShowingHiddenFiles();
+    const bool show = !isShowingHiddenFiles(fileManager);
     for (const Key& key : keys)
         ProcessRunner::runProcess(tool, {QStringLiteral("set"), key.schema, key.name,
                                          show ? QStringLiteral("true") : QStringLiteral("false")});

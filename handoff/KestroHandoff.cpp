@@ -7,7 +7,9 @@
 // .json) and tells the running host over its single-instance socket; with no host running it starts one,
 // which runs the queue at start. Plain C++ and POSIX on purpose: a click must not pay for loading Qt, let
 // alone the libraries the actions need. Paths arrive as separate arguments and never pass through a shell.
-// With --folder the one path is the folder whose background was clicked.
+// With --folder the one path is the folder to act in (its background was clicked, or it stands for the
+// background); only items that need no selection run so, and the folder itself is never renamed, moved,
+// copied or trashed. A failure reaches the user as the host's failure notice, through the same queue.
 #include "handoff/HandoffFiles.h"
 
 #include <nlohmann/json.hpp>
@@ -50,7 +52,7 @@ std::optional<Arguments> parse(int argc, char* argv[]) {
         return std::nullopt;
     for (++index; index < argc; ++index)
         arguments.paths.emplace_back(argv[index]);
-    if (arguments.folder && arguments.paths.size() != 1)
+    if (arguments.folder && arguments.paths.empty())
         return std::nullopt;
     return arguments;
 }
@@ -79,9 +81,21 @@ std::optional<std::string> stringField(const json& item, const char* key) {
     return found->get<std::string>();
 }
 
-int fail(const std::string& message, const std::string& detail) {
+// The host shows the message as its failure notice; with no host running, one is started for it.
+void notifyUser(const std::string& message) {
+    std::string error;
+    const json notice = {{"actionID", ""}, {"selectedPaths", json::array()}, {"handoffError", message}};
+    if (!HandoffFiles::enqueue(notice.dump(), error))
+        return;
+    if (!HandoffFiles::announceToHost())
+        HandoffFiles::startHost(error);
+}
+
+int fail(const std::string& message, const std::string& detail, bool reachUser = true) {
     HandoffFiles::log("file manager hand-off failed: " + detail);
     std::fprintf(stderr, "kestro-handoff: %s\n", message.c_str());
+    if (reachUser)
+        notifyUser(message);
     return 1;
 }
 
@@ -115,6 +129,18 @@ int main(int argc, char* argv[]) {
     if (!actionID || actionID->empty())
         return fail("这个菜单项已不存在，请重新打开右键菜单。", "no menu item " + arguments->itemID);
 
+    const std::string title = stringField(*item, "title").value_or(*actionID);
+    if (arguments->folder) {
+        const auto background = item->find("background");
+        if (background == item->end() || *background != true)
+            return fail("“" + title + "”要先选中文件，在文件夹的空白处不能使用。",
+                        "item " + arguments->itemID + " needs a selection, clicked on a folder background");
+        // Several folders selected at once stand for no one folder to act in.
+        if (paths.size() != 1)
+            return fail("“" + title + "”一次只能用于一个文件夹。",
+                        "item " + arguments->itemID + " given several folders");
+    }
+
     json request = {{"actionID", *actionID}};
     if (arguments->folder) {
         request["selectedPaths"] = json::array();
@@ -124,15 +150,13 @@ int main(int argc, char* argv[]) {
     }
     if (const auto destination = stringField(*item, "destinationPath"))
         request["destinationPath"] = *destination;
-    if (const auto preset = stringField(*item, "presetID"))
-        request["presetID"] = *preset;
 
     if (!HandoffFiles::enqueue(request.dump(), error))
-        return fail("无法把请求交给 Kestro：" + error, "queue write failed: " + error);
+        return fail("无法把请求交给 Kestro：" + error, "queue write failed: " + error, false);
     if (HandoffFiles::announceToHost())
         return 0;
     // No host listens: start one; it runs the queue as it starts.
     if (!HandoffFiles::startHost(error))
-        return fail("无法启动 Kestro：" + error, "host start failed: " + error);
+        return fail("无法启动 Kestro：" + error, "host start failed: " + error, false);
     return 0;
 }

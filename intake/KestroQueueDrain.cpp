@@ -168,6 +168,11 @@ bool KestroQueueDrain::runClaimed(const Candidate& candidate, const QByteArray& 
         return false;
     }
 
+    if (action->handoffError) {
+        fail(QStringLiteral("file manager hand-off failed: ") + *action->handoffError, summary);
+        reportOnMainThread(*action->handoffError);
+        return false;
+    }
     DiagnosticLog::append(QStringLiteral("app delegate queued action=%1 selected=%2 target=%3 destination=%4 "
                                          "presetID=%5 file=%6")
                               .arg(action->actionID, DiagnosticLog::listText(action->selectedURLs),

@@ -38,6 +38,7 @@ std::optional<KestroQueuedAction> KestroQueuedAction::decode(const QByteArray& b
     }
     action.targetedURL = optionalString(object, "targetedPath");
     action.presetID = optionalString(object, "presetID");
+    action.handoffError = optionalString(object, "handoffError");
     // The destination is a folder: "/a/b/" and "/a/b" name the same one, and actions that take its last
     // component (view presets) need it without the trailing slash.
     if (const std::optional<QString> destination = optionalString(object, "destinationPath"))

@@ -47,7 +47,13 @@ QString FileManagerCommands::desktopValue(const QString& text) {
     return escaped;
 }
 
-QStringList FileManagerCommands::handoffArguments(const QString& itemID) {
+QStringList FileManagerCommands::handoffArguments(const QString& itemID, PathsAre paths) {
+    switch (paths) {
+    case PathsAre::selection:
+        break;
+    case PathsAre::targetFolder:
+        return {QStringLiteral("--folder"), itemID, QStringLiteral("--")};
+    }
     return {itemID, QStringLiteral("--")};
 }
 

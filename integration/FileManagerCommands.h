@@ -7,8 +7,16 @@
 // quoted, so names with blanks, quotes, "$", ";", "&", newlines or a leading dash stay one argument.
 namespace FileManagerCommands {
 
-// kestro-handoff's arguments for an item: the item's id, then "--" so no path is taken for an option.
-QStringList handoffArguments(const QString& itemID);
+// How the paths a file manager hands over are to be read.
+enum class PathsAre {
+    selection,
+    // The one path is the folder to act in (a folder background, or one folder standing for it).
+    targetFolder,
+};
+
+// kestro-handoff's arguments for an item: how to read the paths, the item's id, then "--" so no path is
+// taken for an option.
+QStringList handoffArguments(const QString& itemID, PathsAre paths = PathsAre::selection);
 
 // The value of a desktop entry's Exec key (Dolphin, PCManFM-Qt): each argument double-quoted with "\" before
 // '"', '`', '$' and '\', "%" doubled, then the key's own escapes ("\\", "\n", "\t", "\r"); fieldCode (such

@@ -111,8 +111,26 @@ void mergeThunarActions(const QList<KestroMenuItem>& menu) {
         writeFile(path, *merged, QFileInfo::exists(path) ? QFileInfo(path).permissions() : privateFile);
 }
 
-void writeFor(FileManager fileManager, const QList<KestroMenuItem>& menu) {
+QString programOf(FileManager fileManager) {
+    switch (fileManager) {
+    case FileManager::gnomeFiles:
+        return QStringLiteral("nautilus");
+    case FileManager::nemo:
+        return QStringLiteral("nemo");
+    case FileManager::dolphin:
+        return QStringLiteral("dolphin");
+    case FileManager::thunar:
+        return QStringLiteral("thunar");
+    case FileManager::pcmanfmQt:
+        return QStringLiteral("pcmanfm-qt");
+    }
+    return {};
+}
+
+void writeFor(FileManager fileManager, const QList<KestroMenuItem>& fullMenu) {
     const QString handoff = FileManagerIntegration::handoffPath();
+    // The Python module picks for itself from the full description; the others are given their own menu.
+    const QList<KestroMenuItem> menu = KestroMenuModel::shownIn(fullMenu, programOf(fileManager));
     switch (fileManager) {
     case FileManager::gnomeFiles:
     case FileManager::nemo:
@@ -136,6 +154,19 @@ void writeFor(FileManager fileManager, const QList<KestroMenuItem>& menu) {
     }
 }
 
+// The folder, and its parents up to the data or configuration home, while they are empty: the folders
+// Kestro made for its files go with them, and a folder that holds anything else stays.
+void removeEmptyFolders(const QString& folder) {
+    QDir dir(folder);
+    while (dir.exists() && dir.absolutePath() != QDir(KestroPaths::dataHome()).absolutePath() &&
+           dir.absolutePath() != QDir(KestroPaths::configHome()).absolutePath() &&
+           dir.isEmpty(QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot)) {
+        const QString name = dir.dirName();
+        if (!dir.cdUp() || !dir.rmdir(name))
+            return;
+    }
+}
+
 void removeFor(FileManager fileManager) {
     switch (fileManager) {
     case FileManager::gnomeFiles:
@@ -144,13 +175,16 @@ void removeFor(FileManager fileManager) {
         QFile::remove(path);
         // Python's compiled copy of the module, if the file manager made one.
         QDir(QFileInfo(path).absolutePath() + QStringLiteral("/__pycache__")).removeRecursively();
+        removeEmptyFolders(QFileInfo(path).absolutePath());
         break;
     }
     case FileManager::dolphin:
         removeGeneratedFiles(FileManagerIntegration::dolphinFolder());
+        removeEmptyFolders(FileManagerIntegration::dolphinFolder());
         break;
     case FileManager::pcmanfmQt:
         removeGeneratedFiles(FileManagerIntegration::pcmanfmFolder());
+        removeEmptyFolders(FileManagerIntegration::pcmanfmFolder());
         break;
     case FileManager::thunar: {
         const std::optional<QByteArray> existing = readThunarActions();
@@ -162,9 +196,10 @@ void removeFor(FileManager fileManager) {
         if (!without)
             return;
         // A file Kestro made and nothing else was ever added to goes altogether.
-        if (*without == ThunarActions::merged({}, {}, {}, error))
+        if (*without == ThunarActions::merged({}, {}, {}, error)) {
             QFile::remove(FileManagerIntegration::thunarActionsPath());
-        else
+            removeEmptyFolders(QFileInfo(FileManagerIntegration::thunarActionsPath()).absolutePath());
+        } else
             writeFile(FileManagerIntegration::thunarActionsPath(), *without,
                       QFileInfo(FileManagerIntegration::thunarActionsPath()).permissions());
         break;
@@ -196,22 +231,7 @@ QString FileManagerIntegration::displayName(FileManager fileManager) {
 }
 
 bool FileManagerIntegration::isInstalled(FileManager fileManager) {
-    const auto found = [](const char* program) {
-        return !QStandardPaths::findExecutable(QString::fromLatin1(program)).isEmpty();
-    };
-    switch (fileManager) {
-    case FileManager::gnomeFiles:
-        return found("nautilus");
-    case FileManager::nemo:
-        return found("nemo");
-    case FileManager::dolphin:
-        return found("dolphin");
-    case FileManager::thunar:
-        return found("thunar");
-    case FileManager::pcmanfmQt:
-        return found("pcmanfm-qt");
-    }
-    return false;
+    return !QStandardPaths::findExecutable(programOf(fileManager)).isEmpty();
 }
 
 bool FileManagerIntegration::isIntegrated(FileManager fileManager) {
@@ -247,6 +267,10 @@ void FileManagerIntegration::refresh() {
     QDir().mkpath(KestroPaths::extensionDirectory());
     QFile::setPermissions(KestroPaths::extensionDirectory(), privateExecutable);
     writeFile(menuDescriptionPath(), KestroMenuModel::toJson(menu), privateFile);
+    // The "Kestro" entry names its icon; the user's own icon theme is where every file manager finds it.
+    QFile icon(QStringLiteral(":/kestro/integration/kestro.svg"));
+    if (icon.open(QIODevice::ReadOnly))
+        writeFile(iconPath(), icon.readAll(), privateFile);
     for (FileManager fileManager : all()) {
         if (isInstalled(fileManager))
             writeFor(fileManager, menu);
@@ -263,6 +287,8 @@ void FileManagerIntegration::uninstall() {
     for (FileManager fileManager : all())
         removeFor(fileManager);
     QFile::remove(menuDescriptionPath());
+    QFile::remove(iconPath());
+    removeEmptyFolders(QFileInfo(iconPath()).absolutePath());
 }
 
 bool FileManagerIntegration::isSwitchedOff() {
@@ -284,6 +310,10 @@ QString FileManagerIntegration::pythonExtensionPath(FileManager fileManager) {
     const QString folder = fileManager == FileManager::nemo ? QStringLiteral("/nemo-python/extensions")
                                                             : QStringLiteral("/nautilus-python/extensions");
     return KestroPaths::dataHome() + folder + QStringLiteral("/kestro_menu.py");
+}
+
+QString FileManagerIntegration::iconPath() {
+    return KestroPaths::dataHome() + QStringLiteral("/icons/hicolor/scalable/apps/kestro.svg");
 }
 
 QString FileManagerIntegration::dolphinFolder() {

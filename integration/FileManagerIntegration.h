@@ -37,6 +37,8 @@ public:
     static QString menuDescriptionPath();
     // Where each file manager reads Kestro's files.
     static QString pythonExtensionPath(FileManager fileManager);
+    // Kestro's icon in the user's icon theme ("kestro"), named by the menus' Kestro entry.
+    static QString iconPath();
     static QString dolphinFolder();
     static QString pcmanfmFolder();
     static QString thunarActionsPath();

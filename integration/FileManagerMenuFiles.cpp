@@ -2,6 +2,7 @@
 
 #include "integration/FileManagerCommands.h"
 
+#include <algorithm>
 #include <functional>
 #include <QCryptographicHash>
 #include <QFile>
@@ -20,17 +21,77 @@ QString qtMenuTitle(const QString& title) {
     return text.replace(QLatin1Char('&'), QStringLiteral("&&"));
 }
 
-QString mimeList(KestroMenuFileKind kind) {
-    QStringList types = KestroMenuFileKinds::mimeTypes(kind);
-    // Folders take the actions that work on anything; on the background the folder itself is handed over.
-    if (kind == KestroMenuFileKind::any)
-        types.append(QStringLiteral("inode/directory"));
+// Neither Dolphin nor PCManFM-Qt tells its folder background from one selected folder: both hand over the
+// folder in view as the one path. So each item is rendered once per kind of click it can serve, and only an
+// item that needs no selection is offered on one folder alone, where its command says that the path is the
+// folder to act in. Selection items take folders only among two or more selected items.
+enum class Click { oneFile, severalItems, oneFolder, typedFiles };
+
+QList<Click> clicksFor(const KestroMenuItem& item) {
+    QList<Click> clicks;
+    if (item.fileKind != KestroMenuFileKind::any)
+        return {Click::typedFiles};
+    if (item.onSelection)
+        clicks << Click::oneFile << Click::severalItems;
+    if (item.onBackground)
+        clicks << Click::oneFolder;
+    return clicks;
+}
+
+QString mimeList(KestroMenuFileKind kind, Click click) {
+    QStringList types;
+    switch (click) {
+    case Click::oneFile:
+        types = {QStringLiteral("all/allfiles")};
+        break;
+    case Click::severalItems:
+        types = {QStringLiteral("all/all")};
+        break;
+    case Click::oneFolder:
+        types = {QStringLiteral("inode/directory")};
+        break;
+    case Click::typedFiles:
+        types = KestroMenuFileKinds::mimeTypes(kind);
+        break;
+    }
     return types.join(QLatin1Char(';')) + QLatin1Char(';');
 }
 
-QString exec(const QString& handoff, const KestroMenuItem& item) {
+QString exec(const QString& handoff, const KestroMenuItem& item, Click click) {
+    const FileManagerCommands::PathsAre paths = click == Click::oneFolder
+                                                    ? FileManagerCommands::PathsAre::targetFolder
+                                                    : FileManagerCommands::PathsAre::selection;
     return FileManagerCommands::desktopExec(
-        QStringList{handoff} + FileManagerCommands::handoffArguments(item.id), QStringLiteral("%F"));
+        QStringList{handoff} + FileManagerCommands::handoffArguments(item.id, paths), QStringLiteral("%F"));
+}
+
+// Dolphin's count keys for the kind of click.
+QString dolphinCountKey(Click click) {
+    switch (click) {
+    case Click::oneFile:
+        return QStringLiteral("X-KDE-MaxNumberOfUrls=1\n");
+    case Click::severalItems:
+        return QStringLiteral("X-KDE-MinNumberOfUrls=2\n");
+    case Click::oneFolder:
+        return QStringLiteral("X-KDE-RequiredNumberOfUrls=1\n");
+    case Click::typedFiles:
+        break;
+    }
+    return {};
+}
+
+// PCManFM-Qt's condition on the number of selected items.
+QString pcmanfmCountKey(Click click) {
+    switch (click) {
+    case Click::oneFile:
+    case Click::oneFolder:
+        return QStringLiteral("SelectionCount==1\n");
+    case Click::severalItems:
+        return QStringLiteral("SelectionCount=>1\n");
+    case Click::typedFiles:
+        break;
+    }
+    return {};
 }
 
 void place(const QList<KestroMenuItem>& items, const QStringList& submenus,
@@ -64,36 +125,52 @@ FileManagerMenuFiles::placedActions(const QList<KestroMenuItem>& menu) {
 
 QList<FileManagerMenuFiles::GeneratedFile>
 FileManagerMenuFiles::dolphinServiceMenus(const QList<KestroMenuItem>& menu, const QString& handoff) {
+    struct Action {
+        QString key;
+        PlacedItem placed;
+    };
     struct Group {
         QString submenu;
         KestroMenuFileKind kind;
-        QList<PlacedItem> items;
+        Click click;
+        QList<Action> actions;
     };
     QList<Group> groups;
-    for (PlacedItem& placed : placedActions(menu)) {
+    const QList<PlacedItem> placedItems = placedActions(menu);
+    for (qsizetype position = 0; position < placedItems.size(); ++position) {
+        const PlacedItem& placed = placedItems.at(position);
+        // Dolphin sorts a submenu's entries by their action keys as text: numbered with leading zeros, the
+        // keys keep the menu's order, across files too.
+        const QString key = QStringLiteral("kestro%1").arg(position, 4, 10, QLatin1Char('0'));
         const QString submenu = placed.submenus.value(0);
-        if (groups.isEmpty() || groups.last().submenu != submenu ||
-            groups.last().kind != placed.item.fileKind)
-            groups.append({submenu, placed.item.fileKind, {}});
-        groups.last().items.append(std::move(placed));
+        for (const Click click : clicksFor(placed.item)) {
+            auto group = std::find_if(groups.begin(), groups.end(), [&](const Group& candidate) {
+                return candidate.submenu == submenu && candidate.kind == placed.item.fileKind &&
+                       candidate.click == click;
+            });
+            if (group == groups.end()) {
+                groups.append({submenu, placed.item.fileKind, click, {}});
+                group = groups.end() - 1;
+            }
+            group->actions.append({key, placed});
+        }
     }
     QList<GeneratedFile> files;
     for (qsizetype index = 0; index < groups.size(); ++index) {
         const Group& group = groups.at(index);
-        QStringList actionNames;
+        QStringList keys;
         QString actions;
-        for (qsizetype position = 0; position < group.items.size(); ++position) {
-            const PlacedItem& placed = group.items.at(position);
-            const QString name = QStringLiteral("kestro%1").arg(position);
-            actionNames.append(name);
-            const QString title =
-                (placed.submenus.mid(1) + QStringList{placed.item.title}).join(QStringLiteral(" › "));
+        for (const Action& action : group.actions) {
+            keys.append(action.key);
+            const QString title = (action.placed.submenus.mid(1) + QStringList{action.placed.item.title})
+                                      .join(QStringLiteral(" › "));
             actions += QStringLiteral("\n[Desktop Action %1]\nName=%2\nIcon=%3\nExec=%4\n")
-                           .arg(name, value(qtMenuTitle(title)), value(placed.item.icon),
-                                exec(handoff, placed.item));
+                           .arg(action.key, value(qtMenuTitle(title)), value(action.placed.item.icon),
+                                exec(handoff, action.placed.item, group.click));
         }
         QString text = QStringLiteral("[Desktop Entry]\nType=Service\nMimeType=%1\nActions=%2;\n")
-                           .arg(mimeList(group.kind), actionNames.join(QLatin1Char(';')));
+                           .arg(mimeList(group.kind, group.click), keys.join(QLatin1Char(';')));
+        text += dolphinCountKey(group.click);
         if (!group.submenu.isEmpty())
             text += QStringLiteral("X-KDE-Submenu=%1\n").arg(value(qtMenuTitle(group.submenu)));
         text += QStringLiteral("X-KDE-Priority=TopLevel\n") + QString::fromLatin1(generatedMarker()) +
@@ -107,30 +184,41 @@ FileManagerMenuFiles::dolphinServiceMenus(const QList<KestroMenuItem>& menu, con
 QList<FileManagerMenuFiles::GeneratedFile>
 FileManagerMenuFiles::pcmanfmActions(const QList<KestroMenuItem>& menu, const QString& handoff) {
     QList<GeneratedFile> files;
-    const std::function<QString(const KestroMenuItem&)> write = [&](const KestroMenuItem& item) -> QString {
-        // Named after the item, so that a change rewrites only the entries it touches.
-        const QString id =
-            QStringLiteral("kestro-") +
-            QString::fromLatin1(
-                QCryptographicHash::hash(item.id.toUtf8(), QCryptographicHash::Sha1).toHex().left(16));
-        QString text;
+    // Named after the item and the click, so that a change rewrites only the entries it touches.
+    const auto entryID = [](const QString& itemID, int click) {
+        const QByteArray key = itemID.toUtf8() + (click < 0 ? QByteArray() : "#" + QByteArray::number(click));
+        return QStringLiteral("kestro-") +
+               QString::fromLatin1(QCryptographicHash::hash(key, QCryptographicHash::Sha1).toHex().left(16));
+    };
+    const std::function<QStringList(const KestroMenuItem&)> write =
+        [&](const KestroMenuItem& item) -> QStringList {
         if (item.isSubmenu()) {
             QStringList children;
             for (const KestroMenuItem& child : item.children)
                 children.append(write(child));
-            text = QStringLiteral("[Desktop Entry]\nType=Menu\nName=%1\nIcon=%2\nItemsList=%3;\n%4\n")
-                       .arg(value(qtMenuTitle(item.title)), value(item.icon), children.join(QLatin1Char(';')),
-                            QString::fromLatin1(generatedMarker()));
-        } else {
-            text = QStringLiteral("[Desktop Entry]\nType=Action\nName=%1\nIcon=%2\nProfiles=main;\n"
-                                  "TargetContext=true\nTargetLocation=true\n%3\n\n"
-                                  "[X-Action-Profile main]\nExec=%4\nMimeTypes=%5\n")
-                       .arg(value(qtMenuTitle(item.title)), value(item.icon),
-                            QString::fromLatin1(generatedMarker()), exec(handoff, item),
-                            mimeList(item.fileKind));
+            const QString id = entryID(item.id, -1);
+            files.append({id + QStringLiteral(".desktop"),
+                          QStringLiteral("[Desktop Entry]\nType=Menu\nName=%1\nIcon=%2\nItemsList=%3;\n%4\n")
+                              .arg(value(qtMenuTitle(item.title)), value(item.icon),
+                                   children.join(QLatin1Char(';')), QString::fromLatin1(generatedMarker()))
+                              .toUtf8()});
+            return {id};
         }
-        files.append({id + QStringLiteral(".desktop"), text.toUtf8()});
-        return id;
+        // PCManFM-Qt shows an action on the background when it matches the folder as a selection
+        // (TargetLocation is not read there), so the kinds of click are told apart by count and type.
+        QStringList ids;
+        for (const Click click : clicksFor(item)) {
+            const QString id = entryID(item.id, int(click));
+            ids.append(id);
+            files.append({id + QStringLiteral(".desktop"),
+                          QStringLiteral("[Desktop Entry]\nType=Action\nName=%1\nIcon=%2\nProfiles=main;\n"
+                                         "%3\n\n[X-Action-Profile main]\nExec=%4\nMimeTypes=%5\n%6")
+                              .arg(value(qtMenuTitle(item.title)), value(item.icon),
+                                   QString::fromLatin1(generatedMarker()), exec(handoff, item, click),
+                                   mimeList(item.fileKind, click), pcmanfmCountKey(click))
+                              .toUtf8()});
+        }
+        return ids;
     };
     for (const KestroMenuItem& item : menu)
         write(item);

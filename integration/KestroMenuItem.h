@@ -18,11 +18,12 @@ struct KestroMenuItem {
     // Empty for a submenu.
     QString actionID;
     std::optional<QString> destinationPath;
-    std::optional<QString> presetID;
     // Where the item is offered: on selected items, on the folder background (the folder is the target).
     bool onSelection = true;
     bool onBackground = false;
     KestroMenuFileKind fileKind = KestroMenuFileKind::any;
+    // The one file manager (its program name) where the item can work; empty for all of them.
+    QString onlyIn;
     QList<KestroMenuItem> children;
 
     bool isSubmenu() const { return actionID.isEmpty(); }

@@ -1,6 +1,7 @@
 #include "integration/KestroMenuModel.h"
 
 #include "actions/ImageFileIO.h"
+#include "actions/OpenActions.h"
 #include "catalogue/FeatureSettingsDefaults.h"
 #include "catalogue/FeatureSettingsPersistence.h"
 #include "catalogue/FeatureSettingsStore.h"
@@ -8,8 +9,9 @@
 #include "stores/CustomDestinationDefaults.h"
 #include "stores/CustomDestinationPersistence.h"
 #include "stores/CustomShortcutActionPersistence.h"
-#include "stores/FinderViewPresetPersistence.h"
 
+#include <QDir>
+#include <QHash>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
@@ -25,12 +27,37 @@ const QSet<QString>& backgroundActionIDs() {
             for (const QString& id : feature.childIDs())
                 result.insert(id);
         }
-        for (const char* id : {"quickOpenPath", "copyFullPath", "copyFileName", "copyParentPath",
-                               "copyShellPath", "copyMarkdownLink", "openInTerminal", "toggleHiddenFiles"})
+        for (const char* id :
+             {"quickOpenPath", "copyFullPath", "copyFileName", "copyParentPath", "copyShellPath",
+              "copyMarkdownLink", "openInTerminal", "toggleHiddenFiles", "toggleNemoHiddenFiles"})
             result.insert(QString::fromLatin1(id));
         return result;
     }();
     return ids;
+}
+
+// The folder a built-in "to Desktop / Downloads / Documents" or quick-open child stands for; empty for
+// others.
+QString placeOf(const QString& actionID) {
+    static const QSet<QString> quickOpenPlaces = {
+        QStringLiteral("quickOpenHome"), QStringLiteral("quickOpenDesktop"),
+        QStringLiteral("quickOpenDownloads"), QStringLiteral("quickOpenDocuments"),
+        QStringLiteral("quickOpenApplications")};
+    QString place;
+    if (quickOpenPlaces.contains(actionID))
+        place = OpenActions::defaultQuickOpenURL(actionID).value_or(QString());
+    else if (actionID.endsWith(QLatin1String("Desktop")))
+        place = OpenActions::defaultQuickOpenURL(QStringLiteral("quickOpenDesktop")).value_or(QString());
+    else if (actionID.endsWith(QLatin1String("Downloads")))
+        place = OpenActions::defaultQuickOpenURL(QStringLiteral("quickOpenDownloads")).value_or(QString());
+    else if (actionID.endsWith(QLatin1String("Documents")))
+        place = OpenActions::defaultQuickOpenURL(QStringLiteral("quickOpenDocuments")).value_or(QString());
+    return place.isEmpty() ? place : QDir::cleanPath(place);
+}
+
+// What no Linux file manager can do: take view or sort scripts (the presets), or run Shortcuts.
+bool worksHere(const QString& childID) {
+    return childID != QLatin1String("finderViewPreset");
 }
 
 KestroMenuFileKind fileKindOf(const QString& actionID, KestroFeature feature) {
@@ -52,13 +79,13 @@ QString iconOf(KestroFeature feature) {
     case KestroFeature::copyFile:
         return QStringLiteral("edit-copy");
     case KestroFeature::copyPath:
-        return QStringLiteral("edit-copy");
+        return QStringLiteral("insert-link");
     case KestroFeature::openWith:
-        return QStringLiteral("system-run");
+        return QStringLiteral("document-open");
     case KestroFeature::viewOptions:
         return QStringLiteral("view-list-icons");
     case KestroFeature::customActions:
-        return QStringLiteral("system-run");
+        return QStringLiteral("application-x-executable");
     case KestroFeature::organizeFile:
         return QStringLiteral("go-jump");
     case KestroFeature::batchRename:
@@ -77,15 +104,34 @@ QString iconOf(KestroFeature feature) {
     return {};
 }
 
+// Actions of a kind of their own within a feature get that kind's icon.
+QString iconOf(KestroFeature feature, const QString& actionID) {
+    static const QHash<QString, QString> kinds = {
+        {QStringLiteral("createFolder"), QStringLiteral("folder-new")},
+        {QStringLiteral("openInTerminal"), QStringLiteral("utilities-terminal")},
+        {QStringLiteral("revealInFinder"), QStringLiteral("system-file-manager")},
+        {QStringLiteral("quickOpenHome"), QStringLiteral("user-home")},
+        {QStringLiteral("quickOpenDesktop"), QStringLiteral("user-desktop")},
+        {QStringLiteral("moveSelectionToNewFolder"), QStringLiteral("folder-new")},
+        {QStringLiteral("toggleHiddenFiles"), QStringLiteral("view-refresh")},
+        {QStringLiteral("toggleNemoHiddenFiles"), QStringLiteral("view-refresh")},
+    };
+    return kinds.value(actionID, iconOf(feature));
+}
+
 KestroMenuItem action(KestroFeature feature, const QString& id, const QString& title,
                       const QString& actionID) {
     KestroMenuItem item;
     item.id = id;
     item.title = title;
-    item.icon = iconOf(feature);
+    item.icon = iconOf(feature, actionID);
     item.actionID = actionID;
     item.onBackground = backgroundActionIDs().contains(actionID);
     item.fileKind = fileKindOf(actionID, feature);
+    // Kestro can switch hidden files only in GNOME Files' and Nemo's settings; elsewhere the switch would
+    // change nothing the file manager reads.
+    if (actionID == QLatin1String("toggleHiddenFiles"))
+        item.onlyIn = QStringLiteral("nautilus");
     return item;
 }
 
@@ -106,7 +152,7 @@ std::optional<std::pair<CustomDestinationKind, const char*>> destinationListOf(K
 }
 
 // A feature's actions in menu order: the user's list entries first (as in the tray), then the enabled
-// children; the view-preset child stands for the user's presets.
+// children that can work here.
 QList<KestroMenuItem> featureActions(const KestroMenuInput& input, KestroFeature feature, bool expanded,
                                      QSet<QString>& usedIDs) {
     QList<KestroMenuItem> items;
@@ -133,22 +179,31 @@ QList<KestroMenuItem> featureActions(const KestroMenuInput& input, KestroFeature
         }
     }
     if (feature == KestroFeature::customActions) {
-        for (const CustomShortcutAction& custom : input.customActions)
-            add(action(feature, custom.actionID(), custom.name, custom.actionID()));
+        for (const CustomShortcutAction& custom : input.customActions) {
+            if (custom.kind == CustomShortcutAction::Kind::script)
+                add(action(feature, custom.actionID(), custom.name, custom.actionID()));
+        }
+    }
+    // A place the user's list already offers is not offered twice in one submenu.
+    QSet<QString> listedPlaces;
+    for (const KestroMenuItem& item : items) {
+        if (item.destinationPath)
+            listedPlaces.insert(QDir::cleanPath(*item.destinationPath));
     }
     for (const KestroFeatureChild& child : FeatureSettingsStore::orderedChildren(input.settings, feature)) {
-        if (!input.settings.enabledChildIDs.contains(child.actionID))
+        if (!input.settings.enabledChildIDs.contains(child.actionID) || !worksHere(child.actionID))
             continue;
-        if (child.actionID == QLatin1String("finderViewPreset")) {
-            for (const FinderViewPreset& preset : input.viewPresets) {
-                KestroMenuItem item = action(feature, preset.actionID(), preset.name, preset.actionID());
-                item.presetID = preset.id;
-                item.onBackground = true;
-                add(std::move(item));
-            }
+        const QString place = placeOf(child.actionID);
+        if (!place.isEmpty() && listedPlaces.contains(place))
             continue;
-        }
         add(action(feature, child.actionID, child.title, child.actionID));
+        if (child.actionID == QLatin1String("toggleHiddenFiles")) {
+            // In Nemo the switch acts on Nemo's own setting.
+            KestroMenuItem nemo = action(feature, child.actionID + QStringLiteral("@nemo"), child.title,
+                                         QStringLiteral("toggleNemoHiddenFiles"));
+            nemo.onlyIn = QStringLiteral("nemo");
+            add(std::move(nemo));
+        }
     }
     return items;
 }
@@ -177,8 +232,8 @@ QJsonArray toJsonArray(const QList<KestroMenuItem>& items) {
             object.insert(QStringLiteral("actionID"), item.actionID);
             if (item.destinationPath)
                 object.insert(QStringLiteral("destinationPath"), *item.destinationPath);
-            if (item.presetID)
-                object.insert(QStringLiteral("presetID"), *item.presetID);
+            if (!item.onlyIn.isEmpty())
+                object.insert(QStringLiteral("onlyIn"), item.onlyIn);
             object.insert(QStringLiteral("selection"), item.onSelection);
             object.insert(QStringLiteral("background"), item.onBackground);
             object.insert(QStringLiteral("suffixes"),
@@ -197,7 +252,6 @@ KestroMenuInput KestroMenuInput::saved() {
     input.destinations = CustomDestinationDefaults::normalized(
         CustomDestinationPersistence::load().value_or(CustomDestinationsByKind()));
     input.customActions = CustomShortcutActionPersistence::load();
-    input.viewPresets = FinderViewPresetPersistence::load().value_or(FinderViewPreset::defaults());
     return input;
 }
 
@@ -243,6 +297,23 @@ QList<KestroMenuItem> KestroMenuModel::shownOn(const QList<KestroMenuItem>& menu
         }
         KestroMenuItem submenu = item;
         submenu.children = shownOn(item.children, context, selectedNames);
+        if (!submenu.children.isEmpty())
+            shown.append(std::move(submenu));
+    }
+    return shown;
+}
+
+QList<KestroMenuItem> KestroMenuModel::shownIn(const QList<KestroMenuItem>& menu,
+                                               const QString& fileManager) {
+    QList<KestroMenuItem> shown;
+    for (const KestroMenuItem& item : menu) {
+        if (!item.isSubmenu()) {
+            if (item.onlyIn.isEmpty() || item.onlyIn == fileManager)
+                shown.append(item);
+            continue;
+        }
+        KestroMenuItem submenu = item;
+        submenu.children = shownIn(item.children, fileManager);
         if (!submenu.children.isEmpty())
             shown.append(std::move(submenu));
     }

@@ -4,23 +4,22 @@
 #include "integration/KestroMenuItem.h"
 #include "stores/CustomDestination.h"
 #include "stores/CustomShortcutAction.h"
-#include "stores/FinderViewPreset.h"
 
 #include <QByteArray>
 
-// What the menu is made of: the feature settings and the user's three lists.
+// What the menu is made of: the feature settings and the user's lists (view presets have no place here:
+// no Linux file manager takes view scripts).
 struct KestroMenuInput {
     FeatureSettings settings;
     CustomDestinationsByKind destinations;
     QList<CustomShortcutAction> customActions;
-    QList<FinderViewPreset> viewPresets;
 
     // The host's saved copies as they are on disk now (defaults where a file is missing or unreadable).
     static KestroMenuInput saved();
 };
 
 // The one Kestro menu every file manager shows: enabled features in the user's order with their enabled
-// children, the user's destinations, custom actions and view presets as items; one submenu per feature
+// children, the user's destinations and script actions as items; one submenu per feature
 // when collapsed, every action directly when expanded; all of it under one "Kestro" entry when grouped.
 // Each action says where it applies, so that file managers only render and never decide.
 class KestroMenuModel {
@@ -33,6 +32,10 @@ public:
     // Submenus left empty go.
     static QList<KestroMenuItem> shownOn(const QList<KestroMenuItem>& menu, Context context,
                                          const QStringList& selectedNames = {});
+
+    // The menu one file manager (its program name: "nautilus", "nemo", "dolphin", "thunar", "pcmanfm-qt")
+    // shows: items that cannot work there go, and so do submenus left empty.
+    static QList<KestroMenuItem> shownIn(const QList<KestroMenuItem>& menu, const QString& fileManager);
 
     // Every action of the menu, depth first.
     static QList<KestroMenuItem> actions(const QList<KestroMenuItem>& menu);

@@ -100,32 +100,64 @@ QStringList patternsOf(KestroMenuFileKind kind) {
     return patterns.isEmpty() ? QStringList{QStringLiteral("*")} : patterns;
 }
 
+// What one rendering of an item is offered on.
+enum class Click { files, severalItems, oneFolder };
+
+void writeAction(QXmlStreamWriter& writer, const FileManagerMenuFiles::PlacedItem& placed,
+                 const QString& handoff, Click click) {
+    const KestroMenuItem& item = placed.item;
+    const bool typed = item.fileKind != KestroMenuFileKind::any;
+    const QString variant = click == Click::oneFolder      ? QStringLiteral("#folder")
+                            : click == Click::severalItems ? QStringLiteral("#several")
+                                                           : QString();
+    writer.writeStartElement(QStringLiteral("action"));
+    writer.writeTextElement(QStringLiteral("icon"), item.icon);
+    writer.writeTextElement(QStringLiteral("name"), item.title);
+    writer.writeTextElement(QStringLiteral("submenu"), placed.submenus.join(QLatin1Char('/')));
+    writer.writeTextElement(QStringLiteral("unique-id"),
+                            QString::fromLatin1(ThunarActions::uniqueIDPrefix()) + item.id + variant);
+    writer.writeTextElement(
+        QStringLiteral("command"),
+        FileManagerCommands::thunarCommand(QStringList{handoff} +
+                                               FileManagerCommands::handoffArguments(
+                                                   item.id, click == Click::oneFolder
+                                                                ? FileManagerCommands::PathsAre::targetFolder
+                                                                : FileManagerCommands::PathsAre::selection),
+                                           QStringLiteral("%F")));
+    writer.writeTextElement(QStringLiteral("description"), QStringLiteral("Kestro"));
+    // Thunar's range is the number of items clicked; the background is always one.
+    writer.writeTextElement(QStringLiteral("range"), click == Click::severalItems
+                                                         ? QStringLiteral("2-1000000")
+                                                     : click == Click::files && !typed ? QStringLiteral("1-1")
+                                                                                       : QStringLiteral("*"));
+    writer.writeTextElement(QStringLiteral("patterns"), patternsOf(item.fileKind).join(QLatin1Char(';')));
+    if (click != Click::files)
+        writer.writeEmptyElement(QStringLiteral("directories"));
+    if (click != Click::oneFolder) {
+        for (const char* kind : {"audio-files", "image-files", "other-files", "text-files", "video-files"})
+            writer.writeEmptyElement(QString::fromLatin1(kind));
+    }
+    writer.writeEndElement();
+}
+
 QString actionsText(const QList<KestroMenuItem>& menu, const QString& handoff) {
     QString text;
     QXmlStreamWriter writer(&text);
     writer.setAutoFormatting(true);
     writer.setAutoFormattingIndent(-1); // one tab, as Thunar writes its own
     for (const FileManagerMenuFiles::PlacedItem& placed : FileManagerMenuFiles::placedActions(menu)) {
-        const KestroMenuItem& item = placed.item;
-        writer.writeStartElement(QStringLiteral("action"));
-        writer.writeTextElement(QStringLiteral("icon"), item.icon);
-        writer.writeTextElement(QStringLiteral("name"), item.title);
-        writer.writeTextElement(QStringLiteral("submenu"), placed.submenus.join(QLatin1Char('/')));
-        writer.writeTextElement(QStringLiteral("unique-id"),
-                                QString::fromLatin1(ThunarActions::uniqueIDPrefix()) + item.id);
-        writer.writeTextElement(
-            QStringLiteral("command"),
-            FileManagerCommands::thunarCommand(
-                QStringList{handoff} + FileManagerCommands::handoffArguments(item.id), QStringLiteral("%F")));
-        writer.writeTextElement(QStringLiteral("description"), QStringLiteral("Kestro"));
-        writer.writeTextElement(QStringLiteral("range"), QStringLiteral("*"));
-        writer.writeTextElement(QStringLiteral("patterns"), patternsOf(item.fileKind).join(QLatin1Char(';')));
-        // Thunar lists actions for folders on the background too, with the folder as the path.
-        if (item.fileKind == KestroMenuFileKind::any)
-            writer.writeEmptyElement(QStringLiteral("directories"));
-        for (const char* kind : {"audio-files", "image-files", "other-files", "text-files", "video-files"})
-            writer.writeEmptyElement(QString::fromLatin1(kind));
-        writer.writeEndElement();
+        // Thunar 4.18 hands over the folder in view exactly as one selected folder (working directory
+        // included, inside submenus). So a selection item is offered on one file, or on two and more items
+        // with folders among them (never the background), and an item that needs no selection gets a
+        // rendering for one folder, whose command says the path is the folder to act in.
+        const bool any = placed.item.fileKind == KestroMenuFileKind::any;
+        if (placed.item.onSelection) {
+            writeAction(writer, placed, handoff, Click::files);
+            if (any)
+                writeAction(writer, placed, handoff, Click::severalItems);
+        }
+        if (placed.item.onBackground && any)
+            writeAction(writer, placed, handoff, Click::oneFolder);
     }
     // Each action on lines of its own, indented one step inside <actions>.
     QString indented;

@@ -17,11 +17,13 @@ HANDOFF = @HANDOFF@
 MENU = @MENU@
 
 if "nemo-python" in os.path.realpath(__file__):
+    PROGRAM = "nemo"
     gi.require_version("Nemo", "3.0")
-    from gi.repository import Gio, GObject, Nemo as FileManager
+    from gi.repository import Gio, GLib, GObject, Nemo as FileManager
 else:
+    PROGRAM = "nautilus"
     gi.require_version("Nautilus", "4.0")
-    from gi.repository import Gio, GObject, Nautilus as FileManager
+    from gi.repository import Gio, GLib, GObject, Nautilus as FileManager
 
 
 def _log(message):
@@ -75,6 +77,8 @@ class _Description:
 
 
 def _applies(item, background, names):
+    if item.get("onlyIn", PROGRAM) != PROGRAM:
+        return False
     if background:
         return item.get("background") is True
     if item.get("selection") is not True:
@@ -83,6 +87,13 @@ def _applies(item, background, names):
     if not suffixes:
         return True
     return all(any(n.lower().endswith(s) and len(n) > len(s) for s in suffixes) for n in names)
+
+
+def _menu_item(name, item):
+    icon = item.get("icon")
+    if isinstance(icon, str) and icon:
+        return FileManager.MenuItem(name=name, label=item["title"], icon=icon)
+    return FileManager.MenuItem(name=name, label=item["title"])
 
 
 def _hand_off(arguments):
@@ -103,6 +114,7 @@ class KestroMenuProvider(GObject.GObject, FileManager.MenuProvider):
     def __init__(self):
         super().__init__()
         self._description = _Description()
+        self._reload_pending = False
         # File managers ask for background items ahead of time (when a folder opens or changes): tell them to
         # ask again when Kestro rewrites its menu, so a settings change shows at the next right-click.
         self._monitor = None
@@ -118,8 +130,38 @@ class KestroMenuProvider(GObject.GObject, FileManager.MenuProvider):
             names = {f.get_basename() for f in (changed, other) if f is not None}
             if os.path.basename(MENU) in names:
                 self.emit_items_updated_signal()
+                if PROGRAM == "nemo" and not self._reload_pending:
+                    # One write brings several events: reload once, after them.
+                    self._reload_pending = True
+                    GLib.timeout_add(300, self._reload_nemo_views)
         except Exception as error:
             _log("menu update failed: %r" % (error,))
+
+    def _reload_nemo_views(self):
+        # Nemo 5.6 asks for background items only when a folder view (re)loads and does not act on "items
+        # updated": reload each of its windows as its own Reload key (F5) would.
+        self._reload_pending = False
+        try:
+            from gi.repository import Gdk, Gtk
+
+            for window in Gtk.Window.list_toplevels():
+                if not type(window).__gtype__.name.startswith("Nemo") or window.get_window() is None:
+                    continue
+                event = Gdk.Event.new(Gdk.EventType.KEY_PRESS)
+                event.key.window = window.get_window()
+                event.key.keyval = Gdk.KEY_F5
+                found, keys = Gdk.Keymap.get_for_display(Gdk.Display.get_default()).get_entries_for_keyval(
+                    Gdk.KEY_F5)
+                if found and keys:
+                    event.key.hardware_keycode = keys[0].keycode
+                event.key.send_event = True
+                seat = Gdk.Display.get_default().get_default_seat()
+                if seat is not None:
+                    event.set_device(seat.get_keyboard())
+                window.event(event)
+        except Exception as error:
+            _log("cannot reload Nemo's folder views: %r" % (error,))
+        return False
 
     def _render(self, items, background, names, arguments, prefix):
         rendered = []
@@ -132,14 +174,14 @@ class KestroMenuProvider(GObject.GObject, FileManager.MenuProvider):
                 inner = self._render(children, background, names, arguments, name)
                 if not inner:
                     continue
-                entry = FileManager.MenuItem(name=name, label=item["title"])
+                entry = _menu_item(name, item)
                 submenu = FileManager.Menu()
                 for child in inner:
                     submenu.append_item(child)
                 entry.set_submenu(submenu)
                 rendered.append(entry)
             elif isinstance(item.get("id"), str) and _applies(item, background, names):
-                entry = FileManager.MenuItem(name=name, label=item["title"])
+                entry = _menu_item(name, item)
                 item_arguments = (["--folder"] if background else []) + [item["id"], "--"] + arguments
                 entry.connect("activate", lambda _entry, a=item_arguments: _hand_off(a))
                 rendered.append(entry)

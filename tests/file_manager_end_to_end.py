@@ -42,16 +42,22 @@ FILE_MANAGERS = {
                  "class": "nautilus", "extension": True},
     # Qt menus are walked with keys along the layout this test gives Kestro's menu: on files Kestro is the
     # second-last entry in Dolphin and the third-last in PCManFM-Qt, on the background the second-last in both.
-    # Dolphin nests one level (Kestro › "新建 › 新建文本文件", "复制到 › 备份 …"); PCManFM-Qt nests fully.
+    # Dolphin nests one level (Kestro › twelve "新建 › …" ending with 新建文本文件, then "复制到 › 备份 …",
+    # "复制到 › 在旁边创建副本"); PCManFM-Qt nests fully. "Up" on a submenu's first entry wraps to its last.
+    # On the background the walk takes Kestro's last entry: 新建文本文件 when only what needs no selection is
+    # offered and the settings' order holds (twelve entries sorted as text would end elsewhere), 在旁边创建副本
+    # (a copy of the folder in view) if selection items leaked.
     "dolphin": {"packages": ["dolphin"], "command": ["dolphin", "--new-window"], "class": "dolphin",
                 "extension": False,
-                "selection keys": ["Up", "Up", "Right", "Down", "Return"],
-                "background keys": ["Up", "Up", "Right", "Return"]},
+                "selection keys": ["Up", "Up", "Right", "Up", "Up", "Return"],
+                "background keys": ["Up", "Up", "Right", "Up", "Return"]},
     "pcmanfm-qt": {"packages": ["pcmanfm-qt"], "command": ["pcmanfm-qt"], "class": "pcmanfm-qt",
                    "extension": False,
                    "selection keys": ["Up", "Up", "Up", "Right", "Down", "Right", "Return"],
-                   "background keys": ["Up", "Up", "Right", "Right", "Return"]},
+                   "background keys": ["Up", "Up", "Right", "Up", "Right", "Up", "Return"]},
 }
+# What a session's own folder holds besides the destination; anything else is an action's stray result.
+KEPT_IN_ROOT = ["home", "runtime", "kestro-tmp", "tmp", "work folder", "file-manager.log"]
 TOOLS = ["xvfb", "xdotool", "python3-pyatspi", "imagemagick", "x11-utils", "dbus", "at-spi2-core"]
 
 
@@ -114,7 +120,8 @@ class Session:
         self.write_settings()
 
     def write_settings(self):
-        """A small, known menu: Kestro › 新建 › 新建文本文件 and Kestro › 复制到 › the destination."""
+        """A small, known menu: Kestro › 新建 › eleven new files then 新建文本文件, and Kestro › 复制到 › the
+        destination then 在旁边创建副本."""
         config = os.path.join(self.env["XDG_CONFIG_HOME"], "kestro")
         os.makedirs(config, exist_ok=True)
         order = ["createFile", "copyFile", "quickOpen", "organizeFile", "batchRename", "archiveTools",
@@ -124,10 +131,12 @@ class Session:
             "enabledFeatureIDs": ["copyFile", "createFile"],
             "groupsFeaturesUnderKestro": True,
             "menuLayout": "collapsed",
-            "enabledChildIDs": ["copyBesideOriginal", "createTextFile"],
+            "enabledChildIDs": ["copyBesideOriginal"] + CREATE_FILE_CHILDREN[1:12] + ["createTextFile"],
             "featureOrder": order,
-            # Both features' children listed in full, so that none counts as new and comes in by default.
-            "childOrderByFeatureID": {"createFile": CREATE_FILE_CHILDREN, "copyFile": COPY_FILE_CHILDREN},
+            # Both features' children listed in full, so that none counts as new and comes in by default;
+            # 新建文本文件 last of the twelve.
+            "childOrderByFeatureID": {"createFile": CREATE_FILE_CHILDREN[1:] + CREATE_FILE_CHILDREN[:1],
+                                      "copyFile": COPY_FILE_CHILDREN},
         }
         destinations = {
             "copy": [{"id": "e2e-destination", "name": DESTINATION_NAME, "path": self.destination}],
@@ -428,8 +437,8 @@ def write_private(path, text):
 
 def check_extension_reloads(session, driver, file_manager):
     """The Python extension re-reads Kestro's menu description when it changes: a malformed one keeps the
-    last good menu and leaves the file manager running; a changed one shows without a restart. (Nemo asks
-    for background items only when a folder view loads, so this uses the menu on the selection.)"""
+    last good menu and leaves the file manager running; a changed one shows without a restart, on the
+    selection and on the background."""
     description = os.path.join(session.env["XDG_DATA_HOME"], "kestro", "extension", "FileManagerMenu.json")
     with open(description, encoding="utf-8") as file:
         good = file.read()
@@ -453,8 +462,43 @@ def check_extension_reloads(session, driver, file_manager):
     driver.pick(["Kestro", "新建", renamed])
     wait_for("Untitled 2.txt from the renamed item",
              lambda: os.path.exists(os.path.join(session.folder, "Untitled 2.txt")))
+    # The background menu follows too, with no key pressed (Nemo's views are reloaded for it).
+    driver.open_background_menu()
+    driver.pick(["Kestro", "新建", renamed])
+    wait_for("Untitled 3.txt from the renamed background item",
+             lambda: os.path.exists(os.path.join(session.folder, "Untitled 3.txt")))
     log("%s: a malformed description kept the last good menu; a changed one showed without a restart" %
         session.name)
+
+
+def check_thunar_background(session, driver):
+    """Thunar hands over the folder in view like one selected folder, so its background shows Kestro's
+    items that need no selection and none of the others; a stale item reaches the user as the host's
+    failure notice (the host logs the hand-off's message as it posts it)."""
+    time.sleep(0.5)
+    driver.open_background_menu()
+    driver.click(driver.find("Kestro", ("menu",)))
+    driver.find("新建", ("menu",))
+    time.sleep(0.5)
+    if find_accessible(driver.app(), "复制到", ("menu",)) is not None:
+        raise Failure("Thunar's background offers 复制到, which needs a selection")
+    session.xdotool("key", "Escape", "Escape")
+    description = os.path.join(session.env["XDG_DATA_HOME"], "kestro", "extension", "FileManagerMenu.json")
+    write_private(description, '{"version": 1, "items": []}')
+    time.sleep(0.5)
+    driver.open_background_menu()
+    driver.pick(["Kestro", "新建", "新建文本文件"])
+    wait_for("the stale item's notice",
+             lambda: logged(session, "file manager hand-off failed: 这个菜单项已不存在，请重新打开右键菜单。"))
+    log("thunar: the background offers no selection item; a stale item told the user")
+
+
+def logged(session, *parts):
+    try:
+        session.expect_logged(*parts)
+        return True
+    except (Failure, OSError):
+        return False
 
 
 def run(name):
@@ -515,16 +559,18 @@ def run(name):
             driver.pick(["Kestro", "新建", "新建文本文件"])
         untitled = os.path.join(session.folder, "Untitled.txt")
         wait_for("Untitled.txt in the folder", lambda: os.path.exists(untitled), timeout=15)
-        if setup["extension"]:
-            # The extension hands over the folder as the target, with nothing selected.
-            session.expect_logged("action=createTextFile selected=[] target=%s destination=" % session.folder)
-        else:
-            session.expect_logged('action=createTextFile selected=["%s"] target=none' % session.folder)
+        # Every file manager's background click hands over the folder as the target, with nothing selected.
+        session.expect_logged("action=createTextFile selected=[] target=%s destination=" % session.folder)
         log("%s: background → Kestro › 新建 › 新建文本文件 made Untitled.txt" % name)
+        if name == "thunar":
+            check_thunar_background(session, driver)
+        # A selection item run on the background would have copied the folder in view beside itself.
+        if sorted(os.listdir(session.root)) != sorted(KEPT_IN_ROOT + [os.path.basename(session.destination)]):
+            raise Failure("the background click acted on the folder in view: %r" % sorted(os.listdir(session.root)))
         expected = NAMES + ["Untitled.txt"]
         if setup["extension"]:
             check_extension_reloads(session, driver, file_manager)
-            expected.append("Untitled 2.txt")
+            expected += ["Untitled 2.txt", "Untitled 3.txt"]
         if sorted(os.listdir(session.folder)) != sorted(expected):
             raise Failure("unexpected files in the folder: %r" % sorted(os.listdir(session.folder)))
         return 0

@@ -327,10 +327,11 @@ void TestArchiveActions::revealRule() {
     preferences.revealActionResults = true;
     QVERIFY(AppPreferencesPersistence::save(preferences));
     const QString archive = ArchiveActions::compressToZIP({file}, std::nullopt).first();
-    QCOMPARE(FakePlatform::workspace().openedUrls, QList<QUrl>{QUrl::fromLocalFile(folder)});
-    FakePlatform::workspace().openedUrls.clear();
+    QCOMPARE(FakePlatform::workspace().selections, QList<QStringList>{{archive}});
+    FakePlatform::workspace().selections.clear();
     ArchiveActions::extractZIPs({archive}, ArchiveExtractionMode::sameNameFolder);
-    QCOMPARE(FakePlatform::workspace().openedUrls, QList<QUrl>{QUrl::fromLocalFile(folder + "/a")});
+    QCOMPARE(FakePlatform::workspace().selections, QList<QStringList>{{folder + "/a"}});
+    QVERIFY(FakePlatform::workspace().openedUrls.isEmpty());
 }
 
 QTEST_GUILESS_MAIN(TestArchiveActions)

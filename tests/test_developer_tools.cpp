@@ -2,6 +2,7 @@
 #include "actions/ByteCountText.h"
 #include "actions/DeveloperToolActions.h"
 #include "actions/FileDigest.h"
+#include "actions/FinderActionExecutor.h"
 #include "platform/ActionProgress.h"
 #include "platform/FinderActionExecutionError.h"
 #include "support/FakePlatform.h"
@@ -203,6 +204,18 @@ private slots:
         DeveloperToolActions::toggleHiddenFiles();
         QCOMPARE(value(store, "org.gtk.gtk4.Settings.FileChooser show-hidden"), QByteArray("false"));
         QCOMPARE(value(store, "org.gtk.Settings.FileChooser show-hidden"), QByteArray("false"));
+    }
+
+    void nemoHasASwitchOfItsOwn() {
+        const QString store = standGsettings({"org.gtk.gtk4.Settings.FileChooser", "org.nemo.preferences"},
+                                             {{"org.gtk.gtk4.Settings.FileChooser", "show-hidden", "false"},
+                                              {"org.nemo.preferences", "show-hidden-files", "false"}});
+        FinderActionExecutor::perform(QStringLiteral("toggleNemoHiddenFiles"), {}, {}, {}, {});
+        QCOMPARE(value(store, "org.nemo.preferences show-hidden-files"), QByteArray("true"));
+        QCOMPARE(value(store, "org.gtk.gtk4.Settings.FileChooser show-hidden"), QByteArray("false"));
+        DeveloperToolActions::toggleHiddenFiles();
+        QCOMPARE(value(store, "org.nemo.preferences show-hidden-files"), QByteArray("true"));
+        QCOMPARE(value(store, "org.gtk.gtk4.Settings.FileChooser show-hidden"), QByteArray("true"));
     }
 
     void toggleFollowsTheFirstInstalledSettingWhenTheyDisagree() {

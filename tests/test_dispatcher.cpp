@@ -105,14 +105,13 @@ private slots:
         QCOMPARE(FinderActionExecutor::validatedSourceURLs({messy}), QStringList{first});
     }
 
-    void containingFoldersOpenOnceEachInPathOrder() {
+    void resultsAreSelectedOnceEachNeverOpened() {
         const QString b = m_environment->writeFile(QStringLiteral("b/x.txt"));
         const QString b2 = m_environment->writeFile(QStringLiteral("b/y.txt"));
         const QString a = m_environment->makeFolder(QStringLiteral("a"));
-        FinderActionExecutor::openContainingFolders({b, QStringLiteral("/no/such/file"), b2, a});
-        const QList<QUrl> expected{QUrl::fromLocalFile(a),
-                                   QUrl::fromLocalFile(m_environment->root() + QStringLiteral("/b"))};
-        QCOMPARE(FakePlatform::workspace().openedUrls, expected);
+        FinderActionExecutor::selectResults({b, QStringLiteral("/no/such/file"), b2, a, b});
+        QCOMPARE(FakePlatform::workspace().selections, (QList<QStringList>{{b, b2, a}}));
+        QVERIFY(FakePlatform::workspace().openedUrls.isEmpty());
     }
 
     void revealingNeedsASelection() {
@@ -125,13 +124,13 @@ private slots:
     void theRevealRuleReadsThePreferencesFromDisk() {
         const QString folder = m_environment->makeFolder(QStringLiteral("target"));
         FinderActionExecutor::perform(QStringLiteral("createFolder"), {}, folder, {}, {});
-        QVERIFY(FakePlatform::workspace().openedUrls.isEmpty());
+        QVERIFY(FakePlatform::workspace().selections.isEmpty());
 
         AppPreferencesPersistence::save({true, true, false});
         const QStringList made =
             FinderActionExecutor::perform(QStringLiteral("createTextFile"), {}, folder, {}, {});
         QCOMPARE(made, QStringList{folder + QStringLiteral("/Untitled.txt")});
-        QCOMPARE(FakePlatform::workspace().openedUrls, QList<QUrl>{QUrl::fromLocalFile(folder)});
+        QCOMPARE(FakePlatform::workspace().selections, QList<QStringList>{made});
     }
 
     void pathTextIsNormalised_data() {

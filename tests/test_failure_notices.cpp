@@ -80,6 +80,21 @@ private slots:
             QStringLiteral("suppressed error alert: 暂不支持这个右键动作")));
     }
 
+    void aClickTheFileManagerSideRefusedIsToldAndRunsNothing() {
+        writeQueueFile(QStringLiteral("1.json"), QStringLiteral("createTextFile"));
+        QFile file(KestroPaths::extensionQueueDirectory() + QStringLiteral("/1.json"));
+        QVERIFY(file.open(QIODevice::WriteOnly));
+        file.write(
+            R"({"actionID":"createTextFile","selectedPaths":[],"handoffError":"这个菜单项已不存在。"})");
+        file.close();
+        bool ran = false;
+        KestroQueueDrain drain([&](const KestroQueuedAction&) { ran = true; });
+        QCOMPARE(drain.run().failed, 1);
+        QVERIFY(!ran);
+        QTRY_COMPARE(shown().size(), 1);
+        QCOMPARE(shown().constFirst().body, QStringLiteral("这个菜单项已不存在。"));
+    }
+
     void aBurstOfFailuresIsOneNoticeThatCounts() {
         for (int index = 0; index < 200; ++index)
             writeQueueFile(QStringLiteral("%1.json").arg(index, 3, 10, QLatin1Char('0')),

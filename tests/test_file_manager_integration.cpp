@@ -4,6 +4,7 @@
 #include "app/KestroHost.h"
 #include "app/SingleInstance.h"
 #include "catalogue/FeatureSettingsStore.h"
+#include "catalogue/KestroFeature.h"
 #include "intake/KestroQueuedAction.h"
 #include "integration/FileManagerCommands.h"
 #include "integration/FileManagerIntegration.h"
@@ -273,6 +274,43 @@ private slots:
         }
     }
 
+    void dolphinKeepsTheMenuOrder() {
+        // Dolphin sorts a submenu's entries by action key as text, across files: the keys must sort in the
+        // menu's order, twelve entries (past "9" and "10") included.
+        KestroMenuInput input;
+        input.settings.featureOrder = {QStringLiteral("createFile")};
+        input.settings.enabledFeatureIDs = {QStringLiteral("createFile")};
+        input.settings.groupsFeaturesUnderKestro = true;
+        const QStringList children = KestroFeature(KestroFeature::createFile).childIDs().mid(0, 12);
+        input.settings.enabledChildIDs = QSet<QString>(children.begin(), children.end());
+        const QList<KestroMenuItem> menu = KestroMenuModel::build(input);
+        QMap<QString, QString> titleByKey;
+        for (const FileManagerMenuFiles::GeneratedFile& file :
+             FileManagerMenuFiles::dolphinServiceMenus(menu, QStringLiteral("/h"))) {
+            GKeyFile* keyFile = g_key_file_new();
+            QVERIFY(g_key_file_load_from_data(keyFile, file.bytes.constData(), gsize(file.bytes.size()),
+                                              G_KEY_FILE_NONE, nullptr));
+            gchar* submenu = g_key_file_get_string(keyFile, "Desktop Entry", "X-KDE-Submenu", nullptr);
+            QCOMPARE(QString::fromUtf8(submenu), QStringLiteral("Kestro"));
+            g_free(submenu);
+            gchar** keys = g_key_file_get_string_list(keyFile, "Desktop Entry", "Actions", nullptr, nullptr);
+            for (gchar** key = keys; key && *key; ++key) {
+                gchar* name = g_key_file_get_string(
+                    keyFile, QByteArray("Desktop Action " + QByteArray(*key)).constData(), "Name", nullptr);
+                titleByKey.insert(QString::fromUtf8(*key), QString::fromUtf8(name));
+                g_free(name);
+            }
+            g_strfreev(keys);
+            g_key_file_unref(keyFile);
+        }
+        QStringList expected;
+        for (const KestroMenuItem& item : KestroMenuModel::actions(menu))
+            expected.append(QStringLiteral("新建 › ") + item.title);
+        QCOMPARE(expected.size(), 12);
+        // QMap orders its keys as text, as Dolphin does.
+        QCOMPARE(titleByKey.values(), expected);
+    }
+
     void thunarCommandsReachTheHandoffExactly() {
         // Thunar puts each path in shell quotes for %F and runs the line through sh -c.
         TestEnvironment environment;
@@ -319,6 +357,7 @@ private slots:
         FileManagerIntegration::install();
         for (const FileManagerIntegration::Status& status : FileManagerIntegration::status())
             QVERIFY2(status.installed && status.integrated, qPrintable(status.name));
+        QVERIFY(readAll(FileManagerIntegration::iconPath()).contains("<svg"));
         const QStringList serviceMenus =
             QDir(FileManagerIntegration::dolphinFolder()).entryList({QStringLiteral("kestro-*.desktop")});
         QVERIFY(!serviceMenus.isEmpty());
@@ -357,8 +396,11 @@ private slots:
         QCOMPARE(readAll(usersServiceMenu), QByteArray("[Desktop Entry]\nType=Service\n"));
         QVERIFY(QFileInfo::exists(usersAction));
         QCOMPARE(readAll(FileManagerIntegration::thunarActionsPath()), userActions);
-        QVERIFY(!QFileInfo::exists(
-            FileManagerIntegration::pythonExtensionPath(FileManagerIntegration::FileManager::gnomeFiles)));
+        // The folders Kestro made go when they are empty; one holding the user's own file stays.
+        for (const char* folder : {"nautilus-python", "nemo-python", "icons"})
+            QVERIFY2(!QFileInfo::exists(KestroPaths::dataHome() + QLatin1Char('/') + QLatin1String(folder)),
+                     folder);
+        QVERIFY(QFileInfo::exists(usersServiceMenu));
         // Removed stays removed through later settings changes, until installed again.
         FileManagerIntegration::refresh();
         QVERIFY(!FileManagerIntegration::isIntegrated(FileManagerIntegration::FileManager::dolphin));
@@ -375,6 +417,9 @@ private slots:
         QVERIFY(!QFileInfo::exists(FileManagerIntegration::dolphinFolder()));
         QVERIFY(!QFileInfo::exists(
             FileManagerIntegration::pythonExtensionPath(FileManagerIntegration::FileManager::nemo)));
+        // Kestro made Thunar's folder for its file: uninstalling leaves neither.
+        FileManagerIntegration::uninstall();
+        QVERIFY(!QFileInfo::exists(QFileInfo(FileManagerIntegration::thunarActionsPath()).absolutePath()));
     }
 
     void handoffQueuesTheClickedItemWithThePathsExactly() {
@@ -429,12 +474,32 @@ private slots:
         QVERIFY(host.listen());
         const QString file = environment.writeFile(QStringLiteral("a.txt"));
 
-        // An item that is not in the menu (a stale menu, a made-up command line).
-        Handoff handoff = runHandoff({QStringLiteral("removeEverything"), QStringLiteral("--"), file});
-        QCOMPARE(handoff.exitCode, 1);
-        QVERIFY(QString::fromUtf8(handoff.standardError).contains(QStringLiteral("这个菜单项已不存在")));
+        // Each refusal reaches the user as the host's failure notice, queued as a request that runs nothing:
+        // an item that is not in the menu (a stale menu, a made-up command line), an item that needs a
+        // selection clicked on a folder (the background), several folders for one folder to act in.
+        const QString folder = environment.makeFolder(QStringLiteral("in view"));
+        const struct {
+            QStringList arguments;
+            QString message;
+        } refused[] = {
+            {{QStringLiteral("removeEverything"), QStringLiteral("--"), file},
+             QStringLiteral("这个菜单项已不存在")},
+            {{QStringLiteral("--folder"), QStringLiteral("renameAddPrefix"), QStringLiteral("--"), folder},
+             QStringLiteral("在文件夹的空白处不能使用")},
+            {{QStringLiteral("--folder"), QStringLiteral("createTextFile"), QStringLiteral("--"), folder,
+              folder},
+             QStringLiteral("一次只能用于一个文件夹")},
+        };
+        for (const auto& [arguments, message] : refused) {
+            const Handoff handoff = runHandoff(arguments);
+            QCOMPARE(handoff.exitCode, 1);
+            QVERIFY2(QString::fromUtf8(handoff.standardError).contains(message), qPrintable(message));
+            const KestroQueuedAction notice = onlyQueuedAction();
+            QVERIFY(notice.handoffError && notice.handoffError->contains(message));
+        }
         QVERIFY(environment.logText().contains(
             QStringLiteral("file manager hand-off failed: no menu item removeEverything")));
+        QVERIFY(QFileInfo::exists(folder));
         // Bytes that are no UTF-8 cannot be handed on exactly.
         QProcess raw;
         raw.start(QStringLiteral("/bin/sh"),
@@ -444,25 +509,28 @@ private slots:
         QVERIFY(raw.waitForFinished());
         QCOMPARE(raw.exitCode(), 1);
         QVERIFY(QString::fromUtf8(raw.readAllStandardError()).contains(QStringLiteral("不是有效的 UTF-8")));
+        QVERIFY(onlyQueuedAction().handoffError);
         // Malformed command lines.
         QCOMPARE(runHandoff({QStringLiteral("copyFileName")}).exitCode, 2);
-        QCOMPARE(runHandoff({QStringLiteral("--folder"), QStringLiteral("createTextFile"),
-                             QStringLiteral("--"), QStringLiteral("/a"), QStringLiteral("/b")})
-                     .exitCode,
-                 2);
+        QCOMPARE(
+            runHandoff({QStringLiteral("--folder"), QStringLiteral("createTextFile"), QStringLiteral("--")})
+                .exitCode,
+            2);
         QVERIFY(queuedFiles().isEmpty());
 
         // A menu description or queue folder others could write to is no request of the user's.
         const QString description = FileManagerIntegration::menuDescriptionPath();
         QVERIFY(::chmod(QFile::encodeName(description).constData(), 0666) == 0);
         QCOMPARE(runHandoff({QStringLiteral("copyFileName"), QStringLiteral("--"), file}).exitCode, 1);
+        QVERIFY(onlyQueuedAction().handoffError);
         QVERIFY(::chmod(QFile::encodeName(description).constData(), 0600) == 0);
         QVERIFY(::chmod(QFile::encodeName(KestroPaths::extensionDirectory()).constData(), 0777) == 0);
         QCOMPARE(runHandoff({QStringLiteral("copyFileName"), QStringLiteral("--"), file}).exitCode, 1);
         QVERIFY(::chmod(QFile::encodeName(KestroPaths::extensionDirectory()).constData(), 0700) == 0);
+        QVERIFY(onlyQueuedAction().handoffError);
         QDir().mkpath(KestroPaths::extensionQueueDirectory());
         QVERIFY(::chmod(QFile::encodeName(KestroPaths::extensionQueueDirectory()).constData(), 0777) == 0);
-        handoff = runHandoff({QStringLiteral("copyFileName"), QStringLiteral("--"), file});
+        const Handoff handoff = runHandoff({QStringLiteral("copyFileName"), QStringLiteral("--"), file});
         QCOMPARE(handoff.exitCode, 1);
         QVERIFY(environment.logText().contains(QStringLiteral("writable by group or others")));
         QVERIFY(queuedFiles().isEmpty());

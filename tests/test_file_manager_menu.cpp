@@ -5,6 +5,7 @@
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
+#include <QStandardPaths>
 #include <QTest>
 
 namespace {
@@ -101,6 +102,9 @@ private slots:
         // viewOptions nothing without presets.
         KestroMenuInput input;
         input.settings = FeatureSettingsDefaults::settings();
+        // By default all of it sits under one "Kestro" entry.
+        QCOMPARE(titles(KestroMenuModel::build(input)), QStringList{QStringLiteral("Kestro")});
+        input.settings.groupsFeaturesUnderKestro = false;
         const QList<KestroMenuItem> menu = KestroMenuModel::build(input);
         QCOMPARE(menu.size(), 11);
         QCOMPARE(menu.first().title, QStringLiteral("打开"));
@@ -115,10 +119,14 @@ private slots:
         input.settings.enabledFeatureIDs = {QStringLiteral("copyFile"), QStringLiteral("viewOptions"),
                                             QStringLiteral("customActions"), QStringLiteral("organizeFile")};
         input.settings.enabledChildIDs = {QStringLiteral("copyFilesToDesktop"),
+                                          QStringLiteral("copyFilesToDownloads"),
                                           QStringLiteral("finderViewPreset")};
+        // The desktop listed by the user: "复制到桌面" would offer the same place a second time.
+        const QString desktop = QStandardPaths::writableLocation(QStandardPaths::DesktopLocation);
         input.destinations[QStringLiteral("copy")] = {
             {QStringLiteral("d1"), QStringLiteral("项目 备份"), QStringLiteral("/srv/back up")},
-            {QStringLiteral("d1"), QStringLiteral("repeated id"), QStringLiteral("/elsewhere")}};
+            {QStringLiteral("d1"), QStringLiteral("repeated id"), QStringLiteral("/elsewhere")},
+            {QStringLiteral("d2"), QStringLiteral("桌面"), desktop + QStringLiteral("/")}};
         input.destinations[QStringLiteral("move")] = {
             {QStringLiteral("m1"), QStringLiteral("归档"), QStringLiteral("/srv/archive")}};
         CustomShortcutAction script;
@@ -126,29 +134,26 @@ private slots:
         script.name = QStringLiteral("我的脚本");
         script.kind = CustomShortcutAction::Kind::script;
         script.scriptPath = QStringLiteral("/usr/local/bin/x.sh");
-        input.customActions = {script};
-        FinderViewPreset preset;
-        preset.id = QStringLiteral("p1");
-        preset.name = QStringLiteral("列表 · 按名称");
-        input.viewPresets = {preset};
+        CustomShortcutAction shortcut;
+        shortcut.id = QStringLiteral("s2");
+        shortcut.name = QStringLiteral("快捷指令");
+        input.customActions = {shortcut, script};
 
+        // No view presets and no Shortcuts on Linux: that feature has nothing, the shortcut is not offered.
         const QList<KestroMenuItem> menu = KestroMenuModel::build(input);
-        QCOMPARE(titles(menu), (QStringList{QStringLiteral("复制到"), QStringLiteral("调整显示方式"),
-                                            QStringLiteral("自定义动作"), QStringLiteral("移动到")}));
+        QCOMPARE(titles(menu), (QStringList{QStringLiteral("复制到"), QStringLiteral("自定义动作"),
+                                            QStringLiteral("移动到")}));
         // Destinations first, then the children; a repeated id keeps its first entry only.
-        QCOMPARE(titles(menu.at(0).children),
-                 (QStringList{QStringLiteral("项目 备份"), QStringLiteral("复制到桌面")}));
+        QCOMPARE(
+            titles(menu.at(0).children),
+            (QStringList{QStringLiteral("项目 备份"), QStringLiteral("桌面"), QStringLiteral("复制到下载")}));
         const KestroMenuItem& copy = menu.at(0).children.at(0);
         QCOMPARE(copy.actionID, QStringLiteral("copyFilesToFolder"));
         QCOMPARE(copy.destinationPath, std::optional<QString>(QStringLiteral("/srv/back up")));
         QCOMPARE(copy.id, QStringLiteral("copyFilesToFolder@d1"));
-        // The preset child stands for the user's presets.
-        QCOMPARE(menu.at(1).children.size(), 1);
-        QCOMPARE(menu.at(1).children.at(0).actionID, QStringLiteral("finderViewPreset__p1"));
-        QCOMPARE(menu.at(1).children.at(0).presetID, std::optional<QString>(QStringLiteral("p1")));
-        QCOMPARE(menu.at(2).children.at(0).actionID, QStringLiteral("runScript__s1"));
-        QCOMPARE(menu.at(2).children.at(0).title, QStringLiteral("我的脚本"));
-        QCOMPARE(menu.at(3).children.at(0).actionID, QStringLiteral("moveFilesToFolder"));
+        QCOMPARE(titles(menu.at(1).children), QStringList{QStringLiteral("我的脚本")});
+        QCOMPARE(menu.at(1).children.at(0).actionID, QStringLiteral("runScript__s1"));
+        QCOMPARE(menu.at(2).children.at(0).actionID, QStringLiteral("moveFilesToFolder"));
 
         // Flat, a destination says what it does.
         input.settings.menuLayout = FinderMenuLayout::expanded;
@@ -156,9 +161,7 @@ private slots:
         QCOMPARE(flat.at(0).title, QStringLiteral("复制到 项目 备份"));
         QCOMPARE(flat.last().title, QStringLiteral("移动到 归档"));
 
-        // Without the preset child, no presets; the item ids stay unique throughout.
-        input.settings.enabledChildIDs.remove(QStringLiteral("finderViewPreset"));
-        QVERIFY(!findByAction(KestroMenuModel::build(input), QStringLiteral("finderViewPreset__p1")));
+        // The item ids stay unique throughout.
         QSet<QString> ids;
         for (const KestroMenuItem& item : KestroMenuModel::actions(flat))
             ids.insert(item.id);
@@ -168,12 +171,30 @@ private slots:
     void backgroundShowsOnlyWhatNeedsNoSelection() {
         KestroMenuInput input;
         input.settings = FeatureSettingsDefaults::settings();
+        input.settings.groupsFeaturesUnderKestro = false;
         input.settings.enabledChildIDs.insert(QStringLiteral("openInTerminal"));
         input.destinations[QStringLiteral("quickOpen")] = {
             {QStringLiteral("q1"), QStringLiteral("工作"), QStringLiteral("/srv/work")}};
+        input.settings.enabledFeatureIDs.insert(QStringLiteral("developerTools"));
+        input.settings.enabledChildIDs.insert(QStringLiteral("toggleHiddenFiles"));
         const QList<KestroMenuItem> menu = KestroMenuModel::build(input);
-        const QList<KestroMenuItem> background =
-            KestroMenuModel::shownOn(menu, KestroMenuModel::Context::background);
+        // The hidden-files switch acts on the settings of GNOME Files and of Nemo, each in its own menu; the
+        // other file managers would not read what it changes, so it is not offered there.
+        const QStringList switches = {QStringLiteral("toggleHiddenFiles"),
+                                      QStringLiteral("toggleNemoHiddenFiles")};
+        for (const char* fileManager : {"nautilus", "nemo", "thunar", "dolphin", "pcmanfm-qt"}) {
+            QStringList offered;
+            for (const QString& id : switches) {
+                if (findByAction(KestroMenuModel::shownIn(menu, QLatin1String(fileManager)), id))
+                    offered.append(id);
+            }
+            const QString name = QLatin1String(fileManager);
+            QCOMPARE(offered, name == QLatin1String("nautilus") ? switches.mid(0, 1)
+                              : name == QLatin1String("nemo")   ? switches.mid(1, 1)
+                                                                : QStringList());
+        }
+        const QList<KestroMenuItem> background = KestroMenuModel::shownOn(
+            KestroMenuModel::shownIn(menu, QStringLiteral("thunar")), KestroMenuModel::Context::background);
         QCOMPARE(titles(background),
                  (QStringList{QStringLiteral("打开"), QStringLiteral("新建"),
                               QStringLiteral("复制名称与路径"), QStringLiteral("用应用打开")}));

@@ -389,7 +389,8 @@ private slots:
         save(quadrants(4, 4), folder + QStringLiteral("/a.png"), "png");
         ImageActions::convertImages({folder + QStringLiteral("/a.png")}, QStringLiteral("jpeg"),
                                     QStringLiteral("jpg"), {});
-        QCOMPARE(FakePlatform::workspace().openedUrls, QList<QUrl>{QUrl::fromLocalFile(folder)});
+        QCOMPARE(FakePlatform::workspace().selections,
+                 QList<QStringList>{{folder + QStringLiteral("/a.jpg")}});
     }
 
     void batchesReportEachImageUnderTheActionsName() {

@@ -4,10 +4,12 @@
 #include "platform/linux/LinuxWorkspace.h"
 #include "support/TestEnvironment.h"
 
+#include <optional>
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
 #include <QTest>
+#include <QUrl>
 
 namespace {
 
@@ -61,7 +63,16 @@ QStringList awkwardFiles(const TestEnvironment& environment) {
 class TestLinuxWorkspace : public QObject {
     Q_OBJECT
 
+    // The launches below need a desktop to be allowed; nothing here draws on it.
+    std::optional<ScopedVariable> m_display;
+
 private slots:
+    void init() {
+        if (qEnvironmentVariableIsEmpty("DISPLAY"))
+            m_display.emplace("DISPLAY", QByteArray(":kestro-test"));
+    }
+    void cleanup() { m_display.reset(); }
+
     void findsEditorsOnThePathOrByDesktopEntry() {
         TestEnvironment environment;
         const QString bin = environment.makeFolder(QStringLiteral("bin"));
@@ -121,6 +132,19 @@ private slots:
         QVERIFY_THROWS_EXCEPTION(PlatformError, workspace.openWithApplication(broken, {text}));
         QVERIFY_THROWS_EXCEPTION(PlatformError, workspace.openWithApplication(
                                                     environment.root() + QStringLiteral("/gone"), {text}));
+
+        // Without a desktop nothing is started at all: no application, no terminal, no file manager.
+        const QString record = environment.root() + QStringLiteral("/record");
+        const ScopedVariable recordVariable("KESTRO_TEST_RECORD", record.toUtf8());
+        const QString script = executable(environment, QStringLiteral("apps/recorder"), recorder);
+        const ScopedVariable noX("DISPLAY", QByteArray());
+        const ScopedVariable noWayland("WAYLAND_DISPLAY", QByteArray());
+        const ScopedVariable terminal("TERMINAL", script.toUtf8());
+        QVERIFY_THROWS_EXCEPTION(PlatformError, workspace.openWithApplication(script, {text}));
+        QVERIFY_THROWS_EXCEPTION(PlatformError, workspace.openTerminal(environment.root()));
+        QVERIFY(!workspace.openUrl(QUrl::fromLocalFile(environment.root())));
+        QTest::qWait(300);
+        QVERIFY(!QFileInfo::exists(record));
     }
 
     void startsATerminalInTheFolder() {

@@ -170,7 +170,7 @@ void TestRenameActions::cancelledPromptsRenameNothing() {
              (QStringList{"添加前缀", "输入要添加到文件名前面的文字。", "添加后缀",
                           "输入要添加到扩展名前面的文字。", "查找并替换", "查找", "替换为", "序号重命名",
                           "输入统一文件名。"}));
-    QVERIFY(FakePlatform::workspace().openedUrls.isEmpty());
+    QVERIFY(FakePlatform::workspace().selections.isEmpty());
 }
 
 void TestRenameActions::findReplaceSearchesTheStemOnly() {
@@ -327,13 +327,13 @@ void TestRenameActions::revealRule() {
     preferences.revealActionResults = true;
     QVERIFY(AppPreferencesPersistence::save(preferences));
     RenameActions::renameFiles(items, RenameMode::uppercase);
-    QCOMPARE(FakePlatform::workspace().openedUrls, QList<QUrl>{QUrl::fromLocalFile(folder)});
+    QCOMPARE(FakePlatform::workspace().selections, QList<QStringList>{{folder + "/A.txt"}});
 
-    FakePlatform::workspace().openedUrls.clear();
+    FakePlatform::workspace().selections.clear();
     preferences.revealActionResults = false;
     QVERIFY(AppPreferencesPersistence::save(preferences));
     RenameActions::renameFiles({folder + "/A.txt"}, RenameMode::lowercase);
-    QVERIFY(FakePlatform::workspace().openedUrls.isEmpty());
+    QVERIFY(FakePlatform::workspace().selections.isEmpty());
     QVERIFY(QFileInfo::exists(folder + "/a.txt"));
 }
 

@@ -465,8 +465,9 @@ private slots:
             return label->text() == QStringLiteral("操作失败时显示通知");
         }));
 
+        // Grouping is on by default.
         clickWidget(page->groupingRow()->toggle());
-        QCOMPARE(storedFeatureSettings().value(QStringLiteral("groupsFeaturesUnderKestro")).toBool(), true);
+        QCOMPARE(storedFeatureSettings().value(QStringLiteral("groupsFeaturesUnderKestro")).toBool(), false);
         QVERIFY(page->collapsedLayoutRow()->toggle()->isChecked());
         clickWidget(page->collapsedLayoutRow()->toggle());
         QCOMPARE(storedFeatureSettings().value(QStringLiteral("menuLayout")).toString(),

@@ -4,6 +4,7 @@
 
 #include "platform/linux/LinuxWorkspace.h"
 
+#include "platform/DiagnosticLog.h"
 #include "platform/KestroError.h"
 #include "platform/MainThread.h"
 #include "platform/Platform.h"
@@ -16,13 +17,23 @@
 #include <QFileInfo>
 #include <QGuiApplication>
 #include <QProcess>
-#include <QSet>
 #include <QStandardPaths>
 
 namespace {
 
 QString tr(const char* text) {
     return QCoreApplication::translate("LinuxWorkspace", text);
+}
+
+// A run without a graphical session (no X or Wayland display, or Qt's offscreen or minimal platform) starts
+// no desktop program: nothing would show, and a headless job must leave no window or file manager behind.
+bool hasDesktop() {
+    if (qobject_cast<QGuiApplication*>(QCoreApplication::instance())) {
+        const QString platform = QGuiApplication::platformName();
+        if (platform == QLatin1String("offscreen") || platform == QLatin1String("minimal"))
+            return false;
+    }
+    return !qEnvironmentVariableIsEmpty("DISPLAY") || !qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY");
 }
 
 bool isDesktopEntry(const QString& path) {
@@ -69,6 +80,10 @@ const char* const commonTerminals[] = {"gnome-terminal", "konsole", "xfce4-termi
 } // namespace
 
 bool LinuxWorkspace::openUrl(const QUrl& url) {
+    if (!hasDesktop()) {
+        DiagnosticLog::append(QStringLiteral("not opened without a desktop: ") + url.toString());
+        return false;
+    }
     bool opened = false;
     runOnMainThread([&] {
         // QDesktopServices needs a GUI application; a bare core process asks xdg-open itself.
@@ -81,7 +96,7 @@ bool LinuxWorkspace::openUrl(const QUrl& url) {
 }
 
 void LinuxWorkspace::selectItems(const QStringList& paths) {
-    if (paths.isEmpty())
+    if (paths.isEmpty() || !hasDesktop())
         return;
     QStringList uris;
     for (const QString& path : paths)
@@ -90,21 +105,18 @@ void LinuxWorkspace::selectItems(const QStringList& paths) {
         QStringLiteral("org.freedesktop.FileManager1"), QStringLiteral("/org/freedesktop/FileManager1"),
         QStringLiteral("org.freedesktop.FileManager1"), QStringLiteral("ShowItems"));
     call << uris << QString();
+    // Only a file manager already running answers: activating the name would start whichever one installed
+    // it, with a new window, beside the one the user works in. Without one, nothing is shown.
+    call.setAutoStartService(false);
     const QDBusMessage reply = QDBusConnection::sessionBus().call(call, QDBus::Block, 5000);
-    if (reply.type() == QDBusMessage::ReplyMessage)
-        return;
-    // No file manager answers on the bus: open each parent folder instead.
-    QSet<QString> opened;
-    for (const QString& path : paths) {
-        const QString parent = QFileInfo(path).absolutePath();
-        if (!opened.contains(parent)) {
-            opened.insert(parent);
-            openUrl(QUrl::fromLocalFile(parent));
-        }
-    }
+    if (reply.type() != QDBusMessage::ReplyMessage)
+        DiagnosticLog::append(QStringLiteral("not revealed: no file manager shows items here: ") +
+                              reply.errorMessage());
 }
 
 void LinuxWorkspace::openWithApplication(const QString& applicationPath, const QStringList& paths) {
+    if (!hasDesktop())
+        throw PlatformError(tr("没有图形桌面，无法启动应用“%1”。").arg(applicationPath));
     const QFileInfo application(applicationPath);
     if (application.isFile() && isDesktopEntry(applicationPath)) {
         launchDesktopEntry(applicationPath, paths);
@@ -133,6 +145,8 @@ QString LinuxWorkspace::applicationPath(const QString& identifier) {
 }
 
 bool LinuxWorkspace::openTerminal(const QString& directory) {
+    if (!hasDesktop())
+        throw PlatformError(tr("没有图形桌面，无法打开终端。"));
     QStringList candidates;
     const QString preferred = qEnvironmentVariable("TERMINAL").trimmed();
     if (!preferred.isEmpty())

@@ -2,8 +2,9 @@
 
 #include "platform/Workspace.h"
 
-// The freedesktop.org desktop: xdg-open through Qt, the FileManager1 D-Bus interface for selecting items,
-// desktop entries and executables for applications, the usual terminal emulators.
+// The freedesktop.org desktop: xdg-open through Qt, the FileManager1 D-Bus interface of the running file
+// manager for selecting items, desktop entries and executables for applications, the usual terminal
+// emulators. Without a desktop (no display, or the offscreen platform) none of them is started.
 class LinuxWorkspace : public Workspace {
 public:
     bool openUrl(const QUrl& url) override;
