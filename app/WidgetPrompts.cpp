@@ -1,5 +1,7 @@
 #include "app/WidgetPrompts.h"
 
+#include "platform/PlatformWords.h"
+
 #include <QApplication>
 #include <QComboBox>
 #include <QCompleter>
@@ -226,7 +228,7 @@ bool WidgetPrompts::confirmRequestFromAnotherProgram(const ConsentRequest& reque
 }
 
 std::optional<QString> WidgetPrompts::requestFeatureText() {
-    PromptDialog dialog(translated("请求新功能"), translated("描述你希望 Kestro 增加的 Finder 右键功能。"),
+    PromptDialog dialog(translated("请求新功能"), platformText(PlatformText::featureRequestExplanation),
                         translated("提交"));
     auto* text = new QPlainTextEdit;
     text->setMinimumSize(420, 140);

@@ -1,6 +1,7 @@
 #include "settings-ui/FeatureRequestSheet.h"
 
 #include "intake/FeatureRequestMailer.h"
+#include "platform/PlatformWords.h"
 
 #include <QDialogButtonBox>
 #include <QLabel>
@@ -20,7 +21,7 @@ FeatureRequestSheet::FeatureRequestSheet(QWidget* parent)
     font.setPointSizeF(font.pointSizeF() * 1.2);
     heading->setFont(font);
     layout->addWidget(heading);
-    auto* explanation = new QLabel(tr("描述你希望 Kestro 增加的 Finder 右键功能。"));
+    auto* explanation = new QLabel(platformText(PlatformText::featureRequestExplanation));
     explanation->setWordWrap(true);
     layout->addWidget(explanation);
     m_editor->setTabChangesFocus(true);

@@ -98,7 +98,7 @@ private slots:
                                 home + QStringLiteral("/Documents")};
         QCOMPARE(paths(store.destinations(CustomDestinationKind::copy)), files);
         QCOMPARE(ids(store.destinations(CustomDestinationKind::copy)),
-                 (QStringList{QStringLiteral("桌面"), QStringLiteral("下载"), QStringLiteral("文稿")}));
+                 (QStringList{QStringLiteral("桌面"), QStringLiteral("下载"), QStringLiteral("文档")}));
         QCOMPARE(store.destinations(CustomDestinationKind::copy).at(0).name, QStringLiteral("桌面"));
         QCOMPARE(store.destinations(CustomDestinationKind::move),
                  store.destinations(CustomDestinationKind::copy));

@@ -545,7 +545,7 @@ private slots:
             if (label->isVisible())
                 texts.append(label->text());
         QVERIFY(texts.contains(QStringLiteral("还没有自定义动作")));
-        QVERIFY(texts.contains(QStringLiteral("添加已有快捷指令或扩展后，它会出现在 Finder 右键菜单里。")));
+        QVERIFY(texts.contains(QStringLiteral("添加脚本后，它会出现在文件管理器右键菜单里。")));
 
         auto* deletions = qobject_cast<ScheduledDeletionSection*>(
             window.view->featurePage(KestroFeature::scheduledDeletion)->userSection());
@@ -666,7 +666,7 @@ private slots:
         QStringList brand;
         for (QLabel* label : sidebar->findChildren<QLabel*>())
             brand.append(label->text());
-        QVERIFY(brand.contains(QStringLiteral("Finder 右键菜单")));
+        QVERIFY(brand.contains(QStringLiteral("文件管理器右键菜单")));
 
         QListWidget* extras = sidebar->extraList();
         QCOMPARE(extras->item(0)->text(), QStringLiteral("偏好设置"));

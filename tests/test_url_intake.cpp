@@ -119,9 +119,9 @@ private slots:
         QVERIFY(!handle(QStringLiteral("kestro://finder-action?actionID=createFolder")));
         const QStringList lines = logLines();
         QCOMPARE(lines.at(1),
-                 QStringLiteral("action=createFolder error=没有找到可以执行操作的 Finder 目录。"));
-        QCOMPARE(lines.at(2), QStringLiteral("suppressed error alert: 没有找到可以执行操作的 Finder 目录。"));
-        QCOMPARE(m_model->lastErrorDescription(), QStringLiteral("没有找到可以执行操作的 Finder 目录。"));
+                 QStringLiteral("action=createFolder error=没有找到可以执行操作的文件管理器目录。"));
+        QCOMPARE(lines.at(2), QStringLiteral("suppressed error alert: 没有找到可以执行操作的文件管理器目录。"));
+        QCOMPARE(m_model->lastErrorDescription(), QStringLiteral("没有找到可以执行操作的文件管理器目录。"));
     }
 
     void featureRequestsOpenAPrefilledMail() {
