@@ -225,6 +225,8 @@ int runHost(int argc, char* argv[], const Options& options) {
     installQtChineseTexts(application);
     QApplication::setQuitOnLastWindowClosed(false);
     QApplication::setWindowIcon(QIcon(QStringLiteral(":/kestro/kestro.svg")));
+    // Ties the windows to the "Kestro" application entry (its name and icon in docks and on Wayland).
+    QGuiApplication::setDesktopFileName(QStringLiteral("kestro"));
     if (DisplayEnvironment::isInteractive())
         Platform::setPrompts(std::make_shared<WidgetPrompts>());
 
