@@ -140,6 +140,7 @@ int runPerform(int argc, char* argv[], const QString& text) {
         if (requirement == ActionRequirements::Requirement::widgets) {
             application = std::make_unique<QApplication>(argc, argv);
             installQtChineseTexts(*application);
+            useSimplifiedChineseFont();
             Platform::setPrompts(std::make_shared<WidgetPrompts>());
         } else {
             application = std::make_unique<QGuiApplication>(argc, argv);
@@ -223,6 +224,7 @@ int runHost(int argc, char* argv[], const Options& options) {
     DisplayEnvironment::useOffscreenWithoutDisplay();
     QApplication application(argc, argv);
     installQtChineseTexts(application);
+    useSimplifiedChineseFont();
     QApplication::setQuitOnLastWindowClosed(false);
     QApplication::setWindowIcon(QIcon(QStringLiteral(":/kestro/kestro.svg")));
     // Ties the windows to the "Kestro" application entry (its name and icon in docks and on Wayland).

@@ -243,7 +243,8 @@ private slots:
             const int height = list->visualRect(list->model()->index(0, 0)).height();
             QVERIFY2(height >= text + 8,
                      qPrintable(QStringLiteral("%1 px rows for %2 px of text").arg(height).arg(text)));
-            QVERIFY(height <= text + 40);
+            // Chinese from a fallback face makes a line up to a third taller than the font's own metrics.
+            QVERIFY2(height <= text * 3 / 2 + 20, qPrintable(QString::number(height)));
         }
     }
 
