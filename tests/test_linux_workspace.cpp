@@ -121,6 +121,10 @@ private slots:
         QVERIFY_THROWS_EXCEPTION(PlatformError, workspace.openWithApplication(broken, {text}));
         QVERIFY_THROWS_EXCEPTION(PlatformError, workspace.openWithApplication(
                                                     environment.root() + QStringLiteral("/gone"), {text}));
+        // A mail link with no mail program installed is not opened, and says so.
+        const ScopedVariable noSystemEntries("XDG_DATA_DIRS",
+                                             QFile::encodeName(environment.makeFolder("none")));
+        QVERIFY(!workspace.openUrl(QUrl(QStringLiteral("mailto:support@tandry.app?subject=x"))));
     }
 
     void startsATerminalInTheFolder() {

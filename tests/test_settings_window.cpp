@@ -651,6 +651,17 @@ private slots:
         QCOMPARE(mail.scheme(), QStringLiteral("mailto"));
         QCOMPARE(mail, FeatureRequestMailer::mailURL(wish));
         QVERIFY(QUrlQuery(mail).queryItemValue(QStringLiteral("body"), QUrl::FullyDecoded).contains(wish));
+
+        // No mail program: the sheet keeps the wish and copies it on request.
+        FeatureRequestSheet unsent;
+        unsent.show();
+        unsent.editor()->setPlainText(wish);
+        FakePlatform::workspace().openUrlSucceeds = false;
+        unsent.submitButton()->click();
+        QVERIFY(unsent.isVisible() && unsent.editor()->toPlainText() == wish);
+        QVERIFY(unsent.notice()->text().contains(FeatureRequestMailer::supportAddress));
+        unsent.copyButton()->click();
+        QCOMPARE(FakePlatform::clipboard().contents, FeatureRequestMailer::mailBody(wish));
     }
 
     void sidebarOffersPreferencesAndTheFeatureRequest() {
