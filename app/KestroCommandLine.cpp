@@ -203,11 +203,16 @@ bool forwardToRunningHost(int argc, char* argv[], const QStringList& message) {
 }
 
 // Test and measurement hooks, not for users: KESTRO_REPORT_READY prints one line on standard error when the
-// host is ready; KESTRO_SCREENSHOT_DIR saves pictures of the settings pages, the tray menu and (packing the
-// folder KESTRO_SCREENSHOT_PACK names) the progress window there, then quits.
+// host is ready, and one when it has written the file managers' menus; KESTRO_SCREENSHOT_DIR saves pictures
+// of the settings pages, the tray menu and (packing the folder KESTRO_SCREENSHOT_PACK names) the progress
+// window there, then quits.
 void connectHooks(KestroHost& host) {
     const bool reportReady = !qEnvironmentVariableIsEmpty("KESTRO_REPORT_READY");
     const QString screenshots = qEnvironmentVariable("KESTRO_SCREENSHOT_DIR");
+    if (reportReady) {
+        QObject::connect(&host, &KestroHost::fileManagersWritten, &host,
+                         [] { print(stderr, QStringLiteral("kestro: file managers written\n")); });
+    }
     QObject::connect(&host, &KestroHost::ready, &host, [&host, reportReady, screenshots] {
         if (reportReady)
             print(stderr, QStringLiteral("kestro: ready\n"));

@@ -40,9 +40,20 @@ KestroHost::KestroHost(bool launchedAtLogin, QObject* parent)
         [this](std::function<void()> work) { m_requestThreads.start(std::move(work)); });
     m_selectionModel->setSettingsSource([this] { return m_featureSettings->settings(); });
     m_selectionModel->setProgressTracker(m_runningActions->tracker());
-    // The file managers' menus follow every settings announcement, and start from the saved settings.
-    KestroSettingsChangeNotifier::setObserver([](const QString&) { FileManagerIntegration::refresh(); });
-    FileManagerIntegration::refresh();
+    // The file managers' menus follow every settings announcement, and start from the saved settings once
+    // the host is ready: a first request needs none of them (the menus of the last run still stand), and
+    // writing them was most of the start-up.
+    KestroSettingsChangeNotifier::setObserver([this](const QString&) {
+        FileManagerIntegration::refresh();
+        emit fileManagersWritten();
+    });
+    connect(
+        this, &KestroHost::ready, this,
+        [this] {
+            FileManagerIntegration::refresh();
+            emit fileManagersWritten();
+        },
+        Qt::QueuedConnection);
     m_queueRunner = new KestroQueuedActionRunner(this);
     connect(
         m_queueRunner, &KestroQueuedActionRunner::passFinished, this,

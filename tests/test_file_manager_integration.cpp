@@ -535,6 +535,11 @@ private slots:
         const auto description = [] {
             return readAll(FileManagerIntegration::menuDescriptionPath());
         };
+        // Written once the host is ready, not on the way there.
+        QVERIFY(!QFile::exists(FileManagerIntegration::menuDescriptionPath()));
+        QSignalSpy written(&host, &KestroHost::fileManagersWritten);
+        host.finishLaunching();
+        QVERIFY(written.wait(10000));
         QVERIFY(description().contains("\"createTextFile\""));
         const QByteArray serviceMenusBefore =
             readAll(FileManagerIntegration::dolphinFolder() + QStringLiteral("/kestro-000.desktop"));
