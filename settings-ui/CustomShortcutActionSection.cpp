@@ -40,5 +40,11 @@ CustomShortcutActionSection::CustomShortcutActionSection(CustomShortcutActionSto
     addSelectionButton(tr("移除"), [this](int row) { m_store.removeActions({row}); });
     addButton(tr("添加脚本"), [this] { m_store.addScriptAction(); });
     addButton(tr("添加快捷指令"), [this] { m_store.addAction(); });
+    followPaths([this] {
+        QStringList paths;
+        for (const CustomShortcutAction& action : m_store.actions())
+            paths.append(action.scriptPath);
+        return paths;
+    });
     connect(&m_store, &CustomShortcutActionStore::actionsChanged, this, &CustomShortcutActionSection::reload);
 }

@@ -24,6 +24,7 @@
 #include <QProcess>
 #include <QPushButton>
 #include <QSignalSpy>
+#include <QStandardPaths>
 #include <QTest>
 
 // GLib names a field "signals", which Qt defines as a word of its own.
@@ -526,6 +527,13 @@ private slots:
         QCOMPARE(section.statusTexts(), (QStringList{missing, missing, integrated, integrated, missing}));
         QVERIFY(!FileManagerIntegration::isSwitchedOff());
         QVERIFY(readAll(FileManagerIntegration::thunarActionsPath()).contains("<unique-id>kestro-"));
+
+        // The page follows what others do meanwhile: "kestro --uninstall-integration", a new file manager.
+        FileManagerIntegration::uninstall();
+        QTRY_COMPARE(section.statusTexts(), (QStringList{missing, missing, found, found, missing}));
+        writeRecorder(QFileInfo(QStandardPaths::findExecutable(QStringLiteral("dolphin"))).absolutePath(),
+                      QStringLiteral("pcmanfm-qt"));
+        QTRY_COMPARE(section.statusTexts(), (QStringList{missing, missing, found, found, found}));
     }
 
     void hostRewritesTheMenusAtEverySettingsChange() {
