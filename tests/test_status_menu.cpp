@@ -135,6 +135,10 @@ private slots:
         CustomShortcutActionStore actions;
         const auto added = actions.addScript(script);
         QVERIFY(added);
+        // Not offered: what cannot run here (no Shortcuts on Linux, no AppleScript interpreter).
+        actions.addShortcut(QStringLiteral("整理照片"), QStringLiteral("整理照片"));
+        QVERIFY(
+            actions.addScript(environment.writeFile(QStringLiteral("scripts/tell.applescript"), "beep\n")));
         tray.build();
         QMenu* custom = submenu(&tray.menu, QStringLiteral("自定义动作"));
         QCOMPARE(titles(custom), QStringList{QStringLiteral("resize")});
