@@ -1,5 +1,6 @@
 #include "app/WidgetPrompts.h"
 
+#include "app/ApplicationPicker.h"
 #include "platform/PlatformWords.h"
 
 #include <QApplication>
@@ -186,9 +187,14 @@ std::optional<QString> WidgetPrompts::chooseDirectory(const QString& buttonLabel
 
 std::optional<QString> WidgetPrompts::chooseItem(const OpenPanelRequest& request) {
     if (request.choose == OpenPanelRequest::Choose::application) {
-        ApplicationFileDialog dialog(request.title);
-        prepareFileDialog(dialog, request);
-        return runFileDialog(dialog);
+        ApplicationPicker picker(request.title, [&request] {
+            ApplicationFileDialog dialog(request.title);
+            prepareFileDialog(dialog, request);
+            return runFileDialog(dialog);
+        });
+        if (runInFront(picker) != QDialog::Accepted)
+            return std::nullopt;
+        return picker.chosenPath();
     }
     QFileDialog dialog(nullptr, request.title);
     prepareFileDialog(dialog, request);

@@ -41,13 +41,14 @@
 #include <QDir>
 #include <QDrag>
 #include <QFile>
+#include <QImage>
+#include <QImage>
 #include <QLabel>
 #include <QListView>
 #include <QListWidget>
 #include <QMouseEvent>
 #include <QPlainTextEdit>
 #include <QPushButton>
-#include <QScrollArea>
 #include <QTest>
 #include <QUrlQuery>
 
@@ -268,15 +269,32 @@ private slots:
         QCOMPARE(copies.constLast().path, folder);
         QCOMPARE(copies.constLast().name, QStringLiteral("常用 夹 'x'"));
 
-        // 添加应用: a desktop entry, named by its Name key.
+        // 添加应用: the installed applications by name and icon (hidden ones left out), then a desktop entry
+        // chosen there, named by its Name key.
+        const QString iconPath = environment.root() + QStringLiteral("/viewer.png");
+        QImage(16, 16, QImage::Format_RGB32).save(iconPath);
         const QString entry =
-            environment.writeFile(QStringLiteral("apps/org.example.Viewer.desktop"),
-                                  "[Desktop Entry]\nType=Application\nName=看图\nExec=true\n");
+            KestroPaths::applicationsDirectory() + QStringLiteral("/org.example.Viewer.desktop");
+        QVERIFY(QDir().mkpath(KestroPaths::applicationsDirectory()));
+        for (const auto& [path, text] :
+             {std::pair{entry, "Name=Viewer\nName[zh_CN]=看图\nIcon=" + iconPath.toUtf8() + '\n'},
+              std::pair{entry + QStringLiteral(".hidden.desktop"),
+                        QByteArray("Name=藏起来\nNoDisplay=true\n")}}) {
+            QFile file(path);
+            QVERIFY(file.open(QIODevice::WriteOnly));
+            file.write("[Desktop Entry]\nType=Application\nExec=true\n" + text);
+        }
         window.view->showPage(SettingsPage::of(KestroFeature::openWith));
         QWidget* apps = window.view->featurePage(KestroFeature::openWith)->userSection();
         ModalAnswer applicationPanel([&](QWidget* dialog) {
             QCOMPARE(dialog->windowTitle(), QStringLiteral("选择常用应用"));
-            Modal::typeIntoFilePanel(dialog, entry);
+            auto* list = dialog->findChild<QListWidget*>();
+            const QList<QListWidgetItem*> found = list->findItems(QStringLiteral("看图"), Qt::MatchExactly);
+            QCOMPARE(found.size(), 1);
+            QVERIFY(!found.constFirst()->icon().isNull());
+            QVERIFY(list->findItems(QStringLiteral("藏起来"), Qt::MatchExactly).isEmpty());
+            list->setCurrentItem(found.constFirst());
+            Modal::click(Modal::button(dialog, QStringLiteral("添加")));
         });
         clickWidget(buttonNamed(apps, QStringLiteral("添加应用")));
         QCOMPARE(applicationPanel.answered(), 1);
