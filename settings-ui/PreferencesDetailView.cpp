@@ -80,8 +80,14 @@ PreferencesDetailView::PreferencesDetailView(const SettingsStores& stores, QWidg
             &SettingsToggleRow::setChecked);
     connect(&preferences, &AppPreferencesStore::revealActionResultsChanged, m_revealResults,
             &SettingsToggleRow::setChecked);
-    connect(&preferences, &AppPreferencesStore::launchAtLoginChanged, m_launchAtLogin,
-            &SettingsToggleRow::setChecked);
+    connect(&preferences, &AppPreferencesStore::launchAtLoginChanged, m_launchAtLogin, [this](bool on) {
+        m_launchAtLogin->setChecked(on);
+        m_launchAtLogin->setNote({});
+    });
+    connect(&preferences, &AppPreferencesStore::launchAtLoginRefused, m_launchAtLogin,
+            [this](const QString& reason) {
+                m_launchAtLogin->setNote(tr("没能设置登录时启动：%1").arg(reason));
+            });
     connect(&preferences, &AppPreferencesStore::showsFailureNotificationsChanged, m_notifyFailures,
             &SettingsToggleRow::setChecked);
     connect(&settings, &FeatureSettingsStore::groupsFeaturesUnderKestroChanged, m_grouping,

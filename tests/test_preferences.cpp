@@ -51,10 +51,14 @@ private slots:
     void aRefusedRegistrationIsRolledBack() {
         AppPreferencesStore store;
         QSignalSpy changes(&store, &AppPreferencesStore::launchAtLoginChanged);
+        QSignalSpy refusals(&store, &AppPreferencesStore::launchAtLoginRefused);
         FakePlatform::loginItems().refuses = true;
         store.setLaunchAtLogin(true);
         QVERIFY(!store.launchAtLogin());
         QCOMPARE(changes.size(), 2); // on, then back off for the switch to follow
+        // The user is told why (the page shows it under the switch).
+        QCOMPARE(refusals.size(), 1);
+        QVERIFY(!refusals.constFirst().constFirst().toString().isEmpty());
         QVERIFY(!QFile::exists(AppPreferencesPersistence::fileURL()));
 
         FakePlatform::loginItems().refuses = false;

@@ -502,9 +502,11 @@ private slots:
         clickWidget(row->toggle());
         QVERIFY(!row->toggle()->isChecked());
         QVERIFY(!window.preferences.launchAtLogin());
+        QVERIFY2(row->note().contains(QStringLiteral("login item refused")), qPrintable(row->note()));
         FakePlatform::loginItems().refuses = false;
         clickWidget(row->toggle());
         QVERIFY(row->toggle()->isChecked());
+        QVERIFY(row->note().isEmpty());
         QVERIFY(FakePlatform::loginItems().enabled);
         QVERIFY(AppPreferencesPersistence::load().launchAtLogin);
     }
