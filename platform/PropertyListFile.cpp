@@ -190,6 +190,12 @@ bool PropertyListFile::write(const QString& path, const QVariant& value) {
 bool PropertyListFile::writeBytes(const QString& path, const QByteArray& bytes) {
     if (bytes.isEmpty() || !QDir().mkpath(QFileInfo(path).absolutePath()))
         return false;
+    // A file that already holds these bytes stays as it is: every start saves the lists it loaded, and
+    // syncing unchanged files to a busy disk was most of the host's start-up.
+    QFile existing(path);
+    if (QFileInfo(path).isFile() && existing.size() == bytes.size() && existing.open(QIODevice::ReadOnly) &&
+        existing.readAll() == bytes)
+        return true;
     QSaveFile file(path);
     if (!file.open(QIODevice::WriteOnly) || file.write(bytes) != bytes.size())
         return false;
