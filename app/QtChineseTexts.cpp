@@ -1,7 +1,7 @@
 #include "app/QtChineseTexts.h"
 
-#include <QCoreApplication>
 #include <QApplication>
+#include <QCoreApplication>
 #include <QFont>
 #include <QLibraryInfo>
 #include <QTranslator>

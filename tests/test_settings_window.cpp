@@ -42,7 +42,6 @@
 #include <QDrag>
 #include <QFile>
 #include <QImage>
-#include <QImage>
 #include <QLabel>
 #include <QListView>
 #include <QListWidget>
