@@ -7,11 +7,13 @@
 #include "catalogue/AppPreferencesStore.h"
 #include "catalogue/FeatureSettingsStore.h"
 #include "catalogue/KestroSettingsChangeNotifier.h"
+#include "intake/FailureNotifier.h"
 #include "intake/FinderSelectionModel.h"
 #include "intake/KestroQueuedActionRunner.h"
 #include "intake/RunningActions.h"
 #include "integration/FileManagerIntegration.h"
 #include "platform/DiagnosticLog.h"
+#include "platform/PropertyListFile.h"
 #include "settings-ui/SettingsContentView.h"
 #include "stores/CustomDestinationStore.h"
 #include "stores/CustomShortcutActionStore.h"
@@ -35,6 +37,7 @@ KestroHost::KestroHost(bool launchedAtLogin, QObject* parent)
     , m_scheduledDeletions(new ScheduledDeletionListStore(this))
     , m_runningActions(new RunningActions(this)) {
     DiagnosticLog::append(QStringLiteral("KestroApp init"));
+    FailureNotifier::reportSettingsSaveFailures();
     m_requestThreads.setMaxThreadCount(4);
     m_selectionModel->setRunner(
         [this](std::function<void()> work) { m_requestThreads.start(std::move(work)); });
@@ -74,6 +77,7 @@ KestroHost::KestroHost(bool launchedAtLogin, QObject* parent)
 
 KestroHost::~KestroHost() {
     KestroSettingsChangeNotifier::setObserver({});
+    PropertyListFile::setWriteFailureObserver({});
     shutDown();
     // The window holds views of the stores; it goes before them.
     delete mainWindow();
