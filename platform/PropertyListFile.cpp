@@ -220,9 +220,11 @@ bool PropertyListFile::writeBytes(const QString& path, const QByteArray& bytes) 
                                 .arg(QFileInfo(path).absolutePath()));
     // A file that already holds these bytes stays as it is: every start saves the lists it loaded, and
     // syncing unchanged files to a busy disk was most of the host's start-up.
+    // One that others may write is written anew, which also gives it the usual permissions again.
     QFile existing(path);
-    if (QFileInfo(path).isFile() && existing.size() == bytes.size() && existing.open(QIODevice::ReadOnly) &&
-        existing.readAll() == bytes)
+    if (QFileInfo(path).isFile() && existing.size() == bytes.size() &&
+        !(existing.permissions() & (QFileDevice::WriteGroup | QFileDevice::WriteOther)) &&
+        existing.open(QIODevice::ReadOnly) && existing.readAll() == bytes)
         return true;
     QSaveFile file(path);
     if (!file.open(QIODevice::WriteOnly) || file.write(bytes) != bytes.size() || !file.commit())
