@@ -317,7 +317,9 @@ QList<ArchiveExtractor::FolderMode> ArchiveExtractor::extract(const QString& arc
         } else if (archive_read_data_skip(a) < ARCHIVE_WARN) {
             damaged(archivePath, archive_error_string(a));
         }
-        ++state.itemsDone;
+        // Files and links count as items, folders do not (as when packing).
+        if (type != AE_IFDIR)
+            ++state.itemsDone;
         reportRead();
     }
     disk.finish();

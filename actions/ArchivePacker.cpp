@@ -103,7 +103,10 @@ void ArchivePacker::addTree(const QByteArray& path, const QByteArray& name) {
 
 void ArchivePacker::write(int descriptor, const QString& archiveName, ActionProgressFeed& feed) const {
     ActionProgressState& state = feed.state();
-    state.itemsTotal = m_entries.size();
+    // Items are the files (and links) the user sees in the selection; a folder holding five files is five
+    // items, not six.
+    state.itemsTotal = std::count_if(m_entries.cbegin(), m_entries.cend(),
+                                     [](const Entry& entry) { return (entry.mode & S_IFMT) != S_IFDIR; });
     state.bytesTotal = m_bytes;
     feed.report();
 
@@ -144,7 +147,8 @@ void ArchivePacker::write(int descriptor, const QString& archiveName, ActionProg
                 feed.report();
             }
         }
-        ++state.itemsDone;
+        if (type != S_IFDIR)
+            ++state.itemsDone;
         feed.report();
     }
     zip.finish();

@@ -67,6 +67,13 @@ CustomActionRunner::Invocation CustomActionRunner::scriptInvocation(const QStrin
     return {interpreter, QStringList{scriptPath} + inputPaths};
 }
 
+bool CustomActionRunner::canRunHere(const CustomShortcutAction& action) {
+    if (action.kind == CustomShortcutAction::Kind::shortcut)
+        return ShortcutsTool::executablePath().has_value();
+    const Invocation invocation = scriptInvocation(action.scriptPath, {});
+    return invocation.executable == action.scriptPath || QFileInfo(invocation.executable).isExecutable();
+}
+
 void CustomActionRunner::runCustomScript(const QString& id, const QStringList& selectedURLs,
                                          const std::optional<QString>& targetedURL) {
     const std::optional<CustomShortcutAction> action = CustomShortcutActionPersistence::action(id);

@@ -4,6 +4,8 @@
 #include <QString>
 #include <QStringList>
 
+struct CustomShortcutAction;
+
 // The user's own shortcuts and scripts, run on the selection (or, without one, on the targeted folder).
 // The list is read afresh at every run, so an edit in the settings window counts at once.
 class CustomActionRunner {
@@ -24,6 +26,9 @@ public:
     // extension picks the interpreter (py, applescript/scpt, bash), and anything else runs under zsh where
     // the system has it, else sh.
     static Invocation scriptInvocation(const QString& scriptPath, const QStringList& inputPaths);
+    // Whether the action can run on this system at all: a shortcut needs the Shortcuts tool, a script
+    // that is not executable itself needs its interpreter (AppleScript has none on Linux).
+    static bool canRunHere(const CustomShortcutAction& action);
     // "run", the shortcut's name, then "--input-path" and the path for every input.
     static QStringList shortcutArguments(const QString& shortcutName, const QStringList& inputPaths);
 };

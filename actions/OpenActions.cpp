@@ -5,6 +5,7 @@
 #include "platform/FinderActionExecutionError.h"
 #include "platform/KestroError.h"
 #include "platform/Platform.h"
+#include "platform/PlatformWords.h"
 
 #include <QCoreApplication>
 #include <QDir>
@@ -64,7 +65,7 @@ QString applicationsFolder() {
 void OpenActions::openInTerminal(const QStringList& selectedURLs, const std::optional<QString>& targetedURL) {
     const QString folder = FinderActionExecutor::targetDirectory(selectedURLs, targetedURL);
     if (!Platform::workspace().openTerminal(folder))
-        throw FinderActionExecutionError::applicationNotFound(QStringLiteral("Terminal"));
+        throw FinderActionExecutionError::commandFailed(platformText(PlatformText::terminalNotFound));
 }
 
 void OpenActions::openInApplication(KestroExternalApplication application, const QStringList& selectedURLs,

@@ -51,37 +51,43 @@ struct Options {
     QString errorText;
 };
 
+// The program and its commands, in the user's language. Qt's own help would name the program
+// "<executable_name>" here, where no application object exists yet.
+QString helpText() {
+    return QCoreApplication::translate(
+        "KestroCommandLine",
+        "用法：kestro [命令] [kestro: 链接]\n"
+        "Kestro：在文件管理器的右键菜单中新建、复制、改名、压缩和处理文件。\n\n"
+        "  kestro                          启动 Kestro（托盘和设置窗口）；已在运行时把设置窗口带到前面\n"
+        "  kestro --login-item             隐藏启动，如登录时\n"
+        "  kestro 链接                     把 kestro: 链接交给运行中的 Kestro（没有时启动一个）\n"
+        "  kestro --open-link 链接         同上，链接来自其他程序：先询问你\n"
+        "  kestro --perform 链接           在这个进程里执行一个请求后退出；失败时说明原因，退出码为 1\n"
+        "  kestro --drain                  处理一遍操作队列后退出\n"
+        "  kestro --install-integration    把 Kestro 菜单写入已安装的文件管理器\n"
+        "  kestro --uninstall-integration  从文件管理器中移除 Kestro 的文件和条目\n"
+        "  kestro --version                显示版本\n"
+        "  kestro --help                   显示这段说明\n");
+}
+
 Options parse(int argc, char* argv[]) {
     QStringList arguments;
     for (int index = 0; index < argc; ++index)
         arguments.append(QString::fromLocal8Bit(argv[index]));
     QCommandLineParser parser;
-    parser.setApplicationDescription(QStringLiteral("Kestro: file-manager right-click actions."));
-    const QCommandLineOption perform(QStringLiteral("perform"),
-                                     QStringLiteral("Run one kestro: request here and exit."),
-                                     QStringLiteral("url"));
-    const QCommandLineOption drain(QStringLiteral("drain"),
-                                   QStringLiteral("Run one pass of the action queue and exit."));
-    const QCommandLineOption loginItem(QStringLiteral("login-item"),
-                                       QStringLiteral("Start hidden, as at login."));
-    const QCommandLineOption installIntegration(
-        QStringLiteral("install-integration"),
-        QStringLiteral("Put Kestro's menu into the installed file managers."));
-    const QCommandLineOption uninstallIntegration(
-        QStringLiteral("uninstall-integration"),
-        QStringLiteral("Remove exactly Kestro's files and entries from the file managers."));
-    const QCommandLineOption openLink(
-        QStringLiteral("open-link"),
-        QStringLiteral("The URL is a link another program opened (the kestro: scheme handler): ask before "
-                       "acting on it."));
+    const QCommandLineOption perform(QStringLiteral("perform"), QString(), QStringLiteral("url"));
+    const QCommandLineOption drain(QStringLiteral("drain"));
+    const QCommandLineOption loginItem(QStringLiteral("login-item"));
+    const QCommandLineOption installIntegration(QStringLiteral("install-integration"));
+    const QCommandLineOption uninstallIntegration(QStringLiteral("uninstall-integration"));
+    const QCommandLineOption openLink(QStringLiteral("open-link"));
     const QCommandLineOption help = parser.addHelpOption();
     const QCommandLineOption version = parser.addVersionOption();
     parser.addOptions({perform, drain, loginItem, openLink, installIntegration, uninstallIntegration});
-    parser.addPositionalArgument(QStringLiteral("url"),
-                                 QStringLiteral("A kestro: URL for the running host."));
+    parser.addPositionalArgument(QStringLiteral("url"), QString());
 
     Options options;
-    options.helpText = parser.helpText();
+    options.helpText = helpText();
     if (!parser.parse(arguments)) {
         options.mode = Options::Mode::invalid;
         options.errorText = parser.errorText();
@@ -106,7 +112,8 @@ Options parse(int argc, char* argv[]) {
         options.url = parser.positionalArguments().constFirst();
     if (options.fromLink && (options.mode != Options::Mode::host || options.url.isEmpty())) {
         options.mode = Options::Mode::invalid;
-        options.errorText = QStringLiteral("--open-link takes one kestro: URL and nothing else.");
+        options.errorText = QCoreApplication::translate(
+            "KestroCommandLine", "--open-link 只接受一个 kestro: 链接，不能带别的参数。");
     }
     return options;
 }
@@ -140,6 +147,7 @@ int runPerform(int argc, char* argv[], const QString& text) {
         if (requirement == ActionRequirements::Requirement::widgets) {
             application = std::make_unique<QApplication>(argc, argv);
             installQtChineseTexts(*application);
+            useSimplifiedChineseFont();
             Platform::setPrompts(std::make_shared<WidgetPrompts>());
         } else {
             application = std::make_unique<QGuiApplication>(argc, argv);
@@ -202,11 +210,16 @@ bool forwardToRunningHost(int argc, char* argv[], const QStringList& message) {
 }
 
 // Test and measurement hooks, not for users: KESTRO_REPORT_READY prints one line on standard error when the
-// host is ready; KESTRO_SCREENSHOT_DIR saves pictures of the settings pages, the tray menu and (packing the
-// folder KESTRO_SCREENSHOT_PACK names) the progress window there, then quits.
+// host is ready, and one when it has written the file managers' menus; KESTRO_SCREENSHOT_DIR saves pictures
+// of the settings pages, the tray menu and (packing the folder KESTRO_SCREENSHOT_PACK names) the progress
+// window there, then quits.
 void connectHooks(KestroHost& host) {
     const bool reportReady = !qEnvironmentVariableIsEmpty("KESTRO_REPORT_READY");
     const QString screenshots = qEnvironmentVariable("KESTRO_SCREENSHOT_DIR");
+    if (reportReady) {
+        QObject::connect(&host, &KestroHost::fileManagersWritten, &host,
+                         [] { print(stderr, QStringLiteral("kestro: file managers written\n")); });
+    }
     QObject::connect(&host, &KestroHost::ready, &host, [&host, reportReady, screenshots] {
         if (reportReady)
             print(stderr, QStringLiteral("kestro: ready\n"));
@@ -223,8 +236,11 @@ int runHost(int argc, char* argv[], const Options& options) {
     DisplayEnvironment::useOffscreenWithoutDisplay();
     QApplication application(argc, argv);
     installQtChineseTexts(application);
+    useSimplifiedChineseFont();
     QApplication::setQuitOnLastWindowClosed(false);
     QApplication::setWindowIcon(QIcon(QStringLiteral(":/kestro/kestro.svg")));
+    // Ties the windows to the "Kestro" application entry (its name and icon in docks and on Wayland).
+    QGuiApplication::setDesktopFileName(QStringLiteral("kestro"));
     if (DisplayEnvironment::isInteractive())
         Platform::setPrompts(std::make_shared<WidgetPrompts>());
 

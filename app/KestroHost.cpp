@@ -7,11 +7,13 @@
 #include "catalogue/AppPreferencesStore.h"
 #include "catalogue/FeatureSettingsStore.h"
 #include "catalogue/KestroSettingsChangeNotifier.h"
+#include "intake/FailureNotifier.h"
 #include "intake/FinderSelectionModel.h"
 #include "intake/KestroQueuedActionRunner.h"
 #include "intake/RunningActions.h"
 #include "integration/FileManagerIntegration.h"
 #include "platform/DiagnosticLog.h"
+#include "platform/PropertyListFile.h"
 #include "settings-ui/SettingsContentView.h"
 #include "stores/CustomDestinationStore.h"
 #include "stores/CustomShortcutActionStore.h"
@@ -35,14 +37,26 @@ KestroHost::KestroHost(bool launchedAtLogin, QObject* parent)
     , m_scheduledDeletions(new ScheduledDeletionListStore(this))
     , m_runningActions(new RunningActions(this)) {
     DiagnosticLog::append(QStringLiteral("KestroApp init"));
+    FailureNotifier::reportSettingsSaveFailures();
     m_requestThreads.setMaxThreadCount(4);
     m_selectionModel->setRunner(
         [this](std::function<void()> work) { m_requestThreads.start(std::move(work)); });
     m_selectionModel->setSettingsSource([this] { return m_featureSettings->settings(); });
     m_selectionModel->setProgressTracker(m_runningActions->tracker());
-    // The file managers' menus follow every settings announcement, and start from the saved settings.
-    KestroSettingsChangeNotifier::setObserver([](const QString&) { FileManagerIntegration::refresh(); });
-    FileManagerIntegration::refresh();
+    // The file managers' menus follow every settings announcement, and start from the saved settings once
+    // the host is ready: a first request needs none of them (the menus of the last run still stand), and
+    // writing them was most of the start-up.
+    KestroSettingsChangeNotifier::setObserver([this](const QString&) {
+        FileManagerIntegration::refresh();
+        emit fileManagersWritten();
+    });
+    connect(
+        this, &KestroHost::ready, this,
+        [this] {
+            FileManagerIntegration::refresh();
+            emit fileManagersWritten();
+        },
+        Qt::QueuedConnection);
     m_queueRunner = new KestroQueuedActionRunner(this);
     connect(
         m_queueRunner, &KestroQueuedActionRunner::passFinished, this,
@@ -63,6 +77,7 @@ KestroHost::KestroHost(bool launchedAtLogin, QObject* parent)
 
 KestroHost::~KestroHost() {
     KestroSettingsChangeNotifier::setObserver({});
+    PropertyListFile::setWriteFailureObserver({});
     shutDown();
     // The window holds views of the stores; it goes before them.
     delete mainWindow();

@@ -66,6 +66,8 @@ public:
 signals:
     void showRequested();
     void ready();
+    // The file managers' menus are written: once after ready, then after every settings change.
+    void fileManagersWritten();
 
 private:
     KestroMainWindow* createMainWindow();

@@ -1,5 +1,6 @@
 #include "app/StatusMenuContent.h"
 
+#include "actions/CustomActionRunner.h"
 #include "catalogue/FeatureSettingsStore.h"
 #include "stores/CustomDestinationStore.h"
 #include "stores/CustomShortcutActionPersistence.h"
@@ -26,8 +27,11 @@ StatusMenuContent StatusMenuContent::gather(const FeatureSettingsStore& featureS
     content.customActionsEnabled = featureSettings.isEnabled(KestroFeature::customActions);
     if (content.customActionsEnabled) {
         // Read afresh: the file is the truth the file-manager side shares.
-        for (const CustomShortcutAction& action : CustomShortcutActionPersistence::load())
-            content.customActions.append({action.name, action.actionID()});
+        // What cannot run on this system (a shortcut without Shortcuts, AppleScript on Linux) is not offered.
+        for (const CustomShortcutAction& action : CustomShortcutActionPersistence::load()) {
+            if (CustomActionRunner::canRunHere(action))
+                content.customActions.append({action.name, action.actionID()});
+        }
     }
     return content;
 }

@@ -1,5 +1,8 @@
 #include "app/WidgetPrompts.h"
 
+#include "app/ApplicationPicker.h"
+#include "platform/PlatformWords.h"
+
 #include <QApplication>
 #include <QComboBox>
 #include <QCompleter>
@@ -184,9 +187,14 @@ std::optional<QString> WidgetPrompts::chooseDirectory(const QString& buttonLabel
 
 std::optional<QString> WidgetPrompts::chooseItem(const OpenPanelRequest& request) {
     if (request.choose == OpenPanelRequest::Choose::application) {
-        ApplicationFileDialog dialog(request.title);
-        prepareFileDialog(dialog, request);
-        return runFileDialog(dialog);
+        ApplicationPicker picker(request.title, [&request] {
+            ApplicationFileDialog dialog(request.title);
+            prepareFileDialog(dialog, request);
+            return runFileDialog(dialog);
+        });
+        if (runInFront(picker) != QDialog::Accepted)
+            return std::nullopt;
+        return picker.chosenPath();
     }
     QFileDialog dialog(nullptr, request.title);
     prepareFileDialog(dialog, request);
@@ -226,7 +234,7 @@ bool WidgetPrompts::confirmRequestFromAnotherProgram(const ConsentRequest& reque
 }
 
 std::optional<QString> WidgetPrompts::requestFeatureText() {
-    PromptDialog dialog(translated("请求新功能"), translated("描述你希望 Kestro 增加的 Finder 右键功能。"),
+    PromptDialog dialog(translated("请求新功能"), platformText(PlatformText::featureRequestExplanation),
                         translated("提交"));
     auto* text = new QPlainTextEdit;
     text->setMinimumSize(420, 140);

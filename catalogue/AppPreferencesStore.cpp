@@ -2,6 +2,8 @@
 
 #include "catalogue/AppPreferencesPersistence.h"
 #include "catalogue/LaunchAtLoginController.h"
+#include "platform/DiagnosticLog.h"
+#include "platform/KestroError.h"
 #include "platform/Platform.h"
 #include "platform/StoredFileBackup.h"
 
@@ -52,10 +54,12 @@ void AppPreferencesStore::setLaunchAtLogin(bool value) {
     try {
         LaunchAtLoginController::setEnabled(value);
         save();
-    } catch (const std::exception&) {
+    } catch (const std::exception& error) {
         m_isRollingBackLaunchAtLogin = true;
         setLaunchAtLogin(old);
         m_isRollingBackLaunchAtLogin = false;
+        DiagnosticLog::append(QStringLiteral("launch at login refused: ") + describeError(error));
+        emit launchAtLoginRefused(describeError(error));
     }
 }
 

@@ -25,6 +25,8 @@ signals:
     void revealCreatedItemsChanged(bool value);
     void revealActionResultsChanged(bool value);
     void launchAtLoginChanged(bool value);
+    // The system refused to start Kestro at login (the switch went back); reason is its message.
+    void launchAtLoginRefused(const QString& reason);
     void showsFailureNotificationsChanged(bool value);
 
 private:

@@ -1,6 +1,7 @@
 #include "catalogue/KestroFeature.h"
 
 #include "catalogue/KestroFeatureChildTable.h"
+#include "platform/PlatformWords.h"
 
 #include <QCoreApplication>
 
@@ -9,26 +10,25 @@ namespace {
 struct FeatureRow {
     const char* id;
     const char* title;
-    const char* summary;
+    CatalogueText summary;
     const char* systemImage;
 };
 
 // Indexed by KestroFeature::Case.
-const FeatureRow featureRows[] = {
+constexpr FeatureRow featureRows[] = {
     {"createFile", QT_TRANSLATE_NOOP("KestroFeature", "新建"),
      QT_TRANSLATE_NOOP("KestroFeature", "在当前文件夹中新建文件或文件夹。"), "doc.badge.plus"},
-    {"quickOpen", QT_TRANSLATE_NOOP("KestroFeature", "打开"),
-     QT_TRANSLATE_NOOP("KestroFeature", "一键打开桌面、下载、文稿等常用位置。"), "folder"},
+    {"quickOpen", QT_TRANSLATE_NOOP("KestroFeature", "打开"), PlatformText::quickOpenSummary, "folder"},
     {"copyFile", QT_TRANSLATE_NOOP("KestroFeature", "复制到"),
      QT_TRANSLATE_NOOP("KestroFeature", "把选中的文件复制到指定文件夹。"), "doc.on.doc"},
     {"copyPath", QT_TRANSLATE_NOOP("KestroFeature", "复制名称与路径"),
      QT_TRANSLATE_NOOP("KestroFeature", "复制文件名、完整路径或所在文件夹路径。"), "link"},
-    {"openWith", QT_TRANSLATE_NOOP("KestroFeature", "用应用打开"),
-     QT_TRANSLATE_NOOP("KestroFeature", "用预览、文本编辑等应用打开选中文件。"), "app.badge"},
-    {"viewOptions", QT_TRANSLATE_NOOP("KestroFeature", "调整显示方式"),
-     QT_TRANSLATE_NOOP("KestroFeature", "切换 Finder 的显示方式和排序方式。"), "rectangle.grid.2x2"},
-    {"customActions", QT_TRANSLATE_NOOP("KestroFeature", "自定义动作"),
-     QT_TRANSLATE_NOOP("KestroFeature", "把 Finder 选中的文件交给你的快捷指令或扩展处理。"), "sparkles"},
+    {"openWith", QT_TRANSLATE_NOOP("KestroFeature", "用应用打开"), PlatformText::openWithSummary,
+     "app.badge"},
+    {"viewOptions", QT_TRANSLATE_NOOP("KestroFeature", "调整显示方式"), PlatformText::viewOptionsSummary,
+     "rectangle.grid.2x2"},
+    {"customActions", QT_TRANSLATE_NOOP("KestroFeature", "自定义动作"), PlatformText::customActionsSummary,
+     "sparkles"},
     {"organizeFile", QT_TRANSLATE_NOOP("KestroFeature", "移动到"),
      QT_TRANSLATE_NOOP("KestroFeature", "移动文件，或把选中项目收进新文件夹。"), "tray.and.arrow.down"},
     {"batchRename", QT_TRANSLATE_NOOP("KestroFeature", "批量改名"),
@@ -36,7 +36,7 @@ const FeatureRow featureRows[] = {
     {"archiveTools", QT_TRANSLATE_NOOP("KestroFeature", "压缩与解压缩"),
      QT_TRANSLATE_NOOP("KestroFeature", "把文件压缩成 ZIP，或解压 ZIP 文件。"), "archivebox"},
     {"scheduledDeletion", QT_TRANSLATE_NOOP("KestroFeature", "定时清理"),
-     QT_TRANSLATE_NOOP("KestroFeature", "把选中文件设为几天后自动移到废纸篓。"), "calendar.badge.clock"},
+     PlatformText::scheduledDeletionSummary, "calendar.badge.clock"},
     {"imageTools", QT_TRANSLATE_NOOP("KestroFeature", "处理图片"),
      QT_TRANSLATE_NOOP("KestroFeature", "转换格式、调整大小或压缩图片。"), "photo"},
     {"pdfTools", QT_TRANSLATE_NOOP("KestroFeature", "处理 PDF"),
@@ -85,7 +85,7 @@ QString KestroFeature::title() const {
 }
 
 QString KestroFeature::summary() const {
-    return QCoreApplication::translate("KestroFeature", row(*this).summary);
+    return row(*this).summary.text("KestroFeature");
 }
 
 QString KestroFeature::systemImage() const {
@@ -97,8 +97,7 @@ QList<KestroFeatureChild> KestroFeature::children() const {
     for (const KestroFeatureChildRow& child : kestroFeatureChildRows()) {
         if (child.feature != m_case)
             continue;
-        children.append({QCoreApplication::translate("KestroFeatureChild", child.title),
-                         QCoreApplication::translate("KestroFeatureChild", child.summary),
+        children.append({child.title.text("KestroFeatureChild"), child.summary.text("KestroFeatureChild"),
                          QString::fromLatin1(child.systemImage), QString::fromLatin1(child.actionID)});
     }
     return children;

@@ -1,7 +1,9 @@
 #include "intake/FailureNotifier.h"
 
 #include "catalogue/AppPreferencesPersistence.h"
+#include "platform/DiagnosticLog.h"
 #include "platform/Platform.h"
+#include "platform/PropertyListFile.h"
 
 #include <QCoreApplication>
 #include <QElapsedTimer>
@@ -66,4 +68,12 @@ void FailureNotifier::report(const QString& errorDescription) {
 
 void FailureNotifier::startNewBurst() {
     burst() = Burst{};
+}
+
+void FailureNotifier::reportSettingsSaveFailures() {
+    PropertyListFile::setWriteFailureObserver([](const QString& path, const QString& reason) {
+        const QString message = tr("设置没能保存到“%1”：%2").arg(path, reason);
+        DiagnosticLog::append(QStringLiteral("settings save failed: ") + message);
+        report(message);
+    });
 }

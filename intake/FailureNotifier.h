@@ -16,6 +16,9 @@ public:
     // Any thread; returns at once. Does nothing without an application object (a one-shot command line
     // says what failed on standard error instead).
     static void report(const QString& errorDescription);
+    // From now on a settings file that cannot be saved is reported like a failed action (the host's
+    // settings window saves every change at once, so this is where the user learns of it).
+    static void reportSettingsSaveFailures();
     // Main thread. The next failure starts a burst of its own, as after a quiet spell (tests use it).
     static void startNewBurst();
 };

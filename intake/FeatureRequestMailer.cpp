@@ -1,6 +1,9 @@
 #include "intake/FeatureRequestMailer.h"
 
 #include "catalogue/AppVersion.h"
+#include "intake/FailureNotifier.h"
+#include "platform/Clipboard.h"
+#include "platform/DiagnosticLog.h"
 #include "platform/MainThread.h"
 #include "platform/Platform.h"
 
@@ -43,13 +46,27 @@ QUrl FeatureRequestMailer::mailURL(const QString& requestText) {
     return url;
 }
 
-void FeatureRequestMailer::openMailComposer(const QString& requestText) {
-    Platform::workspace().openUrl(mailURL(requestText));
+bool FeatureRequestMailer::openMailComposer(const QString& requestText) {
+    return Platform::workspace().openUrl(mailURL(requestText));
+}
+
+QString FeatureRequestMailer::noMailProgramText() {
+    return QCoreApplication::translate("FeatureRequestMailer",
+                                       "没有找到邮件程序。请把请求的文字复制下来，发送到 %1。")
+        .arg(supportAddress);
 }
 
 void FeatureRequestMailer::presentRequestDialog() {
     std::optional<QString> text;
     runOnMainThread([&] { text = Platform::prompts().requestFeatureText(); });
-    if (text)
-        openMailComposer(*text);
+    if (!text || openMailComposer(*text))
+        return;
+    const bool copied = Platform::clipboard().setText(mailBody(*text));
+    const QString message =
+        copied ? QCoreApplication::translate("FeatureRequestMailer",
+                                             "没有找到邮件程序。请求的文字已复制到剪贴板，请发送到 %1。")
+                     .arg(supportAddress)
+               : noMailProgramText();
+    DiagnosticLog::append(QStringLiteral("suppressed error alert: ") + message);
+    FailureNotifier::report(message);
 }

@@ -11,7 +11,11 @@ public:
     static QString appVersion();
     static QString mailBody(const QString& requestText);
     static QUrl mailURL(const QString& requestText);
-    static void openMailComposer(const QString& requestText);
-    // Asks for the wish; an answer opens the mail, cancelling opens nothing.
+    // False when no mail program took the mail.
+    static bool openMailComposer(const QString& requestText);
+    // What the user is told when no mail program takes the wish: where to send the text instead.
+    static QString noMailProgramText();
+    // Asks for the wish; an answer opens the mail, cancelling opens nothing. Without a mail program the
+    // wish goes to the clipboard, and the user is told so by a failure notice: the text is never lost.
     static void presentRequestDialog();
 };

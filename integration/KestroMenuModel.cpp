@@ -169,7 +169,7 @@ QList<KestroMenuItem> featureActions(const KestroMenuInput& input, KestroFeature
              input.destinations.value(CustomDestinationKinds::rawValue(list->first))) {
             if (destination.id.isEmpty() || destination.path.isEmpty())
                 continue;
-            // Flat, a bare "文稿" would not say whether it copies, moves or opens.
+            // Flat, a bare "文档" would not say whether it copies, moves or opens.
             const QString title =
                 expanded ? feature.title() + QLatin1Char(' ') + destination.name : destination.name;
             KestroMenuItem item =

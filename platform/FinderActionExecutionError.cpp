@@ -1,5 +1,7 @@
 #include "platform/FinderActionExecutionError.h"
 
+#include "platform/PlatformWords.h"
+
 #include <QCoreApplication>
 
 FinderActionExecutionError::FinderActionExecutionError(Case errorCase, QString payload)
@@ -24,9 +26,9 @@ QString FinderActionExecutionError::errorDescription() const {
     case Case::unsupportedAction:
         return tr("暂不支持这个右键动作：%1。").arg(m_payload);
     case Case::noSelection:
-        return tr("请先在 Finder 中选择文件。");
+        return platformText(PlatformText::noSelection);
     case Case::noTargetDirectory:
-        return tr("没有找到可以执行操作的 Finder 目录。");
+        return platformText(PlatformText::noTargetDirectory);
     case Case::noClipboardPath:
         return tr("剪贴板里没有可打开的路径。");
     case Case::pasteboardWriteFailed:

@@ -3,10 +3,12 @@
 #include "platform/KestroPaths.h"
 #include "platform/PropertyListShape.h"
 
+#include <QCoreApplication>
 #include <QDateTime>
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
+#include <QMutex>
 #include <QSaveFile>
 #include <QTimeZone>
 
@@ -187,13 +189,47 @@ bool PropertyListFile::write(const QString& path, const QVariant& value) {
     return writeBytes(path, toXml(value));
 }
 
+namespace {
+
+QMutex observerLock;
+std::function<void(const QString&, const QString&)> writeFailureObserver;
+
+bool failed(const QString& path, const QString& reason) {
+    std::function<void(const QString&, const QString&)> observer;
+    {
+        const QMutexLocker locker(&observerLock);
+        observer = writeFailureObserver;
+    }
+    if (observer)
+        observer(path, reason);
+    return false;
+}
+
+} // namespace
+
+void PropertyListFile::setWriteFailureObserver(std::function<void(const QString&, const QString&)> observer) {
+    const QMutexLocker locker(&observerLock);
+    writeFailureObserver = std::move(observer);
+}
+
 bool PropertyListFile::writeBytes(const QString& path, const QByteArray& bytes) {
-    if (bytes.isEmpty() || !QDir().mkpath(QFileInfo(path).absolutePath()))
+    if (bytes.isEmpty())
         return false;
+    if (!QDir().mkpath(QFileInfo(path).absolutePath()))
+        return failed(path, QCoreApplication::translate("PropertyListFile", "无法创建文件夹“%1”。")
+                                .arg(QFileInfo(path).absolutePath()));
+    // A file that already holds these bytes stays as it is: every start saves the lists it loaded, and
+    // syncing unchanged files to a busy disk was most of the host's start-up.
+    // One that others may write is written anew, which also gives it the usual permissions again.
+    QFile existing(path);
+    if (QFileInfo(path).isFile() && existing.size() == bytes.size() &&
+        !(existing.permissions() & (QFileDevice::WriteGroup | QFileDevice::WriteOther)) &&
+        existing.open(QIODevice::ReadOnly) && existing.readAll() == bytes)
+        return true;
     QSaveFile file(path);
-    if (!file.open(QIODevice::WriteOnly) || file.write(bytes) != bytes.size())
-        return false;
-    return file.commit();
+    if (!file.open(QIODevice::WriteOnly) || file.write(bytes) != bytes.size() || !file.commit())
+        return failed(path, file.errorString());
+    return true;
 }
 
 bool PropertyListFile::writeBothCopies(const QString& fileName, const QVariant& value) {

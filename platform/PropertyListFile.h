@@ -1,5 +1,7 @@
 #pragma once
 
+#include <functional>
+
 #include <optional>
 #include <QString>
 #include <QVariant>
@@ -20,4 +22,8 @@ public:
     // Writes the same bytes to the application's folder and the extension's folder under fileName.
     // True when the first (the one that is read back) was written.
     static bool writeBothCopies(const QString& fileName, const QVariant& value);
+    // Called, on the writing thread, whenever a file cannot be written, with its path and the reason: the
+    // host tells the user. One observer; an empty function removes it.
+    static void
+    setWriteFailureObserver(std::function<void(const QString& path, const QString& reason)> observer);
 };

@@ -30,6 +30,12 @@ CustomDestinationSection::CustomDestinationSection(CustomDestinationStore& store
     setEmptyTexts(tr("列表为空"));
     addSelectionButton(tr("移除"), [this](int row) { m_store.removeDestinations(m_kind, {row}); });
     addButton(CustomDestinationKinds::addButtonTitle(kind), [this] { m_store.addDestination(m_kind); });
+    followPaths([this] {
+        QStringList paths;
+        for (const CustomDestination& destination : m_store.destinations(m_kind))
+            paths.append(destination.path);
+        return paths;
+    });
     connect(&m_store, &CustomDestinationStore::destinationsChanged, this,
             [this](CustomDestinationKind changed) {
                 if (changed == m_kind)

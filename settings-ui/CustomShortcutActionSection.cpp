@@ -1,5 +1,6 @@
 #include "settings-ui/CustomShortcutActionSection.h"
 
+#include "platform/PlatformWords.h"
 #include "settings-ui/FittedListView.h"
 #include "stores/CustomShortcutActionStore.h"
 
@@ -35,9 +36,15 @@ CustomShortcutActionSection::CustomShortcutActionSection(CustomShortcutActionSto
     });
     listView()->setReorderable(true);
     listView()->setEditTriggers(QAbstractItemView::DoubleClicked | QAbstractItemView::EditKeyPressed);
-    setEmptyTexts(tr("还没有自定义动作"), tr("添加已有快捷指令或扩展后，它会出现在 Finder 右键菜单里。"));
+    setEmptyTexts(tr("还没有自定义动作"), platformText(PlatformText::customActionsEmpty));
     addSelectionButton(tr("移除"), [this](int row) { m_store.removeActions({row}); });
     addButton(tr("添加脚本"), [this] { m_store.addScriptAction(); });
     addButton(tr("添加快捷指令"), [this] { m_store.addAction(); });
+    followPaths([this] {
+        QStringList paths;
+        for (const CustomShortcutAction& action : m_store.actions())
+            paths.append(action.scriptPath);
+        return paths;
+    });
     connect(&m_store, &CustomShortcutActionStore::actionsChanged, this, &CustomShortcutActionSection::reload);
 }

@@ -1,6 +1,7 @@
 #include "settings-ui/FeatureDetailView.h"
 
 #include "catalogue/FeatureSettingsStore.h"
+#include "platform/PlatformWords.h"
 #include "settings-ui/CustomDestinationSection.h"
 #include "settings-ui/CustomShortcutActionSection.h"
 #include "settings-ui/DetailHeader.h"
@@ -17,7 +18,8 @@ FeatureDetailView::FeatureDetailView(const SettingsStores& stores, KestroFeature
     : QScrollArea(parent)
     , m_feature(feature)
     , m_header(new DetailHeader(feature.systemImage(), feature.title(), feature.summary()))
-    , m_enableRow(new SettingsToggleRow(QString(), tr("在 Finder 右键菜单中启用"), QString())) {
+    , m_enableRow(
+          new SettingsToggleRow(QString(), platformText(PlatformText::enableInFileManagerMenu), QString())) {
     setObjectName(QStringLiteral("feature-") + feature.id());
     QVBoxLayout* layout = DetailPage::begin(this, m_header);
 

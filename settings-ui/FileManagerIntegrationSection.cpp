@@ -1,6 +1,7 @@
 #include "settings-ui/FileManagerIntegrationSection.h"
 
 #include "integration/FileManagerIntegration.h"
+#include "settings-ui/PathWatcher.h"
 
 #include <QHBoxLayout>
 #include <QLabel>
@@ -8,7 +9,8 @@
 
 FileManagerIntegrationSection::FileManagerIntegrationSection(QWidget* parent)
     : SettingsSection(tr("文件管理器"), parent)
-    , m_reintegrate(new QPushButton(tr("重新集成"))) {
+    , m_reintegrate(new QPushButton(tr("重新集成")))
+    , m_watcher(new PathWatcher(this)) {
     setObjectName(QStringLiteral("fileManagers"));
     m_reintegrate->setObjectName(QStringLiteral("reintegrate"));
     addHeaderWidget(m_reintegrate);
@@ -26,7 +28,26 @@ FileManagerIntegrationSection::FileManagerIntegrationSection(QWidget* parent)
         FileManagerIntegration::install();
         refresh();
     });
+    connect(m_watcher, &PathWatcher::changed, this, &FileManagerIntegrationSection::refresh);
+    m_watcher->watch(watchedPaths());
     refresh();
+}
+
+QStringList FileManagerIntegrationSection::watchedPaths() const {
+    // Where each file manager would be installed (the folders of PATH) and where its menu is written.
+    QStringList paths;
+    const QStringList folders = qEnvironmentVariable("PATH").split(QLatin1Char(':'), Qt::SkipEmptyParts);
+    for (const QString& folder : folders)
+        paths.append(folder + QStringLiteral("/kestro"));
+    for (const FileManagerIntegration::FileManager fileManager : FileManagerIntegration::all()) {
+        if (fileManager == FileManagerIntegration::FileManager::gnomeFiles ||
+            fileManager == FileManagerIntegration::FileManager::nemo)
+            paths.append(FileManagerIntegration::pythonExtensionPath(fileManager));
+    }
+    paths << FileManagerIntegration::dolphinFolder() + QStringLiteral("/kestro")
+          << FileManagerIntegration::pcmanfmFolder() + QStringLiteral("/kestro")
+          << FileManagerIntegration::thunarActionsPath();
+    return paths;
 }
 
 void FileManagerIntegrationSection::refresh() {

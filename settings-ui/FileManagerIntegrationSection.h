@@ -4,11 +4,14 @@
 
 #include <QList>
 
+class PathWatcher;
 class QLabel;
 class QPushButton;
 
 // Per file manager: whether it is installed here and whether Kestro's menu is in it, with a button that
-// writes the menu into every installed one again (also after "kestro --uninstall-integration").
+// writes the menu into every installed one again (also after "kestro --uninstall-integration"). The states
+// follow the file system: a file manager installed, or menus written or removed by another process, show
+// while the page is open.
 class FileManagerIntegrationSection : public SettingsSection {
     Q_OBJECT
 public:
@@ -22,6 +25,9 @@ public:
     void refresh();
 
 private:
+    QStringList watchedPaths() const;
+
     QList<QLabel*> m_states;
+    PathWatcher* m_watcher;
     QPushButton* m_reintegrate;
 };

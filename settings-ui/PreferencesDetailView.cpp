@@ -2,29 +2,25 @@
 
 #include "catalogue/AppPreferencesStore.h"
 #include "catalogue/FeatureSettingsStore.h"
+#include "platform/PlatformWords.h"
 #include "settings-ui/DetailHeader.h"
 #include "settings-ui/DetailPage.h"
 #include "settings-ui/FileManagerIntegrationSection.h"
 #include "settings-ui/SettingsSection.h"
 #include "settings-ui/SettingsToggleRow.h"
 
-#include <QSysInfo>
 #include <QVBoxLayout>
 
 QString PreferencesDetailView::launchAtLoginExplanation() {
-    const QString system =
-        QSysInfo::kernelType() == QLatin1String("darwin") ? QStringLiteral("macOS") : QStringLiteral("Linux");
-    return tr("登录 %1 后自动启动 Kestro，让 Finder 右键菜单随时可用。").arg(system);
+    return platformText(PlatformText::launchAtLoginExplanation);
 }
 
 PreferencesDetailView::PreferencesDetailView(const SettingsStores& stores, QWidget* parent)
     : QScrollArea(parent)
-    , m_revealCreated(
-          new SettingsToggleRow(QStringLiteral("checkmark.circle"), tr("创建后定位新项目"),
-                                tr("创建文件或文件夹后，让 Finder 高亮新项目。关闭后只在当前目录静默创建。")))
-    , m_revealResults(
-          new SettingsToggleRow(QStringLiteral("folder"), tr("处理后定位结果"),
-                                tr("复制、移动、重命名、图片和 PDF 处理完成后，在 Finder 中显示结果文件。")))
+    , m_revealCreated(new SettingsToggleRow(QStringLiteral("checkmark.circle"), tr("创建后定位新项目"),
+                                            platformText(PlatformText::revealCreatedExplanation)))
+    , m_revealResults(new SettingsToggleRow(QStringLiteral("folder"), tr("处理后定位结果"),
+                                            platformText(PlatformText::revealResultsExplanation)))
     , m_notifyFailures(new SettingsToggleRow(QStringLiteral("bell"), tr("操作失败时显示通知"),
                                              tr("右键操作没能完成时，在桌面通知里说明原因。")))
     , m_launchAtLogin(
@@ -38,7 +34,7 @@ PreferencesDetailView::PreferencesDetailView(const SettingsStores& stores, QWidg
     setObjectName(QStringLiteral("preferences"));
     QVBoxLayout* layout =
         DetailPage::begin(this, new DetailHeader(QStringLiteral("gearshape"), tr("偏好设置"),
-                                                 tr("控制 Kestro 执行右键操作后的 Finder 行为。")));
+                                                 platformText(PlatformText::preferencesSummary)));
 
     auto* behaviour = new SettingsSection(tr("操作之后"));
     behaviour->addRow(m_revealCreated);
@@ -84,8 +80,14 @@ PreferencesDetailView::PreferencesDetailView(const SettingsStores& stores, QWidg
             &SettingsToggleRow::setChecked);
     connect(&preferences, &AppPreferencesStore::revealActionResultsChanged, m_revealResults,
             &SettingsToggleRow::setChecked);
-    connect(&preferences, &AppPreferencesStore::launchAtLoginChanged, m_launchAtLogin,
-            &SettingsToggleRow::setChecked);
+    connect(&preferences, &AppPreferencesStore::launchAtLoginChanged, m_launchAtLogin, [this](bool on) {
+        m_launchAtLogin->setChecked(on);
+        m_launchAtLogin->setNote({});
+    });
+    connect(&preferences, &AppPreferencesStore::launchAtLoginRefused, m_launchAtLogin,
+            [this](const QString& reason) {
+                m_launchAtLogin->setNote(tr("没能设置登录时启动：%1").arg(reason));
+            });
     connect(&preferences, &AppPreferencesStore::showsFailureNotificationsChanged, m_notifyFailures,
             &SettingsToggleRow::setChecked);
     connect(&settings, &FeatureSettingsStore::groupsFeaturesUnderKestroChanged, m_grouping,

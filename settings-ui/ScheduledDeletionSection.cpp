@@ -1,5 +1,6 @@
 #include "settings-ui/ScheduledDeletionSection.h"
 
+#include "platform/PlatformWords.h"
 #include "stores/ScheduledDeletionListStore.h"
 
 #include <QFileInfo>
@@ -15,8 +16,8 @@ ScheduledDeletionSection::ScheduledDeletionSection(ScheduledDeletionListStore& s
                   const QString name = info.fileName().isEmpty() ? item.path : info.fileName();
                   const QString when =
                       item.deleteAt.toLocalTime().toString(QStringLiteral("yyyy-MM-dd HH:mm"));
-                  rows.append(
-                      {name, tr("%1 · %2 移到废纸篓").arg(UserListModel::displayPath(item.path), when)});
+                  rows.append({name, platformText(PlatformText::scheduledDeletionRow)
+                                         .arg(UserListModel::displayPath(item.path), when)});
               }
               return rows;
           },

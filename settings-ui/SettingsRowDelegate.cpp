@@ -8,6 +8,8 @@
 #include <QKeyEvent>
 #include <QMouseEvent>
 #include <QPainter>
+#include <QTextLayout>
+#include <QtMath>
 #include <QToolTip>
 
 namespace {
@@ -20,6 +22,26 @@ bool draggable(const QModelIndex& index) {
 }
 bool checkable(const QModelIndex& index) {
     return index.data(Qt::CheckStateRole).isValid();
+}
+bool hasTile(const QModelIndex& index) {
+    const QVariant decoration = index.data(Qt::DecorationRole);
+    return decoration.canConvert<QPixmap>() && !decoration.value<QPixmap>().isNull();
+}
+
+// The height of one line of this text as it is drawn: Chinese taken from a fallback font can make the line
+// taller than the font's own metrics say, and a rect of the font's height would cut the glyphs.
+int lineHeight(const QFont& font, const QString& text) {
+    QTextLayout layout(text, font);
+    layout.beginLayout();
+    const QTextLine line = layout.createLine();
+    layout.endLayout();
+    return std::max(QFontMetrics(font).height(), int(std::ceil(line.height())));
+}
+
+QFont titleFontOf(const QFont& font) {
+    QFont bold = font;
+    bold.setBold(true);
+    return bold;
 }
 } // namespace
 
@@ -38,14 +60,40 @@ QString SettingsRowDelegate::handleHelpText() {
 }
 
 QSize SettingsRowDelegate::sizeHint(const QStyleOptionViewItem& option, const QModelIndex& index) const {
-    QFont titleFont = option.font;
-    titleFont.setBold(true);
-    const int title = QFontMetrics(titleFont).height();
-    const bool twoLines = !index.data(SubtitleRole).toString().isEmpty();
-    const int text =
-        twoLines ? title + 2 + QFontMetrics(option.font).height() + 2 * padding : title + 2 * padding + 8;
+    const QString subtitle = index.data(SubtitleRole).toString();
+    const int title = lineHeight(titleFontOf(option.font), index.data(Qt::DisplayRole).toString());
+    const int text = subtitle.isEmpty() ? title + 2 * padding + 8
+                                        : title + 2 + lineHeight(option.font, subtitle) + 2 * padding;
     const int switchHeight = checkable(index) ? ToggleSwitch::switchSize().height() + 2 * padding : 0;
     return {200, std::max({text, tileSize + 2 * padding, switchHeight})};
+}
+
+QList<SettingsRowDelegate::TextLine> SettingsRowDelegate::textLines(const QStyleOptionViewItem& styleOption,
+                                                                    const QModelIndex& index) const {
+    QStyleOptionViewItem option = styleOption;
+    initStyleOption(&option, index);
+    const QRect row = option.rect;
+    int left = row.left() + padding;
+    if (draggable(index))
+        left = handleRect(row).right() + 6;
+    if (hasTile(index))
+        left += tileSize + 10;
+    const int right = checkable(index) ? switchRect(row).left() - 10 : row.right() - padding;
+    const int width = std::max(0, right - left);
+
+    const QString title = index.data(Qt::DisplayRole).toString();
+    const QString subtitle = index.data(SubtitleRole).toString();
+    const QFont titleFont = titleFontOf(option.font);
+    const QString shownTitle = QFontMetrics(titleFont).elidedText(title, Qt::ElideRight, width);
+    if (subtitle.isEmpty())
+        return {{QRect(left, row.top(), width, row.height()), Qt::AlignVCenter | Qt::AlignLeft, titleFont,
+                 shownTitle}};
+    const int titleHeight = lineHeight(titleFont, title);
+    const int subtitleHeight = lineHeight(option.font, subtitle);
+    const int top = row.center().y() - (titleHeight + subtitleHeight + 2) / 2;
+    return {{QRect(left, top, width, titleHeight), Qt::AlignLeft, titleFont, shownTitle},
+            {QRect(left, top + titleHeight + 2, width, subtitleHeight), Qt::AlignLeft, option.font,
+             QFontMetrics(option.font).elidedText(subtitle, Qt::ElideMiddle, width)}};
 }
 
 void SettingsRowDelegate::paint(QPainter* painter, const QStyleOptionViewItem& styleOption,
@@ -62,9 +110,9 @@ void SettingsRowDelegate::paint(QPainter* painter, const QStyleOptionViewItem& s
     style->drawControl(QStyle::CE_ItemViewItem, &option, painter, widget);
 
     const QRect row = styleOption.rect;
-    int left = row.left() + padding;
     const QColor textColor = option.palette.color(
         option.state.testFlag(QStyle::State_Selected) ? QPalette::HighlightedText : QPalette::Text);
+    int left = row.left() + padding;
     if (draggable(index)) {
         // Three short bars: the handle.
         const QRect handle = handleRect(row);
@@ -78,44 +126,26 @@ void SettingsRowDelegate::paint(QPainter* painter, const QStyleOptionViewItem& s
                               QPointF(cx + 5, handle.center().y() + offset));
         left = handle.right() + 6;
     }
-    const QVariant decoration = index.data(Qt::DecorationRole);
-    if (decoration.canConvert<QPixmap>() && !decoration.value<QPixmap>().isNull()) {
-        const QPixmap tile = decoration.value<QPixmap>();
+    if (hasTile(index)) {
+        const QPixmap tile = index.data(Qt::DecorationRole).value<QPixmap>();
         painter->drawPixmap(QRect(left, row.center().y() - tileSize / 2 + 1, tileSize, tileSize), tile);
-        left += tileSize + 10;
     }
-    int right = row.right() - padding;
     if (checkable(index)) {
-        const QRect toggle = switchRect(row);
         const bool on = index.data(Qt::CheckStateRole).toInt() == Qt::Checked;
-        ToggleSwitch::paintSwitch(*painter, toggle, on, option.state.testFlag(QStyle::State_Enabled),
+        ToggleSwitch::paintSwitch(*painter, switchRect(row), on, option.state.testFlag(QStyle::State_Enabled),
                                   option.palette);
-        right = toggle.left() - 10;
     }
 
-    const QString title = index.data(Qt::DisplayRole).toString();
-    const QString subtitle = index.data(SubtitleRole).toString();
-    QFont titleFont = option.font;
-    titleFont.setBold(true);
-    const QFontMetrics titleMetrics(titleFont);
-    const QFontMetrics subtitleMetrics(option.font);
-    const int width = std::max(0, right - left);
-    painter->setPen(textColor);
-    painter->setFont(titleFont);
-    if (subtitle.isEmpty()) {
-        painter->drawText(QRect(left, row.top(), width, row.height()), Qt::AlignVCenter | Qt::AlignLeft,
-                          titleMetrics.elidedText(title, Qt::ElideRight, width));
-    } else {
-        const int top = row.center().y() - (titleMetrics.height() + subtitleMetrics.height() + 2) / 2;
-        painter->drawText(QRect(left, top, width, titleMetrics.height()), Qt::AlignLeft,
-                          titleMetrics.elidedText(title, Qt::ElideRight, width));
-        QColor grey = index.data(WarningRole).toBool() ? QColor(0xc0, 0x39, 0x2b) : textColor;
-        if (!index.data(WarningRole).toBool())
-            grey.setAlphaF(0.6);
-        painter->setPen(grey);
-        painter->setFont(option.font);
-        painter->drawText(QRect(left, top + titleMetrics.height() + 2, width, subtitleMetrics.height()),
-                          Qt::AlignLeft, subtitleMetrics.elidedText(subtitle, Qt::ElideMiddle, width));
+    const QList<TextLine> lines = textLines(styleOption, index);
+    for (qsizetype line = 0; line < lines.size(); ++line) {
+        QColor colour = textColor;
+        if (line == 1 && index.data(WarningRole).toBool())
+            colour = QColor(0xc0, 0x39, 0x2b);
+        else if (line == 1)
+            colour.setAlphaF(0.6);
+        painter->setPen(colour);
+        painter->setFont(lines.at(line).font);
+        painter->drawText(lines.at(line).rect, int(lines.at(line).alignment), lines.at(line).text);
     }
     painter->restore();
 }

@@ -13,6 +13,15 @@ public:
         WarningRole,                       // bool: the second line reads as a warning
     };
 
+    // One line of a row's text: where it is drawn and how aligned there, in which font, and what it says
+    // (elided to fit).
+    struct TextLine {
+        QRect rect;
+        Qt::Alignment alignment;
+        QFont font;
+        QString text;
+    };
+
     using QStyledItemDelegate::QStyledItemDelegate;
 
     static QRect switchRect(const QRect& row);
@@ -20,6 +29,7 @@ public:
     static QString handleHelpText();
 
     QSize sizeHint(const QStyleOptionViewItem& option, const QModelIndex& index) const override;
+    QList<TextLine> textLines(const QStyleOptionViewItem& option, const QModelIndex& index) const;
     void paint(QPainter* painter, const QStyleOptionViewItem& option,
                const QModelIndex& index) const override;
     bool editorEvent(QEvent* event, QAbstractItemModel* model, const QStyleOptionViewItem& option,

@@ -1,5 +1,6 @@
 #include "settings-ui/SettingsSidebar.h"
 
+#include "platform/PlatformWords.h"
 #include "settings-ui/FeatureSidebarModel.h"
 #include "settings-ui/SymbolIcons.h"
 
@@ -30,7 +31,7 @@ QWidget* brandHeader() {
     font.setBold(true);
     font.setPointSizeF(font.pointSizeF() * 1.3);
     name->setFont(font);
-    auto* subtitle = new QLabel(QCoreApplication::translate("SettingsSidebar", "Finder 右键菜单"));
+    auto* subtitle = new QLabel(platformText(PlatformText::fileManagerMenu));
     subtitle->setForegroundRole(QPalette::PlaceholderText);
     texts->addWidget(name);
     texts->addWidget(subtitle);

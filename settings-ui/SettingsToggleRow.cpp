@@ -12,7 +12,8 @@ SettingsToggleRow::SettingsToggleRow(const QString& systemImage, const QString& 
                                      const QString& explanation, QWidget* parent)
     : QWidget(parent)
     , m_titleText(title)
-    , m_switch(new ToggleSwitch) {
+    , m_switch(new ToggleSwitch)
+    , m_note(new QLabel) {
     auto* layout = new QHBoxLayout(this);
     layout->setContentsMargins(0, 8, 0, 8);
     layout->setSpacing(12);
@@ -36,6 +37,10 @@ SettingsToggleRow::SettingsToggleRow(const QString& systemImage, const QString& 
         detail->setForegroundRole(QPalette::PlaceholderText);
         texts->addWidget(detail);
     }
+    m_note->setWordWrap(true);
+    m_note->setStyleSheet(QStringLiteral("color: #c0392b;"));
+    m_note->hide();
+    texts->addWidget(m_note);
     layout->addLayout(texts, 1);
     m_switch->setAccessibleName(title);
     layout->addWidget(m_switch, 0, Qt::AlignVCenter);
@@ -45,4 +50,13 @@ SettingsToggleRow::SettingsToggleRow(const QString& systemImage, const QString& 
 void SettingsToggleRow::setChecked(bool on) {
     const QSignalBlocker blocker(m_switch);
     m_switch->setChecked(on);
+}
+
+void SettingsToggleRow::setNote(const QString& text) {
+    m_note->setText(text);
+    m_note->setVisible(!text.isEmpty());
+}
+
+QString SettingsToggleRow::note() const {
+    return m_note->text();
 }

@@ -2,6 +2,7 @@
 
 #include <QWidget>
 
+class QLabel;
 class ToggleSwitch;
 
 // One setting: its symbol, title and explanation, and the switch that turns it on or off.
@@ -15,6 +16,9 @@ public:
     QString title() const { return m_titleText; }
     // Shows the value without reporting it as the user's change.
     void setChecked(bool on);
+    // A warning under the explanation (what went wrong with this setting); empty hides it.
+    void setNote(const QString& text);
+    QString note() const;
 
 signals:
     void toggled(bool on);
@@ -22,4 +26,5 @@ signals:
 private:
     QString m_titleText;
     ToggleSwitch* m_switch;
+    QLabel* m_note;
 };

@@ -1,6 +1,7 @@
 #include "settings-ui/UserListSection.h"
 
 #include "settings-ui/FittedListView.h"
+#include "settings-ui/PathWatcher.h"
 
 #include <QHBoxLayout>
 #include <QLabel>
@@ -81,6 +82,20 @@ int UserListSection::selectedRow() const {
 void UserListSection::reload() {
     m_model->reload();
     updateState();
+    if (m_pathWatcher)
+        m_pathWatcher->watch(m_followedPaths());
+}
+
+void UserListSection::followPaths(std::function<QStringList()> paths) {
+    m_followedPaths = std::move(paths);
+    if (!m_pathWatcher) {
+        m_pathWatcher = new PathWatcher(this);
+        connect(m_pathWatcher, &PathWatcher::changed, this, [this] {
+            m_model->reload();
+            updateState();
+        });
+    }
+    m_pathWatcher->watch(m_followedPaths());
 }
 
 void UserListSection::updateState() {

@@ -4,6 +4,7 @@
 #include "settings-ui/UserListModel.h"
 
 class FittedListView;
+class PathWatcher;
 class QHBoxLayout;
 class QLabel;
 class QPushButton;
@@ -24,6 +25,8 @@ public:
     // The selected row, or -1.
     int selectedRow() const;
     void reload();
+    // The rows show whether these paths exist: they are read again whenever one appears or goes.
+    void followPaths(std::function<QStringList()> paths);
 
 signals:
     void selectedRowChanged(int row);
@@ -38,4 +41,6 @@ private:
     QLabel* m_emptyExplanation;
     QHBoxLayout* m_buttons;
     QList<QPushButton*> m_selectionButtons;
+    PathWatcher* m_pathWatcher = nullptr;
+    std::function<QStringList()> m_followedPaths;
 };

@@ -1,6 +1,7 @@
 #include "stores/CustomDestinationDefaults.h"
 
 #include "platform/KestroPaths.h"
+#include "platform/PlatformWords.h"
 
 #include <QCoreApplication>
 #include <QDir>
@@ -92,16 +93,17 @@ QStringList CustomDestinationDefaults::applicationEntryDirectories() {
 }
 
 QList<CustomDestination> CustomDestinationDefaults::fileDestinations() {
-    const std::pair<const char*, QStandardPaths::StandardLocation> rows[] = {
-        {QT_TRANSLATE_NOOP("CustomDestinationDefaults", "桌面"), QStandardPaths::DesktopLocation},
-        {QT_TRANSLATE_NOOP("CustomDestinationDefaults", "下载"), QStandardPaths::DownloadLocation},
-        {QT_TRANSLATE_NOOP("CustomDestinationDefaults", "文稿"), QStandardPaths::DocumentsLocation},
+    const std::pair<QString, QStandardPaths::StandardLocation> rows[] = {
+        {translated(QT_TRANSLATE_NOOP("CustomDestinationDefaults", "桌面")), QStandardPaths::DesktopLocation},
+        {translated(QT_TRANSLATE_NOOP("CustomDestinationDefaults", "下载")),
+         QStandardPaths::DownloadLocation},
+        {platformText(PlatformText::documentsFolder), QStandardPaths::DocumentsLocation},
     };
     QList<CustomDestination> destinations;
     for (const auto& [label, location] : rows) {
         const QString path = QStandardPaths::writableLocation(location);
         if (!path.isEmpty())
-            destinations.append({translated(label), translated(label), path});
+            destinations.append({label, label, path});
     }
     return destinations;
 }

@@ -3,6 +3,7 @@
 #include "catalogue/ListMove.h"
 #include "platform/KestroPaths.h"
 #include "platform/Platform.h"
+#include "platform/PlatformWords.h"
 #include "platform/ShortcutsTool.h"
 #include "stores/CustomShortcutActionPersistence.h"
 #include "stores/SettingsListFile.h"
@@ -35,9 +36,8 @@ QStringList CustomShortcutActionStore::availableShortcutNames() {
 
 void CustomShortcutActionStore::addAction() {
     const QStringList names = availableShortcutNames();
-    const QString message = names.isEmpty()
-                                ? translated("没有读取到快捷指令，你也可以手动输入快捷指令名称。")
-                                : translated("选择一个已有快捷指令，Kestro 会把 Finder 选中的文件传给它。");
+    const QString message = names.isEmpty() ? translated("没有读取到快捷指令，你也可以手动输入快捷指令名称。")
+                                            : platformText(PlatformText::shortcutPickerExplanation);
     const std::optional<QString> answer = Platform::prompts().chooseShortcutName(
         translated("添加快捷指令"), message, translated("快捷指令名称"), names);
     if (!answer)

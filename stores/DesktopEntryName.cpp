@@ -4,11 +4,15 @@
 #include <QHash>
 
 QString DesktopEntryName::read(const QString& path) {
+    return nameIn(mainGroup(path));
+}
+
+QHash<QString, QString> DesktopEntryName::mainGroup(const QString& path) {
     QFile file(path);
     // A desktop entry is a few kilobytes; anything far larger is not one.
     if (!file.open(QIODevice::ReadOnly) || file.size() > 1024 * 1024)
         return {};
-    QHash<QString, QString> names;
+    QHash<QString, QString> keys;
     bool inMainGroup = false;
     for (const QByteArray& rawLine : file.readAll().split('\n')) {
         const QString line = QString::fromUtf8(rawLine).trimmed();
@@ -16,17 +20,19 @@ QString DesktopEntryName::read(const QString& path) {
             inMainGroup = line == QLatin1String("[Desktop Entry]");
             continue;
         }
-        if (!inMainGroup || !line.startsWith(QLatin1String("Name")))
-            continue;
         const qsizetype equals = line.indexOf(QLatin1Char('='));
-        if (equals < 0)
+        if (!inMainGroup || equals <= 0 || line.startsWith(QLatin1Char('#')))
             continue;
         const QString key = line.left(equals).trimmed();
-        if (!names.contains(key))
-            names.insert(key, line.mid(equals + 1).trimmed());
+        if (!keys.contains(key))
+            keys.insert(key, line.mid(equals + 1).trimmed());
     }
+    return keys;
+}
+
+QString DesktopEntryName::nameIn(const QHash<QString, QString>& keys) {
     for (const char* key : {"Name[zh_CN]", "Name[zh]", "Name"}) {
-        const QString name = names.value(QString::fromLatin1(key));
+        const QString name = keys.value(QString::fromLatin1(key));
         if (!name.isEmpty())
             return name;
     }

@@ -181,9 +181,10 @@ class Session:
             line = host.stderr.readline()
             if not line:
                 raise Failure("the Kestro host ended before it was ready")
-            if line.strip() == "kestro: ready":
+            # The menus are written just after ready.
+            if line.strip() == "kestro: file managers written":
                 return
-        raise Failure("the Kestro host did not get ready")
+        raise Failure("the Kestro host did not get ready and write the menus")
 
     def expect_logged(self, *parts):
         """A line of Kestro's log holds every part."""

@@ -121,6 +121,18 @@ private slots:
         QCOMPARE(run.exitCode, 1);
         QVERIFY(!run.standardError.isEmpty());
         QCOMPARE(KestroProcess::run({QStringLiteral("--no-such-option")}).exitCode, 2);
+
+        // The help names the program and every command it takes.
+        run = KestroProcess::run({QStringLiteral("--help")});
+        QCOMPARE(run.exitCode, 0);
+        const QString help = QString::fromUtf8(run.standardOutput);
+        QVERIFY2(help.startsWith(QStringLiteral("用法：kestro ")) &&
+                     !help.contains(QStringLiteral("<executable")),
+                 qPrintable(help));
+        for (const char* command : {"--login-item", "--open-link", "--perform", "--drain",
+                                    "--install-integration", "--uninstall-integration", "--version"}) {
+            QVERIFY2(help.contains(QStringLiteral("  kestro ") + QLatin1String(command)), command);
+        }
     }
 
     void clipboardTextAlsoGoesToStandardOutput() {

@@ -95,7 +95,7 @@ private slots:
         // Without a display the folder chooser is cancelled at once.
         run = perform(requestURL(QStringLiteral("moveFilesToFolder"), {file}));
         QCOMPARE(run.exitCode, 1);
-        QCOMPARE(run.errorText, QStringLiteral("请先在 Finder 中选择文件。"));
+        QCOMPARE(run.errorText, QStringLiteral("请先在文件管理器中选择文件。"));
 
         QCOMPARE(entriesOf(destination), QStringList());
         QCOMPARE(readAll(file), QByteArray("a"));

@@ -217,7 +217,7 @@ private slots:
                 for (QLabel* label : dialog->findChildren<QLabel*>())
                     texts.append(label->text());
                 QVERIFY(texts.contains(
-                    QStringLiteral("选择一个已有快捷指令，Kestro 会把 Finder 选中的文件传给它。")));
+                    QStringLiteral("选择一个已有快捷指令，Kestro 会把文件管理器中选中的文件传给它。")));
                 auto* box = dialog->findChild<QComboBox*>();
                 QCOMPARE(box->count(), 2);
                 QCOMPARE(box->currentText(), QStringLiteral("Resize 图片"));

@@ -98,7 +98,7 @@ private slots:
                                 home + QStringLiteral("/Documents")};
         QCOMPARE(paths(store.destinations(CustomDestinationKind::copy)), files);
         QCOMPARE(ids(store.destinations(CustomDestinationKind::copy)),
-                 (QStringList{QStringLiteral("桌面"), QStringLiteral("下载"), QStringLiteral("文稿")}));
+                 (QStringList{QStringLiteral("桌面"), QStringLiteral("下载"), QStringLiteral("文档")}));
         QCOMPARE(store.destinations(CustomDestinationKind::copy).at(0).name, QStringLiteral("桌面"));
         QCOMPARE(store.destinations(CustomDestinationKind::move),
                  store.destinations(CustomDestinationKind::copy));
@@ -256,12 +256,18 @@ private slots:
             QStringLiteral("apps/org.example.Viewer.desktop"),
             "[Desktop Entry]\nName=Viewer\nName[zh_CN]=查看器\n\n[Desktop Action new]\nName[zh_CN]=新窗口\n");
         Platform::setPrompts(std::make_shared<WidgetPrompts>());
-        ModalAnswer answer([&](QWidget* dialog) {
-            auto* panel = qobject_cast<QFileDialog*>(dialog);
-            QCOMPARE(panel->windowTitle(), QStringLiteral("选择常用应用"));
-            QCOMPARE(panel->fileMode(), QFileDialog::ExistingFile);
-            QVERIFY(panel->testOption(QFileDialog::ReadOnly)); // no new folders among the applications
-            Modal::typeIntoFilePanel(dialog, entryFile);
+        ModalAnswer answer([&](QWidget* picker) {
+            QCOMPARE(Modal::throughOtherApplications(
+                         picker,
+                         [&](QWidget* dialog) {
+                             auto* panel = qobject_cast<QFileDialog*>(dialog);
+                             QCOMPARE(panel->windowTitle(), QStringLiteral("选择常用应用"));
+                             QCOMPARE(panel->fileMode(), QFileDialog::ExistingFile);
+                             // No new folders among the applications.
+                             QVERIFY(panel->testOption(QFileDialog::ReadOnly));
+                             Modal::typeIntoFilePanel(dialog, entryFile);
+                         }),
+                     1);
         });
         store.addDestination(CustomDestinationKind::openApplication);
         QCOMPARE(answer.answered(), 1);

@@ -41,9 +41,9 @@ private slots:
                  QStringLiteral("zip: 磁盘已满"));
         QCOMPARE(Error::unsupportedAction(QStringLiteral("x")).errorDescription(),
                  QStringLiteral("暂不支持这个右键动作：x。"));
-        QCOMPARE(Error::noSelection().errorDescription(), QStringLiteral("请先在 Finder 中选择文件。"));
+        QCOMPARE(Error::noSelection().errorDescription(), QStringLiteral("请先在文件管理器中选择文件。"));
         QCOMPARE(Error::noTargetDirectory().errorDescription(),
-                 QStringLiteral("没有找到可以执行操作的 Finder 目录。"));
+                 QStringLiteral("没有找到可以执行操作的文件管理器目录。"));
         QCOMPARE(Error::noClipboardPath().errorDescription(), QStringLiteral("剪贴板里没有可打开的路径。"));
         QCOMPARE(Error::pasteboardWriteFailed().errorDescription(), QStringLiteral("写入剪贴板失败。"));
         // A payload that looks like a placeholder stays text.

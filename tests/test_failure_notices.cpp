@@ -6,6 +6,7 @@
 #include "intake/KestroQueueDrain.h"
 #include "platform/KestroPaths.h"
 #include "platform/linux/FreedesktopNotifications.h"
+#include "platform/PropertyListFile.h"
 #include "support/FakePlatform.h"
 #include "support/KestroProcess.h"
 #include "support/TestEnvironment.h"
@@ -114,6 +115,20 @@ private slots:
         QVERIFY(shown().at(1).replacesPrevious);
         QCOMPARE(shown().at(1).body,
                  QStringLiteral("201 个操作失败，最后一个：暂不支持这个右键动作：late。"));
+    }
+
+    void aSettingsChangeThatCannotBeSavedSaysSo() {
+        FailureNotifier::reportSettingsSaveFailures();
+        // The folder for the settings is a file: nothing can be saved there, not even by root.
+        QFile blocker(KestroPaths::applicationSupportDirectory());
+        QVERIFY(QDir().mkpath(QFileInfo(blocker).absolutePath()) && blocker.open(QIODevice::WriteOnly));
+        blocker.close();
+        QVERIFY(!PropertyListFile::writeBothCopies(QStringLiteral("FeatureSettings.plist"), QVariantMap()));
+        PropertyListFile::setWriteFailureObserver({});
+        QTRY_COMPARE(shown().size(), 1);
+        QVERIFY2(shown().constFirst().body.startsWith(QStringLiteral("设置没能保存到“") +
+                                                      KestroPaths::applicationSupportDirectory()),
+                 qPrintable(shown().constFirst().body));
     }
 
     void theUserCanTurnThemOff() {

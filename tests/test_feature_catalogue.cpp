@@ -2,6 +2,7 @@
 #include "actions/ActionDispatchTable.h"
 #include "catalogue/FinderMenuLayout.h"
 #include "catalogue/KestroFeature.h"
+#include "platform/PlatformWords.h"
 #include "support/TestEnvironment.h"
 
 #include <QRegularExpression>
@@ -84,13 +85,19 @@ private slots:
     void textsAreChineseAndSymbolsAreNames() {
         static const QRegularExpression symbol("^[a-z0-9]+(\\.[a-z0-9]+)*$");
         static const QRegularExpression han("\\p{Han}");
+        // The desktop's own words (文件管理器, 回收站, 文档), never macOS's.
+        static const QRegularExpression macWords("Finder|废纸篓|文稿|Terminal");
+        for (int text = 0; text <= int(PlatformText::toggleHiddenFilesSummary); ++text)
+            QVERIFY2(!platformText(PlatformText(text)).contains(macWords), qPrintable(QString::number(text)));
         for (const KestroFeature& feature : KestroFeature::allCases()) {
             QVERIFY2(feature.title().contains(han), qPrintable(feature.id()));
             QVERIFY2(feature.summary().endsWith(QStringLiteral("。")), qPrintable(feature.id()));
+            QVERIFY2(!(feature.title() + feature.summary()).contains(macWords), qPrintable(feature.id()));
             QVERIFY2(symbol.match(feature.systemImage()).hasMatch(), qPrintable(feature.systemImage()));
             for (const KestroFeatureChild& child : feature.children()) {
                 QVERIFY2(!child.title.isEmpty() && child.summary.endsWith(QStringLiteral("。")),
                          qPrintable(child.actionID));
+                QVERIFY2(!(child.title + child.summary).contains(macWords), qPrintable(child.actionID));
                 QVERIFY2(symbol.match(child.systemImage).hasMatch(), qPrintable(child.systemImage));
             }
         }
@@ -113,7 +120,7 @@ private slots:
             KestroFeature(KestroFeature::scheduledDeletion).children();
         QCOMPARE(scheduled.first().actionID, QStringLiteral("scheduleDelete1Hour"));
         for (const KestroFeatureChild& child : scheduled)
-            QCOMPARE(child.summary, QStringLiteral("到期后自动把选中文件移到废纸篓。"));
+            QCOMPARE(child.summary, QStringLiteral("到期后自动把选中文件移到回收站。"));
         QCOMPARE(KestroFeature(KestroFeature::viewOptions).children().first().systemImage,
                  KestroFeature(KestroFeature::viewOptions).systemImage());
     }

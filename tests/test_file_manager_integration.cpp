@@ -25,6 +25,7 @@
 #include <QProcess>
 #include <QPushButton>
 #include <QSignalSpy>
+#include <QStandardPaths>
 #include <QTest>
 
 // GLib names a field "signals", which Qt defines as a word of its own.
@@ -600,6 +601,13 @@ private slots:
         QCOMPARE(section.statusTexts(), (QStringList{missing, missing, integrated, integrated, missing}));
         QVERIFY(!FileManagerIntegration::isSwitchedOff());
         QVERIFY(readAll(FileManagerIntegration::thunarActionsPath()).contains("<unique-id>kestro-"));
+
+        // The page follows what others do meanwhile: "kestro --uninstall-integration", a new file manager.
+        FileManagerIntegration::uninstall();
+        QTRY_COMPARE(section.statusTexts(), (QStringList{missing, missing, found, found, missing}));
+        writeRecorder(QFileInfo(QStandardPaths::findExecutable(QStringLiteral("dolphin"))).absolutePath(),
+                      QStringLiteral("pcmanfm-qt"));
+        QTRY_COMPARE(section.statusTexts(), (QStringList{missing, missing, found, found, found}));
     }
 
     void hostRewritesTheMenusAtEverySettingsChange() {
@@ -609,6 +617,11 @@ private slots:
         const auto description = [] {
             return readAll(FileManagerIntegration::menuDescriptionPath());
         };
+        // Written once the host is ready, not on the way there.
+        QVERIFY(!QFile::exists(FileManagerIntegration::menuDescriptionPath()));
+        QSignalSpy written(&host, &KestroHost::fileManagersWritten);
+        host.finishLaunching();
+        QVERIFY(written.wait(10000));
         QVERIFY(description().contains("\"createTextFile\""));
         const QByteArray serviceMenusBefore =
             readAll(FileManagerIntegration::dolphinFolder() + QStringLiteral("/kestro-000.desktop"));

@@ -132,6 +132,10 @@ private slots:
         QVERIFY_THROWS_EXCEPTION(PlatformError, workspace.openWithApplication(broken, {text}));
         QVERIFY_THROWS_EXCEPTION(PlatformError, workspace.openWithApplication(
                                                     environment.root() + QStringLiteral("/gone"), {text}));
+        // A mail link with no mail program installed is not opened, and says so.
+        const ScopedVariable noSystemEntries("XDG_DATA_DIRS",
+                                             QFile::encodeName(environment.makeFolder("none")));
+        QVERIFY(!workspace.openUrl(QUrl(QStringLiteral("mailto:support@tandry.app?subject=x"))));
 
         // Without a desktop nothing is started at all: no application, no terminal, no file manager.
         const QString record = environment.root() + QStringLiteral("/record");

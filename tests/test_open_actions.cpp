@@ -55,7 +55,8 @@ private slots:
         FakePlatform::workspace().terminalInstalled = false;
         const FinderActionExecutionError error =
             failureOf([&] { perform(QStringLiteral("openInTerminal"), {file}); });
-        QCOMPARE(error.errorDescription(), QStringLiteral("没有找到 Terminal 应用。"));
+        QCOMPARE(error.errorDescription(),
+                 QStringLiteral("没有找到可用的终端：请安装一个终端，或用 TERMINAL 环境变量指定。"));
         QCOMPARE(failureOf([] { perform(QStringLiteral("openInTerminal"), {}); }).errorCase(),
                  FinderActionExecutionError::Case::noTargetDirectory);
     }

@@ -5,6 +5,7 @@
 #include "support/FakePlatform.h"
 #include "support/TestEnvironment.h"
 
+#include <QProcess>
 #include <QtTest>
 
 class PreferencesTest : public QObject {
@@ -51,10 +52,14 @@ private slots:
     void aRefusedRegistrationIsRolledBack() {
         AppPreferencesStore store;
         QSignalSpy changes(&store, &AppPreferencesStore::launchAtLoginChanged);
+        QSignalSpy refusals(&store, &AppPreferencesStore::launchAtLoginRefused);
         FakePlatform::loginItems().refuses = true;
         store.setLaunchAtLogin(true);
         QVERIFY(!store.launchAtLogin());
         QCOMPARE(changes.size(), 2); // on, then back off for the switch to follow
+        // The user is told why (the page shows it under the switch).
+        QCOMPARE(refusals.size(), 1);
+        QVERIFY(!refusals.constFirst().constFirst().toString().isEmpty());
         QVERIFY(!QFile::exists(AppPreferencesPersistence::fileURL()));
 
         FakePlatform::loginItems().refuses = false;
@@ -92,6 +97,10 @@ private slots:
         QVERIFY(entry.startsWith("[Desktop Entry]\n"));
         QVERIFY(entry.contains("\" --login-item\n"));
         QVERIFY(entry.contains("\nType=Application\n"));
+        QProcess validate; // as every desktop entry Kestro writes, a valid one
+        validate.start(QStringLiteral("desktop-file-validate"), {AutostartLoginItems::entryPath()});
+        QVERIFY(validate.waitForFinished(10000));
+        QVERIFY2(validate.exitCode() == 0 && validate.readAll().isEmpty(), "desktop-file-validate");
 
         // Turned off in the desktop's own settings.
         m_environment->writeFile(AutostartLoginItems::entryPath(), entry + "Hidden=true\n");

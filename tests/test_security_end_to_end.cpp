@@ -9,7 +9,9 @@
 #include <QDir>
 #include <QElapsedTimer>
 #include <QFile>
+#include <QImage>
 #include <QLocalServer>
+#include <QProcess>
 #include <QTest>
 
 #include <sys/stat.h>
@@ -143,21 +145,41 @@ private slots:
             QSKIP("the pipe was the user's own; one planted by a second account needs root");
     }
 
-    void theSchemeHandlerMarksItsLinks() {
+    void desktopEntriesOpenTheWindowAndMarkLinks() {
         TestEnvironment environment;
         QProcess install;
         install.setProcessEnvironment(KestroProcess::environment());
         install.start(qEnvironmentVariable("KESTRO_SOURCE_DIR") +
-                          QStringLiteral("/scripts/install-url-handler"),
+                          QStringLiteral("/scripts/install-desktop-entries"),
                       {KestroProcess::binary()});
         QVERIFY(install.waitForFinished(30000));
         QCOMPARE(install.exitCode(), 0);
-        const QString entry = QString::fromUtf8(
-            readAll(environment.home() + QStringLiteral("/.local/share/applications/kestro.desktop")));
-        QVERIFY2(entry.contains(QStringLiteral("\nExec=") +
-                                QFileInfo(KestroProcess::binary()).canonicalFilePath() +
-                                QStringLiteral(" --open-link %u\n")),
-                 qPrintable(entry));
+        const QString data = environment.home() + QStringLiteral("/.local/share");
+        const QString binary = QFileInfo(KestroProcess::binary()).canonicalFilePath();
+        // The menu's "Kestro" starts (or brings forward) the settings window; the link handler hides from
+        // menus.
+        const QString launcher =
+            QString::fromUtf8(readAll(data + QStringLiteral("/applications/kestro.desktop")));
+        QVERIFY2(launcher.contains(QStringLiteral("\nExec=") + binary + u'\n') &&
+                     launcher.contains(QStringLiteral("\nIcon=kestro\n")) &&
+                     !launcher.contains(QStringLiteral("NoDisplay")),
+                 qPrintable(launcher));
+        const QString handler =
+            QString::fromUtf8(readAll(data + QStringLiteral("/applications/kestro-url-handler.desktop")));
+        QVERIFY2(handler.contains(QStringLiteral("\nExec=") + binary + QStringLiteral(" --open-link %u\n")) &&
+                     handler.contains(QStringLiteral("\nNoDisplay=true\n")),
+                 qPrintable(handler));
+        for (const char* entry : {"kestro.desktop", "kestro-url-handler.desktop"}) {
+            QProcess validate;
+            validate.start(QStringLiteral("desktop-file-validate"),
+                           {data + QStringLiteral("/applications/") + QLatin1String(entry)});
+            QVERIFY(validate.waitForFinished(10000));
+            QVERIFY2(validate.exitCode() == 0 && validate.readAll().isEmpty(), entry);
+        }
+        QVERIFY(QFile::exists(data + QStringLiteral("/icons/hicolor/scalable/apps/kestro.svg")));
+        for (int size : {16, 22, 24, 32, 48, 64, 128, 256})
+            QCOMPARE(QImage(data + QStringLiteral("/icons/hicolor/%1x%1/apps/kestro.png").arg(size)).size(),
+                     QSize(size, size));
     }
 };
 

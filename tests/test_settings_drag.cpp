@@ -1,5 +1,6 @@
 // Dragging rows of the settings window to a new place, start to drop, under a real X server (Xvfb): the
-// offscreen platform has no drag and drop of its own.
+// offscreen platform has no drag and drop of its own. Also how its text is drawn there, under each locale.
+#include "app/QtChineseTexts.h"
 #include "catalogue/AppPreferencesStore.h"
 #include "catalogue/FeatureSettingsStore.h"
 #include "settings-ui/FeatureChildListModel.h"
@@ -17,6 +18,7 @@
 
 #include <QApplication>
 #include <QMouseEvent>
+#include <QPainter>
 #include <QTest>
 #include <QTimer>
 
@@ -74,6 +76,60 @@ private slots:
     void initTestCase() {
         if (QGuiApplication::platformName() != QLatin1String("xcb"))
             QSKIP("drag and drop needs an X server; ctest runs this test under xvfb-run");
+    }
+
+    // ctest runs this under C.UTF-8, en_US.UTF-8 and zh_CN.UTF-8: the font is the host's.
+    void textIsSimplifiedChineseAndUncutUnderTheLocale() {
+        useSimplifiedChineseFont();
+        // 直 is drawn differently in Japanese and in Simplified Chinese.
+        const auto glyph = [](QFont font) {
+            QImage image(48, 48, QImage::Format_RGB32);
+            image.fill(Qt::white);
+            QPainter painter(&image);
+            font.setPixelSize(40);
+            painter.setFont(font);
+            painter.drawText(image.rect(), Qt::AlignCenter, QStringLiteral("直"));
+            return image;
+        };
+        QCOMPARE(glyph(QApplication::font()), glyph(QFont(QStringLiteral("Noto Sans CJK SC"))));
+        QVERIFY(glyph(QApplication::font()) != glyph(QFont(QStringLiteral("Noto Sans CJK JP"))));
+
+        // Each line of every row, drawn in its rect as the row draws it, loses nothing to the rect's edges.
+        Window window;
+        window.view.show();
+        QVERIFY(QTest::qWaitForWindowExposed(&window.view));
+        QList<SettingsPage> pages{SettingsPage::preferences()};
+        for (const KestroFeature& feature : KestroFeature::allCases())
+            pages.append(SettingsPage::of(feature));
+        int lines = 0;
+        for (const SettingsPage& page : pages) {
+            window.view.showPage(page);
+            for (const QAbstractItemView* list :
+                 window.view.currentDetail()->findChildren<QAbstractItemView*>()) {
+                const auto* delegate = qobject_cast<SettingsRowDelegate*>(list->itemDelegate());
+                for (int row = 0; delegate && row < list->model()->rowCount(); ++row) {
+                    const QModelIndex index = list->model()->index(row, 0);
+                    QStyleOptionViewItem option;
+                    option.initFrom(list);
+                    option.rect =
+                        QRect(QPoint(), delegate->sizeHint(option, index).expandedTo(QSize(600, 0)));
+                    for (const SettingsRowDelegate::TextLine& line : delegate->textLines(option, index)) {
+                        const auto drawn = [&line](int flags) {
+                            QImage image(line.rect.size() + QSize(40, 40), QImage::Format_RGB32);
+                            image.fill(Qt::white);
+                            QPainter painter(&image);
+                            painter.setFont(line.font);
+                            painter.drawText(QRect(QPoint(20, 20), line.rect.size()), flags, line.text);
+                            return image;
+                        };
+                        QVERIFY2(drawn(int(line.alignment)) == drawn(int(line.alignment) | Qt::TextDontClip),
+                                 qPrintable(line.text));
+                        ++lines;
+                    }
+                }
+            }
+        }
+        QVERIFY(lines > 100);
     }
 
     void aFeatureDraggedInTheSidebarMovesAndStaysSelected() {

@@ -10,10 +10,14 @@
 #include <QApplication>
 #include <QDir>
 #include <QEventLoop>
+#include <QIcon>
 #include <QLabel>
 #include <QMenu>
+#include <QPainter>
 #include <QTest>
 #include <QTimer>
+
+#include <cmath>
 
 namespace {
 
@@ -131,6 +135,10 @@ private slots:
         CustomShortcutActionStore actions;
         const auto added = actions.addScript(script);
         QVERIFY(added);
+        // Not offered: what cannot run here (no Shortcuts on Linux, no AppleScript interpreter).
+        actions.addShortcut(QStringLiteral("整理照片"), QStringLiteral("整理照片"));
+        QVERIFY(
+            actions.addScript(environment.writeFile(QStringLiteral("scripts/tell.applescript"), "beep\n")));
         tray.build();
         QMenu* custom = submenu(&tray.menu, QStringLiteral("自定义动作"));
         QCOMPARE(titles(custom), QStringList{QStringLiteral("resize")});
@@ -183,6 +191,49 @@ private slots:
         tray.controller.handleStatusItemClick();
         QVERIFY(window->isVisible());
         QCOMPARE(tray.controller.mainWindow(), window); // the same window, not a new one
+    }
+
+    void trayIconStandsOutOnLightAndDarkPanels_data() {
+        QTest::addColumn<QColor>("panel");
+        QTest::newRow("light panel") << QColor(0xf2, 0xf2, 0xf2);
+        QTest::newRow("dark panel") << QColor(0x1e, 0x1e, 0x1e);
+    }
+
+    void trayIconStandsOutOnLightAndDarkPanels() {
+        QFETCH(QColor, panel);
+        const QImage icon = QIcon(QStringLiteral(":/kestro/kestro-tray.svg")).pixmap(22, 22).toImage();
+        QVERIFY(!icon.isNull());
+        QImage drawn(icon.size(), QImage::Format_ARGB32);
+        drawn.fill(panel);
+        QPainter(&drawn).drawImage(0, 0, icon);
+        // WCAG's contrast ratio against the panel along the icon's outline, where its shape meets the panel.
+        const auto luminance = [](QColor colour) {
+            const auto channel = [](double value) {
+                return value <= 0.03928 ? value / 12.92 : std::pow((value + 0.055) / 1.055, 2.4);
+            };
+            return 0.2126 * channel(colour.redF()) + 0.7152 * channel(colour.greenF()) +
+                   0.0722 * channel(colour.blueF());
+        };
+        const auto covered = [&icon](int x, int y) {
+            return icon.valid(x, y) && qAlpha(icon.pixel(x, y)) >= 128;
+        };
+        const double background = luminance(panel);
+        int outline = 0;
+        int distinct = 0;
+        for (int y = 0; y < icon.height(); ++y) {
+            for (int x = 0; x < icon.width(); ++x) {
+                if (!covered(x, y) ||
+                    (covered(x - 1, y) && covered(x + 1, y) && covered(x, y - 1) && covered(x, y + 1)))
+                    continue;
+                ++outline;
+                const double pixel = luminance(drawn.pixelColor(x, y));
+                distinct +=
+                    (std::max(pixel, background) + 0.05) / (std::min(pixel, background) + 0.05) >= 3.0;
+            }
+        }
+        QVERIFY(outline > 22 * 2);
+        QVERIFY2(distinct >= outline * 9 / 10,
+                 qPrintable(QStringLiteral("%1 of %2").arg(distinct).arg(outline)));
     }
 
     void quitItemQuitsTheApplication() {

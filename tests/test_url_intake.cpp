@@ -119,9 +119,10 @@ private slots:
         QVERIFY(!handle(QStringLiteral("kestro://finder-action?actionID=createFolder")));
         const QStringList lines = logLines();
         QCOMPARE(lines.at(1),
-                 QStringLiteral("action=createFolder error=没有找到可以执行操作的 Finder 目录。"));
-        QCOMPARE(lines.at(2), QStringLiteral("suppressed error alert: 没有找到可以执行操作的 Finder 目录。"));
-        QCOMPARE(m_model->lastErrorDescription(), QStringLiteral("没有找到可以执行操作的 Finder 目录。"));
+                 QStringLiteral("action=createFolder error=没有找到可以执行操作的文件管理器目录。"));
+        QCOMPARE(lines.at(2),
+                 QStringLiteral("suppressed error alert: 没有找到可以执行操作的文件管理器目录。"));
+        QCOMPARE(m_model->lastErrorDescription(), QStringLiteral("没有找到可以执行操作的文件管理器目录。"));
     }
 
     void featureRequestsOpenAPrefilledMail() {
@@ -144,6 +145,15 @@ private slots:
         QVERIFY(handle(QStringLiteral("kestro://feature-request"))); // cancelled this time
         QCOMPARE(FakePlatform::workspace().openedUrls.size(), 1);
         QCOMPARE(FakePlatform::prompts().asked.size(), 2);
+
+        // No mail program: the wish goes to the clipboard and the log says so (as the notice does).
+        m_now = m_now.addSecs(2);
+        FakePlatform::prompts().featureRequestAnswers = {QStringLiteral("水印")};
+        FakePlatform::workspace().openUrlSucceeds = false;
+        QVERIFY(handle(QStringLiteral("kestro://feature-request")));
+        QCOMPARE(FakePlatform::clipboard().contents, FeatureRequestMailer::mailBody(QStringLiteral("水印")));
+        QVERIFY(logLines().last().startsWith(
+            QStringLiteral("suppressed error alert: 没有找到邮件程序。请求的文字已复制到剪贴板")));
     }
 };
 

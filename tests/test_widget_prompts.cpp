@@ -188,9 +188,12 @@ private slots:
         request.initialDirectory = environment.root() + QStringLiteral("/apps");
 
         for (const QString& chosen : {entry, program}) {
-            ModalAnswer answer([&](QWidget* dialog) {
-                QCOMPARE(dialog->windowTitle(), QStringLiteral("选择常用应用"));
-                Modal::typeIntoFilePanel(dialog, chosen);
+            ModalAnswer answer([&](QWidget* picker) {
+                QCOMPARE(picker->windowTitle(), QStringLiteral("选择常用应用"));
+                Modal::throughOtherApplications(picker, [&](QWidget* dialog) {
+                    QCOMPARE(dialog->windowTitle(), QStringLiteral("选择常用应用"));
+                    Modal::typeIntoFilePanel(dialog, chosen);
+                });
             });
             QCOMPARE(prompts.chooseItem(request), std::optional(chosen));
             QCOMPARE(answer.answered(), 1);
@@ -200,21 +203,25 @@ private slots:
         QString message;
         QString buttonText;
         std::unique_ptr<ModalAnswer> warning;
-        ModalAnswer refuse([&](QWidget* dialog) {
-            auto* panel = qobject_cast<QFileDialog*>(dialog);
-            // The panel lists folders and applications only.
-            QTRY_VERIFY(panel->proxyModel());
-            warning = std::make_unique<ModalAnswer>(
-                [&](QWidget* box) {
-                    auto* alert = qobject_cast<QMessageBox*>(box);
-                    message = alert ? alert->text() : QString();
-                    buttonText = alert && alert->buttons().size() == 1 ? alert->buttons().constFirst()->text()
-                                                                       : QString();
-                    QTest::keyClick(box, Qt::Key_Return);
-                    QTimer::singleShot(50, panel, [panel] { Modal::cancel(panel); });
-                },
-                dialog);
-            Modal::typeIntoFilePanel(dialog, text);
+        ModalAnswer refuse([&](QWidget* picker) {
+            Modal::throughOtherApplications(picker, [&](QWidget* dialog) {
+                auto* panel = qobject_cast<QFileDialog*>(dialog);
+                // The panel lists folders and applications only.
+                QTRY_VERIFY(panel->proxyModel());
+                warning = std::make_unique<ModalAnswer>(
+                    [&](QWidget* box) {
+                        auto* alert = qobject_cast<QMessageBox*>(box);
+                        message = alert ? alert->text() : QString();
+                        buttonText = alert && alert->buttons().size() == 1
+                                         ? alert->buttons().constFirst()->text()
+                                         : QString();
+                        QTest::keyClick(box, Qt::Key_Return);
+                        QTimer::singleShot(50, panel, [panel] { Modal::cancel(panel); });
+                    },
+                    dialog);
+                Modal::typeIntoFilePanel(dialog, text);
+            });
+            Modal::cancel(picker); // the panel given up, the picker is too
         });
         QCOMPARE(prompts.chooseItem(request), std::nullopt);
         QCOMPARE(refuse.answered(), 1);

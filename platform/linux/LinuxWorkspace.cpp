@@ -84,6 +84,16 @@ bool LinuxWorkspace::openUrl(const QUrl& url) {
         DiagnosticLog::append(QStringLiteral("not opened without a desktop: ") + url.toString());
         return false;
     }
+    // xdg-open starts whether or not something handles the link (a mailto: link with no mail program
+    // installed), so a missing handler is found here and reported instead of dropped in silence. Web links
+    // are left to xdg-open, which also honours $BROWSER.
+    const QString scheme = url.scheme();
+    if (!url.isLocalFile() && scheme != QLatin1String("http") && scheme != QLatin1String("https")) {
+        GAppInfo* handler = g_app_info_get_default_for_uri_scheme(scheme.toUtf8().constData());
+        if (!handler)
+            return false;
+        g_object_unref(handler);
+    }
     bool opened = false;
     runOnMainThread([&] {
         // QDesktopServices needs a GUI application; a bare core process asks xdg-open itself.

@@ -4,7 +4,6 @@
 // blocks in exec()), and the test's answer runs from the event loop once the dialog is up. GUI tests only.
 
 #include <QAbstractButton>
-#include <QPushButton>
 #include <QApplication>
 #include <QDialog>
 #include <QDialogButtonBox>
@@ -12,6 +11,7 @@
 #include <QLineEdit>
 #include <QMessageBox>
 #include <QPointer>
+#include <QPushButton>
 #include <QTest>
 #include <QTimer>
 #include <QWidget>
@@ -126,6 +126,13 @@ inline void cancel(QWidget* dialog) {
     QAbstractButton* cancelButton = button(dialog, QStringLiteral("取消"));
     Q_ASSERT(cancelButton);
     click(cancelButton);
+}
+
+// In the application picker: "其他应用…", and panel answers the file panel it opens (returns how many times).
+inline int throughOtherApplications(QWidget* picker, std::function<void(QWidget*)> panel) {
+    ModalAnswer answer(std::move(panel), picker);
+    click(button(picker, QStringLiteral("其他应用…")));
+    return answer.answered();
 }
 
 } // namespace Modal
