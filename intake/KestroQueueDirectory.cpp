@@ -7,6 +7,7 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
+#include <ctime>
 #include <dirent.h>
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -134,6 +135,12 @@ std::optional<QString> KestroQueueDirectory::untrustedReason(const QByteArray& f
     if (::fstatat(m_descriptor, fileName.constData(), &status, AT_SYMLINK_NOFOLLOW) != 0)
         return systemMessage(errno);
     return untrustedStatusReason(status);
+}
+
+bool KestroQueueDirectory::isSettled(const QByteArray& fileName, int seconds) const {
+    struct stat status {};
+    return ::fstatat(m_descriptor, fileName.constData(), &status, AT_SYMLINK_NOFOLLOW) == 0 &&
+           status.st_mtime + seconds <= ::time(nullptr);
 }
 
 std::optional<QByteArray> KestroQueueDirectory::read(const QByteArray& fileName, qint64 limit) const {

@@ -36,6 +36,8 @@ public:
     // Why the entry cannot be a request written by the user's own channel, or nothing when it can: a
     // regular file of this user's, with one name, that nobody else can write.
     std::optional<QString> untrustedReason(const QByteArray& fileName) const;
+    // Whether nothing has modified the entry for the last seconds (a writer is done with it).
+    bool isSettled(const QByteArray& fileName, int seconds) const;
     // The file's bytes, or nothing when it is not such a file or is larger than limit.
     // Throws PlatformError when it cannot be opened or read.
     std::optional<QByteArray> read(const QByteArray& fileName, qint64 limit) const;

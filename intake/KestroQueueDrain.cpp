@@ -16,6 +16,7 @@ namespace {
 const QByteArray queueSuffix = QByteArrayLiteral(".json");
 const QByteArray claimedSuffix = QByteArrayLiteral(".processing");
 // What is in a queue folder but is no request gets this prefix once, and is passed over from then on.
+constexpr int settleSeconds = 60;
 const QByteArray setAsidePrefix = QByteArrayLiteral(".kestro-set-aside-");
 
 void performWithExecutor(const KestroQueuedAction& action) {
@@ -53,14 +54,19 @@ KestroQueueDrain::Summary KestroQueueDrain::run() {
         if (!openDirectory(*directory, entries, summary))
             continue;
         for (const KestroQueueDirectory::Entry& entry : entries) {
-            if (entry.fileName.startsWith(setAsidePrefix))
+            // Hidden names are files still being written (the hand-off writes ".….tmp" and renames it to
+            // ".json" when complete) and what was set aside: passed over in silence.
+            if (entry.fileName.startsWith('.'))
                 continue;
-            ++summary.entriesFound;
             const QString path = directory->path() + QLatin1Char('/') + entry.name;
             // Exactly ".json" after a non-empty name, and a file only the user's own channel can have
-            // written. Anything else is set aside once, never read and never logged again.
+            // written. Anything else is set aside once, never read and never logged again; another name
+            // only once nothing has changed it for a while, as a writer may still be busy with it.
             const bool named =
                 entry.fileName.size() > queueSuffix.size() && entry.fileName.endsWith(queueSuffix);
+            if (!named && !directory->isSettled(entry.fileName, settleSeconds))
+                continue;
+            ++summary.entriesFound;
             const std::optional<QString> untrusted =
                 named ? directory->untrustedReason(entry.fileName) : QStringLiteral("not a .json request");
             if (untrusted)

@@ -15,6 +15,7 @@
 #include <QtTest>
 
 #include <atomic>
+#include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -155,18 +156,27 @@ void TestQueue::setsAsideOnceWhatIsNoRequest() {
                     QFile::encodeName(extension + QStringLiteral("/linked.json")).constData()),
              0);
     environment.writeFile(extension + QStringLiteral("/real.json"), request("completed", {"/real"}));
+    // Another name is set aside only once no writer has touched it for a minute; until then, and for
+    // hidden names (a hand-off's file in progress), nothing happens at all.
+    environment.writeFile(extension + QStringLiteral("/being written.part"), "{");
+    for (const char* name : {"/upper.JSON", "/note.txt", "/left.processing"}) {
+        const timespec old[2] = {{::time(nullptr) - 120, 0}, {::time(nullptr) - 120, 0}};
+        QCOMPARE(
+            ::utimensat(AT_FDCWD, QFile::encodeName(extension + QLatin1String(name)).constData(), old, 0), 0);
+    }
 
     RecordingDrain recording;
     recording.drain.run();
     QCOMPARE(recording.firstPaths(), QStringList({"/real"}));
-    const QStringList setAside{".json",    "folder.json", "left.processing", "linked.json",
-                               "note.txt", "upper.JSON",  "writable.json"};
-    QStringList expected;
+    const QStringList setAside{"folder.json", "left.processing", "linked.json",
+                               "note.txt",    "upper.JSON",      "writable.json"};
+    QStringList expected{QStringLiteral(".json")};
     for (const QString& name : setAside)
         expected.append(QStringLiteral(".kestro-set-aside-") + name);
+    expected.append(QStringLiteral("being written.part"));
     QCOMPARE(entriesOf(extension), expected);
     QCOMPARE(readAll(extension + QStringLiteral("/.kestro-set-aside-note.txt")), QByteArray("keep me"));
-    QVERIFY(environment.logText().contains(QStringLiteral("queue drain found 8 files\n")));
+    QVERIFY(environment.logText().contains(QStringLiteral("queue drain found 7 files\n")));
     QVERIFY(environment.logText().contains(
         QStringLiteral("set aside: %1/linked.json reason=has 2 names (renamed)").arg(extension)));
 
