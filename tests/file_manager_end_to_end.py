@@ -31,6 +31,10 @@ CREATE_FILE_CHILDREN = [
     "createJSONFile", "createXMLFile", "createYAMLFile", "createPNGImage", "createJPEGImage", "createSwiftFile",
     "createReadmeFile", "createHTMLFile", "createCSSFile", "createJavaScriptFile", "createPythonFile",
     "createShellFile", "createGitignoreFile"]
+SHORTCUT_ACTION = "快捷指令动作"
+# Labels that may never show in any file manager here: view presets, a Shortcuts action, the Desktop offered
+# by 复制到 beside a list entry for it.
+NEVER_SHOWN = ["调整显示方式", "应用显示方案", "自定义动作", SHORTCUT_ACTION, "复制到桌面"]
 COPY_FILE_CHILDREN = ["copyBesideOriginal", "copyFilesToDesktop", "copyFilesToDownloads", "copyFilesToDocuments"]
 
 FILE_MANAGERS = {
@@ -43,17 +47,20 @@ FILE_MANAGERS = {
     # Qt menus are walked with keys along the layout this test gives Kestro's menu: on files Kestro is the
     # second-last entry in Dolphin and the third-last in PCManFM-Qt, on the background the second-last in both.
     # Dolphin nests one level (Kestro › twelve "新建 › …" ending with 新建文本文件, then "复制到 › 备份 …",
-    # "复制到 › 在旁边创建副本"); PCManFM-Qt nests fully. "Up" on a submenu's first entry wraps to its last.
-    # On the background the walk takes Kestro's last entry: 新建文本文件 when only what needs no selection is
-    # offered and the settings' order holds (twelve entries sorted as text would end elsewhere), 在旁边创建副本
-    # (a copy of the folder in view) if selection items leaked.
+    # "复制到 › 桌面", "复制到 › 在旁边创建副本"); PCManFM-Qt nests fully. "Up" on a submenu's first entry wraps
+    # to its last. The features that must stay out of these two file managers (the hidden-files switch, view
+    # presets, a Shortcuts action) come last in the settings, and so does a second Desktop entry in 复制到 if
+    # it came back: any of them shifts what the walk reaches. On the selection the walk takes the third-last
+    # entry of 复制到 (备份 … when nothing leaked); on the background Kestro's last entry: 新建文本文件 when only
+    # what needs no selection and can work is offered and the settings' order holds (twelve entries sorted as
+    # text would end elsewhere).
     "dolphin": {"packages": ["dolphin"], "command": ["dolphin", "--new-window"], "class": "dolphin",
                 "extension": False,
-                "selection keys": ["Up", "Up", "Right", "Up", "Up", "Return"],
+                "selection keys": ["Up", "Up", "Right", "Up", "Up", "Up", "Return"],
                 "background keys": ["Up", "Up", "Right", "Up", "Return"]},
     "pcmanfm-qt": {"packages": ["pcmanfm-qt"], "command": ["pcmanfm-qt"], "class": "pcmanfm-qt",
                    "extension": False,
-                   "selection keys": ["Up", "Up", "Up", "Right", "Down", "Right", "Return"],
+                   "selection keys": ["Up", "Up", "Up", "Right", "Up", "Right", "Up", "Up", "Up", "Return"],
                    "background keys": ["Up", "Up", "Right", "Up", "Right", "Up", "Return"]},
 }
 # What a session's own folder holds besides the destination; anything else is an action's stray result.
@@ -120,31 +127,41 @@ class Session:
         self.write_settings()
 
     def write_settings(self):
-        """A small, known menu: Kestro › 新建 › eleven new files then 新建文本文件, and Kestro › 复制到 › the
-        destination then 在旁边创建副本."""
+        """A small, known menu: Kestro › 新建 › eleven new files then 新建文本文件, Kestro › 复制到 › the
+        destination, the Desktop then 在旁边创建副本 (复制到桌面 would offer the Desktop twice), and last what
+        can work only in some file managers or nowhere: 开发工具 › 显示/隐藏隐藏文件, 调整显示方式 › 应用显示方案
+        and a Shortcuts custom action."""
         config = os.path.join(self.env["XDG_CONFIG_HOME"], "kestro")
         os.makedirs(config, exist_ok=True)
-        order = ["createFile", "copyFile", "quickOpen", "organizeFile", "batchRename", "archiveTools",
-                 "scheduledDeletion", "imageTools", "pdfTools", "copyPath", "openWith", "viewOptions",
-                 "customActions", "developerTools"]
+        order = ["createFile", "copyFile", "developerTools", "viewOptions", "customActions", "quickOpen",
+                 "organizeFile", "batchRename", "archiveTools", "scheduledDeletion", "imageTools", "pdfTools",
+                 "copyPath", "openWith"]
         settings = {
-            "enabledFeatureIDs": ["copyFile", "createFile"],
+            "enabledFeatureIDs": ["copyFile", "createFile", "developerTools", "viewOptions", "customActions"],
             "groupsFeaturesUnderKestro": True,
             "menuLayout": "collapsed",
-            "enabledChildIDs": ["copyBesideOriginal"] + CREATE_FILE_CHILDREN[1:12] + ["createTextFile"],
+            "enabledChildIDs": ["copyBesideOriginal", "copyFilesToDesktop", "toggleHiddenFiles",
+                                "finderViewPreset"] + CREATE_FILE_CHILDREN[1:12] + ["createTextFile"],
             "featureOrder": order,
-            # Both features' children listed in full, so that none counts as new and comes in by default;
+            # The features' children listed in full, so that none counts as new and comes in by default;
             # 新建文本文件 last of the twelve.
             "childOrderByFeatureID": {"createFile": CREATE_FILE_CHILDREN[1:] + CREATE_FILE_CHILDREN[:1],
-                                      "copyFile": COPY_FILE_CHILDREN},
+                                      "copyFile": COPY_FILE_CHILDREN,
+                                      "developerTools": ["copySHA256", "copyMD5", "copyFileSize",
+                                                         "toggleHiddenFiles"],
+                                      "viewOptions": ["finderViewPreset"]},
         }
+        desktop = os.path.join(self.env["HOME"], "Desktop")
+        os.makedirs(desktop)
         destinations = {
-            "copy": [{"id": "e2e-destination", "name": DESTINATION_NAME, "path": self.destination}],
+            "copy": [{"id": "e2e-destination", "name": DESTINATION_NAME, "path": self.destination},
+                     {"id": "e2e-desktop", "name": "桌面", "path": desktop}],
             "move": [], "quickOpen": [], "openApplication": [],
         }
+        shortcuts = [{"id": "e2e-shortcut", "name": SHORTCUT_ACTION, "kind": "shortcut", "shortcutName": "x"}]
         quiet = {"revealActionResults": False, "revealCreatedItems": False}
         for file_name, value in (("FeatureSettings.plist", settings), ("CustomDestinations.plist", destinations),
-                                 ("AppPreferences.plist", quiet)):
+                                 ("CustomShortcutActions.plist", shortcuts), ("AppPreferences.plist", quiet)):
             with open(os.path.join(config, file_name), "wb") as file:
                 plistlib.dump(value, file)
 
@@ -276,6 +293,28 @@ def find_accessible(root, label, roles, showing=True, depth=0):
     return None
 
 
+def menu_labels(root, showing=True, depth=0):
+    """The labels of the menus and menu items below root (only those on screen if showing)."""
+    import pyatspi
+    labels = []
+    if root is None or depth > 40:
+        return labels
+    try:
+        children = list(root)
+    except Exception:
+        return labels
+    for child in children:
+        try:
+            if child is None or (showing and not child.getState().contains(pyatspi.STATE_SHOWING)):
+                continue
+            if child.getRoleName() in ("menu", "menu item"):
+                labels.append(child.name)
+        except Exception:
+            continue
+        labels += menu_labels(child, showing, depth + 1)
+    return labels
+
+
 def centre(accessible):
     import pyatspi
     extents = accessible.queryComponent().getExtents(pyatspi.DESKTOP_COORDS)
@@ -335,10 +374,21 @@ class GtkDriver:
         self.find(label, ("menu",))
 
     def pick(self, path):
-        for label in path[:-1]:
+        self.open_submenus(path[:-1])
+        self.click(self.find(path[-1], ("menu item",)))
+
+    def open_submenus(self, path):
+        for label in path:
             self.click(self.find(label, ("menu",)))
             time.sleep(0.4)
-        self.click(self.find(path[-1], ("menu item",)))
+
+    def shown_labels(self, path):
+        """The labels on screen with the submenus along path open."""
+        self.open_submenus(path)
+        labels = menu_labels(self.app())
+        self.session.xdotool("key", *["Escape"] * (len(path) + 1))
+        time.sleep(0.5)
+        return labels
 
 
 class Gtk4Driver(GtkDriver):
@@ -377,6 +427,18 @@ class Gtk4Driver(GtkDriver):
         for label in path:
             self.find_item(label).queryAction().doAction(0)
             time.sleep(0.8)
+
+    def shown_labels(self, path):
+        """The labels of the open popover's items with the submenus along path open (the tree holds the
+        popover's items whether on screen or not)."""
+        time.sleep(0.8)
+        for label in path:
+            self.find_item(label).queryAction().doAction(0)
+            time.sleep(0.8)
+        labels = menu_labels(self.app(), showing=False)
+        self.session.xdotool("key", *["Escape"] * (len(path) + 1))
+        time.sleep(0.5)
+        return labels
 
 
 class KeyDriver:
@@ -494,6 +556,24 @@ def check_thunar_background(session, driver):
     log("thunar: the background offers no selection item; a stale item told the user")
 
 
+def check_only_workable(session, driver, name):
+    """On the selection 复制到 offers the Desktop once and nothing shows that cannot work here; on the
+    background the hidden-files switch shows in GNOME Files and Nemo (switching their own setting) and
+    nowhere else. (Dolphin and PCManFM-Qt check this through their key walks.)"""
+    driver.open_selection_menu()
+    labels = driver.shown_labels(["Kestro", "复制到"])
+    wrong = [label for label in NEVER_SHOWN if label in labels]
+    if labels.count("桌面") != 1 or wrong:
+        raise Failure("the selection menu shows %r and 桌面 %d times: %r" % (wrong, labels.count("桌面"), labels))
+    driver.open_background_menu()
+    switch = name in ("nemo", "nautilus")
+    labels = driver.shown_labels(["Kestro", "更多工具"] if switch else ["Kestro"])
+    if ("显示/隐藏隐藏文件" in labels) != switch or "更多工具" in labels and not switch:
+        raise Failure("the background menu %s the hidden-files switch: %r" %
+                      ("lacks" if switch else "shows", labels))
+    log("%s: only items that can work show; the Desktop once in 复制到" % name)
+
+
 def logged(session, *parts):
     try:
         session.expect_logged(*parts)
@@ -565,6 +645,8 @@ def run(name):
         log("%s: background → Kestro › 新建 › 新建文本文件 made Untitled.txt" % name)
         if name == "thunar":
             check_thunar_background(session, driver)
+        if not isinstance(driver, KeyDriver):
+            check_only_workable(session, driver, name)
         # A selection item run on the background would have copied the folder in view beside itself.
         if sorted(os.listdir(session.root)) != sorted(KEPT_IN_ROOT + [os.path.basename(session.destination)]):
             raise Failure("the background click acted on the folder in view: %r" % sorted(os.listdir(session.root)))
