@@ -2,6 +2,7 @@
 
 #include "actions/FinderActionExecutor.h"
 #include "actions/KestroFileTemplate.h"
+#include "actions/PathParts.h"
 #include "catalogue/KestroFeature.h"
 #include "platform/DiagnosticLog.h"
 #include "platform/KestroPaths.h"
@@ -73,11 +74,10 @@ std::optional<QString> realItem(const QString& path) {
     const QString checked = FinderActionExecutor::checkedRequestPath(path);
     if (checked == QLatin1String("/"))
         return checked;
-    const qsizetype slash = checked.lastIndexOf(QLatin1Char('/'));
-    const std::optional<QString> folder = realFolder(slash == 0 ? QStringLiteral("/") : checked.left(slash));
+    const std::optional<QString> folder = realFolder(PathParts::parentOf(checked));
     if (!folder)
         return std::nullopt;
-    return (*folder == QLatin1String("/") ? QString() : *folder) + checked.mid(slash);
+    return PathParts::joined(*folder, PathParts::nameOf(checked));
 }
 
 // Where Kestro keeps what it runs or trusts, and where anything placed becomes a program that runs: a link
@@ -141,15 +141,6 @@ std::optional<QString> protectedPlaceReached(const KestroActionRequest& request,
     return std::nullopt;
 }
 
-QString nameOf(const QString& path) {
-    return path.mid(path.lastIndexOf(QLatin1Char('/')) + 1);
-}
-
-QString folderOf(const QString& path) {
-    const qsizetype slash = path.lastIndexOf(QLatin1Char('/'));
-    return slash <= 0 ? QStringLiteral("/") : path.left(slash);
-}
-
 // Whether the request would put a new hidden item straight into the home folder, where shells and the
 // desktop read their configuration: a hidden item copied or moved there, a ".gitignore" made there, or an
 // archive unpacked there (its entries are unknown until it is read).
@@ -157,10 +148,11 @@ std::optional<QString> hiddenItemCreatedInHome(const KestroActionRequest& reques
     const QString home = realHome();
     QStringList outputFolders;
     for (const QString& item : request.selectedURLs)
-        outputFolders.append(folderOf(item));
+        outputFolders.append(PathParts::parentOf(item));
     if (request.targetedURL)
-        outputFolders.append(QFileInfo(*request.targetedURL).isDir() ? *request.targetedURL
-                                                                     : folderOf(*request.targetedURL));
+        outputFolders.append(QFileInfo(*request.targetedURL).isDir()
+                                 ? *request.targetedURL
+                                 : PathParts::parentOf(*request.targetedURL));
     if (request.destinationURL)
         outputFolders.append(*request.destinationURL);
     static const QHash<QString, FinderActionExecutor::StandardDirectory> standardDestinations{
@@ -184,7 +176,7 @@ std::optional<QString> hiddenItemCreatedInHome(const KestroActionRequest& reques
     if (request.actionID == QLatin1String("extractZIPHere"))
         return reason;
     for (const QString& item : request.selectedURLs)
-        if (nameOf(item).startsWith(QLatin1Char('.')))
+        if (PathParts::nameOf(item).startsWith(QLatin1Char('.')))
             return reason;
     const QList<KestroFileTemplate> templates = KestroFileTemplate::all();
     for (const KestroFileTemplate& fileTemplate : templates)
