@@ -269,49 +269,48 @@ def accessible_application(names):
     return None
 
 
-def find_accessible(root, label, roles, showing=True, depth=0):
-    """The first accessible of that label and role below root, depth first; only one on screen if showing."""
-    import pyatspi
+def accessibles(root, depth=0):
+    """Every accessible below root, depth first; parts of the tree that vanish meanwhile are passed over."""
     if root is None or depth > 40:
-        return None
+        return
     try:
         children = list(root)
     except Exception:
-        return None
+        return
     for child in children:
-        if child is None:
-            continue
+        if child is not None:
+            yield child
+            yield from accessibles(child, depth + 1)
+
+
+def is_showing(accessible):
+    import pyatspi
+    try:
+        return accessible.getState().contains(pyatspi.STATE_SHOWING)
+    except Exception:
+        return False
+
+
+def find_accessible(root, label, roles, showing=True):
+    """The first accessible of that label and role below root, depth first; only one on screen if showing."""
+    for child in accessibles(root):
         try:
-            if child.name == label and child.getRoleName() in roles and \
-                    (not showing or child.getState().contains(pyatspi.STATE_SHOWING)):
+            if child.name == label and child.getRoleName() in roles and (not showing or is_showing(child)):
                 return child
         except Exception:
             continue
-        found = find_accessible(child, label, roles, showing, depth + 1)
-        if found is not None:
-            return found
     return None
 
 
-def menu_labels(root, showing=True, depth=0):
+def menu_labels(root, showing=True):
     """The labels of the menus and menu items below root (only those on screen if showing)."""
-    import pyatspi
     labels = []
-    if root is None or depth > 40:
-        return labels
-    try:
-        children = list(root)
-    except Exception:
-        return labels
-    for child in children:
+    for child in accessibles(root):
         try:
-            if child is None or (showing and not child.getState().contains(pyatspi.STATE_SHOWING)):
-                continue
-            if child.getRoleName() in ("menu", "menu item"):
+            if child.getRoleName() in ("menu", "menu item") and (not showing or is_showing(child)):
                 labels.append(child.name)
         except Exception:
             continue
-        labels += menu_labels(child, showing, depth + 1)
     return labels
 
 
