@@ -117,8 +117,9 @@ void setFolderMode(int folder, mode_t mode, const QString& shownPath) {
 // The folder relative inside root, opened without following any link, or -1 when that is no folder: if
 // the archive put a link where it also listed a folder, the link is left alone.
 struct HeldFolder {
-    explicit HeldFolder(int root, const QByteArray& relative)
-        : descriptor(ArchiveDiskWriter::openFolderBeneath(root, relative)) {}
+    HeldFolder(int root, const ArchiveExtractor::FolderMode& folder)
+        : descriptor(ArchiveDiskWriter::openFolderBeneath(root, folder.relativePath))
+        , folder(folder) {}
     ~HeldFolder() {
         if (descriptor >= 0)
             ::close(descriptor);
@@ -126,6 +127,7 @@ struct HeldFolder {
     HeldFolder(const HeldFolder&) = delete;
     HeldFolder& operator=(const HeldFolder&) = delete;
     int descriptor;
+    ArchiveExtractor::FolderMode folder; // its name in the archive and the mode it is to get
 };
 
 // Unpacks one archive through a hidden folder beside it (same file system), so a damaged or hostile
@@ -143,18 +145,15 @@ QStringList extractArchive(const QString& archive, ArchiveExtractionMode mode, A
     // ones only after they have moved: moving a folder to another parent needs write access to it. They
     // are held open meanwhile, so the mode lands on them wherever they are.
     std::vector<std::unique_ptr<HeldFolder>> topLevel;
-    QList<ArchiveExtractor::FolderMode> topLevelModes;
-    for (const auto& [relative, folderMode] : folderModes) {
-        auto held = std::make_unique<HeldFolder>(unpacked, relative);
+    for (const ArchiveExtractor::FolderMode& folderMode : folderModes) {
+        auto held = std::make_unique<HeldFolder>(unpacked, folderMode);
         if (held->descriptor < 0)
             continue;
-        if (mode == ArchiveExtractionMode::currentFolder && !relative.contains('/')) {
+        if (mode == ArchiveExtractionMode::currentFolder && !folderMode.relativePath.contains('/'))
             topLevel.push_back(std::move(held));
-            topLevelModes.append({relative, folderMode});
-        } else {
-            setFolderMode(held->descriptor, folderMode,
-                          staging.path() + QLatin1Char('/') + QFile::decodeName(relative));
-        }
+        else
+            setFolderMode(held->descriptor, folderMode.mode,
+                          staging.path() + QLatin1Char('/') + QFile::decodeName(folderMode.relativePath));
     }
     const auto movedAway = [&] {
         return FinderActionExecutionError::commandFailed(
@@ -185,10 +184,9 @@ QStringList extractArchive(const QString& archive, ArchiveExtractionMode mode, A
         const auto [stem, extension] = UniqueName::splitExtension(QFile::decodeName(name));
         moved.append(
             UniqueNameMove::moveAt(unpacked, name, staging.parentDescriptor(), folder, stem, extension));
-        for (qsizetype index = 0; index < topLevelModes.size(); ++index)
-            if (topLevelModes.at(index).relativePath == name)
-                setFolderMode(topLevel.at(size_t(index))->descriptor, topLevelModes.at(index).mode,
-                              moved.last());
+        for (const auto& held : topLevel)
+            if (held->folder.relativePath == name)
+                setFolderMode(held->descriptor, held->folder.mode, moved.last());
     }
     FinderNameOrder::sortByName(moved);
     // An empty archive produced nothing: its folder stands in for the results.
