@@ -235,10 +235,7 @@ void connectHooks(KestroHost& host) {
 int runHost(int argc, char* argv[], const Options& options) {
     DisplayEnvironment::useOffscreenWithoutDisplay();
     QApplication application(argc, argv);
-    installQtChineseTexts(application);
-    useSimplifiedChineseFont();
     QApplication::setQuitOnLastWindowClosed(false);
-    QApplication::setWindowIcon(QIcon(QStringLiteral(":/kestro/kestro.svg")));
     // Ties the windows to the "Kestro" application entry (its name and icon in docks and on Wayland).
     QGuiApplication::setDesktopFileName(QStringLiteral("kestro"));
     if (DisplayEnvironment::isInteractive())
@@ -265,7 +262,12 @@ int runHost(int argc, char* argv[], const Options& options) {
         }
         QThread::msleep(100);
     }
+    // The host's queue runner starts with it: a click that started this host is served while the texts, the
+    // font and the icon below are loaded (none of which a launch that only forwards its request needs).
     KestroHost host(options.loginItem || LaunchOrigin::wasLikelyLaunchedAtLogin());
+    installQtChineseTexts(application);
+    useSimplifiedChineseFont();
+    QApplication::setWindowIcon(QIcon(QStringLiteral(":/kestro/kestro.svg")));
     QObject::connect(&instance, &SingleInstance::messageReceived, &host, &KestroHost::handleMessage);
     connectHooks(host);
     host.finishLaunching();

@@ -2,7 +2,8 @@
 // as a process of its own, with the host running, until "Untitled.txt" exists in the folder; against a
 // `touch` process making a file there, in the same run. Then the first click with no host running (the
 // hand-off starts one, which runs the queue as it starts) against the click with the host running. All
-// are timed from the spawn to the file's appearance, as seen by inotify.
+// are timed from the spawn to the file's appearance, as seen by inotify. Last, the floor under any first
+// click that starts a Qt program: a bare Qt window started and quit, against the same click.
 #include <QCoreApplication>
 #include <QDir>
 #include <QFile>
@@ -58,6 +59,20 @@ double timeUntilCreated(const std::vector<std::string>& command, const QString& 
     waitpid(child, &status, 0);
     close(watch);
     return std::chrono::duration<double, std::micro>(seen - start).count();
+}
+
+// Microseconds from the spawn of the program until it has ended.
+double timeUntilExit(const std::vector<std::string>& command) {
+    std::vector<char*> arguments;
+    for (const std::string& argument : command)
+        arguments.push_back(const_cast<char*>(argument.c_str()));
+    arguments.push_back(nullptr);
+    const Clock::time_point start = Clock::now();
+    pid_t child = 0;
+    posix_spawn(&child, arguments[0], nullptr, nullptr, arguments.data(), environ);
+    int status = 0;
+    waitpid(child, &status, 0);
+    return std::chrono::duration<double, std::micro>(Clock::now() - start).count();
 }
 
 double median(std::vector<double> samples) {
@@ -132,10 +147,13 @@ int main(int argc, char* argv[]) {
     // No host: each click starts one, which is ended (its pid is in the single-instance lock) before the
     // next.
     const QString lock = root.path() + QStringLiteral("/tmp/kestro-%1/kestro.lock").arg(getuid());
-    std::vector<double> firstClicks;
+    std::vector<double> firstClicks, bareStarts;
+    const QString bare = QCoreApplication::applicationDirPath() + QStringLiteral("/bench_bare_window");
     for (int run = 0; run < 10; ++run) {
         const QString folder = root.path() + QStringLiteral("/first/%1").arg(run);
         QDir().mkpath(folder);
+        // The floor of any first click that starts a Qt application: the bare one, started and quit.
+        bareStarts.push_back(timeUntilExit({bare.toStdString(), "--quit"}));
         firstClicks.push_back(timeUntilCreated(
             {handoff.toStdString(), "--folder", "createTextFile", "--", folder.toStdString()}, folder,
             QStringLiteral("Untitled.txt")));
@@ -156,10 +174,13 @@ int main(int argc, char* argv[]) {
     const double click = median(clicks);
     const double touch = median(touches);
     const double firstClick = median(firstClicks);
+    const double bareStart = median(bareStarts);
     std::printf("%-44s %10.1f us   %-28s %10.1f us   ratio %6.2f\n",
                 "file-manager click -> file exists, median", click, "touch process -> file exists", touch,
                 click / touch);
     std::printf("%-44s %10.1f us   %-28s %10.1f us   ratio %6.2f\n", "first click, no host running, median",
                 firstClick, "click with the host running", click, firstClick / click);
+    std::printf("%-44s %10.1f us   %-28s %10.1f us   ratio %6.2f\n", "bare Qt window started and quit, median",
+                bareStart, "click with the host running", click, bareStart / click);
     return 0;
 }
