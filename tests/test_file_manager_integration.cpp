@@ -607,9 +607,18 @@ private slots:
         QCOMPARE(queuedFiles().size(), 1);
     }
 
+    void handoffStartsAHostWhenNoneRuns_data() {
+        QTest::addColumn<bool>("menuWritten");
+        QTest::newRow("menu of an earlier run") << true;
+        // The menus installed for every user, clicked by someone who never started Kestro.
+        QTest::newRow("never started") << false;
+    }
+
     void handoffStartsAHostWhenNoneRuns() {
+        QFETCH(bool, menuWritten);
         TestEnvironment environment;
-        FileManagerIntegration::refresh();
+        if (menuWritten)
+            FileManagerIntegration::refresh();
         const QString folder = environment.makeFolder(QStringLiteral("sub folder"));
         qputenv("QT_QPA_PLATFORM", "offscreen");
         const Handoff handoff = runHandoff(
