@@ -1,8 +1,8 @@
 #!/usr/bin/env bash
 # The Debian package for real: built by scripts/package (or the .deb named by KESTRO_DEB), installed with
-# apt, /usr/bin/kestro started headless as an unprivileged account (nobody, in a private home), a kestro:
-# request run through it and a click through /usr/bin/kestro-handoff, then removed and purged: none of its
-# files may stay, and the user's settings must. Needs root for apt; skips (77) otherwise. The package is
+# apt; as an unprivileged account (nobody, in a private home, headless) a first click through
+# /usr/bin/kestro-handoff starts /usr/bin/kestro, and a kestro: request goes through it; then the package is
+# removed and purged: none of its files may stay, and the user's settings must. Needs root for apt; skips (77) otherwise. The package is
 # removed whatever happens, since a system-wide menu module would reach the real file-manager tests.
 set -euo pipefail
 root=$(cd "$(dirname "$0")/.." && pwd)
@@ -20,19 +20,32 @@ fi
 
 work=$(mktemp -d)
 chmod 755 "$work"
-host=
 installed=
 cleanup() {
-    # Only the host this test started: its process group.
-    [ -z "$host" ] || kill -TERM -- "-$host" 2>/dev/null || true
-    [ -z "$host" ] || wait "$host" 2>/dev/null || true
-    [ -z "$installed" ] || apt-get purge -y -qq kestro >/dev/null 2>&1 || dpkg --purge kestro >/dev/null 2>&1 || true
+    end_host
+    [ -z "$installed" ] || apt-get purge -y -qq kestro >/dev/null 2>&1 || dpkg --purge kestro >/dev/null 2>&1 ||
+        true
     rm -rf "$work"
 }
 trap cleanup EXIT
+# The host this test's hand-off started, and no other process: the one its lock in the test's own folder
+# names, if that runs /usr/bin/kestro as nobody.
+host_pid() {
+    local pid
+    pid=$(head -n 1 "$work/tmp/kestro-$(id -u nobody)/kestro.lock" 2>/dev/null) || return 1
+    [ -n "$pid" ] && [ "$(stat -c %U "/proc/$pid" 2>/dev/null)" = nobody ] &&
+        [ "$(readlink "/proc/$pid/exe")" = /usr/bin/kestro ] && echo "$pid"
+}
+end_host() {
+    local pid
+    pid=$(host_pid) || return 0
+    kill -TERM "$pid"
+    for _ in $(seq 100); do kill -0 "$pid" 2>/dev/null || return 0; sleep 0.1; done
+    kill -KILL "$pid" 2>/dev/null || true
+}
 fail() {
     echo "FAIL: $*" >&2
-    [ ! -f "$work/host.log" ] || cat "$work/host.log" >&2
+    cat "$work/tmp/kestro-app-action.log" >&2 2>/dev/null || true
     exit 1
 }
 wait_for() { for _ in $(seq 100); do [ -e "$1" ] && return 0; sleep 0.1; done; fail "$2"; }
@@ -46,27 +59,19 @@ chown nobody "$work/home" "$work/runtime" "$work/tmp" "$work/by url" "$work/by h
 chmod 700 "$work/runtime"
 nobody=(setpriv --reuid=nobody --regid=nogroup --clear-groups env -i PATH=/usr/bin:/bin HOME="$work/home"
         XDG_RUNTIME_DIR="$work/runtime" KESTRO_TMPDIR="$work/tmp" QT_QPA_PLATFORM=offscreen LANG=C.UTF-8)
-# A session of its own, so that ending it ends exactly the host and its bus.
-setsid "${nobody[@]}" dbus-run-session -- /usr/bin/kestro --login-item >"$work/host.log" 2>&1 &
-host=$!
-wait_for "$work/tmp/kestro-$(id -u nobody)/kestro.socket" "the host did not start"
+# The first click of someone who never started Kestro, as Dolphin runs the system-wide menu's item: the
+# hand-off starts the host beside it, which writes the user's menu and then runs the click.
+exec_line='Exec="/usr/bin/kestro-handoff" "--folder" "createTextFile" "--" %F'
+grep -qF "$exec_line" /usr/share/kio/servicemenus/*.desktop ||
+    fail "no system-wide service menu makes a new text file through /usr/bin/kestro-handoff"
+timeout 20 "${nobody[@]}" /usr/bin/kestro-handoff --folder createTextFile -- "$work/by hand-off"
+wait_for "$work/by hand-off/Untitled.txt" "the hand-off's first click did not run"
+host_pid >/dev/null || fail "no host of the package runs for the user"
+# A kestro: request, handed to that host.
 target=$(python3 -c 'import sys, urllib.parse; print(urllib.parse.quote(sys.argv[1]))' "$work/by url")
 timeout 20 "${nobody[@]}" /usr/bin/kestro "kestro://finder-action?actionID=createTextFile&target=$target"
 wait_for "$work/by url/Untitled.txt" "the host did not run the kestro: request"
 
-# A click as a file manager makes it: the item of the user's own menu description, by its id.
-menu="$work/home/.local/share/kestro/extension/FileManagerMenu.json"
-wait_for "$menu" "the host wrote no menu description"
-item=$(python3 -c '
-import json, sys
-def walk(items):
-    for item in items:
-        yield item
-        yield from walk(item.get("children", []))
-print(next(i["id"] for i in walk(json.load(open(sys.argv[1]))["items"]) if i.get("actionID") == "createTextFile"))
-' "$menu")
-timeout 20 "${nobody[@]}" /usr/bin/kestro-handoff --folder "$item" -- "$work/by hand-off"
-wait_for "$work/by hand-off/Untitled.txt" "the hand-off's click did not run"
 # The user's menus stand in for the system's: no module of their own beside the system one, and a file of
 # the same name over every system service menu.
 extensions="$work/home/.local/share/nautilus-python/extensions/kestro_menu.py"
@@ -78,9 +83,7 @@ if command -v dolphin >/dev/null; then
     done
 fi
 
-kill -TERM -- "-$host"
-wait "$host" 2>/dev/null || true
-host=
+end_host
 settings=$(ls -A "$work/home/.config/kestro")
 [ -n "$settings" ] || fail "the host saved no settings"
 apt-get remove -y -qq kestro >/dev/null
