@@ -7,6 +7,7 @@
 // .json) and tells the running host over its single-instance socket; with no host running it starts one,
 // which runs the queue at start. Plain C++ and POSIX on purpose: a click must not pay for loading Qt, let
 // alone the libraries the actions need. Paths arrive as separate arguments and never pass through a shell.
+// Without a menu description of the user's (Kestro never started) it starts the host and waits for one.
 // With --folder the one path is the folder to act in (its background was clicked, or it stands for the
 // background); only items that need no selection run so, and the folder itself is never renamed, moved,
 // copied or trashed. A failure reaches the user as the host's failure notice, through the same queue.
@@ -22,6 +23,7 @@
 #include <string>
 #include <vector>
 
+#include <sys/stat.h>
 #include <unistd.h>
 
 namespace {
@@ -91,6 +93,20 @@ void notifyUser(const std::string& message) {
         HandoffFiles::startHost(error);
 }
 
+// Someone who never started Kestro has only the menus installed for every user of the machine (the
+// package's): start the host, which writes the user's menu description as it starts, and wait for it.
+void startHostForFirstClick() {
+    const std::string description = HandoffFiles::menuDescriptionPath();
+    struct stat status {};
+    std::string error;
+    if (::stat(description.c_str(), &status) == 0 || errno != ENOENT || HandoffFiles::announceToHost() ||
+        !HandoffFiles::startHost(error))
+        return;
+    const timespec pause{0, 50 * 1000 * 1000};
+    for (int waited = 0; waited < 200 && ::stat(description.c_str(), &status) != 0; ++waited)
+        ::nanosleep(&pause, nullptr);
+}
+
 int fail(const std::string& message, const std::string& detail, bool reachUser = true) {
     HandoffFiles::log("file manager hand-off failed: " + detail);
     std::fprintf(stderr, "kestro-handoff: %s\n", message.c_str());
@@ -114,6 +130,7 @@ int main(int argc, char* argv[]) {
         paths.push_back(HandoffFiles::absolute(path));
     }
 
+    startHostForFirstClick();
     std::string error;
     const std::optional<std::string> description =
         HandoffFiles::readPrivateFile(HandoffFiles::menuDescriptionPath(), 4 << 20, error);

@@ -1,10 +1,14 @@
 #include "integration/FileManagerIntegration.h"
 
+#include "catalogue/FeatureSettingsDefaults.h"
 #include "integration/FileManagerMenuFiles.h"
 #include "integration/KestroMenuModel.h"
 #include "integration/ThunarActions.h"
 #include "platform/DiagnosticLog.h"
 #include "platform/KestroPaths.h"
+#include "stores/CustomDestinationDefaults.h"
+
+#include <algorithm>
 
 #include <QCoreApplication>
 #include <QDir>
@@ -86,6 +90,48 @@ void removeGeneratedFiles(const QString& folder) {
         QFile::remove(path);
 }
 
+QString pythonFolderOf(FileManager fileManager) {
+    return fileManager == FileManager::nemo ? QStringLiteral("/nemo-python/extensions")
+                                            : QStringLiteral("/nautilus-python/extensions");
+}
+
+// The module installed for every user; the file manager would load a user's copy beside it.
+QString systemPythonExtension(FileManager fileManager) {
+    for (const QString& folder : FileManagerIntegration::systemDataFolders()) {
+        const QString path = folder + pythonFolderOf(fileManager) + QStringLiteral("/kestro_menu.py");
+        if (QFileInfo::exists(path))
+            return path;
+    }
+    return {};
+}
+
+// Names of Kestro's service menus installed for every user.
+QStringList systemServiceMenus() {
+    QStringList names;
+    for (const QString& folder : FileManagerIntegration::systemDataFolders()) {
+        for (const QString& path : generatedFiles(folder + QStringLiteral("/kio/servicemenus"))) {
+            if (!names.contains(QFileInfo(path).fileName()))
+                names.append(QFileInfo(path).fileName());
+        }
+    }
+    return names;
+}
+
+// Dolphin takes the user's file over a system one of the same name: every system service menu the user's
+// menu does not replace gets a file that hides it, so that no item shows twice or against the settings.
+QList<FileManagerMenuFiles::GeneratedFile>
+withSystemMenusHidden(QList<FileManagerMenuFiles::GeneratedFile> files) {
+    for (const QString& name : systemServiceMenus()) {
+        if (std::none_of(files.cbegin(), files.cend(), [&](const FileManagerMenuFiles::GeneratedFile& file) {
+                return file.fileName == name;
+            }))
+            files.append({name, FileManagerMenuFiles::dolphinHidingFile()});
+    }
+    return files;
+}
+
+void removeUsersPythonExtension(FileManager fileManager);
+
 std::optional<QByteArray> readThunarActions() {
     QFile file(FileManagerIntegration::thunarActionsPath());
     if (!file.exists())
@@ -134,6 +180,10 @@ void writeFor(FileManager fileManager, const QList<KestroMenuItem>& fullMenu) {
     switch (fileManager) {
     case FileManager::gnomeFiles:
     case FileManager::nemo:
+        if (!systemPythonExtension(fileManager).isEmpty()) {
+            removeUsersPythonExtension(fileManager);
+            break;
+        }
         writeFile(
             FileManagerIntegration::pythonExtensionPath(fileManager),
             FileManagerMenuFiles::pythonExtension(handoff, FileManagerIntegration::menuDescriptionPath()),
@@ -142,7 +192,8 @@ void writeFor(FileManager fileManager, const QList<KestroMenuItem>& fullMenu) {
     case FileManager::dolphin:
         // Dolphin runs service menus only when they are executable.
         writeGeneratedFiles(FileManagerIntegration::dolphinFolder(),
-                            FileManagerMenuFiles::dolphinServiceMenus(menu, handoff), privateExecutable);
+                            withSystemMenusHidden(FileManagerMenuFiles::dolphinServiceMenus(menu, handoff)),
+                            privateExecutable);
         break;
     case FileManager::pcmanfmQt:
         writeGeneratedFiles(FileManagerIntegration::pcmanfmFolder(),
@@ -167,19 +218,26 @@ void removeEmptyFolders(const QString& folder) {
     }
 }
 
+void removeUsersPythonExtension(FileManager fileManager) {
+    const QString path = FileManagerIntegration::pythonExtensionPath(fileManager);
+    if (!QFileInfo::exists(path))
+        return;
+    QFile::remove(path);
+    // Python's compiled copy of the module, if the file manager made one.
+    QDir(QFileInfo(path).absolutePath() + QStringLiteral("/__pycache__")).removeRecursively();
+    removeEmptyFolders(QFileInfo(path).absolutePath());
+}
+
 void removeFor(FileManager fileManager) {
     switch (fileManager) {
     case FileManager::gnomeFiles:
-    case FileManager::nemo: {
-        const QString path = FileManagerIntegration::pythonExtensionPath(fileManager);
-        QFile::remove(path);
-        // Python's compiled copy of the module, if the file manager made one.
-        QDir(QFileInfo(path).absolutePath() + QStringLiteral("/__pycache__")).removeRecursively();
-        removeEmptyFolders(QFileInfo(path).absolutePath());
+    case FileManager::nemo:
+        // A system module shows nothing once the user's menu description is gone.
+        removeUsersPythonExtension(fileManager);
         break;
-    }
     case FileManager::dolphin:
-        removeGeneratedFiles(FileManagerIntegration::dolphinFolder());
+        writeGeneratedFiles(FileManagerIntegration::dolphinFolder(), withSystemMenusHidden({}),
+                            privateExecutable);
         removeEmptyFolders(FileManagerIntegration::dolphinFolder());
         break;
     case FileManager::pcmanfmQt:
@@ -238,9 +296,21 @@ bool FileManagerIntegration::isIntegrated(FileManager fileManager) {
     switch (fileManager) {
     case FileManager::gnomeFiles:
     case FileManager::nemo:
-        return QFileInfo::exists(pythonExtensionPath(fileManager));
-    case FileManager::dolphin:
-        return !generatedFiles(dolphinFolder()).isEmpty();
+        return QFileInfo::exists(pythonExtensionPath(fileManager)) ||
+               (!systemPythonExtension(fileManager).isEmpty() && QFileInfo::exists(menuDescriptionPath()));
+    case FileManager::dolphin: {
+        const QStringList ours = generatedFiles(dolphinFolder());
+        const QStringList system = systemServiceMenus();
+        return std::any_of(ours.cbegin(), ours.cend(),
+                           [](const QString& path) {
+                               QFile file(path);
+                               return file.open(QIODevice::ReadOnly) &&
+                                      !FileManagerMenuFiles::isDolphinHidingFile(file.readAll());
+                           }) ||
+               std::any_of(system.cbegin(), system.cend(), [](const QString& name) {
+                   return !QFileInfo::exists(dolphinFolder() + QLatin1Char('/') + name);
+               });
+    }
     case FileManager::pcmanfmQt:
         return !generatedFiles(pcmanfmFolder()).isEmpty();
     case FileManager::thunar: {
@@ -295,6 +365,35 @@ bool FileManagerIntegration::isSwitchedOff() {
     return QFileInfo::exists(switchedOffMarker());
 }
 
+bool FileManagerIntegration::writeSystemFiles(const QString& dataFolder, const QString& handoff) {
+    KestroMenuInput defaults;
+    defaults.settings = FeatureSettingsDefaults::settings();
+    defaults.destinations = CustomDestinationDefaults::normalized({});
+    const QList<KestroMenuItem> menu = KestroMenuModel::build(defaults);
+    const QFileDevice::Permissions readable = privateFile | QFileDevice::ReadGroup | QFileDevice::ReadOther;
+    bool written = true;
+    for (const FileManagerMenuFiles::GeneratedFile& file : FileManagerMenuFiles::dolphinServiceMenus(
+             KestroMenuModel::shownIn(menu, programOf(FileManager::dolphin)), handoff))
+        written &= writeFile(dataFolder + QStringLiteral("/kio/servicemenus/") + file.fileName, file.bytes,
+                             readable);
+    for (FileManager fileManager : {FileManager::gnomeFiles, FileManager::nemo})
+        written &= writeFile(dataFolder + pythonFolderOf(fileManager) + QStringLiteral("/kestro_menu.py"),
+                             FileManagerMenuFiles::pythonExtension(handoff, {}), readable);
+    return written;
+}
+
+QStringList FileManagerIntegration::systemDataFolders() {
+    QString value = qEnvironmentVariable("XDG_DATA_DIRS");
+    if (value.isEmpty())
+        value = QStringLiteral("/usr/local/share:/usr/share");
+    QStringList folders;
+    for (const QString& folder : value.split(QLatin1Char(':'), Qt::SkipEmptyParts)) {
+        if (QDir::isAbsolutePath(folder))
+            folders.append(QDir::cleanPath(folder));
+    }
+    return folders;
+}
+
 QString FileManagerIntegration::handoffPath() {
     const QString configured = qEnvironmentVariable("KESTRO_HANDOFF");
     if (!configured.isEmpty())
@@ -307,9 +406,7 @@ QString FileManagerIntegration::menuDescriptionPath() {
 }
 
 QString FileManagerIntegration::pythonExtensionPath(FileManager fileManager) {
-    const QString folder = fileManager == FileManager::nemo ? QStringLiteral("/nemo-python/extensions")
-                                                            : QStringLiteral("/nautilus-python/extensions");
-    return KestroPaths::dataHome() + folder + QStringLiteral("/kestro_menu.py");
+    return KestroPaths::dataHome() + pythonFolderOf(fileManager) + QStringLiteral("/kestro_menu.py");
 }
 
 QString FileManagerIntegration::iconPath() {

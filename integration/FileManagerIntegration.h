@@ -32,6 +32,15 @@ public:
     // True after uninstall() until install().
     static bool isSwitchedOff();
 
+    // The menus of a user who changed no setting, for every user of the machine (what the package installs
+    // under dataFolder, /usr/share): Dolphin's service menus and the GNOME Files / Nemo module, which reads
+    // each user's own menu description. A user's host hides those service menus with its own files of the
+    // same names and writes no module of its own beside the system one. PCManFM-Qt gets none: it prefers a
+    // system action to the user's of the same name, so a user's settings could not replace it.
+    static bool writeSystemFiles(const QString& dataFolder, const QString& handoff);
+    // XDG_DATA_DIRS, where system-wide files are looked for.
+    static QStringList systemDataFolders();
+
     // The hand-off the menus run: KESTRO_HANDOFF when set, else kestro-handoff beside this program.
     static QString handoffPath();
     static QString menuDescriptionPath();

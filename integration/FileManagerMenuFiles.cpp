@@ -181,6 +181,14 @@ FileManagerMenuFiles::dolphinServiceMenus(const QList<KestroMenuItem>& menu, con
     return files;
 }
 
+QByteArray FileManagerMenuFiles::dolphinHidingFile() {
+    return "[Desktop Entry]\nType=Service\nHidden=true\n" + generatedMarker() + '\n';
+}
+
+bool FileManagerMenuFiles::isDolphinHidingFile(const QByteArray& bytes) {
+    return bytes == dolphinHidingFile();
+}
+
 QList<FileManagerMenuFiles::GeneratedFile>
 FileManagerMenuFiles::pcmanfmActions(const QList<KestroMenuItem>& menu, const QString& handoff) {
     QList<GeneratedFile> files;
@@ -230,6 +238,7 @@ QByteArray FileManagerMenuFiles::pythonExtension(const QString& handoff, const Q
     source.open(QIODevice::ReadOnly);
     QString text = QString::fromUtf8(source.readAll());
     text.replace(QStringLiteral("@HANDOFF@"), pythonString(handoff));
-    text.replace(QStringLiteral("@MENU@"), pythonString(menuDescriptionPath));
+    text.replace(QStringLiteral("@MENU@"),
+                 menuDescriptionPath.isEmpty() ? QStringLiteral("None") : pythonString(menuDescriptionPath));
     return text.toUtf8();
 }

@@ -22,11 +22,17 @@ QByteArray generatedMarker();
 // kind. Dolphin nests one level: deeper submenu titles go in front of the item's title.
 QList<GeneratedFile> dolphinServiceMenus(const QList<KestroMenuItem>& menu, const QString& handoff);
 
+// A service menu that shows nothing and hides a system-wide one of the same name: Dolphin reads the
+// user's folder first and honours Hidden=true.
+QByteArray dolphinHidingFile();
+bool isDolphinHidingFile(const QByteArray& bytes);
+
 // PCManFM-Qt actions (file-manager/actions): a Type=Menu entry per submenu listing its items, a Type=Action
 // entry per item.
 QList<GeneratedFile> pcmanfmActions(const QList<KestroMenuItem>& menu, const QString& handoff);
 
-// The GNOME Files / Nemo extension module, pointed at this hand-off and menu description.
+// The GNOME Files / Nemo extension module, pointed at this hand-off and menu description; with no
+// description path, it reads the menu of the user running the file manager (the module installed for all).
 QByteArray pythonExtension(const QString& handoff, const QString& menuDescriptionPath);
 
 // Leaves with the titles of the submenus they sit in, depth first.

@@ -1,5 +1,5 @@
 # Kestro's menu in GNOME Files (nautilus-python) and Nemo (nemo-python): one module for both, written by
-# Kestro into each file manager's extension folder. It shows the menu Kestro describes in
+# Kestro into each file manager's extension folder, or installed once for every user by the package. It shows the menu Kestro describes in
 # FileManagerMenu.json, re-reads that file whenever it changes, and hands each click to kestro-handoff
 # with the paths as separate arguments (no shell). It decides nothing itself: every item says where it
 # applies. A missing, malformed or foreign description shows the last good menu, or nothing, and is logged;
@@ -13,8 +13,18 @@ import threading
 
 import gi
 
+
+
+def _users_menu_description():
+    # Installed for every user, the module reads the menu of whoever runs the file manager.
+    data = os.environ.get("XDG_DATA_HOME", "")
+    if not os.path.isabs(data):
+        data = os.path.join(os.path.expanduser("~"), ".local", "share")
+    return os.path.join(data, "kestro", "extension", "FileManagerMenu.json")
+
+
 HANDOFF = @HANDOFF@
-MENU = @MENU@
+MENU = @MENU@ or _users_menu_description()
 
 if "nemo-python" in os.path.realpath(__file__):
     PROGRAM = "nemo"

@@ -3,6 +3,8 @@
 // rewrite after a settings change.
 #include "app/KestroHost.h"
 #include "app/SingleInstance.h"
+#include "catalogue/FeatureSettingsDefaults.h"
+#include "catalogue/FeatureSettingsPersistence.h"
 #include "catalogue/FeatureSettingsStore.h"
 #include "catalogue/KestroFeature.h"
 #include "intake/KestroQueuedAction.h"
@@ -24,6 +26,7 @@
 #include <QLockFile>
 #include <QProcess>
 #include <QPushButton>
+#include <QScopeGuard>
 #include <QSignalSpy>
 #include <QStandardPaths>
 #include <QTest>
@@ -409,6 +412,47 @@ private slots:
         QVERIFY(FileManagerIntegration::isIntegrated(FileManagerIntegration::FileManager::dolphin));
     }
 
+    // The package's menus for every user: the user's own files replace or hide each system service menu, and
+    // no user copy of the module sits beside the system one, so nothing shows twice or against the settings.
+    void systemWideMenusAreNeverShownTwice() {
+        TestEnvironment environment;
+        InstalledFileManagers installed(environment, {QStringLiteral("nemo"), QStringLiteral("dolphin")});
+        FileManagerIntegration::install();
+        const QString system = environment.makeFolder(QStringLiteral("usr/share"));
+        QVERIFY(FileManagerIntegration::writeSystemFiles(system, QStringLiteral("/usr/bin/kestro-handoff")));
+        const QByteArray module = readAll(system + QStringLiteral("/nemo-python/extensions/kestro_menu.py"));
+        // No user's paths: each user's own menu description is found as the file manager runs.
+        QVERIFY(module.contains("HANDOFF = \"/usr/bin/kestro-handoff\"") &&
+                !module.contains(QFile::encodeName(KestroPaths::homeDirectory())));
+        const QStringList systemMenus =
+            QDir(system + QStringLiteral("/kio/servicemenus")).entryList(QDir::Files);
+        QVERIFY(systemMenus.size() > 1);
+        FeatureSettings few = FeatureSettingsDefaults::settings();
+        few.enabledFeatureIDs = {QStringLiteral("createFile")};
+        QVERIFY(FeatureSettingsPersistence::save(few));
+        const QByteArray dataFolders = qgetenv("XDG_DATA_DIRS");
+        const auto restore = qScopeGuard([&] { qputenv("XDG_DATA_DIRS", dataFolders); });
+        qputenv("XDG_DATA_DIRS", system.toUtf8());
+        const auto hidden = [&] {
+            return std::count_if(systemMenus.cbegin(), systemMenus.cend(), [](const QString& name) {
+                return FileManagerMenuFiles::isDolphinHidingFile(
+                    readAll(FileManagerIntegration::dolphinFolder() + QLatin1Char('/') + name));
+            });
+        };
+        for (const bool installedAgain : {false, true}) {
+            installedAgain ? FileManagerIntegration::install() : FileManagerIntegration::refresh();
+            QVERIFY(!QFileInfo::exists(
+                FileManagerIntegration::pythonExtensionPath(FileManagerIntegration::FileManager::nemo)));
+            QVERIFY(FileManagerIntegration::isIntegrated(FileManagerIntegration::FileManager::nemo));
+            QCOMPARE(QDir(FileManagerIntegration::dolphinFolder()).entryList(QDir::Files), systemMenus);
+            QVERIFY(hidden() > 0 && hidden() < systemMenus.size());
+            FileManagerIntegration::uninstall();
+            QCOMPARE(hidden(), systemMenus.size());
+            QVERIFY(!FileManagerIntegration::isIntegrated(FileManagerIntegration::FileManager::dolphin));
+            QVERIFY(!FileManagerIntegration::isIntegrated(FileManagerIntegration::FileManager::nemo));
+        }
+    }
+
     void onlyInstalledFileManagersGetFiles() {
         TestEnvironment environment;
         InstalledFileManagers installed(environment, {QStringLiteral("thunar")});
@@ -565,9 +609,18 @@ private slots:
         QCOMPARE(queuedFiles().size(), 1);
     }
 
+    void handoffStartsAHostWhenNoneRuns_data() {
+        QTest::addColumn<bool>("menuWritten");
+        QTest::newRow("menu of an earlier run") << true;
+        // The menus installed for every user, clicked by someone who never started Kestro.
+        QTest::newRow("never started") << false;
+    }
+
     void handoffStartsAHostWhenNoneRuns() {
+        QFETCH(bool, menuWritten);
         TestEnvironment environment;
-        FileManagerIntegration::refresh();
+        if (menuWritten)
+            FileManagerIntegration::refresh();
         const QString folder = environment.makeFolder(QStringLiteral("sub folder"));
         qputenv("QT_QPA_PLATFORM", "offscreen");
         const Handoff handoff = runHandoff(
