@@ -1,9 +1,9 @@
 # Kestro's menu in GNOME Files (nautilus-python) and Nemo (nemo-python): one module for both, written by
-# Kestro into each file manager's extension folder, or installed once for every user by the package. It shows the menu Kestro describes in
-# FileManagerMenu.json, re-reads that file whenever it changes, and hands each click to kestro-handoff
-# with the paths as separate arguments (no shell). It decides nothing itself: every item says where it
-# applies. A missing, malformed or foreign description shows the last good menu, or nothing, and is logged;
-# nothing here may take the file manager down.
+# Kestro into each file manager's extension folder, or installed once for every user by the package. It
+# shows the menu Kestro describes in FileManagerMenu.json, re-reads that file whenever it changes, and
+# hands each click to kestro-handoff with the paths as separate arguments (no shell). It decides nothing
+# itself: every item says where it applies. A missing, malformed or foreign description shows the last
+# good menu, or nothing, and is logged; nothing here may take the file manager down.
 import json
 import os
 import stat
@@ -12,7 +12,6 @@ import sys
 import threading
 
 import gi
-
 
 
 def _users_menu_description():
