@@ -179,9 +179,8 @@ int runPerform(int argc, char* argv[], const QString& text) {
 
 // Writes or removes Kestro's menu in the file managers and says, per file manager, what it did.
 int runIntegration(bool install) {
-    if (install)
-        FileManagerIntegration::install();
-    else
+    const QStringList problems = install ? FileManagerIntegration::install() : QStringList();
+    if (!install)
         FileManagerIntegration::uninstall();
     for (const FileManagerIntegration::Status& status : FileManagerIntegration::status()) {
         QString state;
@@ -193,7 +192,9 @@ int runIntegration(bool install) {
             state = QCoreApplication::translate("KestroCommandLine", "没有 Kestro 菜单");
         print(stdout, status.name + QStringLiteral("：") + state + QLatin1Char('\n'));
     }
-    return 0;
+    for (const QString& problem : problems)
+        print(stderr, problem + QLatin1Char('\n'));
+    return problems.isEmpty() ? 0 : 1;
 }
 
 QStringList messageFor(const Options& options) {

@@ -46,17 +46,8 @@ KestroHost::KestroHost(bool launchedAtLogin, QObject* parent)
     // The file managers' menus follow every settings announcement, and start from the saved settings once
     // the host is ready: a first request needs none of them (the menus of the last run still stand), and
     // writing them was most of the start-up.
-    KestroSettingsChangeNotifier::setObserver([this](const QString&) {
-        FileManagerIntegration::refresh();
-        emit fileManagersWritten();
-    });
-    connect(
-        this, &KestroHost::ready, this,
-        [this] {
-            FileManagerIntegration::refresh();
-            emit fileManagersWritten();
-        },
-        Qt::QueuedConnection);
+    KestroSettingsChangeNotifier::setObserver([this](const QString&) { writeFileManagerMenus(); });
+    connect(this, &KestroHost::ready, this, &KestroHost::writeFileManagerMenus, Qt::QueuedConnection);
     m_queueRunner = new KestroQueuedActionRunner(this);
     connect(
         m_queueRunner, &KestroQueuedActionRunner::passFinished, this,
@@ -103,6 +94,17 @@ void KestroHost::finishLaunching() {
     m_queueRunner->drain();
     runLaunchPresentation();
     noteReady();
+}
+
+void KestroHost::writeFileManagerMenus() {
+    const QStringList problems = FileManagerIntegration::refresh();
+    // Told once, not at every settings change while the same file stays unwritable.
+    if (problems != m_fileManagerProblems) {
+        m_fileManagerProblems = problems;
+        if (!problems.isEmpty())
+            FailureNotifier::report(problems.join(QLatin1Char('\n')));
+    }
+    emit fileManagersWritten();
 }
 
 void KestroHost::shutDown() {

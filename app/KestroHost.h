@@ -3,6 +3,7 @@
 #include "intake/KestroActionURL.h"
 
 #include <QObject>
+#include <QStringList>
 #include <QThreadPool>
 #include <QUrl>
 
@@ -74,11 +75,14 @@ private:
     void runLaunchPresentation();
     void presentationStep();
     void noteReady();
+    // Writes the file managers' menus from the saved settings; what cannot be written reaches the user.
+    void writeFileManagerMenus();
 
     bool m_shouldPresentMainWindow;
     bool m_hasTray = false;
     bool m_trayInstalled = false;
     bool m_firstDrainDone = false;
+    QStringList m_fileManagerProblems;
     bool m_readyAnnounced = false;
     FinderSelectionModel* m_selectionModel;
     FeatureSettingsStore* m_featureSettings;

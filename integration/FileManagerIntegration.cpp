@@ -15,6 +15,7 @@
 #include <QFile>
 #include <QFileInfo>
 #include <QSaveFile>
+#include <QScopeGuard>
 #include <QStandardPaths>
 
 namespace {
@@ -27,6 +28,9 @@ const QFileDevice::Permissions privateExecutable = privateFile | QFileDevice::Ex
 QString switchedOffMarker() {
     return KestroPaths::applicationSupportDirectory() + QStringLiteral("/FileManagerIntegration.off");
 }
+
+// While refresh() runs on a thread, what it could not write, in the user's words.
+thread_local QStringList* t_problems = nullptr;
 
 // Whole or not at all. Folders Kestro creates for itself are private. A file that already holds these
 // bytes is left as it is: a settings change then costs a write only where the menu changed.
@@ -44,6 +48,9 @@ bool writeFile(const QString& path, const QByteArray& bytes, QFileDevice::Permis
         !file.setPermissions(permissions) || !file.commit()) {
         DiagnosticLog::append(
             QStringLiteral("file manager integration: cannot write %1: %2").arg(path, file.errorString()));
+        if (t_problems)
+            t_problems->append(
+                QCoreApplication::translate("FileManagerIntegration", "无法写入“%1”：%2").arg(path, file.errorString()));
         return false;
     }
     return true;
@@ -329,9 +336,12 @@ QList<FileManagerIntegration::Status> FileManagerIntegration::status() {
     return result;
 }
 
-void FileManagerIntegration::refresh() {
+QStringList FileManagerIntegration::refresh() {
     if (isSwitchedOff())
-        return;
+        return {};
+    QStringList problems;
+    t_problems = &problems;
+    const auto done = qScopeGuard([] { t_problems = nullptr; });
     const QList<KestroMenuItem> menu = KestroMenuModel::build(KestroMenuInput::saved());
     // The folder holds the requests of the user's own clicks: nobody else may write there.
     QDir().mkpath(KestroPaths::extensionDirectory());
@@ -345,11 +355,12 @@ void FileManagerIntegration::refresh() {
         if (isInstalled(fileManager))
             writeFor(fileManager, menu);
     }
+    return problems;
 }
 
-void FileManagerIntegration::install() {
+QStringList FileManagerIntegration::install() {
     QFile::remove(switchedOffMarker());
-    refresh();
+    return refresh();
 }
 
 void FileManagerIntegration::uninstall() {

@@ -2,6 +2,7 @@
 
 #include <QList>
 #include <QString>
+#include <QStringList>
 
 // Kestro's menu in the file managers installed here. The host calls refresh() at start-up and after every
 // settings announcement; it writes the menu description (always: the hand-off reads it) and, for each
@@ -25,9 +26,10 @@ public:
     static bool isIntegrated(FileManager fileManager);
     static QList<Status> status();
 
-    // Rewrites everything from the saved settings, unless the user removed the integration.
-    static void refresh();
-    static void install();
+    // Rewrites everything from the saved settings, unless the user removed the integration. Returns what
+    // could not be written, one line per file, for the user (empty when all went well).
+    static QStringList refresh();
+    static QStringList install();
     static void uninstall();
     // True after uninstall() until install().
     static bool isSwitchedOff();

@@ -10,7 +10,8 @@
 FileManagerIntegrationSection::FileManagerIntegrationSection(QWidget* parent)
     : SettingsSection(tr("文件管理器"), parent)
     , m_reintegrate(new QPushButton(tr("重新集成")))
-    , m_watcher(new PathWatcher(this)) {
+    , m_watcher(new PathWatcher(this))
+    , m_problems(new QLabel) {
     setObjectName(QStringLiteral("fileManagers"));
     m_reintegrate->setObjectName(QStringLiteral("reintegrate"));
     addHeaderWidget(m_reintegrate);
@@ -24,8 +25,17 @@ FileManagerIntegrationSection::FileManagerIntegrationSection(QWidget* parent)
         m_states.append(state);
         addRow(row);
     }
+    // What could not be written, after a click on 重新集成; hidden while all is well.
+    m_problems->setObjectName(QStringLiteral("integrationProblems"));
+    m_problems->setWordWrap(true);
+    m_problems->setTextInteractionFlags(Qt::TextSelectableByMouse);
+    m_problems->setContentsMargins(12, 6, 12, 6);
+    m_problems->hide();
+    addRow(m_problems);
     connect(m_reintegrate, &QPushButton::clicked, this, [this] {
-        FileManagerIntegration::install();
+        const QStringList problems = FileManagerIntegration::install();
+        m_problems->setText(tr("重新集成未完成：") + QLatin1Char('\n') + problems.join(QLatin1Char('\n')));
+        m_problems->setVisible(!problems.isEmpty());
         refresh();
     });
     connect(m_watcher, &PathWatcher::changed, this, &FileManagerIntegrationSection::refresh);

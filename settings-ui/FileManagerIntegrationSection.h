@@ -28,6 +28,7 @@ private:
     QStringList watchedPaths() const;
 
     QList<QLabel*> m_states;
-    PathWatcher* m_watcher;
     QPushButton* m_reintegrate;
+    PathWatcher* m_watcher;
+    QLabel* m_problems;
 };
