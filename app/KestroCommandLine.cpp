@@ -202,7 +202,11 @@ QStringList messageFor(const Options& options) {
         return {options.fromLink ? QStringLiteral("open-link") : QStringLiteral("open-url"), options.url};
     // A hidden start (at login, or by the file managers' hand-off) while a host runs must not bring up the
     // window: it only asks for a queue pass.
-    return {options.loginItem ? QStringLiteral("drain") : QStringLiteral("show")};
+    if (options.loginItem)
+        return {QStringLiteral("drain")};
+    // The launcher's activation token lets the running host's window come to the front on Wayland.
+    const QString token = qEnvironmentVariable("XDG_ACTIVATION_TOKEN");
+    return token.isEmpty() ? QStringList{QStringLiteral("show")} : QStringList{QStringLiteral("show"), token};
 }
 
 bool forwardToRunningHost(int argc, char* argv[], const QStringList& message) {

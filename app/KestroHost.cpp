@@ -21,6 +21,8 @@
 #include "stores/ScheduledDeletionListStore.h"
 #include "stores/ScheduledDeletionRunner.h"
 
+#include <algorithm>
+
 #include <QCoreApplication>
 #include <QPointer>
 #include <QTimer>
@@ -160,6 +162,17 @@ void KestroHost::openURL(const QString& url, RequestOrigin origin) {
     m_selectionModel->handleIncomingURL(url, origin);
 }
 
+namespace {
+
+// A compositor's token is a short run of printable ASCII; anything else is not passed on to Qt.
+bool isActivationToken(const QString& text) {
+    return !text.isEmpty() && text.size() <= 256 && std::all_of(text.cbegin(), text.cend(), [](QChar c) {
+        return c.unicode() > 0x20 && c.unicode() < 0x7f;
+    });
+}
+
+} // namespace
+
 void KestroHost::handleMessage(const QStringList& message) {
     if (message.isEmpty())
         return;
@@ -168,9 +181,12 @@ void KestroHost::handleMessage(const QStringList& message) {
         openURL(message.at(1), RequestOrigin::user);
     else if (command == QLatin1String("open-link") && message.size() >= 2)
         openURL(message.at(1), RequestOrigin::link);
-    else if (command == QLatin1String("show"))
+    else if (command == QLatin1String("show")) {
+        // Qt's Wayland shell reads (and clears) the token when the window asks to be activated.
+        if (message.size() >= 2 && isActivationToken(message.at(1)))
+            qputenv("XDG_ACTIVATION_TOKEN", message.at(1).toLatin1());
         emit showRequested();
-    else if (command == QLatin1String("drain"))
+    } else if (command == QLatin1String("drain"))
         m_queueRunner->drain();
 }
 

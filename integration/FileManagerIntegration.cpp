@@ -49,8 +49,8 @@ bool writeFile(const QString& path, const QByteArray& bytes, QFileDevice::Permis
         DiagnosticLog::append(
             QStringLiteral("file manager integration: cannot write %1: %2").arg(path, file.errorString()));
         if (t_problems)
-            t_problems->append(
-                QCoreApplication::translate("FileManagerIntegration", "无法写入“%1”：%2").arg(path, file.errorString()));
+            t_problems->append(QCoreApplication::translate("FileManagerIntegration", "无法写入“%1”：%2")
+                                   .arg(path, file.errorString()));
         return false;
     }
     return true;
