@@ -83,7 +83,8 @@ private slots:
         const QString dangling = m_env->root() + QStringLiteral("/a/dangling");
         QVERIFY(QFile::link(gone, dangling));
         const QList<ScheduledDeletionItem> added = ScheduledDeletionStore::schedule(
-            {kept, gone, folder + QLatin1Char('/'), kept, QStringLiteral("relative.txt"), dangling}, 3600, noon);
+            {kept, gone, folder + QLatin1Char('/'), kept, QStringLiteral("relative.txt"), dangling}, 3600,
+            noon);
         QCOMPARE(pathsOf(added), QStringList({kept, folder, dangling}));
         QCOMPARE(ScheduledDeletionStore::items(), added);
         ScheduledDeletionStore::schedule({gone}, 3600, noon);
@@ -99,10 +100,14 @@ private slots:
     void aDottedPathActsOnTheLinkItself_data() {
         QTest::addColumn<QString>("actionID");
         QTest::addColumn<QString>("via");
-        QTest::newRow("rename through a folder") << "renameUppercase" << "deep/dir";
-        QTest::newRow("rename through a link") << "renameUppercase" << "link";
-        QTest::newRow("trash through a folder") << "scheduleDelete1Hour" << "deep/dir";
-        QTest::newRow("trash through a link") << "scheduleDelete1Hour" << "link";
+        QTest::newRow("rename through a folder") << "renameUppercase"
+                                                 << "deep/dir";
+        QTest::newRow("rename through a link") << "renameUppercase"
+                                               << "link";
+        QTest::newRow("trash through a folder") << "scheduleDelete1Hour"
+                                                << "deep/dir";
+        QTest::newRow("trash through a link") << "scheduleDelete1Hour"
+                                              << "link";
     }
     void aDottedPathActsOnTheLinkItself() {
         QFETCH(QString, actionID);
@@ -136,7 +141,8 @@ private slots:
         QCOMPARE(entry.value("deleteAt").toDateTime(), noon.addDays(30));
 
         QVariantList list = root->toList();
-        list.append(QVariantMap{{"id", "x"}, {"path", "/p"}, {"scheduledAt", "yesterday"}, {"deleteAt", noon}});
+        list.append(
+            QVariantMap{{"id", "x"}, {"path", "/p"}, {"scheduledAt", "yesterday"}, {"deleteAt", noon}});
         list.append(QStringLiteral("junk"));
         QVERIFY(PropertyListFile::write(ScheduledDeletionPersistence::fileURL(), list));
         QCOMPARE(pathsOf(ScheduledDeletionStore::items()), QStringList({file}));
@@ -144,7 +150,8 @@ private slots:
 
     void anUnreadableScheduleIsNeverReplaced() {
         const QString file = m_env->writeFile(QStringLiteral("f.txt"), "x");
-        const QString corrupt = m_env->writeFile(ScheduledDeletionPersistence::fileURL(), "<plist><array><dict>");
+        const QString corrupt =
+            m_env->writeFile(ScheduledDeletionPersistence::fileURL(), "<plist><array><dict>");
         QVERIFY_THROWS_EXCEPTION(std::exception, ScheduledDeletionStore::schedule({file}, 3600, noon));
         QVERIFY_THROWS_EXCEPTION(std::exception, ScheduledDeletionStore::cancel(QStringLiteral("any")));
         QVERIFY_THROWS_EXCEPTION(std::exception, perform("scheduleDelete1Hour", {file}));
@@ -228,7 +235,8 @@ private slots:
         QCOMPARE(readAll(victim), QByteArray("precious"));
         QCOMPARE(readAll(replaced), QByteArray("new"));
         for (const QString& path : {scheduled, replaced})
-            QVERIFY(m_env->logText().contains(QStringLiteral("scheduled deletion skipped changed path=") + path));
+            QVERIFY(
+                m_env->logText().contains(QStringLiteral("scheduled deletion skipped changed path=") + path));
         QVERIFY(ScheduledDeletionStore::items().isEmpty());
         if (!birth)
             QSKIP("this file system records no birth times: the inode-reuse case was not checked");
@@ -250,7 +258,8 @@ private slots:
         QCOMPARE(ScheduledDeletionStore::items(),
                  QList<ScheduledDeletionItem>({added.at(1), added.at(3), added.at(4)}));
         QVERIFY(m_env->logText().contains(
-            QStringLiteral("] scheduled deletion trash failed path=%1 error=trash refused %1\n").arg(paths.at(1))));
+            QStringLiteral("] scheduled deletion trash failed path=%1 error=trash refused %1\n")
+                .arg(paths.at(1))));
         QVERIFY(m_env->logText().contains(QStringLiteral("] scheduled deletion stopped on request")));
 
         FakePlatform::trash().refused.clear();
