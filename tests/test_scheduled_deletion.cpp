@@ -19,7 +19,6 @@
 #include <QtTest>
 
 #include <atomic>
-#include <sys/stat.h>
 
 namespace {
 const QDateTime noon(QDate(2030, 5, 1), QTime(12, 0), QTimeZone::utc());
@@ -62,7 +61,7 @@ private slots:
         QFETCH(QString, actionID);
         QFETCH(qint64, seconds);
         QFETCH(QString, logged);
-        const QString file = m_env->writeFile(QStringLiteral("files/报告 \"final\".txt"), "x");
+        const QString file = m_env->writeFile("files/报告 \"final\".txt", "x");
         ScheduledDeletionStore::schedule({file}, 60, noon);
         const QDateTime before = QDateTime::currentDateTimeUtc().addSecs(-1);
         perform(actionID, {file});
@@ -71,20 +70,19 @@ private slots:
         QVERIFY(items[0].scheduledAt >= before && items[0].scheduledAt <= QDateTime::currentDateTimeUtc());
         QCOMPARE(items[0].scheduledAt.secsTo(items[0].deleteAt), seconds);
         QVERIFY(m_env->logText().contains(
-            QStringLiteral("] scheduled deletion interval=%1 paths=[\"%2\"]\n").arg(logged, file)));
+            QString("] scheduled deletion interval=%1 paths=[\"%2\"]\n").arg(logged, file)));
         QCOMPARE(readAll(file), QByteArray("x"));
         QVERIFY(FakePlatform::trash().trashed.isEmpty());
     }
 
     void onlyExistingAbsoluteItemsAreScheduledOnce() {
-        const QString kept = m_env->writeFile(QStringLiteral("a/-leading dash"), "x");
-        const QString folder = m_env->makeFolder(QStringLiteral("a/folder\nwith newline"));
-        const QString gone = m_env->root() + QStringLiteral("/a/gone.txt");
-        const QString dangling = m_env->root() + QStringLiteral("/a/dangling");
+        const QString kept = m_env->writeFile("a/-leading dash", "x");
+        const QString folder = m_env->makeFolder("a/folder\nwith newline");
+        const QString gone = m_env->root() + "/a/gone.txt";
+        const QString dangling = m_env->root() + "/a/dangling";
         QVERIFY(QFile::link(gone, dangling));
         const QList<ScheduledDeletionItem> added = ScheduledDeletionStore::schedule(
-            {kept, gone, folder + QLatin1Char('/'), kept, QStringLiteral("relative.txt"), dangling}, 3600,
-            noon);
+            {kept, gone, folder + QLatin1Char('/'), kept, "relative.txt", dangling}, 3600, noon);
         QCOMPARE(pathsOf(added), QStringList({kept, folder, dangling}));
         QCOMPARE(ScheduledDeletionStore::items(), added);
         ScheduledDeletionStore::schedule({gone}, 3600, noon);
@@ -112,71 +110,52 @@ private slots:
     void aDottedPathActsOnTheLinkItself() {
         QFETCH(QString, actionID);
         QFETCH(QString, via);
-        const QString deep = m_env->makeFolder(QStringLiteral("deep/dir"));
-        m_env->writeFile(QStringLiteral("deep/target.txt"), "kept");
-        QVERIFY(QFile::link(QStringLiteral("target.txt"), m_env->root() + QStringLiteral("/deep/alink")));
-        QVERIFY(QFile::link(deep, m_env->root() + QStringLiteral("/link")));
-        perform(actionID, {m_env->root() + QLatin1Char('/') + via + QStringLiteral("/../alink")});
+        const QString deep = m_env->makeFolder("deep/dir");
+        m_env->writeFile("deep/target.txt", "kept");
+        QVERIFY(QFile::link("target.txt", m_env->root() + "/deep/alink"));
+        QVERIFY(QFile::link(deep, m_env->root() + "/link"));
+        perform(actionID, {m_env->root() + QLatin1Char('/') + via + "/../alink"});
         processAt(QDateTime::currentDateTimeUtc().addDays(1));
-        const QString folder = m_env->root() + QStringLiteral("/deep");
+        const QString folder = m_env->root() + "/deep";
         if (actionID.startsWith(QLatin1String("rename"))) {
             QCOMPARE(namesIn(folder), (QStringList{"ALINK", "dir", "target.txt"}));
-            QVERIFY(QFileInfo(folder + QStringLiteral("/ALINK")).isSymLink());
+            QVERIFY(QFileInfo(folder + "/ALINK").isSymLink());
         } else {
-            QCOMPARE(FakePlatform::trash().trashed, QStringList{folder + QStringLiteral("/alink")});
+            QCOMPARE(FakePlatform::trash().trashed, QStringList{folder + "/alink"});
         }
-        QCOMPARE(readAll(folder + QStringLiteral("/target.txt")), QByteArray("kept"));
+        QCOMPARE(readAll(folder + "/target.txt"), QByteArray("kept"));
     }
 
-    void theFileKeepsIdentitiesAndSurvivesMalformedEntries() {
-        const QString file = m_env->writeFile(QStringLiteral("f.txt"), "x");
+    // An entry of the wrong shape is dropped; the good one is kept.
+    void malformedEntriesAreDropped() {
+        const QString file = m_env->writeFile("f.txt", "x");
         ScheduledDeletionStore::schedule({file}, 30.0 * 24 * 3600, noon);
-        const std::optional<QVariant> root = PropertyListFile::read(ScheduledDeletionPersistence::fileURL());
-        QVERIFY(root);
-        const QVariantMap entry = root->toList().value(0).toMap();
-        struct stat status {};
-        QCOMPARE(::lstat(QFile::encodeName(file).constData(), &status), 0);
-        QCOMPARE(entry.value("device").toULongLong(), quint64(status.st_dev));
-        QCOMPARE(entry.value("inode").toULongLong(), quint64(status.st_ino));
-        QCOMPARE(entry.value("deleteAt").toDateTime(), noon.addDays(30));
-
-        QVariantList list = root->toList();
-        list.append(
-            QVariantMap{{"id", "x"}, {"path", "/p"}, {"scheduledAt", "yesterday"}, {"deleteAt", noon}});
-        list.append(QStringLiteral("junk"));
+        QVariantList list = PropertyListFile::read(ScheduledDeletionPersistence::fileURL())->toList();
+        QCOMPARE(list.value(0).toMap().value("deleteAt").toDateTime(), noon.addDays(30));
+        list << QVariantMap{{"id", "x"}, {"path", "/p"}, {"scheduledAt", "yesterday"}, {"deleteAt", noon}}
+             << "junk";
         QVERIFY(PropertyListFile::write(ScheduledDeletionPersistence::fileURL(), list));
         QCOMPARE(pathsOf(ScheduledDeletionStore::items()), QStringList({file}));
     }
 
     void anUnreadableScheduleIsNeverReplaced() {
-        const QString file = m_env->writeFile(QStringLiteral("f.txt"), "x");
+        const QString file = m_env->writeFile("f.txt", "x");
         const QString corrupt =
             m_env->writeFile(ScheduledDeletionPersistence::fileURL(), "<plist><array><dict>");
         QVERIFY_THROWS_EXCEPTION(std::exception, ScheduledDeletionStore::schedule({file}, 3600, noon));
-        QVERIFY_THROWS_EXCEPTION(std::exception, ScheduledDeletionStore::cancel(QStringLiteral("any")));
+        QVERIFY_THROWS_EXCEPTION(std::exception, ScheduledDeletionStore::cancel("any"));
         QVERIFY_THROWS_EXCEPTION(std::exception, perform("scheduleDelete1Hour", {file}));
         processAt(noon.addYears(1));
         QCOMPARE(readAll(corrupt), QByteArray("<plist><array><dict>"));
-        QVERIFY(m_env->logText().contains(QStringLiteral("] scheduled deletion failed: ")));
+        QVERIFY(m_env->logText().contains("] scheduled deletion failed: "));
         QVERIFY(FakePlatform::trash().trashed.isEmpty());
     }
 
-    void cancelDropsOnlyThatEntry() {
-        const QString a = m_env->writeFile(QStringLiteral("a"), "a");
-        const QString b = m_env->writeFile(QStringLiteral("b"), "b");
-        const QList<ScheduledDeletionItem> added = ScheduledDeletionStore::schedule({a, b}, 3600, noon);
-        ScheduledDeletionStore::cancel(QStringLiteral("not-an-id"));
-        QCOMPARE(ScheduledDeletionStore::items(), added);
-        ScheduledDeletionStore::cancel(added[0].id);
-        QCOMPARE(ScheduledDeletionStore::items(), QList<ScheduledDeletionItem>({added[1]}));
-        QCOMPARE(readAll(a), QByteArray("a"));
-    }
-
     void aRunTrashesWhatIsDueAndReportsIt() {
-        const QString due = m_env->writeFile(QStringLiteral("due"), "d");
-        const QString exact = m_env->writeFile(QStringLiteral("exact"), "e");
-        const QString later = m_env->writeFile(QStringLiteral("later"), "l");
-        const QString vanished = m_env->writeFile(QStringLiteral("vanished"), "v");
+        const QString due = m_env->writeFile("due", "d");
+        const QString exact = m_env->writeFile("exact", "e");
+        const QString later = m_env->writeFile("later", "l");
+        const QString vanished = m_env->writeFile("vanished", "v");
         ScheduledDeletionStore::schedule({due, vanished}, 3600, noon.addSecs(-7200));
         ScheduledDeletionStore::schedule({exact}, 3600, noon.addSecs(-3600)); // due at noon exactly
         const QList<ScheduledDeletionItem> pending =
@@ -192,15 +171,15 @@ private slots:
         processAt(noon, &progress);
         QCOMPARE(FakePlatform::trash().trashed, QStringList({due, exact}));
         QCOMPARE(ScheduledDeletionStore::items(), pending);
-        QCOMPARE(progress.titles, QStringList({QStringLiteral("定时清理")}));
+        QCOMPARE(progress.titles, QStringList({"定时清理"}));
         QCOMPARE(progress.finishedCount, 1);
         QVERIFY(progress.isMonotonic() && progress.itemsTotalIs(3));
         QCOMPARE(progress.states.constLast().itemsDone, qint64(3));
         QCOMPARE(progress.itemsInHand(), QStringList({due, vanished, exact}));
         const QString log = m_env->logText();
-        QVERIFY(log.contains(QStringLiteral("] scheduled deletion moved to trash path=%1\n").arg(exact)));
-        QVERIFY(log.contains(QStringLiteral("] scheduled deletion skipped missing path=%1\n").arg(vanished)));
-        QVERIFY(!log.contains(QStringLiteral("path=%1\n").arg(later)));
+        QVERIFY(log.contains(QString("] scheduled deletion moved to trash path=%1\n").arg(exact)));
+        QVERIFY(log.contains(QString("] scheduled deletion skipped missing path=%1\n").arg(vanished)));
+        QVERIFY(!log.contains(QString("path=%1\n").arg(later)));
         processAt(noon);
         QCOMPARE(FakePlatform::trash().trashed, QStringList({due, exact}));
     }
@@ -208,16 +187,16 @@ private slots:
     // Something else under the scheduled path (a link on the way, a new file, a new file that got the old
     // one's inode number) is not what the user chose: it is skipped and the entry settled.
     void onlyTheObjectThatWasScheduledIsTrashed() {
-        const QString shared = m_env->makeFolder(QStringLiteral("shared"));
-        const QString scheduled = m_env->writeFile(QStringLiteral("shared/project/notes.txt"), "old");
-        const QString replaced = m_env->writeFile(QStringLiteral("shared/replaced.txt"), "old");
-        const QString reborn = m_env->writeFile(QStringLiteral("shared/reborn.txt"), "old");
-        const QString victim = m_env->writeFile(QStringLiteral("home/Documents/notes.txt"), "precious");
-        const QString kept = m_env->writeFile(QStringLiteral("shared/kept.txt"), "kept");
+        const QString shared = m_env->makeFolder("shared");
+        const QString scheduled = m_env->writeFile("shared/project/notes.txt", "old");
+        const QString replaced = m_env->writeFile("shared/replaced.txt", "old");
+        const QString reborn = m_env->writeFile("shared/reborn.txt", "old");
+        const QString victim = m_env->writeFile("home/Documents/notes.txt", "precious");
+        const QString kept = m_env->writeFile("shared/kept.txt", "kept");
         ScheduledDeletionStore::schedule({scheduled, replaced, reborn, kept}, 3600, noon);
 
-        QVERIFY(QDir(shared + QStringLiteral("/project")).removeRecursively());
-        QVERIFY(QFile::link(QFileInfo(victim).path(), shared + QStringLiteral("/project")));
+        QVERIFY(QDir(shared + "/project").removeRecursively());
+        QVERIFY(QFile::link(QFileInfo(victim).path(), shared + "/project"));
         QVERIFY(QFile::remove(replaced));
         m_env->writeFile(replaced, "new");
         // The same device and inode number, born at another moment: what a file system hands the next file.
@@ -225,7 +204,7 @@ private slots:
         QVariantMap entry = list[2].toMap();
         QCOMPARE(entry.value("path").toString(), reborn);
         const qint64 birth = entry.value("birth").toLongLong();
-        entry.insert(QStringLiteral("birth"), birth + 1);
+        entry.insert("birth", birth + 1);
         list[2] = entry;
         QVERIFY(PropertyListFile::write(ScheduledDeletionPersistence::fileURL(), list));
 
@@ -235,8 +214,7 @@ private slots:
         QCOMPARE(readAll(victim), QByteArray("precious"));
         QCOMPARE(readAll(replaced), QByteArray("new"));
         for (const QString& path : {scheduled, replaced})
-            QVERIFY(
-                m_env->logText().contains(QStringLiteral("scheduled deletion skipped changed path=") + path));
+            QVERIFY(m_env->logText().contains("scheduled deletion skipped changed path=" + path));
         QVERIFY(ScheduledDeletionStore::items().isEmpty());
         if (!birth)
             QSKIP("this file system records no birth times: the inode-reuse case was not checked");
@@ -247,7 +225,7 @@ private slots:
     void aStoppedOrRefusedRunLeavesTheRestScheduled() {
         QStringList paths;
         for (const char* name : {"1", "2 refused", "3", "4", "5"})
-            paths.append(m_env->writeFile(QStringLiteral("files/") + QLatin1String(name), name));
+            paths.append(m_env->writeFile("files/" + QLatin1String(name), name));
         const QList<ScheduledDeletionItem> added = ScheduledDeletionStore::schedule(paths, 3600, noon);
         FakePlatform::trash().refused = QStringList({paths.at(1)});
         RecordingProgress progress;
@@ -258,9 +236,8 @@ private slots:
         QCOMPARE(ScheduledDeletionStore::items(),
                  QList<ScheduledDeletionItem>({added.at(1), added.at(3), added.at(4)}));
         QVERIFY(m_env->logText().contains(
-            QStringLiteral("] scheduled deletion trash failed path=%1 error=trash refused %1\n")
-                .arg(paths.at(1))));
-        QVERIFY(m_env->logText().contains(QStringLiteral("] scheduled deletion stopped on request")));
+            QString("] scheduled deletion trash failed path=%1 error=trash refused %1\n").arg(paths.at(1))));
+        QVERIFY(m_env->logText().contains("] scheduled deletion stopped on request"));
 
         FakePlatform::trash().refused.clear();
         processAt(noon.addSecs(7200));
@@ -270,9 +247,10 @@ private slots:
     }
 
     void theListFollowsChanges() {
-        const QString a = m_env->writeFile(QStringLiteral("a"), "a");
-        const QString b = m_env->writeFile(QStringLiteral("b"), "b");
+        const QString a = m_env->writeFile("a", "a");
+        const QString b = m_env->writeFile("b", "b");
         ScheduledDeletionStore::schedule({a}, 7 * 24 * 3600, noon);
+        ScheduledDeletionStore::cancel("not-an-id");
         ScheduledDeletionListStore list;
         QSignalSpy changed(&list, &ScheduledDeletionListStore::itemsChanged);
         perform("scheduleDelete1Hour", {b});
@@ -282,17 +260,18 @@ private slots:
         list.cancel(list.items()[0]);
         QTRY_VERIFY(!changed.isEmpty());
         QCOMPARE(pathsOf(list.items()), QStringList({a}));
+        QCOMPARE(readAll(b), QByteArray("b"));
 
         QFile::remove(ScheduledDeletionPersistence::fileURL());
         m_env->writeFile(ScheduledDeletionPersistence::fileURL(), "not a property list");
         list.cancel(list.items()[0]);
-        QVERIFY(m_env->logText().contains(QStringLiteral("] scheduled deletion cancel failed: ")));
+        QVERIFY(m_env->logText().contains("] scheduled deletion cancel failed: "));
         QCOMPARE(readAll(ScheduledDeletionPersistence::fileURL()), QByteArray("not a property list"));
     }
 
     // Runs on a thread of its own, again and again, reporting to the reporter it is given.
     void theRunnerRepeatsOnItsOwnThread() {
-        const QString first = m_env->writeFile(QStringLiteral("first"), "1");
+        const QString first = m_env->writeFile("first", "1");
         ScheduledDeletionStore::schedule({first}, 3600, noon);
         std::atomic<int> runs = 0;
         std::atomic<QThread*> ranOn = nullptr;
@@ -315,13 +294,13 @@ private slots:
         runner.start();
         QTRY_VERIFY(runs.load() >= 1);
         QVERIFY(ranOn.load() != QThread::currentThread());
-        const QString second = m_env->writeFile(QStringLiteral("second"), "2");
+        const QString second = m_env->writeFile("second", "2");
         ScheduledDeletionStore::schedule({second}, 3600, noon);
         const int seen = runs.load();
         QTRY_VERIFY(runs.load() >= seen + 2);
         runner.stop();
         QCOMPARE(FakePlatform::trash().trashed, QStringList({first, second}));
-        QCOMPARE(onRunner.titles, QStringList({QStringLiteral("定时清理"), QStringLiteral("定时清理")}));
+        QCOMPARE(onRunner.titles, QStringList({"定时清理", "定时清理"}));
         QVERIFY(onThisThread.titles.isEmpty());
     }
 
