@@ -58,9 +58,8 @@ QString unpackError(const QString& archive, ArchiveExtractionMode mode) {
     const auto error = failureOf<FinderActionExecutionError>([&] { unpack(archive, mode); });
     if (!error)
         return {};
-    return error->errorCase() == FinderActionExecutionError::Case::commandFailed
-               ? error->errorDescription()
-               : QStringLiteral("wrong case");
+    return error->errorCase() == FinderActionExecutionError::Case::commandFailed ? error->errorDescription()
+                                                                                 : "wrong case";
 }
 
 } // namespace
@@ -71,7 +70,7 @@ class TestArchiveActions : public QObject {
 private slots:
     void init() {
         QVERIFY(resetQuietEnvironment(m_env));
-        m_folder = m_env->makeFolder(QStringLiteral("user"));
+        m_folder = m_env->makeFolder("user");
     }
     void cleanup() { m_env.reset(); }
 
@@ -174,7 +173,7 @@ private slots:
         QFETCH(QStringList, arguments);
         if (QStandardPaths::findExecutable(program).isEmpty())
             QSKIP(qPrintable(program + " is missing: run scripts/install-dependencies"));
-        const QString source = m_env->makeFolder(QStringLiteral("source"));
+        const QString source = m_env->makeFolder("source");
         m_env->writeFile(source + "/photos/a 图.txt", "first");
         m_env->writeFile(source + "/b.txt", QByteArray(100000, 'b'));
         // Whole, even seconds (as ZIP's old time field keeps them) come back.
@@ -210,7 +209,7 @@ private slots:
         QTest::addColumn<QString>("format");
         QTest::addColumn<QList<Entry>>("entries");
         QTest::addColumn<QString>("reason");
-        const QString outside = QStringLiteral("指向解压文件夹之外");
+        const QString outside = "指向解压文件夹之外";
         const Entry plain = file("plain.txt", "harmless");
         QTest::newRow("absolute zip") << "zip" << QList{plain, file("/tmp/kestro-evil.txt", "x")} << outside;
         QTest::newRow("absolute tar") << "tar" << QList{plain, file("/tmp/kestro-evil.txt", "x")} << outside;
@@ -230,7 +229,7 @@ private slots:
             << outside;
         QTest::newRow("through a link")
             << "tar" << QList{folder("sub"), symbolicLink("l", "sub"), file("l/evil.txt", "x")}
-            << QStringLiteral("要经过符号链接写入");
+            << "要经过符号链接写入";
         QTest::newRow("outward hard link")
             << "tar" << QList{plain, hardLink("h", "../outside.txt")} << outside;
         QTest::newRow("hard link to a link")
@@ -238,7 +237,7 @@ private slots:
             << QList{folder("a"), folder("a/b"), symbolicLink("a/b/l", "../.."), hardLink("h", "a/b/l"),
                      file("h/evil.txt", "x")}
             << outside;
-        QTest::newRow("pipe") << "tar" << QList{plain, namedPipe("fifo")} << QStringLiteral("特殊文件");
+        QTest::newRow("pipe") << "tar" << QList{plain, namedPipe("fifo")} << "特殊文件";
         // Deeper than a process may hold descriptors: the refused archive's folder still goes entirely.
         QTest::newRow("deep, then refused")
             << "tar" << QList{file(QString("d/").repeated(1500) + "f", "deep"), file("/evil.txt", "x")}

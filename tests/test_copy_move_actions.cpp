@@ -104,67 +104,64 @@ private slots:
     void cleanup() { m_env.reset(); }
 
     void takenNamesGetTheNextFreeOne() {
-        const QString destination = m_env->makeFolder(QStringLiteral("dst"));
+        const QString destination = m_env->makeFolder("dst");
         for (const char* taken : {"a.txt", "a 2.txt", "a.tar.gz", "Photos/old.jpg"})
             m_env->writeFile(destination + QLatin1Char('/') + QLatin1String(taken), taken);
-        const QString a = m_env->writeFile(QStringLiteral("src/a.txt"), "new a");
-        const QString tar = m_env->writeFile(QStringLiteral("src/a.tar.gz"), "new tar");
-        const QString photos = m_env->makeFolder(QStringLiteral("src/Photos"));
-        m_env->writeFile(photos + QStringLiteral("/p.jpg"), "jpg");
-        const QString odd = m_env->writeFile(QStringLiteral("src/-it's \"odd\"\n报告"), "odd");
+        const QString a = m_env->writeFile("src/a.txt", "new a");
+        const QString tar = m_env->writeFile("src/a.tar.gz", "new tar");
+        const QString photos = m_env->makeFolder("src/Photos");
+        m_env->writeFile(photos + "/p.jpg", "jpg");
+        const QString odd = m_env->writeFile("src/-it's \"odd\"\n报告", "odd");
 
-        QCOMPARE(fileNames(perform(QStringLiteral("copyFilesToFolder"), {a, tar, photos, odd}, destination)),
+        QCOMPARE(fileNames(perform("copyFilesToFolder", {a, tar, photos, odd}, destination)),
                  (QStringList{"a 3.txt", "a.tar 2.gz", "Photos 2", "-it's \"odd\"\n报告"}));
-        QCOMPARE(readAll(destination + QStringLiteral("/a 3.txt")), QByteArray("new a"));
-        QCOMPARE(readAll(destination + QStringLiteral("/Photos 2/p.jpg")), QByteArray("jpg"));
-        QCOMPARE(readAll(destination + QStringLiteral("/a.txt")), QByteArray("a.txt"));
-        QCOMPARE(readAll(destination + QStringLiteral("/a.tar.gz")), QByteArray("a.tar.gz"));
+        QCOMPARE(readAll(destination + "/a 3.txt"), QByteArray("new a"));
+        QCOMPARE(readAll(destination + "/Photos 2/p.jpg"), QByteArray("jpg"));
+        QCOMPARE(readAll(destination + "/a.txt"), QByteArray("a.txt"));
+        QCOMPARE(readAll(destination + "/a.tar.gz"), QByteArray("a.tar.gz"));
         QVERIFY(FakePlatform::workspace().selections.isEmpty());
 
         // Beside the original, and revealed when the preference says so.
         setRevealResults(true);
-        const QStringList first = perform(QStringLiteral("copyBesideOriginal"), {tar, photos});
-        const QStringList second = perform(QStringLiteral("copyBesideOriginal"), {tar});
+        const QStringList first = perform("copyBesideOriginal", {tar, photos});
+        const QStringList second = perform("copyBesideOriginal", {tar});
         QCOMPARE(fileNames(first + second), (QStringList{"a.tar copy.gz", "Photos copy", "a.tar copy 2.gz"}));
         QCOMPARE(readAll(second[0]), QByteArray("new tar"));
         QCOMPARE(FakePlatform::workspace().selections, (QList<QStringList>{first, second}));
 
-        const QString moved = m_env->makeFolder(QStringLiteral("moved"));
-        QCOMPARE(fileNames(perform(QStringLiteral("moveFilesToPath"), {odd, a}, moved)),
+        const QString moved = m_env->makeFolder("moved");
+        QCOMPARE(fileNames(perform("moveFilesToPath", {odd, a}, moved)),
                  (QStringList{"-it's \"odd\"\n报告", "a.txt"}));
-        QCOMPARE(readAll(moved + QStringLiteral("/-it's \"odd\"\n报告")), QByteArray("odd"));
+        QCOMPARE(readAll(moved + "/-it's \"odd\"\n报告"), QByteArray("odd"));
         QVERIFY(!QFileInfo::exists(odd) && !QFileInfo::exists(a));
     }
 
     void standardFoldersTheChooserAndANewFolder() {
-        const QString documents = m_env->makeFolder(QStringLiteral("home/Documents"));
-        const QString desktop = m_env->makeFolder(QStringLiteral("home/Desktop"));
-        const QString chosen = m_env->makeFolder(QStringLiteral("chosen"));
-        const QString file = m_env->writeFile(QStringLiteral("work/f.txt"), "f");
-        QCOMPARE(perform(QStringLiteral("copyFilesToDocuments"), {file}), QStringList{documents + "/f.txt"});
+        const QString documents = m_env->makeFolder("home/Documents");
+        const QString desktop = m_env->makeFolder("home/Desktop");
+        const QString chosen = m_env->makeFolder("chosen");
+        const QString file = m_env->writeFile("work/f.txt", "f");
+        QCOMPARE(perform("copyFilesToDocuments", {file}), QStringList{documents + "/f.txt"});
         FakePlatform::prompts().directoryAnswers = {chosen, std::nullopt};
-        perform(QStringLiteral("copyFilesToFolder"), {file});
-        const auto cancelled = failureOf<FinderActionExecutionError>(
-            [&] { perform(QStringLiteral("moveFilesToFolder"), {file}); });
+        perform("copyFilesToFolder", {file});
+        const auto cancelled =
+            failureOf<FinderActionExecutionError>([&] { perform("moveFilesToFolder", {file}); });
         QVERIFY(cancelled && cancelled->errorCase() == FinderActionExecutionError::Case::noSelection);
-        QCOMPARE(FakePlatform::prompts().asked,
-                 (QStringList{QStringLiteral("复制"), QStringLiteral("移动")}));
+        QCOMPARE(FakePlatform::prompts().asked, (QStringList{"复制", "移动"}));
         QCOMPARE(namesIn(chosen), QStringList{"f.txt"});
 
         setRevealResults(true);
-        const QString sub = m_env->makeFolder(QStringLiteral("work/sub"));
-        const QString elsewhere = m_env->writeFile(QStringLiteral("other/f.txt"), "other");
-        const QStringList gathered =
-            perform(QStringLiteral("moveSelectionToNewFolder"), {file, sub, elsewhere});
-        QCOMPARE(gathered, QStringList{m_env->root() + QStringLiteral("/work/New Folder With Items")});
+        const QString sub = m_env->makeFolder("work/sub");
+        const QString elsewhere = m_env->writeFile("other/f.txt", "other");
+        const QStringList gathered = perform("moveSelectionToNewFolder", {file, sub, elsewhere});
+        QCOMPARE(gathered, QStringList{m_env->root() + "/work/New Folder With Items"});
         QCOMPARE(namesIn(gathered[0]), (QStringList{"f 2.txt", "f.txt", "sub"}));
-        QCOMPARE(readAll(gathered[0] + QStringLiteral("/f 2.txt")), QByteArray("other"));
-        const QString b = m_env->writeFile(QStringLiteral("work/b.txt"), "b");
-        QCOMPARE(fileNames(perform(QStringLiteral("moveSelectionToNewFolder"), {b})),
-                 QStringList{"New Folder With Items 2"});
-        QCOMPARE(fileNames(perform(QStringLiteral("moveFilesToDesktop"), {gathered[0]})),
+        QCOMPARE(readAll(gathered[0] + "/f 2.txt"), QByteArray("other"));
+        const QString b = m_env->writeFile("work/b.txt", "b");
+        QCOMPARE(fileNames(perform("moveSelectionToNewFolder", {b})), QStringList{"New Folder With Items 2"});
+        QCOMPARE(fileNames(perform("moveFilesToDesktop", {gathered[0]})),
                  QStringList{"New Folder With Items"});
-        QVERIFY(QFileInfo(desktop + QStringLiteral("/New Folder With Items/sub")).isDir());
+        QVERIFY(QFileInfo(desktop + "/New Folder With Items/sub").isDir());
         QCOMPARE(FakePlatform::workspace().selections.size(), 3);
     }
 
@@ -193,19 +190,19 @@ private slots:
         QFETCH(QStringList, selection);
         QFETCH(QString, destination);
         QFETCH(int, errorCase);
-        m_env->writeFile(QStringLiteral("src/a.txt"), "a");
-        m_env->makeFolder(QStringLiteral("dst"));
+        m_env->writeFile("src/a.txt", "a");
+        m_env->makeFolder("dst");
         QStringList paths;
         for (const QString& name : selection)
-            paths << m_env->root() + QStringLiteral("/src/") + name;
+            paths << m_env->root() + "/src/" + name;
         const std::optional<QString> target =
             destination.isEmpty() ? std::nullopt
                                   : std::optional(m_env->root() + QLatin1Char('/') + destination);
         const auto error = failureOf<FinderActionExecutionError>([&] { perform(actionID, paths, target); });
         QVERIFY(error);
         QCOMPARE(int(error->errorCase()), errorCase);
-        QCOMPARE(namesIn(m_env->root() + QStringLiteral("/dst")), QStringList());
-        QCOMPARE(namesIn(m_env->root() + QStringLiteral("/src")), QStringList{"a.txt"});
+        QCOMPARE(namesIn(m_env->root() + "/dst"), QStringList());
+        QCOMPARE(namesIn(m_env->root() + "/src"), QStringList{"a.txt"});
     }
 
     // "Into itself" is judged by folders, not by text: a sibling whose name begins the same is elsewhere.
@@ -230,9 +227,9 @@ private slots:
         QFETCH(QString, actionID);
         QFETCH(QString, destination);
         QFETCH(bool, refused);
-        const QString photos = m_env->makeFolder(QStringLiteral("Photos/sub"));
-        m_env->makeFolder(QStringLiteral("Photos 2024"));
-        QVERIFY(QFile::link(QFileInfo(photos).path(), m_env->root() + QStringLiteral("/link")));
+        const QString photos = m_env->makeFolder("Photos/sub");
+        m_env->makeFolder("Photos 2024");
+        QVERIFY(QFile::link(QFileInfo(photos).path(), m_env->root() + "/link"));
         const QString source = QFileInfo(photos).path();
         const QString text =
             failureText([&] { perform(actionID, {source}, m_env->root() + QLatin1Char('/') + destination); });
@@ -240,31 +237,30 @@ private slots:
         if (refused)
             QVERIFY(names(text, {source}));
         QCOMPARE(QFileInfo::exists(photos), refused || actionID.startsWith(QLatin1String("copy")));
-        QCOMPARE(namesIn(m_env->root() + QStringLiteral("/Photos 2024")),
-                 refused ? QStringList() : QStringList{"Photos"});
+        QCOMPARE(namesIn(m_env->root() + "/Photos 2024"), refused ? QStringList() : QStringList{"Photos"});
     }
 
     // A pipe cannot be copied: the items before it stay, the tree it sits in never appears, nothing moves.
     void aFailureKeepsEarlierResultsAndLeavesNothingHalfMade() {
         setRevealResults(true);
-        const QString first = m_env->writeFile(QStringLiteral("src/first.txt"), "1");
-        const QString tree = m_env->makeFolder(QStringLiteral("src/Tree/sub"));
-        m_env->writeFile(tree + QStringLiteral("/b.txt"), "b");
-        QCOMPARE(::mkfifo(QFile::encodeName(tree + QStringLiteral("/pipe")).constData(), 0600), 0);
-        const QString last = m_env->writeFile(QStringLiteral("src/last.txt"), "3");
-        const QString destination = m_env->makeFolder(QStringLiteral("dst"));
+        const QString first = m_env->writeFile("src/first.txt", "1");
+        const QString tree = m_env->makeFolder("src/Tree/sub");
+        m_env->writeFile(tree + "/b.txt", "b");
+        QCOMPARE(::mkfifo(QFile::encodeName(tree + "/pipe").constData(), 0600), 0);
+        const QString last = m_env->writeFile("src/last.txt", "3");
+        const QString destination = m_env->makeFolder("dst");
         const QString treeTop = QFileInfo(tree).path();
         QVERIFY(names(failureText([&] {
-                          perform(QStringLiteral("copyFilesToFolder"), {first, treeTop, last}, destination);
+                          perform("copyFilesToFolder", {first, treeTop, last}, destination);
                       }),
-                      {tree + QStringLiteral("/pipe")}));
+                      {tree + "/pipe"}));
         QCOMPARE(namesIn(destination), QStringList{"first.txt"});
-        QCOMPARE(readAll(tree + QStringLiteral("/b.txt")), QByteArray("b"));
+        QCOMPARE(readAll(tree + "/b.txt"), QByteArray("b"));
         QVERIFY(QFileInfo::exists(last));
         QVERIFY(FakePlatform::workspace().selections.isEmpty());
 
         // A taken target is never replaced, by a copy or by a move.
-        const QString taken = m_env->writeFile(QStringLiteral("dst/last.txt"), "old");
+        const QString taken = m_env->writeFile("dst/last.txt", "old");
         QVERIFY_THROWS_EXCEPTION(PlatformError, FileTransfer::copy(last, taken));
         QVERIFY_THROWS_EXCEPTION(PlatformError, FileTransfer::move(last, taken));
         QCOMPARE(readAll(taken), QByteArray("old"));
@@ -272,15 +268,14 @@ private slots:
     }
 
     void aReadOnlyDestinationIsAClearErrorForAnOrdinaryUser() {
-        const QString file = m_env->writeFile(QStringLiteral("src/f \"1\".txt"), "f");
-        const QString destination = m_env->makeFolder(QStringLiteral("locked 只读"));
+        const QString file = m_env->writeFile("src/f \"1\".txt", "f");
+        const QString destination = m_env->makeFolder("locked 只读");
         QVERIFY(::chmod(QFile::encodeName(destination).constData(), 0555) == 0);
-        for (const QString& actionID :
-             {QStringLiteral("copyFilesToFolder"), QStringLiteral("moveFilesToFolder")}) {
+        for (const QString& actionID : {"copyFilesToFolder", "moveFilesToFolder"}) {
             QString skipReason;
             const auto run = KestroProcess::runUnprivileged(
-                {QStringLiteral("--perform"), kestroActionURL(actionID, {file}, std::nullopt, destination)},
-                m_env->root(), &skipReason);
+                {"--perform", kestroActionURL(actionID, {file}, std::nullopt, destination)}, m_env->root(),
+                &skipReason);
             if (!run)
                 QSKIP(qPrintable(skipReason));
             QVERIFY2(run->exitCode != 0 && names(QString::fromUtf8(run->standardError), {file}),
@@ -294,30 +289,28 @@ private slots:
     // What `cp -a` keeps, item by item: links as links (dangling too), modes, times, empty and read-only
     // folders, awkward names; a move on one file system is a rename of the same folder.
     void anItemIsCopiedWhole() {
-        const QString source = m_env->makeFolder(QStringLiteral("src/Project/empty"));
+        const QString source = m_env->makeFolder("src/Project/empty");
         const QString project = QFileInfo(source).path();
         for (const char* name : {"blank name.txt", "it's \"quoted\".md", "-rf", "line\nbreak", ".hidden"})
             m_env->writeFile(project + QLatin1Char('/') + QString::fromUtf8(name), name);
-        m_env->writeFile(project + QStringLiteral("/deep/er/file.bin"), QByteArray(300000, '\x5a'));
-        QVERIFY(QFile::link(QStringLiteral("deep/er"), project + QStringLiteral("/relative link")));
-        QVERIFY(QFile::link(QStringLiteral("/nonexistent/target"), project + QStringLiteral("/dangling")));
-        QCOMPARE(::chmod(QFile::encodeName(project + QStringLiteral("/-rf")).constData(), 0751), 0);
+        m_env->writeFile(project + "/deep/er/file.bin", QByteArray(300000, '\x5a'));
+        QVERIFY(QFile::link("deep/er", project + "/relative link"));
+        QVERIFY(QFile::link("/nonexistent/target", project + "/dangling"));
+        QCOMPARE(::chmod(QFile::encodeName(project + "/-rf").constData(), 0751), 0);
         const timespec past[2] = {{1000000000, 0}, {1000000000, 0}};
-        QCOMPARE(
-            ::utimensat(AT_FDCWD, QFile::encodeName(project + QStringLiteral("/-rf")).constData(), past, 0),
-            0);
-        QCOMPARE(::chmod(QFile::encodeName(project + QStringLiteral("/deep")).constData(), 0555), 0);
-        const QString destination = m_env->makeFolder(QStringLiteral("dst"));
+        QCOMPARE(::utimensat(AT_FDCWD, QFile::encodeName(project + "/-rf").constData(), past, 0), 0);
+        QCOMPARE(::chmod(QFile::encodeName(project + "/deep").constData(), 0555), 0);
+        const QString destination = m_env->makeFolder("dst");
 
-        FileTransfer::copy(project, destination + QStringLiteral("/Project copy"));
-        FileTransfer::copy(project + QStringLiteral("/relative link"), destination + QStringLiteral("/link"));
-        QCOMPARE(describeTree(destination + QStringLiteral("/Project copy")), describeTree(project));
-        QCOMPARE(linkText(destination + QStringLiteral("/link")), QStringLiteral("deep/er"));
+        FileTransfer::copy(project, destination + "/Project copy");
+        FileTransfer::copy(project + "/relative link", destination + "/link");
+        QCOMPARE(describeTree(destination + "/Project copy"), describeTree(project));
+        QCOMPARE(linkText(destination + "/link"), "deep/er");
         QCOMPARE(namesIn(destination), (QStringList{"Project copy", "link"}));
 
         const ino_t before = statusOf(project).st_ino;
-        FileTransfer::move(project, destination + QStringLiteral("/Project"));
-        QCOMPARE(statusOf(destination + QStringLiteral("/Project")).st_ino, before);
+        FileTransfer::move(project, destination + "/Project");
+        QCOMPARE(statusOf(destination + "/Project").st_ino, before);
         QVERIFY(!QFileInfo::exists(project));
     }
 
@@ -326,38 +319,38 @@ private slots:
     void keepsAttributesAclsHardLinksAndHoles_data() {
         QTest::addColumn<QString>("action");
         QTest::addColumn<bool>("otherFileSystem");
-        QTest::newRow("copy") << QStringLiteral("copyFilesToFolder") << false;
-        QTest::newRow("copy to tmpfs") << QStringLiteral("copyFilesToFolder") << true;
-        QTest::newRow("move to tmpfs") << QStringLiteral("moveFilesToFolder") << true;
+        QTest::newRow("copy") << "copyFilesToFolder" << false;
+        QTest::newRow("copy to tmpfs") << "copyFilesToFolder" << true;
+        QTest::newRow("move to tmpfs") << "moveFilesToFolder" << true;
     }
     void keepsAttributesAclsHardLinksAndHoles() {
         QFETCH(QString, action);
         QFETCH(bool, otherFileSystem);
-        QTemporaryDir shm(QStringLiteral("/dev/shm/kestro-test-XXXXXX"));
-        const QString destination = otherFileSystem ? shm.path() : m_env->makeFolder(QStringLiteral("dst"));
+        QTemporaryDir shm("/dev/shm/kestro-test-XXXXXX");
+        const QString destination = otherFileSystem ? shm.path() : m_env->makeFolder("dst");
         if (otherFileSystem &&
             (!shm.isValid() || statusOf(shm.path()).st_dev == statusOf(m_env->root()).st_dev))
             QSKIP("no second file system at /dev/shm");
-        const QString tree = m_env->makeFolder(QStringLiteral("src/Tree"));
-        const QString tagged = m_env->writeFile(tree + QStringLiteral("/tagged.txt"), "t");
-        const QString shared = m_env->makeFolder(QStringLiteral("src/Tree/shared"));
+        const QString tree = m_env->makeFolder("src/Tree");
+        const QString tagged = m_env->writeFile(tree + "/tagged.txt", "t");
+        const QString shared = m_env->makeFolder("src/Tree/shared");
         if (!setAttribute(tagged, "user.xdg.tags", "red,work"))
             QSKIP("this file system keeps no user attributes");
         QVERIFY(setAttribute(tagged, "system.posix_acl_access", aclGivingNobodyRead()));
         QVERIFY(setAttribute(shared, "user.xdg.comment", "notes"));
         QVERIFY(setAttribute(shared, "system.posix_acl_default", aclGivingNobodyRead()));
-        const QString a = m_env->writeFile(tree + QStringLiteral("/a"), "linked");
+        const QString a = m_env->writeFile(tree + "/a", "linked");
         QCOMPARE(::link(QFile::encodeName(a).constData(), QFile::encodeName(shared + "/b").constData()), 0);
         const int fd = ::open(QFile::encodeName(tree + "/disk.img").constData(), O_WRONLY | O_CREAT, 0644);
         QVERIFY(::pwrite(fd, "head", 4, 0) == 4 && ::pwrite(fd, "tail", 4, (8 << 20) - 4) == 4);
         ::close(fd);
-        const QString one = m_env->writeFile(QStringLiteral("src/one.txt"), "one");
-        const QString two = m_env->root() + QStringLiteral("/src/two.txt");
+        const QString one = m_env->writeFile("src/one.txt", "one");
+        const QString two = m_env->root() + "/src/two.txt";
         QCOMPARE(::link(QFile::encodeName(one).constData(), QFile::encodeName(two).constData()), 0);
 
         perform(action, {tree, one, two}, destination);
 
-        const QString copy = destination + QStringLiteral("/Tree");
+        const QString copy = destination + "/Tree";
         QCOMPARE(attribute(copy + "/tagged.txt", "user.xdg.tags"), QByteArray("red,work"));
         QCOMPARE(attribute(copy + "/tagged.txt", "system.posix_acl_access"), aclGivingNobodyRead());
         QCOMPARE(attribute(copy + "/shared", "user.xdg.comment"), QByteArray("notes"));
@@ -367,26 +360,25 @@ private slots:
         QCOMPARE(statusOf(copy + "/a").st_ino, statusOf(copy + "/shared/b").st_ino);
         QCOMPARE(statusOf(destination + "/one.txt").st_ino, statusOf(destination + "/two.txt").st_ino);
         QCOMPARE(statusOf(destination + "/two.txt").st_nlink, nlink_t(2));
-        const QByteArray image = readAll(copy + QStringLiteral("/disk.img"));
+        const QByteArray image = readAll(copy + "/disk.img");
         QVERIFY(image.size() == 8 << 20 && image.startsWith("head") && image.endsWith("tail"));
-        QVERIFY2(statusOf(copy + QStringLiteral("/disk.img")).st_blocks * 512 < 1 << 20,
-                 "the holes were filled");
+        QVERIFY2(statusOf(copy + "/disk.img").st_blocks * 512 < 1 << 20, "the holes were filled");
         QCOMPARE(QFileInfo::exists(tree), action.startsWith(QLatin1String("copy")));
-        QVERIFY(!m_env->logText().contains(QStringLiteral("kept not everything")));
+        QVERIFY(!m_env->logText().contains("kept not everything"));
     }
 
     // A file system that cannot hold an attribute costs the attribute, logged, not the copy.
     void whatTheDestinationCannotHoldIsLogged() {
-        QTemporaryDir shm(QStringLiteral("/dev/shm/kestro-test-XXXXXX"));
-        const QString source = shm.path() + QStringLiteral("/big.txt");
+        QTemporaryDir shm("/dev/shm/kestro-test-XXXXXX");
+        const QString source = shm.path() + "/big.txt";
         QVERIFY(QFile(source).open(QIODevice::WriteOnly));
         if (!setAttribute(source, "user.big", QByteArray(10000, 'x')) ||
             !setAttribute(source, "user.small", "s"))
             QSKIP("no user attributes at /dev/shm");
-        const QString destination = m_env->makeFolder(QStringLiteral("dst"));
-        if (setAttribute(m_env->writeFile(QStringLiteral("probe")), "user.big", QByteArray(10000, 'x')))
+        const QString destination = m_env->makeFolder("dst");
+        if (setAttribute(m_env->writeFile("probe"), "user.big", QByteArray(10000, 'x')))
             QSKIP("this file system holds large attributes");
-        perform(QStringLiteral("copyFilesToFolder"), {source}, destination);
+        perform("copyFilesToFolder", {source}, destination);
         QCOMPARE(attribute(destination + "/big.txt", "user.small"), QByteArray("s"));
         QCOMPARE(attribute(destination + "/big.txt", "user.big"), QByteArray("none"));
         QVERIFY(names(m_env->logText(), {QStringLiteral("kept not everything: %1 user.big: ").arg(source)}));
@@ -397,14 +389,14 @@ private slots:
         for (int i = 0; i < 20; ++i)
             sources << m_env->writeFile(QStringLiteral("src/f%1.bin").arg(i, 2, 10, QLatin1Char('0')),
                                         QByteArray(4096, char('a' + i)));
-        sources << QFileInfo(m_env->writeFile(QStringLiteral("src/tree/x.txt"), "x")).path();
-        const QString destination = m_env->makeFolder(QStringLiteral("dst"));
+        sources << QFileInfo(m_env->writeFile("src/tree/x.txt", "x")).path();
+        const QString destination = m_env->makeFolder("dst");
         RecordingProgress progress;
         {
             const ActionProgressScope scope(progress);
-            perform(QStringLiteral("copyFilesToFolder"), sources, destination);
+            perform("copyFilesToFolder", sources, destination);
         }
-        QCOMPARE(progress.titles, QStringList({QStringLiteral("复制")}));
+        QCOMPARE(progress.titles, QStringList({"复制"}));
         QCOMPARE(progress.finishedCount, 1);
         QVERIFY(progress.isMonotonic() && progress.percentNeverFalls());
         const ActionProgressState last = progress.states.constLast();
@@ -414,17 +406,16 @@ private slots:
         QCOMPARE(last.bytesDone, qint64(20 * 4096 + 1));
 
         // Stopped after seven items of a move: those seven are moved whole, the rest stay.
-        const QString second = m_env->makeFolder(QStringLiteral("dst2"));
+        const QString second = m_env->makeFolder("dst2");
         RecordingProgress stopping;
         stopping.stopAfterItems = 7;
         {
             const ActionProgressScope scope(stopping);
-            QVERIFY_THROWS_EXCEPTION(ActionCancelled,
-                                     perform(QStringLiteral("moveFilesToFolder"), sources, second));
+            QVERIFY_THROWS_EXCEPTION(ActionCancelled, perform("moveFilesToFolder", sources, second));
         }
         QCOMPARE(namesIn(second).size(), 7);
-        QCOMPARE(namesIn(m_env->root() + QStringLiteral("/src")).size(), 21 - 7);
-        QCOMPARE(readAll(second + QStringLiteral("/f06.bin")), QByteArray(4096, char('a' + 6)));
+        QCOMPARE(namesIn(m_env->root() + "/src").size(), 21 - 7);
+        QCOMPARE(readAll(second + "/f06.bin"), QByteArray(4096, char('a' + 6)));
 
         // Stopped inside a folder of large files: the half-made tree goes, the original stays whole.
         for (int i = 0; i < 6; ++i)
@@ -433,11 +424,11 @@ private slots:
         inside.stopAfterBytes = qint64(20) << 20;
         {
             const ActionProgressScope scope(inside);
-            QVERIFY_THROWS_EXCEPTION(ActionCancelled, perform(QStringLiteral("copyFilesToFolder"),
-                                                              {m_env->root() + "/big"}, second));
+            QVERIFY_THROWS_EXCEPTION(ActionCancelled,
+                                     perform("copyFilesToFolder", {m_env->root() + "/big"}, second));
         }
         QCOMPARE(namesIn(second).size(), 7);
-        QCOMPARE(readAll(m_env->root() + QStringLiteral("/big/part 5.bin")), QByteArray(8 << 20, '5'));
+        QCOMPARE(readAll(m_env->root() + "/big/part 5.bin"), QByteArray(8 << 20, '5'));
     }
 
     // Inside one selected folder of many small files the file in hand is named, but no more often than the
@@ -445,18 +436,18 @@ private slots:
     void theFileInHandIsNamedAtAMeasuredPace() {
         for (int i = 0; i < 400; ++i)
             m_env->writeFile(QStringLiteral("tree/sub %1/file\n%2.dat").arg(i % 4).arg(i), "z");
-        const QString tree = m_env->root() + QStringLiteral("/tree");
+        const QString tree = m_env->root() + "/tree";
         RecordingProgress progress;
         QElapsedTimer timer;
         {
             const ActionProgressScope scope(progress);
             timer.start();
-            perform(QStringLiteral("copyFilesToFolder"), {tree}, m_env->makeFolder(QStringLiteral("dst")));
+            perform("copyFilesToFolder", {tree}, m_env->makeFolder("dst"));
         }
         const qint64 elapsed = timer.elapsed();
         QSet<QString> named;
         for (const ActionProgressState& state : progress.states)
-            if (state.currentItem.startsWith(tree + QStringLiteral("/sub ")))
+            if (state.currentItem.startsWith(tree + "/sub "))
                 named.insert(state.currentItem);
         QVERIFY(!named.isEmpty());
         QVERIFY2(named.size() <= 2 + elapsed / 50,

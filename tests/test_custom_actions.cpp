@@ -63,7 +63,7 @@ private slots:
     void init() {
         qunsetenv("KESTRO_TEST_RECORD");
         m_env.emplace();
-        m_record = m_env->root() + QStringLiteral("/record");
+        m_record = m_env->root() + "/record";
     }
     void cleanup() { m_env.reset(); }
 
@@ -85,7 +85,7 @@ private slots:
         CustomShortcutActionStore store;
         QCOMPARE(store.actions().size(), 2);
         QCOMPARE(store.actions().at(0).kind, CustomShortcutAction::Kind::shortcut);
-        QCOMPARE(store.actions().at(1).actionID(), QStringLiteral("runScript__4"));
+        QCOMPARE(store.actions().at(1).actionID(), "runScript__4");
         QVERIFY(FakePlatform::notifications().settingsReasons.isEmpty()); // nothing written at start
         QCOMPARE(readAll(CustomShortcutActionPersistence::settingsFilePath() + ".unreadable"), original);
         m_env->writeFile(CustomShortcutActionPersistence::settingsFilePath(), "garbage");
@@ -111,19 +111,19 @@ private slots:
         QVERIFY(!store.addShortcut(" \t", "Name"));
         QVERIFY(store.addScript(m_env->writeFile("scripts/.hidden", "")));
         QCOMPARE(store.actions().size(), 3);
-        QCOMPARE(store.actions().at(0).name, QStringLiteral("tidy up.v2"));
+        QCOMPARE(store.actions().at(0).name, "tidy up.v2");
         QCOMPARE(store.actions().at(0).scriptPath, script);
-        QCOMPARE(store.actions().at(1).shortcutName, QStringLiteral("Make GIF"));
-        QCOMPARE(store.actions().at(2).name, QStringLiteral(".hidden"));
+        QCOMPARE(store.actions().at(1).shortcutName, "Make GIF");
+        QCOMPARE(store.actions().at(2).name, ".hidden");
 
         store.update(store.actions().at(0), "  整理 \n");
         store.update(store.actions().at(1), "   ");
-        QCOMPARE(store.actions().at(0).name, QStringLiteral("整理"));
-        QCOMPARE(store.actions().at(1).name, QStringLiteral("Make GIF"));
+        QCOMPARE(store.actions().at(0).name, "整理");
+        QCOMPARE(store.actions().at(1).name, "Make GIF");
         store.update(store.actions().at(0), QString());
         QCOMPARE(store.actions().at(0).name, script);
         const int before = changed.size();
-        store.update(CustomShortcutAction{QStringLiteral("unknown")}, "x");
+        store.update(CustomShortcutAction{"unknown"}, "x");
         QCOMPARE(changed.size(), before);
         const QString first = store.actions().at(0).id;
         store.moveActions({0}, 3);
@@ -152,7 +152,7 @@ private slots:
         });
         store.addAction();
         QCOMPARE(typed.answered(), 1);
-        QCOMPARE(store.actions().at(0).shortcutName, QStringLiteral("Typed"));
+        QCOMPARE(store.actions().at(0).shortcutName, "Typed");
 
         ShortcutsToolStandIn standIn(writeFile(
             "bin/shortcuts",
@@ -161,7 +161,7 @@ private slots:
         QCOMPARE(CustomShortcutActionStore::availableShortcutNames(),
                  (QStringList{"Resize 图片", "Make GIF"}));
         ModalAnswer cancelled([](QWidget* dialog) {
-            QCOMPARE(dialog->findChild<QComboBox*>()->currentText(), QStringLiteral("Resize 图片"));
+            QCOMPARE(dialog->findChild<QComboBox*>()->currentText(), "Resize 图片");
             Modal::cancel(dialog);
         });
         store.addAction();
@@ -231,7 +231,7 @@ private slots:
         QFETCH(QString, named);
         const QString input = m_env->writeFile("in/a.txt", "x");
         const QString path = writeFile("s/run.sh", script.toUtf8());
-        const QString id = script.isEmpty() ? QStringLiteral("nope") : storeScript(path).id;
+        const QString id = script.isEmpty() ? "nope" : storeScript(path).id;
         if (script == "gone")
             QFile::remove(path);
         const auto error = failureOf<FinderActionExecutionError>(

@@ -34,10 +34,10 @@ set)
 esac
 )";
 
-const QString gtk4 = QStringLiteral("org.gtk.gtk4.Settings.FileChooser");
-const QString gtk3 = QStringLiteral("org.gtk.Settings.FileChooser");
-const QString nemo = QStringLiteral("org.nemo.preferences");
-const QString nautilus = QStringLiteral("org.gnome.nautilus.preferences");
+const QString gtk4 = "org.gtk.gtk4.Settings.FileChooser";
+const QString gtk3 = "org.gtk.Settings.FileChooser";
+const QString nemo = "org.nemo.preferences";
+const QString nautilus = "org.gnome.nautilus.preferences";
 
 } // namespace
 
@@ -47,7 +47,7 @@ class TestDeveloperTools : public QObject {
 private slots:
     void init() {
         m_env.emplace();
-        m_folder = m_env->makeFolder(QStringLiteral("files"));
+        m_folder = m_env->makeFolder("files");
         m_savedPath = qgetenv("PATH");
     }
     void cleanup() {
@@ -89,7 +89,7 @@ private slots:
         const QString a = m_env->writeFile(m_folder + "/a.bin", QByteArray(FileDigest::blockSize * 3, 'a'));
         const QString b = m_env->writeFile(m_folder + "/b.bin", QByteArray(100, 'b'));
         DeveloperToolActions::copyChecksums({a, b}, ChecksumAlgorithm::sha256);
-        QCOMPARE(recorder.titles, QStringList({QStringLiteral("复制 SHA-256")}));
+        QCOMPARE(recorder.titles, QStringList({"复制 SHA-256"}));
         QVERIFY(recorder.states.size() >= 5 && recorder.isMonotonic());
         const ActionProgressState last = recorder.states.constLast();
         QCOMPARE(last.bytesTotal, qint64(FileDigest::blockSize * 3 + 100));
@@ -106,7 +106,7 @@ private slots:
     // A folder, a missing item or a refused clipboard fails the whole action, naming the item.
     void unreadableItemsFailTheWholeAction() {
         const QString file = m_env->writeFile(m_folder + "/a.txt", "abc");
-        FakePlatform::clipboard().contents = QStringLiteral("before");
+        FakePlatform::clipboard().contents = "before";
         for (const QString& bad : {m_env->makeFolder("files/sub"), m_folder + "/missing"}) {
             QVERIFY(names(failureText([&] {
                               DeveloperToolActions::copyChecksums({file, bad}, ChecksumAlgorithm::sha256);
@@ -115,7 +115,7 @@ private slots:
             QVERIFY(names(failureText([&] { DeveloperToolActions::copyFileSizes({bad + "/gone"}); }), {bad}));
         }
         QCOMPARE(FakePlatform::clipboard().writes, 0);
-        QCOMPARE(FakePlatform::clipboard().contents, QStringLiteral("before"));
+        QCOMPARE(FakePlatform::clipboard().contents, "before");
         QVERIFY_THROWS_EXCEPTION(FinderActionExecutionError,
                                  DeveloperToolActions::copyChecksums({}, ChecksumAlgorithm::md5));
         QVERIFY_THROWS_EXCEPTION(FinderActionExecutionError, DeveloperToolActions::copyFileSizes({}));
@@ -167,7 +167,7 @@ private slots:
         m_env->writeFile(folder + "/inside", QByteArray(50000, 'y'));
         DeveloperToolActions::copyFileSizes({file, folder});
         QLocale::setDefault(QLocale::system());
-        QCOMPARE(FakePlatform::clipboard().contents, QStringLiteral("12 KB\nZero KB"));
+        QCOMPARE(FakePlatform::clipboard().contents, "12 KB\nZero KB");
     }
 
     // "schema key value" before; the action; "schema key value" after, or "" where it must fail.

@@ -24,7 +24,7 @@ QStringList namesOf(const QList<FinderViewPreset>& presets) {
 }
 
 QByteArray extensionCopy() {
-    return readAll(KestroPaths::extensionDirectory() + QStringLiteral("/FinderViewPresets.plist"));
+    return readAll(KestroPaths::extensionDirectory() + "/FinderViewPresets.plist");
 }
 
 void apply(const QString& actionID, const std::optional<QString>& destination = {},
@@ -46,17 +46,16 @@ private slots:
         QCOMPARE(namesOf(store.presets()),
                  (QStringList{"列表 · 最近修改", "图标 · 按名称", "分栏 · 按名称"}));
         QCOMPARE(FinderViewPresetPersistence::load(), std::optional(store.presets()));
-        QCOMPARE(FakePlatform::notifications().settingsReasons,
-                 QStringList{QStringLiteral("finder-view-presets")});
+        QCOMPARE(FakePlatform::notifications().settingsReasons, QStringList{"finder-view-presets"});
         QSignalSpy changed(&store, &FinderViewPresetStore::presetsChanged);
 
         const FinderViewPreset added = store.addPreset();
-        QCOMPARE(added.name, QStringLiteral("列表 · 按修改日期"));
+        QCOMPARE(added.name, "列表 · 按修改日期");
         FinderViewPreset edited = added;
-        edited.name = QStringLiteral("我的方案");
+        edited.name = "我的方案";
         edited.viewMode = FinderViewMode::icon;
         store.update(edited);
-        store.update(FinderViewPreset{QStringLiteral("unknown"), QStringLiteral("x")});
+        store.update(FinderViewPreset{"unknown", "x"});
         QCOMPARE(store.presets().size(), 4);
         store.movePresets({3, 1}, 0);
         QCOMPARE(namesOf(store.presets()),
@@ -66,7 +65,7 @@ private slots:
         QCOMPARE(changed.size(), 4);
 
         // A mode change renames an automatic name only.
-        store.changeModes(QStringLiteral("list-modified"), FinderViewMode::icon, FinderSortMode::size);
+        store.changeModes("list-modified", FinderViewMode::icon, FinderSortMode::size);
         store.changeModes(edited.id, FinderViewMode::gallery, FinderSortMode::creationDate);
         QCOMPARE(namesOf(store.presets()), (QStringList{"我的方案", "图标 · 按大小"}));
         QCOMPARE(FinderViewPresetPersistence::preset(edited.id)->sortMode, FinderSortMode::creationDate);
@@ -80,7 +79,7 @@ private slots:
         const auto entry = [](const char* id, const QVariant& name, const char* view, const char* sort) {
             QVariantMap map{{"id", id}, {"name", name}, {"viewMode", view}};
             if (sort)
-                map.insert(QStringLiteral("sortMode"), sort);
+                map.insert("sortMode", sort);
             return QVariant(map);
         };
         PropertyListFile::write(
@@ -154,21 +153,21 @@ private slots:
         } else {
             QVERIFY(!error);
             QCOMPARE(scripts.size(), 2);
-            QVERIFY2(scripts[0].contains(QStringLiteral("to ") + view), qPrintable(scripts[0]));
-            QVERIFY(m_env->logText().contains(QStringLiteral("finder view preset applied")));
+            QVERIFY2(scripts[0].contains("to " + view), qPrintable(scripts[0]));
+            QVERIFY(m_env->logText().contains("finder view preset applied"));
         }
     }
 
     void theSystemFileManagerCannotBeScriptedAndSaysSo() {
         FinderViewPresetStore store;
         Platform::setFileManagerScripting(createSystemFileManagerScripting());
-        if (Platform::fileManagerScripting().runStringScript(QStringLiteral("return \"\"")))
+        if (Platform::fileManagerScripting().runStringScript("return \"\""))
             QSKIP("this system's file manager takes scripts");
         for (const char* id : {"finderViewPreset__list-modified", "finderViewList", "finderSortName"}) {
             const auto error = failureOf<FinderActionExecutionError>([&] { apply(QString::fromLatin1(id)); });
             QVERIFY2(error && error->errorCase() == FinderActionExecutionError::Case::commandFailed, id);
         }
-        QVERIFY(!m_env->logText().contains(QStringLiteral("finder view preset applied")));
+        QVERIFY(!m_env->logText().contains("finder view preset applied"));
     }
 
 private:

@@ -26,7 +26,7 @@ class NewFilesTest : public QObject {
 private slots:
     void init() {
         m_env.emplace();
-        m_folder = m_env->makeFolder(QStringLiteral("target folder 目标"));
+        m_folder = m_env->makeFolder("target folder 目标");
     }
     void cleanup() { m_env.reset(); }
 
@@ -54,8 +54,7 @@ private slots:
         QFETCH(QString, expected);
         for (QString name : present) {
             if (name.endsWith(QLatin1String("->")))
-                QVERIFY(QFile::link(QStringLiteral("/nonexistent"),
-                                    m_folder + QLatin1Char('/') + name.chopped(2)));
+                QVERIFY(QFile::link("/nonexistent", m_folder + QLatin1Char('/') + name.chopped(2)));
             else if (name.endsWith(QLatin1Char('/')))
                 m_env->makeFolder(m_folder + QLatin1Char('/') + name);
             else
@@ -110,8 +109,8 @@ private slots:
         QFETCH(QStringList, parts);
         QProcess python;
         python.start(
-            QStringLiteral("python3"),
-            {QStringLiteral("-c"),
+            "python3",
+            {"-c",
              QStringLiteral(
                  "import sys, zipfile, posixpath, xml.dom.minidom as m\n"
                  "z = zipfile.ZipFile(sys.argv[1])\n"
@@ -137,26 +136,26 @@ private slots:
     // The package is written whole under a free name or not at all: a name taken meanwhile is never replaced,
     // and nothing half-written or temporary stays.
     void anOfficePackageNeverReplaces() {
-        const QString taken = m_env->makeFolder(QStringLiteral("target folder 目标/Untitled.docx"));
-        m_env->writeFile(taken + QStringLiteral("/mine.txt"), "mine");
+        const QString taken = m_env->makeFolder("target folder 目标/Untitled.docx");
+        m_env->writeFile(taken + "/mine.txt", "mine");
         QVERIFY(names(failureText([&] {
                           KestroOfficeDocumentWriter::write(KestroOfficeDocumentWriter::Kind::docx, taken);
                       }),
-                      {QStringLiteral("Untitled.docx")}));
-        QCOMPARE(namesIn(m_folder), QStringList{QStringLiteral("Untitled.docx")});
-        QCOMPARE(readAll(taken + QStringLiteral("/mine.txt")), QByteArray("mine"));
+                      {"Untitled.docx"}));
+        QCOMPARE(namesIn(m_folder), QStringList{"Untitled.docx"});
+        QCOMPARE(readAll(taken + "/mine.txt"), QByteArray("mine"));
         QCOMPARE(namesIn(qEnvironmentVariable("TMPDIR")), QStringList());
     }
 
     void renderedTemplatesAreBlank() {
-        const QImage png(perform(QStringLiteral("createPNGImage"), m_folder).first(), "PNG");
+        const QImage png(perform("createPNGImage", m_folder).first(), "PNG");
         QCOMPARE(png.size(), QSize(1, 1));
         QVERIFY(png.hasAlphaChannel());
         QCOMPARE(png.pixel(0, 0), qRgba(255, 255, 255, 255));
-        const QImage jpg(perform(QStringLiteral("createJPEGImage"), m_folder).first(), "JPEG");
+        const QImage jpg(perform("createJPEGImage", m_folder).first(), "JPEG");
         QCOMPARE(jpg.size(), QSize(1, 1));
         QVERIFY(qGray(jpg.pixel(0, 0)) > 250);
-        const QByteArray pdfBytes = readAll(perform(QStringLiteral("createPDFDocument"), m_folder).first());
+        const QByteArray pdfBytes = readAll(perform("createPDFDocument", m_folder).first());
         QPDF pdf;
         pdf.processMemoryFile("blank", pdfBytes.constData(), size_t(pdfBytes.size()));
         const auto pages = QPDFPageDocumentHelper(pdf).getAllPages();
@@ -167,12 +166,10 @@ private slots:
 
     // Without a target, or with one that vanished: an error, and nothing created on the way.
     void creationNeedsAPlaceToCreateIn() {
-        const auto error =
-            failureOf<FinderActionExecutionError>([] { perform(QStringLiteral("createTextFile"), {}); });
+        const auto error = failureOf<FinderActionExecutionError>([] { perform("createTextFile", {}); });
         QVERIFY(error && error->errorCase() == FinderActionExecutionError::Case::noTargetDirectory);
-        QVERIFY_THROWS_EXCEPTION(FinderActionExecutionError,
-                                 perform(QStringLiteral("createTextFile"), QString()));
-        const QString gone = m_folder + QStringLiteral("/gone/deeper");
+        QVERIFY_THROWS_EXCEPTION(FinderActionExecutionError, perform("createTextFile", QString()));
+        const QString gone = m_folder + "/gone/deeper";
         for (const char* actionID : {"createTextFile", "createFolder", "createExcelSpreadsheet"})
             QVERIFY(names(failureText([&] { perform(QString::fromLatin1(actionID), gone); }),
                           {m_folder + "/gone"}));

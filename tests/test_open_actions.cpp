@@ -23,7 +23,7 @@ void perform(const QString& actionID, const QStringList& selection, const std::o
 class RefusingWorkspace : public FakeWorkspace {
 public:
     void openWithApplication(const QString&, const QStringList&) override {
-        throw PlatformError(QStringLiteral("Failed to execute child process “nothing”"));
+        throw PlatformError("Failed to execute child process “nothing”");
     }
 };
 
@@ -123,12 +123,12 @@ private slots:
         QVERIFY(error && error->errorCase() == FinderActionExecutionError::Case::commandFailed);
         QVERIFY(names(error->errorDescription(), {"nothing"}));
         QVERIFY(m_env->logText().contains(
-            QStringLiteral("open application failed app=%1 urls=[\"%2\"] error=Failed to execute")
+            QString("open application failed app=%1 urls=[\"%2\"] error=Failed to execute")
                 .arg(entry, file)));
     }
 
     void theWaitForALaunchIsBounded() {
-        const QStringList urls = {QStringLiteral("/w/x")};
+        const QStringList urls = {"/w/x"};
         std::optional<FinderActionExecutionError> failure;
         // The main thread is busy joining, so the launch queued to it cannot start before the wait ends.
         std::thread worker([&] {

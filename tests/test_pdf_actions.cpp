@@ -113,7 +113,7 @@ private slots:
                      QStringList{QStringLiteral("r%1").arg(i)});
         QCOMPARE(pageLabels(m_folder + "/owned Pages/Page 002.pdf"), QStringList{"o2"});
         QCOMPARE(PdfActions::splitPDFs({report}), QStringList{pages + " 2"});
-        QCOMPARE(PdfActions::pageFileName(1000), QStringLiteral("Page 1000.pdf"));
+        QCOMPARE(PdfActions::pageFileName(1000), "Page 1000.pdf");
     }
 
     // Far fewer descriptors than inputs: every input is known before the first page is written, but they

@@ -45,7 +45,7 @@ private slots:
     void init() {
         m_env.emplace();
         QVERIFY(saveQuietPreferences());
-        m_folder = m_env->makeFolder(QStringLiteral("files"));
+        m_folder = m_env->makeFolder("files");
     }
     void cleanup() { m_env.reset(); }
 
@@ -172,13 +172,13 @@ private slots:
             QVERIFY2(QFileInfo::exists(path), qPrintable(path));
         QCOMPARE(FakePlatform::workspace().selections,
                  renamed.isEmpty() ? QList<QStringList>() : QList<QStringList>{renamed});
-        QVERIFY(!namesIn(m_folder).join('|').contains(QStringLiteral(".kestro-")));
+        QVERIFY(!namesIn(m_folder).join('|').contains(".kestro-"));
     }
 
     // A cancelled prompt renames nothing: numbering under a made-up name would lose the names for good.
     void cancelledPromptsAndBadInputLoseNothing() {
-        const QStringList items = {m_env->writeFile(m_folder + QStringLiteral("/a.txt"), "a"),
-                                   m_env->writeFile(m_folder + QStringLiteral("/b.txt"), "b")};
+        const QStringList items = {m_env->writeFile(m_folder + "/a.txt", "a"),
+                                   m_env->writeFile(m_folder + "/b.txt", "b")};
         for (const RenameMode mode :
              {RenameMode::addPrefix, RenameMode::addSuffix, RenameMode::findReplace, RenameMode::sequential})
             QVERIFY(RenameActions::renameFiles(items, mode).isEmpty());
@@ -192,8 +192,7 @@ private slots:
             return error ? error->errorCase() : Case(-1);
         };
         QCOMPARE(caseOf({}, RenameMode::uppercase), Case::noSelection);
-        QCOMPARE(caseOf({items[0], m_folder + QStringLiteral("/gone.txt")}, RenameMode::addPrefix),
-                 Case::sourceItemMissing);
+        QCOMPARE(caseOf({items[0], m_folder + "/gone.txt"}, RenameMode::addPrefix), Case::sourceItemMissing);
         QVERIFY(FakePlatform::prompts().asked.isEmpty()); // stopped before asking
         FakePlatform::prompts().twoTextAnswers = {std::pair<QString, QString>("b", "x/y")};
         QCOMPARE(caseOf(items, RenameMode::findReplace), Case::invalidPath);
@@ -204,7 +203,7 @@ private slots:
     }
 
     void numbersGrowPastThreeDigitsAndAccentsChangeInPlace() {
-        const RenameOptions options{QStringLiteral("Scan"), {}};
+        const RenameOptions options{"Scan", {}};
         QCOMPARE(RenameActions::renamedName("p.tif", RenameMode::sequential, options, 998),
                  QString("Scan 999.tif"));
         QCOMPARE(RenameActions::renamedName("p.tif", RenameMode::sequential, options, 999),
@@ -224,7 +223,7 @@ private slots:
         QVERIFY(ExclusiveRename::move(first, m_folder + "/third"));
         QVERIFY(
             names(failureText([&] { ExclusiveRename::move(m_folder + "/missing", m_folder + "/fourth"); }),
-                  {QStringLiteral("missing")}));
+                  {"missing"}));
         QCOMPARE(filesIn(m_folder), (QStringList{"second=2", "third=1"}));
         QVERIFY(QFileInfo(full).isDir());
     }
