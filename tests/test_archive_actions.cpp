@@ -104,13 +104,9 @@ private slots:
         QCOMPARE(namesIn(m_folder), (QStringList{"Archive.zip", "Photos", "Photos.zip", "Report 2.zip",
                                                  "Report.pdf", "Report.zip"}));
 
-        const auto caseOf = [](const QStringList& selection) {
-            return failureOf<FinderActionExecutionError>(
-                       [&] { ArchiveActions::compressToZIP(selection, {}); })
-                ->errorCase();
-        };
-        QCOMPARE(caseOf({}), FinderActionExecutionError::Case::noSelection);
-        QCOMPARE(caseOf({m_folder + "/gone"}), FinderActionExecutionError::Case::sourceItemMissing);
+        const auto nothing =
+            failureOf<FinderActionExecutionError>([] { ArchiveActions::compressToZIP({}, {}); });
+        QVERIFY(nothing && nothing->errorCase() == FinderActionExecutionError::Case::noSelection);
     }
 
     // Awkward names, same names from two folders and file-manager order survive a round trip; unpacking never
