@@ -1,18 +1,10 @@
 // View presets: the stored list (defaults, cleaning, edits, automatic names) and which preset a request
 // names; applying one needs a scriptable file manager, which this system has not.
-#include "actions/FinderActionExecutor.h"
-#include "platform/FinderActionExecutionError.h"
 #include "platform/KestroPaths.h"
-#include "platform/Platform.h"
 #include "platform/PropertyListFile.h"
 #include "stores/FinderViewPresetPersistence.h"
 #include "stores/FinderViewPresetStore.h"
-#include "support/Failures.h"
-#include "support/FakePlatform.h"
-#include "support/TestEnvironment.h"
-
-#include <QSignalSpy>
-#include <QTest>
+#include "support/ActionRequests.h"
 
 namespace {
 
@@ -21,15 +13,6 @@ QStringList namesOf(const QList<FinderViewPreset>& presets) {
     for (const FinderViewPreset& preset : presets)
         result.append(preset.name);
     return result;
-}
-
-QByteArray extensionCopy() {
-    return readAll(KestroPaths::extensionDirectory() + "/FinderViewPresets.plist");
-}
-
-void apply(const QString& actionID, const std::optional<QString>& destination = {},
-           const std::optional<QString>& presetID = {}) {
-    FinderActionExecutor::perform(actionID, {}, {}, destination, presetID);
 }
 
 } // namespace
@@ -70,7 +53,8 @@ private slots:
         QCOMPARE(namesOf(store.presets()), (QStringList{"我的方案", "图标 · 按大小"}));
         QCOMPARE(FinderViewPresetPersistence::preset(edited.id)->sortMode, FinderSortMode::creationDate);
         QCOMPARE(FinderViewPresetPersistence::load(), std::optional(store.presets()));
-        QCOMPARE(readAll(FinderViewPresetPersistence::settingsFilePath()), extensionCopy());
+        QCOMPARE(readAll(FinderViewPresetPersistence::settingsFilePath()),
+                 readAll(KestroPaths::extensionDirectory() + "/FinderViewPresets.plist"));
     }
 
     // Entries of the wrong shape are dropped, numbered copies of a name lose the number, and the file as it
@@ -105,35 +89,17 @@ private slots:
         QTest::addColumn<QString>("actionID");
         QTest::addColumn<QString>("destination");
         QTest::addColumn<QString>("presetID");
-        QTest::addColumn<QString>("view");
-        QTest::newRow("in the action") << "finderViewPreset__icon-name"
-                                       << ""
-                                       << ""
-                                       << "icon view";
-        QTest::newRow("by id") << "finderViewPreset"
-                               << ""
-                               << "column-name"
-                               << "column view";
-        QTest::newRow("destination") << "finderViewPreset"
-                                     << "/presets/list-modified"
-                                     << ""
-                                     << "list view";
-        QTest::newRow("slashes") << "finderViewPreset"
-                                 << "/presets/icon-name//"
-                                 << ""
-                                 << "icon view";
-        QTest::newRow("unknown") << "finderViewPreset__nope"
-                                 << ""
-                                 << ""
-                                 << "";
-        QTest::newRow("none") << "finderViewPreset"
-                              << ""
-                              << ""
-                              << "";
-        QTest::newRow("the root") << "finderViewPreset"
-                                  << "/"
-                                  << ""
-                                  << "";
+        QTest::addColumn<QString>("view"); // empty: refused
+        for (const auto& [row, actionID, destination, presetID, view] :
+             std::initializer_list<std::array<const char*, 5>>{
+                 {"in the action", "finderViewPreset__icon-name", "", "", "icon view"},
+                 {"by id", "finderViewPreset", "", "column-name", "column view"},
+                 {"destination", "finderViewPreset", "/presets/list-modified", "", "list view"},
+                 {"slashes", "finderViewPreset", "/presets/icon-name//", "", "icon view"},
+                 {"unknown", "finderViewPreset__nope", "", "", ""},
+                 {"none", "finderViewPreset", "", "", ""},
+                 {"the root", "finderViewPreset", "/", "", ""}})
+            QTest::newRow(row) << actionID << destination << presetID << view;
     }
     void aRequestNamesItsPreset() {
         QFETCH(QString, actionID);
@@ -141,21 +107,14 @@ private slots:
         QFETCH(QString, presetID);
         QFETCH(QString, view);
         FinderViewPresetStore store;
-        const auto optional = [](const QString& text) {
-            return text.isEmpty() ? std::nullopt : std::optional(text);
-        };
-        const auto error = failureOf<FinderActionExecutionError>(
-            [&] { apply(actionID, optional(destination), optional(presetID)); });
+        const Case refusal = caseOf([&] { perform(actionID, {}, {}, given(destination), given(presetID)); });
         const QStringList scripts = FakePlatform::scripting().scriptsRun;
-        if (view.isEmpty()) {
-            QVERIFY(error && error->errorCase() == FinderActionExecutionError::Case::unsupportedAction);
-            QVERIFY(scripts.isEmpty());
-        } else {
-            QVERIFY(!error);
-            QCOMPARE(scripts.size(), 2);
-            QVERIFY2(scripts[0].contains("to " + view), qPrintable(scripts[0]));
-            QVERIFY(m_env->logText().contains("finder view preset applied"));
-        }
+        QCOMPARE(refusal, view.isEmpty() ? Case::unsupportedAction : Case(-1));
+        QCOMPARE(scripts.size(), view.isEmpty() ? 0 : 2);
+        if (!view.isEmpty())
+            QVERIFY2(scripts[0].contains("to " + view) &&
+                         m_env->logText().contains("finder view preset applied"),
+                     qPrintable(scripts[0]));
     }
 
     void theSystemFileManagerCannotBeScriptedAndSaysSo() {
@@ -164,8 +123,7 @@ private slots:
         if (Platform::fileManagerScripting().runStringScript("return \"\""))
             QSKIP("this system's file manager takes scripts");
         for (const char* id : {"finderViewPreset__list-modified", "finderViewList", "finderSortName"}) {
-            const auto error = failureOf<FinderActionExecutionError>([&] { apply(QString::fromLatin1(id)); });
-            QVERIFY2(error && error->errorCase() == FinderActionExecutionError::Case::commandFailed, id);
+            QVERIFY2(caseOf([&] { perform(id, {}); }) == Case::commandFailed, id);
         }
         QVERIFY(!m_env->logText().contains("finder view preset applied"));
     }

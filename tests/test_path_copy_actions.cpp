@@ -1,11 +1,5 @@
 // The six path formats as they reach the clipboard.
-#include "actions/FinderActionExecutor.h"
-#include "platform/FinderActionExecutionError.h"
-#include "support/Failures.h"
-#include "support/FakePlatform.h"
-#include "support/TestEnvironment.h"
-
-#include <QTest>
+#include "support/ActionRequests.h"
 
 class TestPathCopyActions : public QObject {
     Q_OBJECT
@@ -46,7 +40,7 @@ private slots:
         QFETCH(QString, expected);
         const QString folder = m_env->makeFolder("My Folder");
         selection.replaceInStrings("FOLDER", folder);
-        FinderActionExecutor::perform(actionID, selection, std::nullopt, std::nullopt, std::nullopt);
+        perform(actionID, selection);
         QCOMPARE(FakePlatform::clipboard().contents,
                  QString(expected).replace("URL", QUrl::fromLocalFile(folder).toString(QUrl::FullyEncoded)));
         QCOMPARE(FakePlatform::clipboard().writes, 1);
@@ -55,17 +49,12 @@ private slots:
     // Without a selection the targeted folder stands in; without either, or with a refused clipboard, an
     // error.
     void theTargetStandsInAndFailuresAreReported() {
-        const auto copy = [](const std::optional<QString>& target) {
-            FinderActionExecutor::perform("copyFullPath", {}, target, std::nullopt, std::nullopt);
-        };
-        copy(QStringLiteral("/work/here"));
-        QCOMPARE(FakePlatform::clipboard().contents, QStringLiteral("/work/here"));
-        const auto none = failureOf<FinderActionExecutionError>([&] { copy(std::nullopt); });
-        QVERIFY(none && none->errorCase() == FinderActionExecutionError::Case::noSelection);
+        perform("copyFullPath", {}, "/work/here");
+        QCOMPARE(FakePlatform::clipboard().contents, "/work/here");
+        QCOMPARE(caseOf([] { perform("copyFullPath", {}); }), Case::noSelection);
         QCOMPARE(FakePlatform::clipboard().writes, 1);
         FakePlatform::clipboard().refuses = true;
-        const auto refused = failureOf<FinderActionExecutionError>([&] { copy(QStringLiteral("/a")); });
-        QVERIFY(refused && refused->errorCase() == FinderActionExecutionError::Case::pasteboardWriteFailed);
+        QCOMPARE(caseOf([] { perform("copyFullPath", {}, "/a"); }), Case::pasteboardWriteFailed);
     }
 
 private:
