@@ -1,33 +1,21 @@
 // Copying and moving, through the dispatcher and item by item: free names, the chooser, what a copy keeps
 // (links, modes, times, attributes, ACLs, hard links, holes), and that a failure or a stop loses nothing and
 // leaves nothing half-made.
-#include "actions/FinderActionExecutor.h"
 #include "catalogue/AppPreferencesPersistence.h"
 #include "platform/FileTransfer.h"
-#include "platform/FinderActionExecutionError.h"
-#include "support/Failures.h"
-#include "support/FakePlatform.h"
-#include "support/FolderListing.h"
+#include "support/ActionRequests.h"
 #include "support/KestroProcess.h"
 #include "support/RecordingProgress.h"
-#include "support/TestEnvironment.h"
-
-#include <QDir>
-#include <QElapsedTimer>
-#include <QFileInfo>
-#include <QTemporaryDir>
-#include <QTest>
 
 #include <fcntl.h>
-#include <sys/stat.h>
 #include <sys/xattr.h>
-#include <unistd.h>
 
 namespace {
 
-QStringList perform(const QString& actionID, const QStringList& selection,
-                    const std::optional<QString>& destination = std::nullopt) {
-    return FinderActionExecutor::perform(actionID, selection, std::nullopt, destination, std::nullopt);
+// Copies and moves go to a destination folder: the request's fourth part.
+QStringList transfer(const QString& actionID, const QStringList& selection,
+                     const std::optional<QString>& destination = {}) {
+    return perform(actionID, selection, {}, destination);
 }
 
 QByteArray attribute(const QString& path, const char* name) {
@@ -45,12 +33,6 @@ QString linkText(const QString& path) {
     char buffer[4096];
     const ssize_t length = ::readlink(QFile::encodeName(path).constData(), buffer, sizeof buffer);
     return length < 0 ? QString() : QString::fromUtf8(buffer, int(length));
-}
-
-struct stat statusOf(const QString& path) {
-    struct stat status {};
-    ::lstat(QFile::encodeName(path).constData(), &status);
-    return status;
 }
 
 // Every entry under a folder, relative, with its kind, mode, time and link target or bytes.
@@ -91,6 +73,13 @@ void setRevealResults(bool on) {
     QVERIFY(AppPreferencesPersistence::save(preferences));
 }
 
+struct Refusal {
+    QString actionID;
+    QStringList selection; // names under src/
+    QString destination;   // under the root; empty: none
+    Case errorCase;
+};
+
 } // namespace
 
 class TestCopyMoveActions : public QObject {
@@ -113,7 +102,7 @@ private slots:
         m_env->writeFile(photos + "/p.jpg", "jpg");
         const QString odd = m_env->writeFile("src/-it's \"odd\"\n报告", "odd");
 
-        QCOMPARE(fileNames(perform("copyFilesToFolder", {a, tar, photos, odd}, destination)),
+        QCOMPARE(fileNames(transfer("copyFilesToFolder", {a, tar, photos, odd}, destination)),
                  (QStringList{"a 3.txt", "a.tar 2.gz", "Photos 2", "-it's \"odd\"\n报告"}));
         QCOMPARE(readAll(destination + "/a 3.txt"), QByteArray("new a"));
         QCOMPARE(readAll(destination + "/Photos 2/p.jpg"), QByteArray("jpg"));
@@ -123,14 +112,14 @@ private slots:
 
         // Beside the original, and revealed when the preference says so.
         setRevealResults(true);
-        const QStringList first = perform("copyBesideOriginal", {tar, photos});
-        const QStringList second = perform("copyBesideOriginal", {tar});
+        const QStringList first = transfer("copyBesideOriginal", {tar, photos});
+        const QStringList second = transfer("copyBesideOriginal", {tar});
         QCOMPARE(fileNames(first + second), (QStringList{"a.tar copy.gz", "Photos copy", "a.tar copy 2.gz"}));
         QCOMPARE(readAll(second[0]), QByteArray("new tar"));
         QCOMPARE(FakePlatform::workspace().selections, (QList<QStringList>{first, second}));
 
         const QString moved = m_env->makeFolder("moved");
-        QCOMPARE(fileNames(perform("moveFilesToPath", {odd, a}, moved)),
+        QCOMPARE(fileNames(transfer("moveFilesToPath", {odd, a}, moved)),
                  (QStringList{"-it's \"odd\"\n报告", "a.txt"}));
         QCOMPARE(readAll(moved + "/-it's \"odd\"\n报告"), QByteArray("odd"));
         QVERIFY(!QFileInfo::exists(odd) && !QFileInfo::exists(a));
@@ -141,66 +130,50 @@ private slots:
         const QString desktop = m_env->makeFolder("home/Desktop");
         const QString chosen = m_env->makeFolder("chosen");
         const QString file = m_env->writeFile("work/f.txt", "f");
-        QCOMPARE(perform("copyFilesToDocuments", {file}), QStringList{documents + "/f.txt"});
+        QCOMPARE(transfer("copyFilesToDocuments", {file}), QStringList{documents + "/f.txt"});
         FakePlatform::prompts().directoryAnswers = {chosen, std::nullopt};
-        perform("copyFilesToFolder", {file});
-        const auto cancelled =
-            failureOf<FinderActionExecutionError>([&] { perform("moveFilesToFolder", {file}); });
-        QVERIFY(cancelled && cancelled->errorCase() == FinderActionExecutionError::Case::noSelection);
+        transfer("copyFilesToFolder", {file});
+        QCOMPARE(caseOf([&] { transfer("moveFilesToFolder", {file}); }), Case::noSelection);
         QCOMPARE(FakePlatform::prompts().asked, (QStringList{"复制", "移动"}));
         QCOMPARE(namesIn(chosen), QStringList{"f.txt"});
 
         setRevealResults(true);
         const QString sub = m_env->makeFolder("work/sub");
         const QString elsewhere = m_env->writeFile("other/f.txt", "other");
-        const QStringList gathered = perform("moveSelectionToNewFolder", {file, sub, elsewhere});
+        const QStringList gathered = transfer("moveSelectionToNewFolder", {file, sub, elsewhere});
         QCOMPARE(gathered, QStringList{m_env->root() + "/work/New Folder With Items"});
         QCOMPARE(namesIn(gathered[0]), (QStringList{"f 2.txt", "f.txt", "sub"}));
         QCOMPARE(readAll(gathered[0] + "/f 2.txt"), QByteArray("other"));
         const QString b = m_env->writeFile("work/b.txt", "b");
-        QCOMPARE(fileNames(perform("moveSelectionToNewFolder", {b})), QStringList{"New Folder With Items 2"});
-        QCOMPARE(fileNames(perform("moveFilesToDesktop", {gathered[0]})),
+        QCOMPARE(fileNames(transfer("moveSelectionToNewFolder", {b})),
+                 QStringList{"New Folder With Items 2"});
+        QCOMPARE(fileNames(transfer("moveFilesToDesktop", {gathered[0]})),
                  QStringList{"New Folder With Items"});
         QVERIFY(QFileInfo(desktop + "/New Folder With Items/sub").isDir());
         QCOMPARE(FakePlatform::workspace().selections.size(), 3);
     }
 
     void badInputIsRefusedBeforeAnythingHappens_data() {
-        QTest::addColumn<QString>("actionID");
-        QTest::addColumn<QStringList>("selection"); // names under src/
-        QTest::addColumn<QString>("destination");   // under the root; empty: none
-        QTest::addColumn<int>("errorCase");
-        using Case = FinderActionExecutionError::Case;
-        QTest::newRow("missing item")
-            << "copyFilesToFolder" << QStringList{"a.txt", "gone"} << "dst" << int(Case::sourceItemMissing);
-        QTest::newRow("file as folder") << "moveFilesToFolder" << QStringList{"a.txt"} << "src/a.txt"
-                                        << int(Case::destinationDirectoryUnavailable);
-        QTest::newRow("missing folder") << "moveFilesToFolder" << QStringList{"a.txt"} << "dst/gone"
-                                        << int(Case::destinationDirectoryUnavailable);
-        QTest::newRow("nothing to gather")
-            << "moveSelectionToNewFolder" << QStringList{} << "" << int(Case::noSelection);
-        QTest::newRow("gathering a missing item")
-            << "moveSelectionToNewFolder" << QStringList{"a.txt", "gone"} << ""
-            << int(Case::sourceItemMissing);
-        QTest::newRow("nothing beside")
-            << "copyBesideOriginal" << QStringList{} << "" << int(Case::noSelection);
+        rows<Refusal>(
+            {{"missing item", {"copyFilesToFolder", {"a.txt", "gone"}, "dst", Case::sourceItemMissing}},
+             {"file as folder",
+              {"moveFilesToFolder", {"a.txt"}, "src/a.txt", Case::destinationDirectoryUnavailable}},
+             {"missing folder",
+              {"moveFilesToFolder", {"a.txt"}, "dst/gone", Case::destinationDirectoryUnavailable}},
+             {"nothing to gather", {"moveSelectionToNewFolder", {}, "", Case::noSelection}},
+             {"gathering a missing item",
+              {"moveSelectionToNewFolder", {"a.txt", "gone"}, "", Case::sourceItemMissing}},
+             {"nothing beside", {"copyBesideOriginal", {}, "", Case::noSelection}}});
     }
     void badInputIsRefusedBeforeAnythingHappens() {
-        QFETCH(QString, actionID);
-        QFETCH(QStringList, selection);
-        QFETCH(QString, destination);
-        QFETCH(int, errorCase);
+        QFETCH(Refusal, row);
         m_env->writeFile("src/a.txt", "a");
         m_env->makeFolder("dst");
         QStringList paths;
-        for (const QString& name : selection)
+        for (const QString& name : row.selection)
             paths << m_env->root() + "/src/" + name;
-        const std::optional<QString> target =
-            destination.isEmpty() ? std::nullopt
-                                  : std::optional(m_env->root() + QLatin1Char('/') + destination);
-        const auto error = failureOf<FinderActionExecutionError>([&] { perform(actionID, paths, target); });
-        QVERIFY(error);
-        QCOMPARE(int(error->errorCase()), errorCase);
+        const QString destination = row.destination.isEmpty() ? "" : m_env->root() + '/' + row.destination;
+        QCOMPARE(caseOf([&] { transfer(row.actionID, paths, given(destination)); }), row.errorCase);
         QCOMPARE(namesIn(m_env->root() + "/dst"), QStringList());
         QCOMPARE(namesIn(m_env->root() + "/src"), QStringList{"a.txt"});
     }
@@ -210,18 +183,15 @@ private slots:
         QTest::addColumn<QString>("actionID");
         QTest::addColumn<QString>("destination");
         QTest::addColumn<bool>("refused");
-        QTest::newRow("copy into a sibling") << "copyFilesToFolder"
-                                             << "Photos 2024" << false;
-        QTest::newRow("move into a sibling") << "moveFilesToFolder"
-                                             << "Photos 2024" << false;
-        QTest::newRow("copy into itself") << "copyFilesToFolder"
-                                          << "Photos" << true;
-        QTest::newRow("copy into its subfolder") << "copyFilesToFolder"
-                                                 << "Photos/sub" << true;
-        QTest::newRow("move into its subfolder") << "moveFilesToFolder"
-                                                 << "Photos/sub/" << true;
-        QTest::newRow("through a link to it") << "copyFilesToFolder"
-                                              << "link/sub" << true;
+        for (const auto& [row, actionID, destination, refused] :
+             std::initializer_list<std::tuple<const char*, const char*, const char*, bool>>{
+                 {"copy into a sibling", "copyFilesToFolder", "Photos 2024", false},
+                 {"move into a sibling", "moveFilesToFolder", "Photos 2024", false},
+                 {"copy into itself", "copyFilesToFolder", "Photos", true},
+                 {"copy into its subfolder", "copyFilesToFolder", "Photos/sub", true},
+                 {"move into its subfolder", "moveFilesToFolder", "Photos/sub/", true},
+                 {"through a link to it", "copyFilesToFolder", "link/sub", true}})
+            QTest::newRow(row) << actionID << destination << refused;
     }
     void aFolderNeverGoesIntoItself() {
         QFETCH(QString, actionID);
@@ -232,7 +202,7 @@ private slots:
         QVERIFY(QFile::link(QFileInfo(photos).path(), m_env->root() + "/link"));
         const QString source = QFileInfo(photos).path();
         const QString text =
-            failureText([&] { perform(actionID, {source}, m_env->root() + QLatin1Char('/') + destination); });
+            failureText([&] { transfer(actionID, {source}, m_env->root() + '/' + destination); });
         QCOMPARE(!text.isEmpty(), refused);
         if (refused)
             QVERIFY(names(text, {source}));
@@ -251,7 +221,7 @@ private slots:
         const QString destination = m_env->makeFolder("dst");
         const QString treeTop = QFileInfo(tree).path();
         QVERIFY(names(failureText([&] {
-                          perform("copyFilesToFolder", {first, treeTop, last}, destination);
+                          transfer("copyFilesToFolder", {first, treeTop, last}, destination);
                       }),
                       {tree + "/pipe"}));
         QCOMPARE(namesIn(destination), QStringList{"first.txt"});
@@ -348,7 +318,7 @@ private slots:
         const QString two = m_env->root() + "/src/two.txt";
         QCOMPARE(::link(QFile::encodeName(one).constData(), QFile::encodeName(two).constData()), 0);
 
-        perform(action, {tree, one, two}, destination);
+        transfer(action, {tree, one, two}, destination);
 
         const QString copy = destination + "/Tree";
         QCOMPARE(attribute(copy + "/tagged.txt", "user.xdg.tags"), QByteArray("red,work"));
@@ -378,7 +348,7 @@ private slots:
         const QString destination = m_env->makeFolder("dst");
         if (setAttribute(m_env->writeFile("probe"), "user.big", QByteArray(10000, 'x')))
             QSKIP("this file system holds large attributes");
-        perform("copyFilesToFolder", {source}, destination);
+        transfer("copyFilesToFolder", {source}, destination);
         QCOMPARE(attribute(destination + "/big.txt", "user.small"), QByteArray("s"));
         QCOMPARE(attribute(destination + "/big.txt", "user.big"), QByteArray("none"));
         QVERIFY(names(m_env->logText(), {QStringLiteral("kept not everything: %1 user.big: ").arg(source)}));
@@ -394,7 +364,7 @@ private slots:
         RecordingProgress progress;
         {
             const ActionProgressScope scope(progress);
-            perform("copyFilesToFolder", sources, destination);
+            transfer("copyFilesToFolder", sources, destination);
         }
         QCOMPARE(progress.titles, QStringList({"复制"}));
         QCOMPARE(progress.finishedCount, 1);
@@ -411,7 +381,7 @@ private slots:
         stopping.stopAfterItems = 7;
         {
             const ActionProgressScope scope(stopping);
-            QVERIFY_THROWS_EXCEPTION(ActionCancelled, perform("moveFilesToFolder", sources, second));
+            QVERIFY_THROWS_EXCEPTION(ActionCancelled, transfer("moveFilesToFolder", sources, second));
         }
         QCOMPARE(namesIn(second).size(), 7);
         QCOMPARE(namesIn(m_env->root() + "/src").size(), 21 - 7);
@@ -425,7 +395,7 @@ private slots:
         {
             const ActionProgressScope scope(inside);
             QVERIFY_THROWS_EXCEPTION(ActionCancelled,
-                                     perform("copyFilesToFolder", {m_env->root() + "/big"}, second));
+                                     transfer("copyFilesToFolder", {m_env->root() + "/big"}, second));
         }
         QCOMPARE(namesIn(second).size(), 7);
         QCOMPARE(readAll(m_env->root() + "/big/part 5.bin"), QByteArray(8 << 20, '5'));
@@ -442,7 +412,7 @@ private slots:
         {
             const ActionProgressScope scope(progress);
             timer.start();
-            perform("copyFilesToFolder", {tree}, m_env->makeFolder("dst"));
+            transfer("copyFilesToFolder", {tree}, m_env->makeFolder("dst"));
         }
         const qint64 elapsed = timer.elapsed();
         QSet<QString> named;

@@ -1,23 +1,11 @@
 // Terminal, editors, open-with, the bounded launch wait, quick open of folders, typed and copied paths.
-#include "actions/FinderActionExecutor.h"
 #include "actions/OpenActions.h"
-#include "platform/FinderActionExecutionError.h"
 #include "platform/KestroError.h"
-#include "support/Failures.h"
-#include "support/FakePlatform.h"
-#include "support/TestEnvironment.h"
-
-#include <QCoreApplication>
-#include <QTest>
+#include "support/ActionRequests.h"
 
 #include <thread>
 
 namespace {
-
-void perform(const QString& actionID, const QStringList& selection, const std::optional<QString>& target = {},
-             const std::optional<QString>& destination = {}) {
-    FinderActionExecutor::perform(actionID, selection, target, destination, std::nullopt);
-}
 
 // A workspace whose launches fail the way a broken desktop entry does.
 class RefusingWorkspace : public FakeWorkspace {
@@ -69,46 +57,41 @@ private slots:
         QTest::addColumn<QString>("actionID");
         QTest::addColumn<bool>("selection");
         QTest::addColumn<QString>("destination"); // under the root
-        QTest::addColumn<int>("errorCase");
+        QTest::addColumn<Case>("errorCase");
         QTest::addColumn<QString>("named");
-        using Case = FinderActionExecutionError::Case;
-        QTest::newRow("no terminal") << "openInTerminal" << true << "" << int(Case::commandFailed)
-                                     << "TERMINAL";
-        QTest::newRow("terminal, nowhere")
-            << "openInTerminal" << false << "" << int(Case::noTargetDirectory) << "";
-        QTest::newRow("no VS Code") << "openInVSCode" << true << "" << int(Case::applicationNotFound)
-                                    << "Visual Studio Code";
-        QTest::newRow("no Cursor") << "openInCursor" << true << "" << int(Case::applicationNotFound)
-                                   << "Cursor";
-        QTest::newRow("no application")
-            << "openWithApplicationPath" << true << "" << int(Case::applicationNotFound) << "";
-        QTest::newRow("a missing entry") << "openWithApplicationPath" << true << "apps/Gone.desktop"
-                                         << int(Case::applicationNotFound) << "Gone.desktop";
-        QTest::newRow("not a program")
-            << "openWithApplicationPath" << true << "apps/plain.txt" << int(Case::applicationNotFound) << "";
-        QTest::newRow("nothing to open")
-            << "openWithApplicationPath" << false << "apps/viewer.desktop" << int(Case::noSelection) << "";
-        QTest::newRow("no Documents")
-            << "quickOpenDocuments" << false << "" << int(Case::noTargetDirectory) << "";
-        QTest::newRow("a file as a place")
-            << "quickOpenPath" << false << "apps/plain.txt" << int(Case::noTargetDirectory) << "";
+        for (const auto& [row, actionID, selection, destination, errorCase, named] : std::initializer_list<
+                 std::tuple<const char*, const char*, bool, const char*, Case, const char*>>{
+                 {"no terminal", "openInTerminal", true, "", Case::commandFailed, "TERMINAL"},
+                 {"terminal, nowhere", "openInTerminal", false, "", Case::noTargetDirectory, ""},
+                 {"no VS Code", "openInVSCode", true, "", Case::applicationNotFound, "Visual Studio Code"},
+                 {"no Cursor", "openInCursor", true, "", Case::applicationNotFound, "Cursor"},
+                 {"no application", "openWithApplicationPath", true, "", Case::applicationNotFound, ""},
+                 {"a missing entry", "openWithApplicationPath", true, "apps/Gone.desktop",
+                  Case::applicationNotFound, "Gone.desktop"},
+                 {"not a program", "openWithApplicationPath", true, "apps/plain.txt",
+                  Case::applicationNotFound, ""},
+                 {"nothing to open", "openWithApplicationPath", false, "apps/viewer.desktop",
+                  Case::noSelection, ""},
+                 {"no Documents", "quickOpenDocuments", false, "", Case::noTargetDirectory, ""},
+                 {"a file as a place", "quickOpenPath", false, "apps/plain.txt", Case::noTargetDirectory,
+                  ""}})
+            QTest::newRow(row) << actionID << selection << destination << errorCase << named;
     }
     void whatCannotBeOpenedFailsAndLaunchesNothing() {
         QFETCH(QString, actionID);
         QFETCH(bool, selection);
         QFETCH(QString, destination);
-        QFETCH(int, errorCase);
+        QFETCH(Case, errorCase);
         QFETCH(QString, named);
         FakePlatform::workspace().terminalInstalled = false;
         m_env->writeFile("apps/viewer.desktop", "[Desktop Entry]\n");
         m_env->writeFile("apps/plain.txt", "x");
         const QString file = m_env->writeFile("f.txt");
         const auto error = failureOf<FinderActionExecutionError>([&] {
-            perform(actionID, selection ? QStringList{file} : QStringList{}, std::nullopt,
-                    destination.isEmpty() ? std::nullopt : std::optional(m_env->root() + '/' + destination));
+            perform(actionID, selection ? QStringList{file} : QStringList{}, {},
+                    given(destination.isEmpty() ? "" : m_env->root() + '/' + destination));
         });
-        QVERIFY(error);
-        QCOMPARE(int(error->errorCase()), errorCase);
+        QVERIFY(error && error->errorCase() == errorCase);
         QVERIFY(names(error->errorDescription(), {named}));
         QVERIFY(FakePlatform::workspace().launches.isEmpty() &&
                 FakePlatform::workspace().openedUrls.isEmpty());
@@ -120,8 +103,8 @@ private slots:
         const QString file = m_env->writeFile("f.txt");
         const auto error = failureOf<FinderActionExecutionError>(
             [&] { perform("openWithApplicationPath", {file}, std::nullopt, entry); });
-        QVERIFY(error && error->errorCase() == FinderActionExecutionError::Case::commandFailed);
-        QVERIFY(names(error->errorDescription(), {"nothing"}));
+        QVERIFY(error && error->errorCase() == Case::commandFailed &&
+                names(error->errorDescription(), {"nothing"}));
         QVERIFY(m_env->logText().contains(
             QString("open application failed app=%1 urls=[\"%2\"] error=Failed to execute")
                 .arg(entry, file)));
@@ -139,8 +122,7 @@ private slots:
         QVERIFY(failure);
         QVERIFY(m_env->logText().contains("open application timed out app=/opt/app.desktop urls=[\"/w/x\"]"));
         QVERIFY(FakePlatform::workspace().launches.isEmpty());
-        QTRY_COMPARE(FakePlatform::workspace().launches.size(),
-                     1); // it still starts once the main thread can
+        QTRY_COMPARE(FakePlatform::workspace().launches.size(), 1); // it starts once the main thread can
         // From a worker with a free main thread the launch completes within the bound.
         std::thread second([&] { OpenActions::openURLs(urls, "/opt/app.desktop"); });
         while (FakePlatform::workspace().launches.size() < 2)
@@ -157,13 +139,12 @@ private slots:
              {"quickOpenHome", "quickOpenDesktop", "quickOpenDownloads", "quickOpenApplications"})
             perform(actionID, {});
         perform("quickOpenPath", {}, std::nullopt, custom);
-        const QList<QUrl> opened = FakePlatform::workspace().openedUrls;
+        QStringList opened;
+        for (const QUrl& url : FakePlatform::workspace().openedUrls)
+            opened << url.toLocalFile();
         QCOMPARE(opened.size(), 5);
-        QCOMPARE(opened.mid(0, 3),
-                 (QList<QUrl>{QUrl::fromLocalFile(m_env->home()), QUrl::fromLocalFile(desktop),
-                              QUrl::fromLocalFile(downloads)}));
-        QVERIFY(opened[3].toLocalFile().endsWith("/applications"));
-        QCOMPARE(opened[4], QUrl::fromLocalFile(custom));
+        QVERIFY(opened.takeAt(3).endsWith("/applications"));
+        QCOMPARE(opened, (QStringList{m_env->home(), desktop, downloads, custom}));
         FakePlatform::workspace().openUrlSucceeds = false;
         QVERIFY_THROWS_EXCEPTION(PlatformError, perform("quickOpenHome", {}));
     }

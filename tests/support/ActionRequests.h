@@ -28,6 +28,15 @@ template <typename Call> Case caseOf(Call&& call) {
     return error ? error->errorCase() : Case(-1);
 }
 
+// A table of one column, "row", holding a struct per case: the fields are named where they are used.
+//     struct Row { QString actionID; bool refused; };
+//     rows<Row>({{"copy", {"copyFilesToFolder", false}}, ...});   and in the test:   QFETCH(Row, row);
+template <typename Row> void rows(std::initializer_list<std::pair<const char*, Row>> cases) {
+    QTest::addColumn<Row>("row");
+    for (const auto& [name, row] : cases)
+        QTest::newRow(name) << row;
+}
+
 // An empty text as no value, for table columns that may leave an argument out.
 inline std::optional<QString> given(const QString& text) {
     return text.isEmpty() ? std::nullopt : std::optional(text);
