@@ -3,23 +3,16 @@
 #include "actions/ImageActions.h"
 #include "actions/PdfActions.h"
 #include "catalogue/AppPreferencesPersistence.h"
-#include "platform/FinderActionExecutionError.h"
-#include "support/Failures.h"
-#include "support/FakePlatform.h"
-#include "support/FolderListing.h"
+#include "support/ActionRequests.h"
 #include "support/PdfSamples.h"
 #include "support/QuietPreferences.h"
 #include "support/RecordingProgress.h"
-#include "support/TestEnvironment.h"
 
 #include <QBuffer>
 #include <QImageReader>
 #include <QImageWriter>
-#include <QProcess>
+#include <QRandomGenerator>
 #include <QtEndian>
-#include <QtTest>
-
-#include <sys/stat.h>
 
 namespace {
 
@@ -118,6 +111,14 @@ QStringList run(const QString& action, const QStringList& images, QSize size = Q
     return ImageActions::resizeImages(images);
 }
 
+struct Failure {
+    QString name;
+    QByteArray bytes; // "pipe": a named pipe
+    QString action;
+    Case errorCase;
+    QString cause; // a fact the message must name besides the file
+};
+
 } // namespace
 
 class TestImageActions : public QObject {
@@ -160,18 +161,13 @@ private slots:
 
     void qualitySeventyIsSmallerThanFullQuality() {
         QImage noise(300, 200, QImage::Format_RGB32);
-        quint32 state = 12345;
-        for (int y = 0; y < 200; ++y)
-            for (int x = 0; x < 300; ++x) {
-                state = state * 1664525u + 1013904223u;
-                noise.setPixel(x, y, qRgb((state >> 8) & 0xff, (state >> 16) & 0xff, (x * 3 + y) & 0xff));
-            }
+        QRandomGenerator(7).fillRange(reinterpret_cast<quint32*>(noise.bits()), 300 * 200);
         const QString source = m_env->writeFile(m_folder + "/noise.png", encoded(noise, "png"));
         const auto sizeAt = [&](const char* quality) {
-            const QString output =
-                ImageActions::convertImages({source}, "jpeg", "jpg", {"-s", "formatOptions", quality})
-                    .first();
-            return QFileInfo(output).size();
+            return QFileInfo(
+                       ImageActions::convertImages({source}, "jpeg", "jpg", {"-s", "formatOptions", quality})
+                           .first())
+                .size();
         };
         const qint64 at70 = sizeAt("70"), at100 = sizeAt("100");
         QVERIFY2(at70 * 10 < at100 * 7, qPrintable(QString("%1 vs %2").arg(at70).arg(at100)));
@@ -207,12 +203,8 @@ private slots:
     void metadataIsCarriedOrStripped_data() {
         QTest::addColumn<QString>("action");
         QTest::addColumn<QSize>("shown");
-        QTest::newRow("to PNG") << "png" << QSize(40, 60);
-        QTest::newRow("to TIFF") << "tiff" << QSize(40, 60);
-        QTest::newRow("to JPEG") << "jpeg" << QSize(40, 60);
-        QTest::newRow("compressed") << "70" << QSize(40, 60);
-        QTest::newRow("resized") << "resize" << QSize(30, 45);
-        QTest::newRow("stripped") << "strip" << QSize(40, 60);
+        for (const char* action : {"png", "tiff", "jpeg", "70", "resize", "strip"})
+            QTest::newRow(action) << action << (action == QString("resize") ? QSize(30, 45) : QSize(40, 60));
     }
     void metadataIsCarriedOrStripped() {
         QFETCH(QString, action);
@@ -229,9 +221,7 @@ private slots:
         if (action == "resize") {
             QCOMPARE(output, photo);
             QCOMPARE(readAll(oldName), original); // replaced in one rename
-            struct stat status {};
-            QCOMPARE(::stat(QFile::encodeName(photo).constData(), &status), 0);
-            QCOMPARE(status.st_mode & 07777, mode_t(0640));
+            QCOMPARE(statusOf(photo).st_mode & 07777, mode_t(0640));
         } else {
             QCOMPARE(readAll(photo), original);
         }
@@ -240,9 +230,9 @@ private slots:
             QCOMPARE(read(output).size(), shown);
             QVERIFY(qRed(read(output).pixel(20, 1)) > 200);
         }
-        if (action != QLatin1String("strip"))
+        if (action != "strip")
             checkCarried(output, shown);
-        QCOMPARE(namesIn(m_folder).size(), action == QLatin1String("resize") ? 1 : 2);
+        QCOMPARE(namesIn(m_folder).size(), action == "resize" ? 1 : 2);
     }
 
     // Qt fills in 96 dpi where a file records none; such an image is taken at 72 dpi, a pixel a point. A
@@ -252,12 +242,15 @@ private slots:
         QTest::addColumn<int>("recordedX"); // dots per metre in the file; -1: Qt's own writer's
         QTest::addColumn<int>("recordedY");
         QTest::addColumn<int>("expectedX");
-        QTest::newRow("BMP, both") << QByteArray("bmp") << 5906 << 5906 << 5906;
-        QTest::newRow("BMP, no X") << QByteArray("bmp") << 0 << 5906 << 2835;
-        QTest::newRow("BMP, no Y") << QByteArray("bmp") << 5906 << 0 << 2835;
-        QTest::newRow("PNG") << QByteArray("png") << -1 << -1 << 5906;
-        QTest::newRow("PNG without pHYs") << QByteArray("png") << 0 << 0 << 2835;
-        QTest::newRow("TIFF") << QByteArray("tiff") << -1 << -1 << 5906;
+        for (const auto& [row, format, x, y, expected] :
+             std::initializer_list<std::tuple<const char*, QByteArray, int, int, int>>{
+                 {"BMP, both", "bmp", 5906, 5906, 5906},
+                 {"BMP, no X", "bmp", 0, 5906, 2835},
+                 {"BMP, no Y", "bmp", 5906, 0, 2835},
+                 {"PNG", "png", -1, -1, 5906},
+                 {"PNG without pHYs", "png", 0, 0, 2835},
+                 {"TIFF", "tiff", -1, -1, 5906}})
+            QTest::newRow(row) << format << x << y << expected;
     }
     void aResolutionCountsOnlyWhereRecorded() {
         QFETCH(QByteArray, format);
@@ -280,67 +273,51 @@ private slots:
     }
 
     void failuresNameTheFileAndLoseNothing_data() {
-        QTest::addColumn<QString>("name");
-        QTest::addColumn<QByteArray>("bytes"); // "pipe": a named pipe
-        QTest::addColumn<QString>("action");
-        QTest::addColumn<int>("errorCase");
-        QTest::addColumn<QString>("cause"); // a fact the message must name besides the file
-        using Case = FinderActionExecutionError::Case;
-        QTest::newRow("damaged") << "broken.png" << QByteArray("\x89PNG\r\n\x1a\nnot really", 18) << "tiff"
-                                 << int(Case::commandFailed) << "";
-        QTest::newRow("damaged, stripped") << "broken.jpg" << QByteArray("\xff\xd8\xff garbage") << "strip"
-                                           << int(Case::commandFailed) << "";
         // A 1 × 1 GIF: Qt reads GIF but cannot write it.
-        QTest::newRow("gif") << "dot.gif"
-                             << QByteArray(
-                                    "GIF89a\x01\0\x01\0\x80\0\0\xff\xff\xff\0\0\0!\xf9\x04\x01\0\0\0\0,"
-                                    "\0\0\0\0\x01\0\x01\0\0\x02\x02D\x01\0;",
-                                    43)
-                             << "strip" << int(Case::commandFailed) << "";
-        QTest::newRow("pipe") << "pipe.png" << QByteArray("pipe") << "tiff" << int(Case::commandFailed) << "";
-        QTest::newRow("pipe, resized")
-            << "pipe.png" << QByteArray("pipe") << "resize" << int(Case::commandFailed) << "";
-        QTest::newRow("missing") << "gone.png" << QByteArray() << "tiff" << int(Case::sourceItemMissing)
-                                 << "";
+        const QByteArray gif(
+            "GIF89a\x01\0\x01\0\x80\0\0\xff\xff\xff\0\0\0!\xf9\x04\x01\0\0\0\0,\0\0\0\0\x01\0"
+            "\x01\0\0\x02\x02D\x01\0;",
+            43);
         // 20000 × 20000 in the header: refused by its size before any pixel is decoded.
         QByteArray huge = encoded(quadrants(8, 8), "png");
         huge.replace(16, 8, QByteArray::fromHex("00004e2000004e20"));
-        quint32 crc = 0xffffffffu; // PNG's chunk checksum, so the header is still a valid one
+        quint32 crc = ~0u; // PNG's chunk checksum, so the header is still a valid one
         for (const char byte : huge.mid(12, 17)) {
             crc ^= quint8(byte);
             for (int bit = 0; bit < 8; ++bit)
                 crc = (crc >> 1) ^ (0xedb88320u & (0u - (crc & 1u)));
         }
         qToBigEndian<quint32>(~crc, huge.data() + 29);
-        QTest::newRow("too large") << "huge.png" << huge << "tiff" << int(Case::commandFailed)
-                                   << "20000 × 20000";
-        QTest::newRow("too large, resized")
-            << "huge.png" << huge << "resize" << int(Case::commandFailed) << "20000 × 20000";
+        const QByteArray damaged("\x89PNG\r\n\x1a\nnot really", 18);
+        rows<Failure>(
+            {{"damaged", {"broken.png", damaged, "tiff", Case::commandFailed, ""}},
+             {"damaged, stripped", {"broken.jpg", "\xff\xd8\xff garbage", "strip", Case::commandFailed, ""}},
+             {"gif", {"dot.gif", gif, "strip", Case::commandFailed, ""}},
+             {"pipe", {"pipe.png", "pipe", "tiff", Case::commandFailed, ""}},
+             {"pipe, resized", {"pipe.png", "pipe", "resize", Case::commandFailed, ""}},
+             {"missing", {"gone.png", "", "tiff", Case::sourceItemMissing, ""}},
+             {"too large", {"huge.png", huge, "tiff", Case::commandFailed, "20000 × 20000"}},
+             {"too large, resized", {"huge.png", huge, "resize", Case::commandFailed, "20000 × 20000"}}});
     }
     void failuresNameTheFileAndLoseNothing() {
-        QFETCH(QString, name);
-        QFETCH(QByteArray, bytes);
-        QFETCH(QString, action);
-        QFETCH(int, errorCase);
-        QFETCH(QString, cause);
+        QFETCH(Failure, row);
         const QString good = m_env->writeFile(m_folder + "/good.png", encoded(quadrants(10, 10), "png"));
-        const QString input = m_folder + QLatin1Char('/') + name;
-        if (bytes == "pipe")
+        const QString input = m_folder + '/' + row.name;
+        if (row.bytes == "pipe")
             QCOMPARE(::mkfifo(QFile::encodeName(input).constData(), 0600), 0);
-        else if (!bytes.isEmpty())
-            m_env->writeFile(input, bytes);
-        const QStringList before = namesIn(m_folder);
+        else if (!row.bytes.isEmpty())
+            m_env->writeFile(input, row.bytes);
+        QStringList expected = namesIn(m_folder);
+        const bool resize = row.action == "resize";
         const auto error = failureOf<FinderActionExecutionError>([&] {
-            run(action, action == "resize" ? QStringList{input} : QStringList{good, input}, {10, 10});
+            run(row.action, resize ? QStringList{input} : QStringList{good, input}, {10, 10});
         });
-        QVERIFY(error);
-        QCOMPARE(int(error->errorCase()), errorCase);
+        QVERIFY(error && error->errorCase() == row.errorCase);
         QVERIFY(names(error->errorDescription(),
-                      {m_folder + QLatin1Char('/') + QFileInfo(name).completeBaseName(), cause}));
+                      {m_folder + '/' + QFileInfo(row.name).completeBaseName(), row.cause}));
         // What came before the bad one is whole; nothing else appeared.
-        QStringList expected = before;
-        if (action != QLatin1String("resize"))
-            expected << (action == QLatin1String("strip") ? "good stripped.png" : "good.tiff");
+        if (!resize)
+            expected << (row.action == "strip" ? "good stripped.png" : "good.tiff");
         expected.sort();
         QCOMPARE(namesIn(m_folder), expected);
     }
@@ -387,7 +364,7 @@ private slots:
         QCOMPARE(QProcess::execute("heif-convert", {photo, check}), 0);
         QCOMPARE(read(check).size(), QSize(32, 16));
         QVERIFY(readAll(photo).contains("KestroCam"));
-        QCOMPARE(readAll(photo).mid(8, 4), extension == QLatin1String("avif") ? QByteArray("avif") : "heic");
+        QCOMPARE(readAll(photo).mid(8, 4), extension.toLatin1());
     }
 
     // Beyond Qt's default limit of 256 MB (about 33 megapixels): 100 megapixels convert and resize.
@@ -409,18 +386,15 @@ private slots:
         QTest::addColumn<QString>("action");
         QTest::addColumn<QStringList>("afterStop"); // the folder after a stop once two are done
         const QStringList inputs{"1.png", "2.png", "3.png", "4.png"};
-        QTest::newRow("JPEG") << "图片转为 JPEG"
-                              << "jpeg" << inputs + QStringList{"1.jpg", "2.jpg"};
-        QTest::newRow("PNG") << "图片转为 PNG"
-                             << "png" << inputs + QStringList{"1 2.png", "2 2.png"};
-        QTest::newRow("TIFF") << "图片转为 TIFF"
-                              << "tiff" << inputs + QStringList{"1.tiff", "2.tiff"};
-        QTest::newRow("compress") << "压缩 JPEG 图片"
-                                  << "70" << inputs + QStringList{"1.jpg", "2.jpg"};
-        QTest::newRow("strip") << "移除图片元数据"
-                               << "strip" << inputs + QStringList{"1 stripped.png", "2 stripped.png"};
-        QTest::newRow("resize") << "调整图片大小"
-                                << "resize" << inputs;
+        for (const auto& [title, action, first, second] : std::initializer_list<std::array<const char*, 4>>{
+                 {"图片转为 JPEG", "jpeg", "1.jpg", "2.jpg"},
+                 {"图片转为 PNG", "png", "1 2.png", "2 2.png"},
+                 {"图片转为 TIFF", "tiff", "1.tiff", "2.tiff"},
+                 {"压缩 JPEG 图片", "70", "1.jpg", "2.jpg"},
+                 {"移除图片元数据", "strip", "1 stripped.png", "2 stripped.png"},
+                 {"调整图片大小", "resize", nullptr, nullptr}})
+            QTest::newRow(action) << title << action
+                                  << (first ? inputs + QStringList{first, second} : inputs);
     }
     void batchesReportEachImageAndAStopKeepsWhatIsDone() {
         QFETCH(QString, title);
@@ -440,7 +414,7 @@ private slots:
         afterStop.sort();
         QCOMPARE(namesIn(m_folder), afterStop);
         QCOMPARE(readAll(images[3]), original);
-        QCOMPARE(read(images[1]).size(), action == QLatin1String("resize") ? QSize(8, 6) : QSize(16, 12));
+        QCOMPARE(read(images[1]).size(), action == "resize" ? QSize(8, 6) : QSize(16, 12));
         QCOMPARE(read(images[2]).size(), QSize(16, 12));
 
         RecordingProgress progress;
