@@ -1,30 +1,50 @@
 // Merging, splitting, compressing PDFs and making one from images, read back with qpdf; bad inputs named,
 // stops that keep only whole outputs.
 #include "actions/PdfActions.h"
-#include "platform/FinderActionExecutionError.h"
-#include "support/Failures.h"
-#include "support/FolderListing.h"
+#include "support/ActionRequests.h"
 #include "support/PdfSamples.h"
 #include "support/QuietPreferences.h"
 #include "support/RecordingProgress.h"
-#include "support/TestEnvironment.h"
 
 #include <QBuffer>
 #include <QImageWriter>
-#include <QProcess>
-#include <QtTest>
 
-#include <functional>
 #include <sys/resource.h>
 
 using PdfSamples::Encryption;
 using PdfSamples::pageLabels;
+
+namespace {
+
+struct PrintedSize {
+    QSize pixels;
+    QSize dotsPerInch; // none recorded when empty
+    QByteArray format;
+    bool turned; // tagged as turned 90° clockwise
+    QSize shownPixels;
+    QSize points;
+};
+
+struct Stop {
+    QString title;
+    qint64 items;
+    qint64 stopAfter;
+    QStringList made; // what the folder holds after the stop besides the inputs
+};
+
+} // namespace
 
 class TestPdfActions : public QObject {
     Q_OBJECT
 
     QString pdf(const QString& name, const QStringList& pages, Encryption encryption = Encryption::none) {
         return m_env->writeFile(m_folder + '/' + name, PdfSamples::document(pages, 0, encryption));
+    }
+    QString picture() {
+        QImage image(12, 8, QImage::Format_RGB32);
+        image.fill(Qt::yellow);
+        const QString path = m_folder + "/pic.png";
+        return image.save(path, "png") ? path : QString();
     }
     // Runs an action with a reporter that stops it as told; true when it stopped.
     static bool stopped(RecordingProgress& progress, const std::function<void()>& action) {
@@ -63,23 +83,23 @@ private slots:
     void badInputsAreNamedAndLeaveNothing_data() {
         QTest::addColumn<QString>("action");
         QTest::addColumn<QByteArray>("bytes");
-        QTest::newRow("merge garbage") << "merge" << QByteArray("%PDF-1.7\nthis is not a document at all\n");
-        QTest::newRow("merge empty") << "merge" << QByteArray();
-        QTest::newRow("merge locked") << "merge" << PdfSamples::document({"s1"}, 0, Encryption::userPassword);
-        QTest::newRow("compress locked")
-            << "compress" << PdfSamples::document({"s1"}, 0, Encryption::userPassword);
-        QTest::newRow("compress broken") << "compress" << QByteArray("%PDF-1.4\n1 0 obj\n<<");
-        QTest::newRow("split only broken") << "split" << QByteArray("garbage");
-        QTest::newRow("image") << "images" << QByteArray("nope");
+        const QByteArray locked = PdfSamples::document({"s1"}, 0, Encryption::userPassword);
+        for (const auto& [row, action, bytes] :
+             std::initializer_list<std::tuple<const char*, const char*, QByteArray>>{
+                 {"merge garbage", "merge", "%PDF-1.7\nthis is not a document at all\n"},
+                 {"merge empty", "merge", ""},
+                 {"merge locked", "merge", locked},
+                 {"compress locked", "compress", locked},
+                 {"compress broken", "compress", "%PDF-1.4\n1 0 obj\n<<"},
+                 {"split only broken", "split", "garbage"},
+                 {"image", "images", "nope"}})
+            QTest::newRow(row) << action << bytes;
     }
     void badInputsAreNamedAndLeaveNothing() {
         QFETCH(QString, action);
         QFETCH(QByteArray, bytes);
         const QString good = pdf("good.pdf", {"g1"});
-        QImage image(10, 10, QImage::Format_RGB32);
-        image.fill(Qt::green);
-        const QString picture = m_folder + "/good.png";
-        QVERIFY(QImageWriter(picture, "png").write(image));
+        const QString image = picture();
         const QString bad =
             m_env->writeFile(m_folder + (action == "images" ? "/bad.png" : "/bad.pdf"), bytes);
         const auto error = failureOf<FinderActionExecutionError>([&] {
@@ -90,11 +110,10 @@ private slots:
             else if (action == "split")
                 PdfActions::splitPDFs({bad});
             else
-                PdfActions::imagesToPDF({picture, bad});
+                PdfActions::imagesToPDF({image, bad});
         });
-        QVERIFY(error);
-        QCOMPARE(error->errorCase(), FinderActionExecutionError::Case::commandFailed);
-        QVERIFY(names(error->errorDescription(), {bad}));
+        QVERIFY(error && error->errorCase() == Case::commandFailed &&
+                names(error->errorDescription(), {bad}));
         QCOMPARE(namesIn(m_folder).size(), 3);
     }
 
@@ -151,29 +170,17 @@ private slots:
     }
 
     void imagesBecomePagesAtTheirPrintedSize_data() {
-        QTest::addColumn<QSize>("pixels");
-        QTest::addColumn<QSize>("dotsPerInch"); // none recorded when empty
-        QTest::addColumn<QByteArray>("format");
-        QTest::addColumn<bool>("turned"); // tagged as turned 90° clockwise
-        QTest::addColumn<QSize>("shownPixels");
-        QTest::addColumn<QSize>("points");
-        QTest::newRow("A4 scan at 150 dpi") << QSize(1240, 1754) << QSize(150, 150) << QByteArray("png")
-                                            << false << QSize(1240, 1754) << QSize(595, 842);
-        QTest::newRow("no resolution: 72 dpi")
-            << QSize(200, 100) << QSize() << QByteArray("png") << false << QSize(200, 100) << QSize(200, 100);
-        QTest::newRow("96 dpi") << QSize(96, 192) << QSize(96, 96) << QByteArray("jpeg") << false
-                                << QSize(96, 192) << QSize(72, 144);
-        // Turned by its tag: the page is upright and each axis keeps its own resolution.
-        QTest::newRow("turned, 300 × 150 dpi") << QSize(300, 60) << QSize(300, 150) << QByteArray("jpeg")
-                                               << true << QSize(60, 300) << QSize(29, 72);
+        rows<PrintedSize>({
+            {"A4 scan at 150 dpi", {{1240, 1754}, {150, 150}, "png", false, {1240, 1754}, {595, 842}}},
+            {"no resolution: 72 dpi", {{200, 100}, {}, "png", false, {200, 100}, {200, 100}}},
+            {"96 dpi", {{96, 192}, {96, 96}, "jpeg", false, {96, 192}, {72, 144}}},
+            // Turned by its tag: the page is upright and each axis keeps its own resolution.
+            {"turned, 300 × 150 dpi", {{300, 60}, {300, 150}, "jpeg", true, {60, 300}, {29, 72}}},
+        });
     }
     void imagesBecomePagesAtTheirPrintedSize() {
-        QFETCH(QSize, pixels);
-        QFETCH(QSize, dotsPerInch);
-        QFETCH(QByteArray, format);
-        QFETCH(bool, turned);
-        QFETCH(QSize, shownPixels);
-        QFETCH(QSize, points);
+        QFETCH(PrintedSize, row);
+        const auto& [pixels, dotsPerInch, format, turned, shownPixels, points] = row;
         QImage image(pixels, QImage::Format_RGB32);
         image.fill(Qt::red);
         if (dotsPerInch.isValid()) {
@@ -200,33 +207,20 @@ private slots:
 
     // Each action reports its items under its own name; stopped, it keeps only whole outputs.
     void progressAndStops_data() {
-        QTest::addColumn<QString>("title");
-        QTest::addColumn<qint64>("items");
-        QTest::addColumn<qint64>("stopAfter");
-        QTest::addColumn<QStringList>("afterStop"); // what the folder holds after the stop
-        const QStringList inputs{"a.pdf", "b.pdf", "pic.png"};
-        QTest::newRow("merge") << "合并 PDF" << qint64(2) << qint64(1) << inputs;
-        QTest::newRow("merge, while writing") << "合并 PDF" << qint64(2) << qint64(2) << inputs;
-        QTest::newRow("split") << "拆分 PDF" << qint64(6) << qint64(4)
-                               << inputs + QStringList{"a Pages", "b Pages"};
-        QTest::newRow("split, between documents")
-            << "拆分 PDF" << qint64(6) << qint64(3) << inputs + QStringList{"a Pages"};
-        QTest::newRow("compress") << "压缩 PDF" << qint64(2) << qint64(1)
-                                  << inputs + QStringList{"a compressed.pdf"};
-        QTest::newRow("images") << "图片转 PDF" << qint64(2) << qint64(1) << inputs;
+        rows<Stop>({{"merge", {"合并 PDF", 2, 1, {}}},
+                    {"merge, while writing", {"合并 PDF", 2, 2, {}}},
+                    {"split", {"拆分 PDF", 6, 4, {"a Pages", "b Pages"}}},
+                    {"split, between documents", {"拆分 PDF", 6, 3, {"a Pages"}}},
+                    {"compress", {"压缩 PDF", 2, 1, {"a compressed.pdf"}}},
+                    {"images", {"图片转 PDF", 2, 1, {}}}});
     }
     void progressAndStops() {
-        QFETCH(QString, title);
-        QFETCH(qint64, items);
-        QFETCH(qint64, stopAfter);
-        QFETCH(QStringList, afterStop);
+        QFETCH(Stop, row);
+        const auto& [title, items, stopAfter, made] = row;
         const QString a = pdf("a.pdf", {"a1", "a2", "a3"});
         const QString b = pdf("b.pdf", {"b1", "b2", "b3"});
         const QByteArray original = readAll(b);
-        QImage image(12, 8, QImage::Format_RGB32);
-        image.fill(Qt::yellow);
-        const QString picture = m_folder + "/pic.png";
-        QVERIFY(QImageWriter(picture, "png").write(image));
+        const QString image = picture();
         const auto run = [&] {
             if (title == "合并 PDF")
                 return PdfActions::mergePDFs({a, b});
@@ -234,12 +228,13 @@ private slots:
                 return PdfActions::splitPDFs({a, b});
             if (title == "压缩 PDF")
                 return PdfActions::compressPDFs({a, b});
-            return PdfActions::imagesToPDF({picture, picture});
+            return PdfActions::imagesToPDF({image, image});
         };
         RecordingProgress stopping;
         stopping.stopAfterItems = stopAfter;
         QVERIFY(stopped(stopping, run));
         QCOMPARE(stopping.finishedCount, 1);
+        QStringList afterStop = QStringList{"a.pdf", "b.pdf", "pic.png"} + made;
         afterStop.sort();
         QCOMPARE(namesIn(m_folder), afterStop);
         if (title == "拆分 PDF") {
