@@ -1,23 +1,15 @@
 // The user's own scripts and shortcuts: the stored list, adding through the real dialogs, how a script is
 // run (interpreter, awkward paths as plain arguments), and failures that say what went wrong.
-#include "actions/CustomActionRunner.h"
-#include "actions/FinderActionExecutor.h"
 #include "app/WidgetPrompts.h"
-#include "platform/FinderActionExecutionError.h"
 #include "platform/KestroPaths.h"
 #include "platform/PropertyListFile.h"
 #include "platform/ShortcutsTool.h"
 #include "stores/CustomShortcutActionPersistence.h"
 #include "stores/CustomShortcutActionStore.h"
-#include "support/Failures.h"
-#include "support/FakePlatform.h"
+#include "support/ActionRequests.h"
 #include "support/ModalAnswer.h"
-#include "support/TestEnvironment.h"
 
 #include <QComboBox>
-#include <QLabel>
-#include <QSignalSpy>
-#include <QTest>
 
 namespace {
 
@@ -32,6 +24,14 @@ struct ShortcutsToolStandIn {
 // A script that writes every argument it receives, each followed by a NUL byte, to $KESTRO_TEST_RECORD.
 const QByteArray recordingShellScript = "out=\"$KESTRO_TEST_RECORD\"\n: > \"$out\"\nfor a in \"$@\"; do "
                                         "printf '%s\\0' \"$a\" >> \"$out\"; done\n";
+
+// Each action's name, or its shortcut's name when it has one.
+QStringList namesOf(const CustomShortcutActionStore& store) {
+    QStringList names;
+    for (const CustomShortcutAction& action : store.actions())
+        names << (action.shortcutName.isEmpty() ? action.name : action.shortcutName);
+    return names;
+}
 
 QStringList recordedArguments(const QString& path) {
     QStringList arguments = QString::fromUtf8(readAll(path)).split(QChar(0));
@@ -53,10 +53,6 @@ class TestCustomActions : public QObject {
     }
     CustomShortcutAction storeScript(const QString& path) {
         return *CustomShortcutActionStore().addScript(path);
-    }
-    void perform(const QString& actionID, const QStringList& paths,
-                 const std::optional<QString>& target = {}) {
-        FinderActionExecutor::perform(actionID, paths, target, std::nullopt, std::nullopt);
     }
 
 private slots:
@@ -110,16 +106,13 @@ private slots:
         QVERIFY(store.addShortcut("  Make GIF \n", " "));
         QVERIFY(!store.addShortcut(" \t", "Name"));
         QVERIFY(store.addScript(m_env->writeFile("scripts/.hidden", "")));
-        QCOMPARE(store.actions().size(), 3);
-        QCOMPARE(store.actions().at(0).name, "tidy up.v2");
+        QCOMPARE(namesOf(store), (QStringList{"tidy up.v2", "Make GIF", ".hidden"}));
         QCOMPARE(store.actions().at(0).scriptPath, script);
-        QCOMPARE(store.actions().at(1).shortcutName, "Make GIF");
-        QCOMPARE(store.actions().at(2).name, ".hidden");
 
         store.update(store.actions().at(0), "  整理 \n");
         store.update(store.actions().at(1), "   ");
-        QCOMPARE(store.actions().at(0).name, "整理");
         QCOMPARE(store.actions().at(1).name, "Make GIF");
+        QCOMPARE(store.actions().at(0).name, "整理");
         store.update(store.actions().at(0), QString());
         QCOMPARE(store.actions().at(0).name, script);
         const int before = changed.size();
@@ -215,19 +208,18 @@ private slots:
     void failuresSayWhatWentWrong_data() {
         QTest::addColumn<QString>("script"); // its text; "gone": removed after it was added
         QTest::addColumn<bool>("selection");
-        QTest::addColumn<int>("errorCase");
+        QTest::addColumn<Case>("errorCase");
         QTest::addColumn<QString>("named");
-        using Case = FinderActionExecutionError::Case;
         QTest::newRow("its own message") << "echo '  出错了: boom ' >&2\nexit 3\n"
-                                         << true << int(Case::commandFailed) << "出错了: boom";
-        QTest::newRow("gone") << "gone" << true << int(Case::sourceItemMissing) << "";
-        QTest::newRow("no selection") << "true\n" << false << int(Case::noSelection) << "";
-        QTest::newRow("unknown") << "" << true << int(Case::unsupportedAction) << "runScript__nope";
+                                         << true << Case::commandFailed << "出错了: boom";
+        QTest::newRow("gone") << "gone" << true << Case::sourceItemMissing << "";
+        QTest::newRow("no selection") << "true\n" << false << Case::noSelection << "";
+        QTest::newRow("unknown") << "" << true << Case::unsupportedAction << "runScript__nope";
     }
     void failuresSayWhatWentWrong() {
         QFETCH(QString, script);
         QFETCH(bool, selection);
-        QFETCH(int, errorCase);
+        QFETCH(Case, errorCase);
         QFETCH(QString, named);
         const QString input = m_env->writeFile("in/a.txt", "x");
         const QString path = writeFile("s/run.sh", script.toUtf8());
@@ -236,8 +228,7 @@ private slots:
             QFile::remove(path);
         const auto error = failureOf<FinderActionExecutionError>(
             [&] { perform("runScript__" + id, selection ? QStringList{input} : QStringList{}); });
-        QVERIFY(error);
-        QCOMPARE(int(error->errorCase()), errorCase);
+        QVERIFY(error && error->errorCase() == errorCase);
         QVERIFY(names(error->errorDescription() + error->payload(), {script == "gone" ? path : named}));
     }
 
@@ -249,12 +240,8 @@ private slots:
         const CustomShortcutAction script = *store.addScript(m_env->writeFile("s/x.sh", "true\n"));
         const QString input = m_env->writeFile("in/-a b.txt", "x");
         const QString folder = m_env->makeFolder("in");
-        const auto missing =
-            failureOf<FinderActionExecutionError>([&] { perform(shortcut.actionID(), {input}); });
-        QVERIFY(missing && missing->errorCase() == FinderActionExecutionError::Case::commandFailed);
-        const auto asScript =
-            failureOf<FinderActionExecutionError>([&] { perform("runScript__" + shortcut.id, {input}); });
-        QVERIFY(asScript && asScript->errorCase() == FinderActionExecutionError::Case::unsupportedAction);
+        QCOMPARE(caseOf([&] { perform(shortcut.actionID(), {input}); }), Case::commandFailed);
+        QCOMPARE(caseOf([&] { perform("runScript__" + shortcut.id, {input}); }), Case::unsupportedAction);
 
         qputenv("KESTRO_TEST_RECORD", m_record.toUtf8());
         ShortcutsToolStandIn standIn(writeFile("bin/shortcuts", "#!/bin/sh\n" + recordingShellScript, true));
@@ -265,10 +252,8 @@ private slots:
         QCOMPARE(recordedArguments(m_record), (QStringList{"run", "Make GIF", "--input-path", folder}));
         perform("runShortcut__" + script.id, {input});
         QCOMPARE(recordedArguments(m_record), (QStringList{"run", "", "--input-path", input}));
-        const auto none = failureOf<FinderActionExecutionError>([&] { perform(shortcut.actionID(), {}); });
-        QVERIFY(none && none->errorCase() == FinderActionExecutionError::Case::noSelection);
-        const auto empty = failureOf<FinderActionExecutionError>([&] { perform("runShortcut__", {input}); });
-        QVERIFY(empty && empty->errorCase() == FinderActionExecutionError::Case::unsupportedAction);
+        QCOMPARE(caseOf([&] { perform(shortcut.actionID(), {}); }), Case::noSelection);
+        QCOMPARE(caseOf([&] { perform("runShortcut__", {input}); }), Case::unsupportedAction);
     }
 
 private:
