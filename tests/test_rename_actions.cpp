@@ -4,16 +4,10 @@
 #include "actions/RenameActions.h"
 #include "catalogue/AppPreferencesPersistence.h"
 #include "platform/ExclusiveRename.h"
-#include "platform/FinderActionExecutionError.h"
-#include "support/Failures.h"
-#include "support/FakePlatform.h"
-#include "support/FolderListing.h"
+#include "support/ActionRequests.h"
 #include "support/QuietPreferences.h"
-#include "support/TestEnvironment.h"
 
 #include <QDirIterator>
-#include <QFileInfo>
-#include <QtTest>
 
 namespace {
 
@@ -35,6 +29,11 @@ QStringList filesIn(const QString& folder) {
     lines.sort();
     return lines;
 }
+
+struct Rename {
+    RenameMode mode;
+    QString answer, present, selected, expected, results;
+};
 
 } // namespace
 
@@ -69,105 +68,80 @@ private slots:
         QVERIFY(!FinderNameOrder().lessThan("file 10", "File 2"));
     }
 
-    // Each file holds its own name, so the result shows which item went where.
+    // Each file holds its own name, so the result shows which item went where. Lists are written with "|"
+    // between items: the prompt's text (or find|replace), the unselected items in the folder, the selection
+    // in the order given, every file afterwards, and the results.
     void everyRuleOnRealFiles_data() {
-        QTest::addColumn<int>("mode");
-        QTest::addColumn<QStringList>("answer");   // the prompt's text, or find and replace
-        QTest::addColumn<QStringList>("present");  // in the folder, not selected
-        QTest::addColumn<QStringList>("selected"); // in the order given
-        QTest::addColumn<QStringList>("expected"); // every file afterwards
-        QTest::addColumn<QStringList>("results");
-        const auto mode = [](RenameMode m) {
-            return int(m);
-        };
-        QTest::newRow("prefix") << mode(RenameMode::addPrefix) << QStringList{"2024-"} << QStringList{}
-                                << QStringList{"notes.txt", "archive.tar.gz", ".profile", "plain"}
-                                << QStringList{"2024-.profile=.profile", "2024-archive.tar.gz=archive.tar.gz",
-                                               "2024-notes.txt=notes.txt", "2024-plain=plain"}
-                                << QStringList{"2024-.profile", "2024-archive.tar.gz", "2024-notes.txt",
-                                               "2024-plain"};
-        QTest::newRow("suffix before the last extension")
-            << mode(RenameMode::addSuffix) << QStringList{"_v2"} << QStringList{}
-            << QStringList{"notes.txt", "archive.tar.gz", ".profile", "plain"}
-            << QStringList{".profile_v2=.profile", "archive.tar_v2.gz=archive.tar.gz",
-                           "notes_v2.txt=notes.txt", "plain_v2=plain"}
-            << QStringList{".profile_v2", "archive.tar_v2.gz", "notes_v2.txt", "plain_v2"};
-        QTest::newRow("replace in the stem, case-sensitive")
-            << mode(RenameMode::findReplace) << QStringList{"a", "b"} << QStringList{}
-            << QStringList{"Banana.tar.gz", "Apple.a"}
-            << QStringList{"Apple.a=Apple.a", "Bbnbnb.tbr.gz=Banana.tar.gz"} << QStringList{"Bbnbnb.tbr.gz"};
-        QTest::newRow("empty search finds nothing")
-            << mode(RenameMode::findReplace) << QStringList{"", "zz"} << QStringList{}
-            << QStringList{"Apple.a"} << QStringList{"Apple.a=Apple.a"} << QStringList{};
-        QTest::newRow("numbers in file-manager order")
-            << mode(RenameMode::sequential) << QStringList{"Trip"} << QStringList{}
-            << QStringList{"b.jpg", "file 10", "a.png", "c", "File 2"}
-            << QStringList{"Trip 001.png=a.png", "Trip 002.jpg=b.jpg", "Trip 003=c", "Trip 004=File 2",
-                           "Trip 005=file 10"}
-            << QStringList{"Trip 001.png", "Trip 002.jpg", "Trip 003", "Trip 004", "Trip 005"};
-        QTest::newRow("taken name") << mode(RenameMode::addPrefix) << QStringList{"x"} << QStringList{"xx"}
-                                    << QStringList{"x"} << QStringList{"xx 2=x", "xx=xx"}
-                                    << QStringList{"xx 2"};
-        QTest::newRow("taken names") << mode(RenameMode::findReplace) << QStringList{"a", "b"}
-                                     << QStringList{"b.txt", "b 2.txt"} << QStringList{"a.txt"}
-                                     << QStringList{"b 2.txt=b 2.txt", "b 3.txt=a.txt", "b.txt=b.txt"}
-                                     << QStringList{"b 3.txt"};
-        QTest::newRow("two items, one new name")
-            << mode(RenameMode::findReplace) << QStringList{"1", ""} << QStringList{}
-            << QStringList{"x11.txt", "x1.txt"} << QStringList{"x 2.txt=x11.txt", "x.txt=x1.txt"}
-            << QStringList{"x.txt", "x 2.txt"};
-        QTest::newRow("case only") << mode(RenameMode::lowercase) << QStringList{} << QStringList{}
-                                   << QStringList{"README.MD", "Ärger.TXT", "already lower.txt"}
-                                   << QStringList{"already lower.txt=already lower.txt",
-                                                  "readme.MD=README.MD", "ärger.TXT=Ärger.TXT"}
-                                   << QStringList{"ärger.TXT", "readme.MD"};
-        QTest::newRow("case only onto another item")
-            << mode(RenameMode::lowercase) << QStringList{} << QStringList{"readme.MD"}
-            << QStringList{"README.MD"} << QStringList{"readme 2.MD=README.MD", "readme.MD=readme.MD"}
-            << QStringList{"readme 2.MD"};
-        QTest::newRow("awkward names")
-            << mode(RenameMode::uppercase) << QStringList{} << QStringList{}
-            << QStringList{"-n dash.txt", "quo\"te's.txt", "new\nline.txt", "straße.txt"}
-            << QStringList{"-N DASH.txt=-n dash.txt", "NEW\nLINE.txt=new\nline.txt",
-                           "QUO\"TE'S.txt=quo\"te's.txt", "STRASSE.txt=straße.txt"}
-            << QStringList{"-N DASH.txt", "NEW\nLINE.txt", "QUO\"TE'S.txt", "STRASSE.txt"};
-        QTest::newRow("selected twice") << mode(RenameMode::addPrefix) << QStringList{"x"} << QStringList{}
-                                        << QStringList{"a.txt", "a.txt", "./a.txt"}
-                                        << QStringList{"xa.txt=a.txt"} << QStringList{"xa.txt"};
-        QTest::newRow("a folder and an item in it")
-            << mode(RenameMode::uppercase) << QStringList{} << QStringList{"Dir/other.txt"}
-            << QStringList{"Dir", "Dir/inner.txt"}
-            << QStringList{"DIR/INNER.txt=Dir/inner.txt", "DIR/other.txt=Dir/other.txt"}
-            << QStringList{"DIR", "DIR/INNER.txt"};
+        rows<Rename>({
+            {"prefix",
+             {RenameMode::addPrefix, "2024-", "", "notes.txt|archive.tar.gz|.profile|plain",
+              "2024-.profile=.profile|2024-archive.tar.gz=archive.tar.gz|2024-notes.txt=notes.txt|"
+              "2024-plain=plain",
+              "2024-.profile|2024-archive.tar.gz|2024-notes.txt|2024-plain"}},
+            {"suffix before the last extension",
+             {RenameMode::addSuffix, "_v2", "", "notes.txt|archive.tar.gz|.profile|plain",
+              ".profile_v2=.profile|archive.tar_v2.gz=archive.tar.gz|notes_v2.txt=notes.txt|plain_v2=plain",
+              ".profile_v2|archive.tar_v2.gz|notes_v2.txt|plain_v2"}},
+            {"replace in the stem, case-sensitive",
+             {RenameMode::findReplace, "a|b", "", "Banana.tar.gz|Apple.a",
+              "Apple.a=Apple.a|Bbnbnb.tbr.gz=Banana.tar.gz", "Bbnbnb.tbr.gz"}},
+            {"empty search finds nothing",
+             {RenameMode::findReplace, "|zz", "", "Apple.a", "Apple.a=Apple.a", ""}},
+            {"numbers in file-manager order",
+             {RenameMode::sequential, "Trip", "", "b.jpg|file 10|a.png|c|File 2",
+              "Trip 001.png=a.png|Trip 002.jpg=b.jpg|Trip 003=c|Trip 004=File 2|Trip 005=file 10",
+              "Trip 001.png|Trip 002.jpg|Trip 003|Trip 004|Trip 005"}},
+            {"taken name", {RenameMode::addPrefix, "x", "xx", "x", "xx 2=x|xx=xx", "xx 2"}},
+            {"taken names",
+             {RenameMode::findReplace, "a|b", "b.txt|b 2.txt", "a.txt",
+              "b 2.txt=b 2.txt|b 3.txt=a.txt|b.txt=b.txt", "b 3.txt"}},
+            {"two items, one new name",
+             {RenameMode::findReplace, "1|", "", "x11.txt|x1.txt", "x 2.txt=x11.txt|x.txt=x1.txt",
+              "x.txt|x 2.txt"}},
+            {"case only",
+             {RenameMode::lowercase, "", "", "README.MD|Ärger.TXT|already lower.txt",
+              "already lower.txt=already lower.txt|readme.MD=README.MD|ärger.TXT=Ärger.TXT",
+              "ärger.TXT|readme.MD"}},
+            {"case only onto another item",
+             {RenameMode::lowercase, "", "readme.MD", "README.MD",
+              "readme 2.MD=README.MD|readme.MD=readme.MD", "readme 2.MD"}},
+            {"awkward names",
+             {RenameMode::uppercase, "", "", "-n dash.txt|quo\"te's.txt|new\nline.txt|straße.txt",
+              "-N DASH.txt=-n "
+              "dash.txt|NEW\nLINE.txt=new\nline.txt|QUO\"TE'S.txt=quo\"te's.txt|STRASSE.txt=straße.txt",
+              "-N DASH.txt|NEW\nLINE.txt|QUO\"TE'S.txt|STRASSE.txt"}},
+            {"selected twice",
+             {RenameMode::addPrefix, "x", "", "a.txt|a.txt|./a.txt", "xa.txt=a.txt", "xa.txt"}},
+            {"a folder and an item in it",
+             {RenameMode::uppercase, "", "Dir/other.txt", "Dir|Dir/inner.txt",
+              "DIR/INNER.txt=Dir/inner.txt|DIR/other.txt=Dir/other.txt", "DIR|DIR/INNER.txt"}},
+        });
     }
     void everyRuleOnRealFiles() {
-        QFETCH(int, mode);
-        QFETCH(QStringList, answer);
-        QFETCH(QStringList, present);
-        QFETCH(QStringList, selected);
-        QFETCH(QStringList, expected);
-        QFETCH(QStringList, results);
+        QFETCH(Rename, row);
+        const auto list = [](const QString& text) {
+            return text.split('|', Qt::SkipEmptyParts);
+        };
+        const QStringList answer = row.answer.split('|');
         AppPreferences preferences;
         preferences.revealActionResults = true;
         QVERIFY(AppPreferencesPersistence::save(preferences));
-        for (const QString& name : present + selected)
-            if (name != QLatin1String("Dir"))
-                m_env->writeFile(m_folder + QLatin1Char('/') + QDir::cleanPath(name),
-                                 QDir::cleanPath(name).toUtf8());
-        if (answer.size() == 1)
-            FakePlatform::prompts().textAnswers = {answer[0]};
+        for (const QString& name : list(row.present) + list(row.selected))
+            if (name != "Dir")
+                m_env->writeFile(m_folder + '/' + QDir::cleanPath(name), QDir::cleanPath(name).toUtf8());
+        FakePlatform::prompts().textAnswers = {answer[0]};
         if (answer.size() == 2)
             FakePlatform::prompts().twoTextAnswers = {std::pair{answer[0], answer[1]}};
         QStringList paths;
-        for (const QString& name : selected)
-            paths.append(m_folder + QLatin1Char('/') + name);
+        for (const QString& name : list(row.selected))
+            paths.append(m_folder + '/' + name);
 
-        const QStringList renamed = RenameActions::renameFiles(paths, RenameMode(mode));
-        QCOMPARE(filesIn(m_folder), expected);
+        const QStringList renamed = RenameActions::renameFiles(paths, row.mode);
+        QCOMPARE(filesIn(m_folder), list(row.expected));
         QStringList relative;
         for (const QString& path : renamed)
             relative.append(QDir(m_folder).relativeFilePath(path));
-        QCOMPARE(relative, results);
+        QCOMPARE(relative, list(row.results));
         for (const QString& path : renamed)
             QVERIFY2(QFileInfo::exists(path), qPrintable(path));
         QCOMPARE(FakePlatform::workspace().selections,
@@ -185,19 +159,16 @@ private slots:
         QCOMPARE(FakePlatform::prompts().asked.size(), 9);
         FakePlatform::prompts().asked.clear();
 
-        using Case = FinderActionExecutionError::Case;
-        const auto caseOf = [](const QStringList& selection, RenameMode mode) {
-            const auto error =
-                failureOf<FinderActionExecutionError>([&] { RenameActions::renameFiles(selection, mode); });
-            return error ? error->errorCase() : Case(-1);
+        const auto refusal = [](const QStringList& selection, RenameMode mode) {
+            return caseOf([&] { RenameActions::renameFiles(selection, mode); });
         };
-        QCOMPARE(caseOf({}, RenameMode::uppercase), Case::noSelection);
-        QCOMPARE(caseOf({items[0], m_folder + "/gone.txt"}, RenameMode::addPrefix), Case::sourceItemMissing);
+        QCOMPARE(refusal({}, RenameMode::uppercase), Case::noSelection);
+        QCOMPARE(refusal({items[0], m_folder + "/gone.txt"}, RenameMode::addPrefix), Case::sourceItemMissing);
         QVERIFY(FakePlatform::prompts().asked.isEmpty()); // stopped before asking
         FakePlatform::prompts().twoTextAnswers = {std::pair<QString, QString>("b", "x/y")};
-        QCOMPARE(caseOf(items, RenameMode::findReplace), Case::invalidPath);
-        FakePlatform::prompts().textAnswers = {QString(300, QLatin1Char('p'))};
-        QCOMPARE(caseOf(items, RenameMode::addPrefix), Case::invalidPath);
+        QCOMPARE(refusal(items, RenameMode::findReplace), Case::invalidPath);
+        FakePlatform::prompts().textAnswers = {QString(300, 'p')};
+        QCOMPARE(refusal(items, RenameMode::addPrefix), Case::invalidPath);
         QCOMPARE(namesIn(m_folder), (QStringList{"a.txt", "b.txt"}));
         QVERIFY(FakePlatform::workspace().selections.isEmpty());
     }
