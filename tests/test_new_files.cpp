@@ -1,22 +1,16 @@
 // New files and folders: free names, the templates' bytes, Office packages read back by Python's zipfile,
 // the blank images and PDF, and that nothing is created without a place or over a taken name.
-#include "actions/FinderActionExecutor.h"
 #include "actions/KestroOfficeDocumentWriter.h"
-#include "platform/FinderActionExecutionError.h"
-#include "support/Failures.h"
-#include "support/FolderListing.h"
-#include "support/TestEnvironment.h"
+#include "support/ActionRequests.h"
 
 #include <QImage>
-#include <QProcess>
-#include <QtTest>
 
 #include <qpdf/QPDF.hh>
 #include <qpdf/QPDFPageDocumentHelper.hh>
 
 namespace {
-QStringList perform(const QString& actionID, const std::optional<QString>& target) {
-    return FinderActionExecutor::perform(actionID, {}, target, std::nullopt, std::nullopt);
+QStringList create(const QString& actionID, const std::optional<QString>& target) {
+    return perform(actionID, {}, target);
 }
 } // namespace
 
@@ -52,18 +46,18 @@ private slots:
         QFETCH(QString, actionID);
         QFETCH(QStringList, present);
         QFETCH(QString, expected);
-        for (QString name : present) {
-            if (name.endsWith(QLatin1String("->")))
-                QVERIFY(QFile::link("/nonexistent", m_folder + QLatin1Char('/') + name.chopped(2)));
-            else if (name.endsWith(QLatin1Char('/')))
-                m_env->makeFolder(m_folder + QLatin1Char('/') + name);
+        for (const QString& name : present) {
+            if (name.endsWith("->"))
+                QVERIFY(QFile::link("/nonexistent", m_folder + '/' + name.chopped(2)));
+            else if (name.endsWith('/'))
+                m_env->makeFolder(m_folder + '/' + name);
             else
-                m_env->writeFile(m_folder + QLatin1Char('/') + name, "mine");
+                m_env->writeFile(m_folder + '/' + name, "mine");
         }
-        const QStringList created = perform(actionID, m_folder);
+        const QStringList created = create(actionID, m_folder);
         QCOMPARE(fileNames(created), QStringList{expected});
         QCOMPARE(namesIn(m_folder).size(), present.size() + 1);
-        QCOMPARE(QFileInfo(created[0]).isDir(), actionID == QLatin1String("createFolder"));
+        QCOMPARE(QFileInfo(created[0]).isDir(), actionID == "createFolder");
     }
 
     void textTemplatesAreExactBytes_data() {
@@ -83,7 +77,7 @@ private slots:
     void textTemplatesAreExactBytes() {
         QFETCH(QString, actionID);
         QFETCH(QByteArray, bytes);
-        QCOMPARE(readAll(perform(actionID, m_folder).first()), bytes);
+        QCOMPARE(readAll(create(actionID, m_folder).first()), bytes);
     }
 
     // Every part deflated and well-formed XML, in the order Office writes them, no folder entries, and every
@@ -127,7 +121,7 @@ private slots:
                  "            t = posixpath.normpath(posixpath.join(base, r.getAttribute('Target')))\n"
                  "            assert t in names and '/' + t in named, t\n"
                  "print('\\n'.join(names))"),
-             perform(actionID, m_folder).first()});
+             create(actionID, m_folder).first()});
         QVERIFY(python.waitForFinished());
         QVERIFY2(python.exitCode() == 0, python.readAllStandardError().constData());
         QCOMPARE(QString::fromUtf8(python.readAllStandardOutput()).trimmed().split('\n'), parts);
@@ -148,14 +142,12 @@ private slots:
     }
 
     void renderedTemplatesAreBlank() {
-        const QImage png(perform("createPNGImage", m_folder).first(), "PNG");
-        QCOMPARE(png.size(), QSize(1, 1));
-        QVERIFY(png.hasAlphaChannel());
-        QCOMPARE(png.pixel(0, 0), qRgba(255, 255, 255, 255));
-        const QImage jpg(perform("createJPEGImage", m_folder).first(), "JPEG");
-        QCOMPARE(jpg.size(), QSize(1, 1));
-        QVERIFY(qGray(jpg.pixel(0, 0)) > 250);
-        const QByteArray pdfBytes = readAll(perform("createPDFDocument", m_folder).first());
+        const QImage png(create("createPNGImage", m_folder).first(), "PNG");
+        const QImage jpg(create("createJPEGImage", m_folder).first(), "JPEG");
+        QVERIFY(png.size() == QSize(1, 1) && png.hasAlphaChannel() &&
+                png.pixel(0, 0) == qRgba(255, 255, 255, 255));
+        QVERIFY(jpg.size() == QSize(1, 1) && qGray(jpg.pixel(0, 0)) > 250);
+        const QByteArray pdfBytes = readAll(create("createPDFDocument", m_folder).first());
         QPDF pdf;
         pdf.processMemoryFile("blank", pdfBytes.constData(), size_t(pdfBytes.size()));
         const auto pages = QPDFPageDocumentHelper(pdf).getAllPages();
@@ -166,12 +158,11 @@ private slots:
 
     // Without a target, or with one that vanished: an error, and nothing created on the way.
     void creationNeedsAPlaceToCreateIn() {
-        const auto error = failureOf<FinderActionExecutionError>([] { perform("createTextFile", {}); });
-        QVERIFY(error && error->errorCase() == FinderActionExecutionError::Case::noTargetDirectory);
-        QVERIFY_THROWS_EXCEPTION(FinderActionExecutionError, perform("createTextFile", QString()));
+        QCOMPARE(caseOf([] { create("createTextFile", {}); }), Case::noTargetDirectory);
+        QVERIFY_THROWS_EXCEPTION(FinderActionExecutionError, create("createTextFile", QString()));
         const QString gone = m_folder + "/gone/deeper";
         for (const char* actionID : {"createTextFile", "createFolder", "createExcelSpreadsheet"})
-            QVERIFY(names(failureText([&] { perform(QString::fromLatin1(actionID), gone); }),
+            QVERIFY(names(failureText([&] { create(QString::fromLatin1(actionID), gone); }),
                           {m_folder + "/gone"}));
         QCOMPARE(namesIn(m_folder), QStringList());
     }
