@@ -105,18 +105,6 @@ private slots:
         QCOMPARE(readAll(folder + "/target.txt"), QByteArray("kept"));
     }
 
-    // An entry of the wrong shape is dropped; the good one is kept.
-    void malformedEntriesAreDropped() {
-        const QString file = m_env->writeFile("f.txt", "x");
-        ScheduledDeletionStore::schedule({file}, 30.0 * 24 * 3600, noon);
-        QVariantList list = PropertyListFile::read(ScheduledDeletionPersistence::fileURL())->toList();
-        QCOMPARE(list.value(0).toMap().value("deleteAt").toDateTime(), noon.addDays(30));
-        list << QVariantMap{{"id", "x"}, {"path", "/p"}, {"scheduledAt", "yesterday"}, {"deleteAt", noon}}
-             << "junk";
-        QVERIFY(PropertyListFile::write(ScheduledDeletionPersistence::fileURL(), list));
-        QCOMPARE(pathsOf(ScheduledDeletionStore::items()), QStringList({file}));
-    }
-
     void anUnreadableScheduleIsNeverReplaced() {
         const QString file = m_env->writeFile("f.txt", "x");
         const QString corrupt =
