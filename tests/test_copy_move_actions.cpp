@@ -112,9 +112,11 @@ private slots:
 
         // Beside the original, and revealed when the preference says so.
         setRevealResults(true);
-        const QStringList first = transfer("copyBesideOriginal", {tar, photos});
+        const QStringList first = transfer("copyBesideOriginal", {tar, photos, m_env->writeFile("src/v1."),
+                                                                  m_env->writeFile("src/.hidden")});
         const QStringList second = transfer("copyBesideOriginal", {tar});
-        QCOMPARE(fileNames(first + second), (QStringList{"a.tar copy.gz", "Photos copy", "a.tar copy 2.gz"}));
+        QCOMPARE(fileNames(first + second), (QStringList{"a.tar copy.gz", "Photos copy", "v1. copy",
+                                                         ".hidden copy", "a.tar copy 2.gz"}));
         QCOMPARE(readAll(second[0]), QByteArray("new tar"));
         QCOMPARE(FakePlatform::workspace().selections, (QList<QStringList>{first, second}));
 
