@@ -33,6 +33,7 @@ private slots:
             << "copyMarkdownLink" << QStringList{"FOLDER"} << "[My Folder](URL/)";
         QTest::newRow("parent of the top") << "copyParentPath" << QStringList{"/top"} << "/";
         QTest::newRow("name, slash") << "copyFileName" << QStringList{"/x/folder/"} << "folder";
+        QTest::newRow("name of the top") << "copyFileName" << QStringList{"/"} << "/";
     }
     void formatsEveryItemOnItsOwnLine() {
         QFETCH(QString, actionID);
