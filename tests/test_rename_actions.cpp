@@ -171,6 +171,10 @@ private slots:
         QCOMPARE(refusal(items, RenameMode::addPrefix), Case::invalidPath);
         QCOMPARE(namesIn(m_folder), (QStringList{"a.txt", "b.txt"}));
         QVERIFY(FakePlatform::workspace().selections.isEmpty());
+        FakePlatform::prompts().textAnswers = {
+            QString(250, 'p')}; // with "a.txt" 255 bytes, the most there is
+        QCOMPARE(fileNames(RenameActions::renameFiles({items[0]}, RenameMode::addPrefix)),
+                 {QString(250, 'p') + "a.txt"});
     }
 
     void numbersGrowPastThreeDigitsAndAccentsChangeInPlace() {
