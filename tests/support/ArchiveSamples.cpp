@@ -49,22 +49,6 @@ const char* const kindNames[] = {"file", "folder", "symbolicLink", "hardLink", "
 
 } // namespace
 
-Entry file(const QString& name, const QByteArray& data, int mode) {
-    return {name, Entry::Kind::file, data, {}, mode};
-}
-Entry folder(const QString& name, int mode) {
-    return {name, Entry::Kind::folder, {}, {}, mode};
-}
-Entry symbolicLink(const QString& name, const QString& target) {
-    return {name, Entry::Kind::symbolicLink, {}, target, 0777};
-}
-Entry hardLink(const QString& name, const QString& target) {
-    return {name, Entry::Kind::hardLink, {}, target, 0644};
-}
-Entry namedPipe(const QString& name) {
-    return {name, Entry::Kind::pipe, {}, {}, 0644};
-}
-
 bool tool(const QString& program, const QStringList& arguments, const QString& folder) {
     QProcess process;
     process.setWorkingDirectory(folder);
