@@ -54,17 +54,10 @@ QStringList describeTree(const QString& root) {
 }
 
 // A POSIX ACL as the kernel stores it: the owner rw, user "nobody" read, group, mask and others read.
+// Little-endian: a version, then tag, permissions and id for each entry.
 QByteArray aclGivingNobodyRead() {
-    QByteArray acl("\x02\0\0\0", 4);
-    for (const auto [tag, permissions, id] : {std::tuple<quint16, quint16, quint32>{0x01, 6, ~0u},
-                                              {0x02, 4, 65534},
-                                              {0x04, 4, ~0u},
-                                              {0x10, 4, ~0u},
-                                              {0x20, 4, ~0u}})
-        acl.append(reinterpret_cast<const char*>(&tag), 2)
-            .append(reinterpret_cast<const char*>(&permissions), 2)
-            .append(reinterpret_cast<const char*>(&id), 4);
-    return acl;
+    return QByteArray::fromHex("02000000 01000600ffffffff 02000400feff0000 04000400ffffffff 10000400ffffffff "
+                               "20000400ffffffff");
 }
 
 void setRevealResults(bool on) {
