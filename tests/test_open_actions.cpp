@@ -43,12 +43,14 @@ private slots:
         const QString a = m_env->writeFile("docs/a \"b\".txt");
         const QString dashed = m_env->writeFile("docs/-v");
         perform("openWithApplicationPath", {a, dashed}, std::nullopt, entry);
-        perform("openWithApplicationPath", {}, m_env->root() + "/docs", entry);
+        const QString program = m_env->writeFile("apps/viewer"); // a program of its own, not an entry
+        QVERIFY(QFile::setPermissions(program, QFile::ReadOwner | QFile::ExeOwner));
+        perform("openWithApplicationPath", {}, m_env->root() + "/docs", program);
         QCOMPARE(workspace.launches, (QList<std::pair<QString, QStringList>>{
                                          {"/opt/VSCode/code", {project}},
                                          {"/usr/share/applications/cursor.desktop", {project}},
                                          {entry, {a, dashed}},
-                                         {entry, {m_env->root() + "/docs"}}}));
+                                         {program, {m_env->root() + "/docs"}}}));
         QVERIFY(m_env->logText().contains(
             QStringLiteral("open application succeeded app=%1 urls=[\"%2\", \"%3\"]").arg(entry, a, dashed)));
     }
