@@ -451,34 +451,20 @@ private slots:
             m_env->writeFile(source + QStringLiteral("/part %1.bin").arg(i),
                              QByteArray(40000, char('a' + i % 26)));
         RecordingProgress progress;
-        {
-            const ActionProgressScope scope(progress);
-            pack({source});
-        }
-        QCOMPARE(progress.titles, QStringList{"压缩为 ZIP"});
-        QCOMPARE(progress.finishedCount, 1);
-        QVERIFY(progress.states.size() > 300 && progress.isMonotonic());
-        const ActionProgressState last = progress.states.last();
-        QCOMPARE(last.itemsTotal, 300); // the files, not the folder holding them
-        QCOMPARE(last.itemsDone, 300);
-        QCOMPARE(last.bytesTotal, 300 * 40000);
-        QCOMPARE(last.bytesDone, 300 * 40000);
+        const ActionProgressState last = reported(progress, [&] { pack({source}); });
+        checkWholeRun(progress, "压缩为 ZIP", 300); // the files, not the folder holding them
+        QVERIFY(progress.states.size() > 300);
+        QVERIFY(last.bytesTotal == 300 * 40000 && last.bytesDone == 300 * 40000);
         RecordingProgress unpacking;
-        {
-            const ActionProgressScope scope(unpacking);
-            unpack(m_folder + "/Big.zip", ownFolder);
-        }
-        QCOMPARE(unpacking.states.last().bytesDone, QFileInfo(m_folder + "/Big.zip").size());
-        QCOMPARE(unpacking.states.last().itemsDone, 300);
+        const ActionProgressState unpacked =
+            reported(unpacking, [&] { unpack(m_folder + "/Big.zip", ownFolder); });
+        QVERIFY(unpacked.bytesDone == QFileInfo(m_folder + "/Big.zip").size() && unpacked.itemsDone == 300);
 
         const QStringList before = namesIn(m_folder);
         for (const bool packing : {true, false}) {
             RecordingProgress stopping;
-            stopping.stopAfterItems = 5;
-            const ActionProgressScope scope(stopping);
-            QVERIFY_THROWS_EXCEPTION(ActionCancelled,
-                                     packing ? pack({source}) : unpack(m_folder + "/Big.zip"));
-            QCOMPARE(stopping.finishedCount, 1);
+            QVERIFY(stopsWhenAsked(stopping, 5,
+                                   [&] { packing ? pack({source}) : unpack(m_folder + "/Big.zip"); }));
             QCOMPARE(namesIn(m_folder), before);
         }
     }

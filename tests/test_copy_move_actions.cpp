@@ -360,27 +360,16 @@ private slots:
         sources << QFileInfo(m_env->writeFile("src/tree/x.txt", "x")).path();
         const QString destination = m_env->makeFolder("dst");
         RecordingProgress progress;
-        {
-            const ActionProgressScope scope(progress);
-            transfer("copyFilesToFolder", sources, destination);
-        }
-        QCOMPARE(progress.titles, QStringList({"复制"}));
-        QCOMPARE(progress.finishedCount, 1);
-        QVERIFY(progress.isMonotonic() && progress.percentNeverFalls());
-        const ActionProgressState last = progress.states.constLast();
-        QCOMPARE(last.itemsDone, qint64(21));
-        QCOMPARE(last.itemsTotal, qint64(21));
-        QCOMPARE(last.bytesTotal, qint64(20 * 4096 + 1));
-        QCOMPARE(last.bytesDone, qint64(20 * 4096 + 1));
+        const ActionProgressState last =
+            reported(progress, [&] { transfer("copyFilesToFolder", sources, destination); });
+        checkWholeRun(progress, "复制", 21);
+        QVERIFY(progress.percentNeverFalls());
+        QVERIFY(last.bytesTotal == 20 * 4096 + 1 && last.bytesDone == 20 * 4096 + 1);
 
         // Stopped after seven items of a move: those seven are moved whole, the rest stay.
         const QString second = m_env->makeFolder("dst2");
         RecordingProgress stopping;
-        stopping.stopAfterItems = 7;
-        {
-            const ActionProgressScope scope(stopping);
-            QVERIFY_THROWS_EXCEPTION(ActionCancelled, transfer("moveFilesToFolder", sources, second));
-        }
+        QVERIFY(stopsWhenAsked(stopping, 7, [&] { transfer("moveFilesToFolder", sources, second); }));
         QCOMPARE(namesIn(second).size(), 7);
         QCOMPARE(namesIn(m_env->root() + "/src").size(), 21 - 7);
         QCOMPARE(readAll(second + "/f06.bin"), QByteArray(4096, char('a' + 6)));
@@ -390,11 +379,8 @@ private slots:
             m_env->writeFile(QStringLiteral("big/part %1.bin").arg(i), QByteArray(8 << 20, char('0' + i)));
         RecordingProgress inside;
         inside.stopAfterBytes = qint64(20) << 20;
-        {
-            const ActionProgressScope scope(inside);
-            QVERIFY_THROWS_EXCEPTION(ActionCancelled,
-                                     transfer("copyFilesToFolder", {m_env->root() + "/big"}, second));
-        }
+        QVERIFY(stopsWhenAsked(inside, -1,
+                               [&] { transfer("copyFilesToFolder", {m_env->root() + "/big"}, second); }));
         QCOMPARE(namesIn(second).size(), 7);
         QCOMPARE(readAll(m_env->root() + "/big/part 5.bin"), QByteArray(8 << 20, '5'));
     }

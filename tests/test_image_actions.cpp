@@ -390,11 +390,7 @@ private slots:
                                        encoded(quadrants(16, 12), "png"));
         const QByteArray original = readAll(images[3]);
         RecordingProgress stopping;
-        stopping.stopAfterItems = 2;
-        {
-            const ActionProgressScope scope(stopping);
-            QVERIFY_THROWS_EXCEPTION(ActionCancelled, run(action, images));
-        }
+        QVERIFY(stopsWhenAsked(stopping, 2, [&] { run(action, images); }));
         afterStop.sort();
         QCOMPARE(namesIn(m_folder), afterStop);
         QCOMPARE(readAll(images[3]), original);
@@ -402,15 +398,10 @@ private slots:
         QCOMPARE(read(images[2]).size(), QSize(16, 12));
 
         RecordingProgress progress;
-        {
-            const ActionProgressScope scope(progress);
-            QCOMPARE(run(action, images).size(), 4);
-        }
-        QCOMPARE(progress.titles, QStringList{title});
-        QCOMPARE(progress.finishedCount, 1);
-        QVERIFY(progress.isMonotonic() && progress.itemsTotalIs(4));
-        QCOMPARE(progress.states.constLast().itemsDone, qint64(4));
-        QCOMPARE(progress.itemsInHand(), images);
+        QStringList outputs;
+        reported(progress, [&] { outputs = run(action, images); });
+        checkWholeRun(progress, title, 4);
+        QVERIFY(outputs.size() == 4 && progress.itemsInHand() == images);
     }
 
 private:

@@ -7,6 +7,7 @@
 #include "support/Failures.h"
 #include "support/FakePlatform.h"
 #include "support/FolderListing.h"
+#include "support/RecordingProgress.h"
 #include "support/TestEnvironment.h"
 
 #include <QtTest>
@@ -47,4 +48,31 @@ inline struct stat statusOf(const QString& path) {
     struct stat status {};
     ::lstat(QFile::encodeName(path).constData(), &status);
     return status;
+}
+
+// Runs call reporting to recorder; the last state it reported.
+template <typename Call> ActionProgressState reported(RecordingProgress& recorder, Call&& call) {
+    {
+        const ActionProgressScope scope(recorder);
+        call();
+    }
+    return recorder.states.value(recorder.states.size() - 1);
+}
+
+// Whether call ended by the stop recorder asked for after stopAfterItems items (-1: bytes, as set), having
+// closed its report once.
+template <typename Call>
+bool stopsWhenAsked(RecordingProgress& recorder, qint64 stopAfterItems, Call&& call) {
+    if (stopAfterItems >= 0)
+        recorder.stopAfterItems = stopAfterItems;
+    const ActionProgressScope scope(recorder);
+    return failureOf<ActionCancelled>(call).has_value() && recorder.finishedCount == 1;
+}
+
+// What a whole run reports: its own title alone, closed once, items counted up to the total, never down.
+inline void checkWholeRun(const RecordingProgress& recorder, const QString& title, qint64 items) {
+    QCOMPARE(recorder.titles, QStringList{title});
+    QCOMPARE(recorder.finishedCount, 1);
+    QVERIFY(recorder.isMonotonic() && recorder.itemsTotalIs(items));
+    QCOMPARE(recorder.states.constLast().itemsDone, items);
 }
