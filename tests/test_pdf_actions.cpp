@@ -46,11 +46,6 @@ class TestPdfActions : public QObject {
         const QString path = m_folder + "/pic.png";
         return image.save(path, "png") ? path : QString();
     }
-    // Runs an action with a reporter that stops it as told; true when it stopped.
-    static bool stopped(RecordingProgress& progress, const std::function<void()>& action) {
-        const ActionProgressScope scope(progress);
-        return failureOf<ActionCancelled>(action).has_value();
-    }
 
 private slots:
     void init() {
@@ -231,9 +226,7 @@ private slots:
             return PdfActions::imagesToPDF({image, image});
         };
         RecordingProgress stopping;
-        stopping.stopAfterItems = stopAfter;
-        QVERIFY(stopped(stopping, run));
-        QCOMPARE(stopping.finishedCount, 1);
+        QVERIFY(stopsWhenAsked(stopping, stopAfter, run));
         QStringList afterStop = QStringList{"a.pdf", "b.pdf", "pic.png"} + made;
         afterStop.sort();
         QCOMPARE(namesIn(m_folder), afterStop);
@@ -246,15 +239,9 @@ private slots:
 
         RecordingProgress progress;
         QStringList outputs;
-        {
-            const ActionProgressScope scope(progress);
-            outputs = run();
-        }
-        QCOMPARE(progress.titles, QStringList{title});
-        QCOMPARE(progress.finishedCount, 1);
-        QVERIFY(progress.isMonotonic() && progress.itemsTotalIs(items));
+        reported(progress, [&] { outputs = run(); });
+        checkWholeRun(progress, title, items);
         QCOMPARE(progress.states.constFirst().itemsDone, qint64(0));
-        QCOMPARE(progress.states.constLast().itemsDone, items);
         if (title == "合并 PDF") {
             // Each input in hand in turn, then the result being written, whose bytes are all counted.
             QCOMPARE(progress.itemsInHand(), (QStringList{a, b, outputs.first()}));
@@ -270,7 +257,7 @@ private slots:
                                            PdfSamples::document({"b1", "b2"}, 0, Encryption::none, 700000));
         RecordingProgress progress;
         progress.stopAfterBytes = 1 << 20;
-        QVERIFY(stopped(progress, [&] { PdfActions::mergePDFs({a, b}); }));
+        QVERIFY(stopsWhenAsked(progress, -1, [&] { PdfActions::mergePDFs({a, b}); }));
         QCOMPARE(namesIn(m_folder), (QStringList{"a.pdf", "b.pdf"}));
         QVERIFY(progress.states.constLast().bytesDone < QFileInfo(a).size() + QFileInfo(b).size());
         QVERIFY(!m_env->logText().contains("mergePDFs failed"));

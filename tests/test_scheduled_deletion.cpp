@@ -138,10 +138,7 @@ private slots:
         processAt(noon, &progress);
         QCOMPARE(FakePlatform::trash().trashed, QStringList({due, exact}));
         QCOMPARE(ScheduledDeletionStore::items(), pending);
-        QCOMPARE(progress.titles, QStringList({"定时清理"}));
-        QCOMPARE(progress.finishedCount, 1);
-        QVERIFY(progress.isMonotonic() && progress.itemsTotalIs(3));
-        QCOMPARE(progress.states.constLast().itemsDone, qint64(3));
+        checkWholeRun(progress, "定时清理", 3);
         QCOMPARE(progress.itemsInHand(), QStringList({due, vanished, exact}));
         const QString log = m_env->logText();
         QVERIFY(log.contains(QString("] scheduled deletion moved to trash path=%1\n").arg(exact)));
