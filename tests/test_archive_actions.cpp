@@ -3,7 +3,6 @@
 // pipes, progress and stops, and read-only trees for an account without privileges.
 #include "actions/ArchiveActions.h"
 #include "actions/ArchiveExtractor.h"
-#include "catalogue/AppPreferencesPersistence.h"
 #include "platform/ActionProgress.h"
 #include "support/ActionRequests.h"
 #include "support/ArchiveSamples.h"
@@ -73,9 +72,7 @@ private slots:
         QCOMPARE(pack({report}), QStringList{m_folder + "/Report.zip"});
         QCOMPARE(pack({report}), QStringList{m_folder + "/Report 2.zip"});
         QCOMPARE(pack({}, photos), QStringList{m_folder + "/Photos.zip"});
-        AppPreferences preferences;
-        preferences.revealActionResults = true;
-        QVERIFY(AppPreferencesPersistence::save(preferences));
+        revealResults(true);
         QCOMPARE(pack({report, photos}), QStringList{m_folder + "/Archive.zip"});
         QCOMPARE(FakePlatform::workspace().selections, QList<QStringList>{{m_folder + "/Archive.zip"}});
         QCOMPARE(ArchiveActions::zipEntries(m_folder + "/Photos.zip"),

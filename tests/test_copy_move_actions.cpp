@@ -1,7 +1,6 @@
 // Copying and moving, through the dispatcher and item by item: free names, the chooser, what a copy keeps
 // (links, modes, times, attributes, ACLs, hard links, holes), and that a failure or a stop loses nothing and
 // leaves nothing half-made.
-#include "catalogue/AppPreferencesPersistence.h"
 #include "platform/FileTransfer.h"
 #include "support/ActionRequests.h"
 #include "support/KestroProcess.h"
@@ -60,12 +59,6 @@ QByteArray aclGivingNobodyRead() {
                                "20000400ffffffff");
 }
 
-void setRevealResults(bool on) {
-    AppPreferences preferences;
-    preferences.revealActionResults = on;
-    QVERIFY(AppPreferencesPersistence::save(preferences));
-}
-
 struct Refusal {
     QString actionID;
     QStringList selection; // names under src/
@@ -81,7 +74,7 @@ class TestCopyMoveActions : public QObject {
 private slots:
     void init() {
         m_env.emplace();
-        setRevealResults(false);
+        revealResults(false);
     }
     void cleanup() { m_env.reset(); }
 
@@ -104,7 +97,7 @@ private slots:
         QVERIFY(FakePlatform::workspace().selections.isEmpty());
 
         // Beside the original, and revealed when the preference says so.
-        setRevealResults(true);
+        revealResults(true);
         const QStringList first = transfer("copyBesideOriginal", {tar, photos, m_env->writeFile("src/v1."),
                                                                   m_env->writeFile("src/.hidden")});
         const QStringList second = transfer("copyBesideOriginal", {tar});
@@ -132,7 +125,7 @@ private slots:
         QCOMPARE(FakePlatform::prompts().asked, (QStringList{"复制", "移动"}));
         QCOMPARE(namesIn(chosen), QStringList{"f.txt"});
 
-        setRevealResults(true);
+        revealResults(true);
         const QString sub = m_env->makeFolder("work/sub");
         const QString elsewhere = m_env->writeFile("other/f.txt", "other");
         const QStringList gathered = transfer("moveSelectionToNewFolder", {file, sub, elsewhere});
@@ -210,7 +203,7 @@ private slots:
 
     // A pipe cannot be copied: the items before it stay, the tree it sits in never appears, nothing moves.
     void aFailureKeepsEarlierResultsAndLeavesNothingHalfMade() {
-        setRevealResults(true);
+        revealResults(true);
         const QString first = m_env->writeFile("src/first.txt", "1");
         const QString tree = m_env->makeFolder("src/Tree/sub");
         m_env->writeFile(tree + "/b.txt", "b");

@@ -2,7 +2,6 @@
 // tool rather than the code under test; the recorded print resolution; failures that name the file.
 #include "actions/ImageActions.h"
 #include "actions/PdfActions.h"
-#include "catalogue/AppPreferencesPersistence.h"
 #include "support/ActionRequests.h"
 #include "support/PdfSamples.h"
 #include "support/QuietPreferences.h"
@@ -144,9 +143,7 @@ private slots:
         QVERIFY(near(jpegImage.pixel(3, 3), qRgb(255, 255, 255))); // no transparency: white, not black
         QVERIFY(near(jpegImage.pixel(35, 5), qRgb(0, 255, 0)));
         // Taken names: the next free one; the inputs untouched; results revealed when asked.
-        AppPreferences preferences;
-        preferences.revealActionResults = true;
-        QVERIFY(AppPreferencesPersistence::save(preferences));
+        revealResults(true);
         QCOMPARE(fileNames(run("png", {jpg}) + run("jpeg", {jpg})),
                  (QStringList{"-rf 'quoted' \"photo\"\n图 2.png", "-rf 'quoted' \"photo\"\n图 2.jpg"}));
         QCOMPARE(read(png).pixel(35, 25), qRgb(0, 0, 255));

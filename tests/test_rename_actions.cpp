@@ -2,7 +2,6 @@
 // collisions that must never overwrite, repeated and nested selections, cancelled prompts and bad input.
 #include "actions/FinderNameOrder.h"
 #include "actions/RenameActions.h"
-#include "catalogue/AppPreferencesPersistence.h"
 #include "platform/ExclusiveRename.h"
 #include "support/ActionRequests.h"
 #include "support/QuietPreferences.h"
@@ -123,9 +122,7 @@ private slots:
             return text.split('|', Qt::SkipEmptyParts);
         };
         const QStringList answer = row.answer.split('|');
-        AppPreferences preferences;
-        preferences.revealActionResults = true;
-        QVERIFY(AppPreferencesPersistence::save(preferences));
+        revealResults(true);
         for (const QString& name : list(row.present) + list(row.selected))
             if (name != "Dir")
                 m_env->writeFile(m_folder + '/' + QDir::cleanPath(name), QDir::cleanPath(name).toUtf8());

@@ -3,6 +3,7 @@
 // What the file actions' tests share: an action run as a request names it, the case of a refusal, and
 // the set-up every one of them includes.
 #include "actions/FinderActionExecutor.h"
+#include "catalogue/AppPreferencesPersistence.h"
 #include "platform/FinderActionExecutionError.h"
 #include "support/Failures.h"
 #include "support/FakePlatform.h"
@@ -21,6 +22,13 @@ inline QStringList perform(const QString& actionID, const QStringList& selection
                            const std::optional<QString>& destination = {},
                            const std::optional<QString>& presetID = {}) {
     return FinderActionExecutor::perform(actionID, selection, target, destination, presetID);
+}
+
+// Whether the actions that follow select their results in the file manager.
+inline void revealResults(bool on) {
+    AppPreferences preferences;
+    preferences.revealActionResults = on;
+    QVERIFY(AppPreferencesPersistence::save(preferences));
 }
 
 // The case of the action error a call threw; Case(-1) when it returned.
