@@ -180,37 +180,30 @@ private slots:
         QTest::addColumn<QString>("format");
         QTest::addColumn<QList<Entry>>("entries");
         QTest::addColumn<QString>("reason");
-        const QString outside = "指向解压文件夹之外";
+        const auto row = [&](const char* name, const char* format, const QList<Entry>& entries,
+                             const QString& reason = "指向解压文件夹之外") {
+            QTest::newRow(name) << QString(format) << entries << reason;
+        };
         const Entry plain = file("plain.txt", "harmless");
-        QTest::newRow("absolute zip") << "zip" << QList{plain, file("/tmp/kestro-evil.txt", "x")} << outside;
-        QTest::newRow(".. inside") << "tar.gz" << QList{plain, file("a/../../evil.txt", "x")} << outside;
-        QTest::newRow("backslash ..") << "zip" << QList{plain, file("a\\..\\..\\evil.txt", "x")} << outside;
-        QTest::newRow("link to a key")
-            << "zip" << QList{plain, symbolicLink("key", "../../home/.ssh/id_ed25519")} << outside;
-        QTest::newRow("absolute link")
-            << "tar" << QList{symbolicLink("passwd", "/etc/passwd"), plain} << outside;
+        row("absolute zip", "zip", {plain, file("/tmp/kestro-evil.txt", "x")});
+        row(".. inside", "tar.gz", {plain, file("a/../../evil.txt", "x")});
+        row("backslash ..", "zip", {plain, file("a\\..\\..\\evil.txt", "x")});
+        row("link to a key", "zip", {plain, symbolicLink("key", "../../home/.ssh/id_ed25519")});
+        row("absolute link", "tar", {symbolicLink("passwd", "/etc/passwd"), plain});
         // up -> ".." stays inside from d; x -> "d/up/.." reads as "d" on paper but really climbs out.
-        QTest::newRow("chained links")
-            << "tar" << QList{folder("d"), symbolicLink("d/up", ".."), symbolicLink("x", "d/up/.."), plain}
-            << outside;
-        QTest::newRow("link met later")
-            << "zip" << QList{symbolicLink("x", "d/up/.."), folder("d"), symbolicLink("d/up", "..")}
-            << outside;
-        QTest::newRow("through a link")
-            << "tar" << QList{folder("sub"), symbolicLink("l", "sub"), file("l/evil.txt", "x")}
-            << "要经过符号链接写入";
-        QTest::newRow("outward hard link")
-            << "tar" << QList{plain, hardLink("h", "../outside.txt")} << outside;
-        QTest::newRow("hard link to a link")
-            << "tar"
-            << QList{folder("a"), folder("a/b"), symbolicLink("a/b/l", "../.."), hardLink("h", "a/b/l"),
-                     file("h/evil.txt", "x")}
-            << outside;
-        QTest::newRow("pipe") << "tar" << QList{plain, namedPipe("fifo")} << "特殊文件";
+        row("chained links", "tar",
+            {folder("d"), symbolicLink("d/up", ".."), symbolicLink("x", "d/up/.."), plain});
+        row("link met later", "zip", {symbolicLink("x", "d/up/.."), folder("d"), symbolicLink("d/up", "..")});
+        row("through a link", "tar", {folder("sub"), symbolicLink("l", "sub"), file("l/evil.txt", "x")},
+            "要经过符号链接写入");
+        row("outward hard link", "tar", {plain, hardLink("h", "../outside.txt")});
+        row("hard link to a link", "tar",
+            {folder("a"), folder("a/b"), symbolicLink("a/b/l", "../.."), hardLink("h", "a/b/l"),
+             file("h/evil.txt", "x")});
+        row("pipe", "tar", {plain, namedPipe("fifo")}, "特殊文件");
         // Deeper than a process may hold descriptors: the refused archive's folder still goes entirely.
-        QTest::newRow("deep, then refused")
-            << "tar" << QList{file(QString("d/").repeated(1500) + "f", "deep"), file("/evil.txt", "x")}
-            << outside;
+        row("deep, then refused", "tar",
+            {file(QString("d/").repeated(1500) + "f", "deep"), file("/evil.txt", "x")});
     }
     void hostileEntriesLeaveNothing() {
         QFETCH(QString, format);
