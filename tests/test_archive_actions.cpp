@@ -10,8 +10,6 @@
 #include "support/QuietPreferences.h"
 #include "support/RecordingProgress.h"
 
-#include <QDirIterator>
-
 #include <fcntl.h>
 
 using namespace ArchiveSamples;
@@ -20,21 +18,6 @@ namespace {
 
 mode_t modeOf(const QString& path) {
     return statusOf(path).st_mode;
-}
-
-// Every item below a folder as "relative path=contents" (folders as "relative path/"), sorted.
-QStringList tree(const QString& folder) {
-    QStringList lines;
-    QDirIterator it(folder, QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot,
-                    QDirIterator::Subdirectories);
-    while (it.hasNext()) {
-        const QString path = it.next();
-        const QString relative = QDir(folder).relativeFilePath(path);
-        lines.append(it.fileInfo().isDir() ? relative + '/'
-                                           : relative + '=' + QString::fromUtf8(readAll(path)));
-    }
-    lines.sort();
-    return lines;
 }
 
 constexpr auto here = ArchiveExtractionMode::currentFolder, ownFolder = ArchiveExtractionMode::sameNameFolder;

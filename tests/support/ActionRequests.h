@@ -11,6 +11,7 @@
 #include "support/RecordingProgress.h"
 #include "support/TestEnvironment.h"
 
+#include <QDirIterator>
 #include <QtTest>
 
 #include <sys/stat.h>
@@ -49,6 +50,21 @@ template <typename Row> void rows(std::initializer_list<std::pair<const char*, R
 // An empty text as no value, for table columns that may leave an argument out.
 inline std::optional<QString> given(const QString& text) {
     return text.isEmpty() ? std::nullopt : std::optional(text);
+}
+
+// Every item below a folder as "relative path=contents" (folders as "relative path/"), sorted.
+inline QStringList tree(const QString& folder) {
+    QStringList lines;
+    QDirIterator it(folder, QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot,
+                    QDirIterator::Subdirectories);
+    while (it.hasNext()) {
+        const QString path = it.next();
+        const QString relative = QDir(folder).relativeFilePath(path);
+        lines.append(it.fileInfo().isDir() ? relative + '/'
+                                           : relative + '=' + QString::fromUtf8(readAll(path)));
+    }
+    lines.sort();
+    return lines;
 }
 
 // lstat's answer (zeros when the path is missing): the item itself, never what a link leads to.
