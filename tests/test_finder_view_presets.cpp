@@ -1,105 +1,19 @@
-#include "actions/FinderActionExecutor.h"
-#include "actions/FinderViewPresetActions.h"
-#include "actions/FinderViewPresetScripts.h"
-#include "actions/ProcessRunner.h"
-#include "platform/FinderActionExecutionError.h"
+// View presets: the stored list (defaults, cleaning, edits, automatic names) and which preset a request
+// names; applying one needs a scriptable file manager, which this system has not.
 #include "platform/KestroPaths.h"
-#include "platform/Platform.h"
 #include "platform/PropertyListFile.h"
 #include "stores/FinderViewPresetPersistence.h"
 #include "stores/FinderViewPresetStore.h"
-#include "support/FakePlatform.h"
-#include "support/TestEnvironment.h"
-
-#include <QFile>
-#include <QSignalSpy>
-#include <QTest>
+#include "support/ActionRequests.h"
 
 namespace {
 
-// Stands a recording program in for osascript, and puts the real path back afterwards.
-struct AppleScriptRunnerStandIn {
-    AppleScriptRunnerStandIn(const TestEnvironment& environment, int exitCode)
-        : m_saved(ProcessRunner::appleScriptRunnerPath())
-        , record(environment.root() + QStringLiteral("/osascript-arguments")) {
-        const QString path = environment.writeFile(
-            QStringLiteral("bin/osascript"),
-            QStringLiteral(
-                "#!/bin/sh\nprintf '%s' \"$2\" > '%1'\necho 'System Events got an error' >&2\nexit %2\n")
-                .arg(record)
-                .arg(exitCode)
-                .toUtf8());
-        QFile::setPermissions(path, QFile::permissions(path) | QFileDevice::ExeOwner);
-        ProcessRunner::setAppleScriptRunnerPath(path);
-    }
-    ~AppleScriptRunnerStandIn() { ProcessRunner::setAppleScriptRunnerPath(m_saved); }
-
-    QString m_saved;
-    QString record;
-};
-
-QVariantMap element(const QVariantMap& fields) {
-    return fields;
-}
-
-QStringList names(const QList<FinderViewPreset>& presets) {
+QStringList namesOf(const QList<FinderViewPreset>& presets) {
     QStringList result;
     for (const FinderViewPreset& preset : presets)
         result.append(preset.name);
     return result;
 }
-
-QString extensionCopy() {
-    return KestroPaths::extensionDirectory() + QStringLiteral("/FinderViewPresets.plist");
-}
-
-const char* const expectedSortMenuScriptForName =
-    "tell application \"Finder\" to activate\n"
-    "delay 0.1\n"
-    "tell application \"System Events\"\n"
-    "    tell process \"Finder\"\n"
-    "        set sortNames to {\"名称\", \"Name\", \"名\", \"名前\", \"이름\", \"Nom\", \"Nombre\", "
-    "\"Nome\", \"Название\", \"名稱\"}\n"
-    "        set viewMenu to menu 1 of menu bar item 5 of menu bar 1\n"
-    "        repeat with parentTitle in {\"排序方式\", \"Sort By\", \"整理方式\", \"Arrange By\", "
-    "\"並べ替え\", \"表示順序\", \"정렬 방식\", \"정렬 기준\", \"Trier par\", \"Organiser par\", \"Sortieren "
-    "nach\", \"Anordnen nach\", \"Ordenar por\", \"Organizar por\", \"Ordina per\", \"Disponi per\", "
-    "\"Ordenar Por\", \"Organizar Por\", \"Сортировать по\", \"Упорядочить по\"}\n"
-    "            try\n"
-    "                set parentItem to first menu item of viewMenu whose name is parentTitle\n"
-    "                set sortMenu to menu 1 of parentItem\n"
-    "                repeat with sortName in sortNames\n"
-    "                    try\n"
-    "                        click (first menu item of sortMenu whose name is sortName)\n"
-    "                        return\n"
-    "                    end try\n"
-    "                end repeat\n"
-    "            end try\n"
-    "        end repeat\n"
-    "        error \"Sort menu item not found\"\n"
-    "    end tell\n"
-    "end tell";
-
-const char* const expectedStateScript =
-    "tell application \"Finder\"\n"
-    "    if (count of Finder windows) is 0 then\n"
-    "        return \"no-window\"\n"
-    "    end if\n"
-    "    set viewName to current view of front Finder window as text\n"
-    "    set listColumnName to \"\"\n"
-    "    set listDirection to \"\"\n"
-    "    set iconArrangement to \"\"\n"
-    "    try\n"
-    "        set listColumnName to name of sort column of list view options of front Finder window\n"
-    "        set listDirection to sort direction of sort column of list view options of front Finder window "
-    "as text\n"
-    "    end try\n"
-    "    try\n"
-    "        set iconArrangement to arrangement of icon view options of front Finder window as text\n"
-    "    end try\n"
-    "    return viewName & \" | list=\" & listColumnName & \"/\" & listDirection & \" | icon=\" & "
-    "iconArrangement\n"
-    "end tell";
 
 } // namespace
 
@@ -107,236 +21,115 @@ class TestFinderViewPresets : public QObject {
     Q_OBJECT
 
 private slots:
-    void firstStartWritesTheThreeDefaults() {
-        TestEnvironment environment;
+    void init() { m_env.emplace(); }
+    void cleanup() { m_env.reset(); }
+
+    void theListStartsWithTheDefaultsAndKeepsBothCopiesInStep() {
         FinderViewPresetStore store;
-        QCOMPARE(names(store.presets()),
-                 (QStringList{QStringLiteral("列表 · 最近修改"), QStringLiteral("图标 · 按名称"),
-                              QStringLiteral("分栏 · 按名称")}));
-        QCOMPARE(store.presets().at(0).id, QStringLiteral("list-modified"));
-        QCOMPARE(store.presets().at(2).viewMode, FinderViewMode::column);
+        QCOMPARE(namesOf(store.presets()),
+                 (QStringList{"列表 · 最近修改", "图标 · 按名称", "分栏 · 按名称"}));
         QCOMPARE(FinderViewPresetPersistence::load(), std::optional(store.presets()));
-        QCOMPARE(readAll(FinderViewPresetPersistence::settingsFilePath()), readAll(extensionCopy()));
-        QCOMPARE(FakePlatform::notifications().settingsReasons,
-                 QStringList{QStringLiteral("finder-view-presets")});
-        const QVariantMap first = PropertyListFile::read(extensionCopy())->toList().at(0).toMap();
-        QCOMPARE(first.value("viewMode").toString(), QStringLiteral("list"));
-        QCOMPARE(first.value("sortMode").toString(), QStringLiteral("modificationDate"));
-    }
-
-    void loadingCleansNamesAndSkipsBadEntries() {
-        TestEnvironment environment;
-        const QVariantList root{
-            element({{"id", "a"}, {"name", "图标 · 按名称 3"}, {"viewMode", "icon"}, {"sortMode", "name"}}),
-            element({{"id", "b"}, {"name", "Mine 2"}, {"viewMode", "list"}, {"sortMode", "none"}}),
-            element({{"id", "c"}, {"name", "Cover"}, {"viewMode", "cover"}, {"sortMode", "name"}}),
-            element({{"id", "d"}, {"name", "No sort"}, {"viewMode", "list"}}),
-            element({{"id", "e"}, {"name", " · 2"}, {"viewMode", "gallery"}, {"sortMode", "size"}}),
-            element({{"id", "f"}, {"name", 5}, {"viewMode", "list"}, {"sortMode", "size"}}),
-        };
-        PropertyListFile::write(FinderViewPresetPersistence::settingsFilePath(), root);
-        const QByteArray original = readAll(FinderViewPresetPersistence::settingsFilePath());
-        FinderViewPresetStore store;
-        QCOMPARE(names(store.presets()), (QStringList{QStringLiteral("图标 · 按名称"), "Mine 2", " · 2"}));
-        QCOMPARE(store.presets().at(2).viewMode, FinderViewMode::gallery);
-        QCOMPARE(readAll(FinderViewPresetPersistence::settingsFilePath() + QStringLiteral(".unreadable")),
-                 original);
-    }
-
-    void anEmptyListStaysEmptyAndAnUnreadableFileGivesTheDefaults() {
-        TestEnvironment environment;
-        PropertyListFile::write(FinderViewPresetPersistence::settingsFilePath(), QVariantList{});
-        QVERIFY(FinderViewPresetStore().presets().isEmpty());
-        environment.writeFile(FinderViewPresetPersistence::settingsFilePath(), "{not a plist");
-        QCOMPARE(FinderViewPresetStore().presets().size(), 3);
-        QCOMPARE(readAll(FinderViewPresetPersistence::settingsFilePath() + QStringLiteral(".unreadable")),
-                 QByteArray("{not a plist"));
-    }
-
-    void editsSaveBothCopies() {
-        TestEnvironment environment;
-        FinderViewPresetStore store;
+        QCOMPARE(FakePlatform::notifications().settingsReasons, QStringList{"finder-view-presets"});
         QSignalSpy changed(&store, &FinderViewPresetStore::presetsChanged);
+
         const FinderViewPreset added = store.addPreset();
-        QCOMPARE(added.name, QStringLiteral("列表 · 按修改日期"));
-        QCOMPARE(store.presets().last(), added);
-
+        QCOMPARE(added.name, "列表 · 按修改日期");
         FinderViewPreset edited = added;
-        edited.name = QStringLiteral("我的方案");
+        edited.name = "我的方案";
         edited.viewMode = FinderViewMode::icon;
-        edited.sortMode = FinderSortMode::none;
         store.update(edited);
-        QCOMPARE(store.presets().last(), edited);
-        store.update(FinderViewPreset{QStringLiteral("unknown"), QStringLiteral("x")});
+        store.update(FinderViewPreset{"unknown", "x"});
         QCOMPARE(store.presets().size(), 4);
-
         store.movePresets({3, 1}, 0);
-        QCOMPARE(names(store.presets()),
+        QCOMPARE(namesOf(store.presets()),
                  (QStringList{"图标 · 按名称", "我的方案", "列表 · 最近修改", "分栏 · 按名称"}));
         store.removePresets({0, 3});
-        QCOMPARE(names(store.presets()), (QStringList{"我的方案", "列表 · 最近修改"}));
+        QCOMPARE(namesOf(store.presets()), (QStringList{"我的方案", "列表 · 最近修改"}));
         QCOMPARE(changed.size(), 4);
-        QCOMPARE(FakePlatform::notifications().settingsReasons.size(), 5);
+
+        // A mode change renames an automatic name only.
+        store.changeModes("list-modified", FinderViewMode::icon, FinderSortMode::size);
+        store.changeModes(edited.id, FinderViewMode::gallery, FinderSortMode::creationDate);
+        QCOMPARE(namesOf(store.presets()), (QStringList{"我的方案", "图标 · 按大小"}));
+        QCOMPARE(FinderViewPresetPersistence::preset(edited.id)->sortMode, FinderSortMode::creationDate);
         QCOMPARE(FinderViewPresetPersistence::load(), std::optional(store.presets()));
-        QCOMPARE(readAll(FinderViewPresetPersistence::settingsFilePath()), readAll(extensionCopy()));
+        QCOMPARE(readAll(FinderViewPresetPersistence::settingsFilePath()),
+                 readAll(KestroPaths::extensionDirectory() + "/FinderViewPresets.plist"));
     }
 
-    void changingModesRenamesOnlyAutomaticNames() {
-        TestEnvironment environment;
-        FinderViewPresetStore store;
-        store.changeModes(QStringLiteral("list-modified"), FinderViewMode::icon, FinderSortMode::size);
-        QCOMPARE(store.presets().at(0).name, QStringLiteral("图标 · 按大小"));
-        QCOMPARE(store.presets().at(0).sortMode, FinderSortMode::size);
-        store.changeModes(QStringLiteral("list-modified"), FinderViewMode::list, FinderSortMode::none);
-        QCOMPARE(store.presets().at(0).name, QStringLiteral("列表 · 不改变排序"));
-
-        FinderViewPreset typed = store.presets().at(1);
-        typed.name = QStringLiteral("照片");
-        store.update(typed);
-        store.changeModes(typed.id, FinderViewMode::gallery, FinderSortMode::creationDate);
-        QCOMPARE(store.presets().at(1).name, QStringLiteral("照片"));
-        QCOMPARE(store.presets().at(1).viewMode, FinderViewMode::gallery);
-        QCOMPARE(FinderViewPresetPersistence::preset(typed.id)->sortMode, FinderSortMode::creationDate);
-    }
-
-    void presetScriptsAreExact() {
-        QCOMPARE(
-            FinderViewPresetScripts::viewScript(FinderViewMode::list, FinderSortMode::modificationDate),
-            QStringLiteral("tell application \"Finder\"\nactivate\nif (count of Finder windows) is 0 then\n"
-                           "make new Finder window to desktop\nend if\n"
-                           "set current view of front Finder window to list view\ndelay 0.15\ndelay 0.15\n"
-                           "tell list view options of front Finder window\n"
-                           "set visible of column modification date column to true\n"
-                           "set sort column to column modification date column\n"
-                           "set sort direction of sort column to reversed\nend tell\nend tell"));
-        QCOMPARE(
-            FinderViewPresetScripts::viewScript(FinderViewMode::icon, FinderSortMode::kind),
-            QStringLiteral("tell application \"Finder\"\nactivate\nif (count of Finder windows) is 0 then\n"
-                           "make new Finder window to desktop\nend if\n"
-                           "set current view of front Finder window to icon view\ndelay 0.15\n"
-                           "set arrangement of icon view options of front Finder window to arranged by kind\n"
-                           "end tell"));
-        const QString galleryByName =
-            QStringLiteral("tell application \"Finder\"\nactivate\nif (count of Finder windows) is 0 then\n"
-                           "make new Finder window to desktop\nend if\n"
-                           "set current view of front Finder window to flow view\ndelay 0.15\nend tell");
-        QCOMPARE(FinderViewPresetScripts::viewScript(FinderViewMode::gallery, FinderSortMode::name),
-                 galleryByName);
-        QCOMPARE(FinderViewPresetScripts::viewScript(FinderViewMode::list, FinderSortMode::none),
-                 QString(galleryByName).replace(QStringLiteral("flow view"), QStringLiteral("list view")));
-        QCOMPARE(FinderViewPresetScripts::sortMenuScript(FinderSortMode::name),
-                 QString::fromUtf8(expectedSortMenuScriptForName));
-        QVERIFY(FinderViewPresetScripts::sortMenuScript(FinderSortMode::none).isEmpty());
-        QCOMPARE(FinderViewPresetScripts::sortMenuItemNames(FinderSortMode::label).size(), 11);
-        QCOMPARE(FinderViewPresetScripts::stateScript(), QString::fromUtf8(expectedStateScript));
-    }
-
-    void applyingAPresetRunsBothScriptsAndLogsTheState() {
-        TestEnvironment environment;
+    // Entries of the wrong shape are dropped, numbered copies of a name lose the number, and the file as it
+    // was is kept aside; an empty list stays empty, an unreadable file gives the defaults.
+    void loadingCleansNamesAndSkipsBadEntries() {
+        const auto entry = [](const char* id, const QVariant& name, const char* view, const char* sort) {
+            QVariantMap map{{"id", id}, {"name", name}, {"viewMode", view}};
+            if (sort)
+                map.insert("sortMode", sort);
+            return QVariant(map);
+        };
         PropertyListFile::write(
             FinderViewPresetPersistence::settingsFilePath(),
-            QVariantList{
-                element({{"id", "g"}, {"name", "G"}, {"viewMode", "gallery"}, {"sortMode", "name"}}),
-                element({{"id", "n"}, {"name", "N"}, {"viewMode", "column"}, {"sortMode", "none"}})});
-        {
-            AppleScriptRunnerStandIn osascript(environment, 0);
-            FinderActionExecutor::perform(QStringLiteral("finderViewPreset__g"), {}, {}, {}, {});
-            QCOMPARE(FakePlatform::scripting().scriptsRun,
-                     (QStringList{
-                         FinderViewPresetScripts::viewScript(FinderViewMode::gallery, FinderSortMode::name),
-                         FinderViewPresetScripts::stateScript()}));
-            QCOMPARE(QString::fromUtf8(readAll(osascript.record)),
-                     QString::fromUtf8(expectedSortMenuScriptForName));
-            QVERIFY(environment.logText().contains(
-                QStringLiteral("] finder sort view options succeeded mode=name\n")));
-            QVERIFY(environment.logText().contains(
-                QStringLiteral("] finder view preset applied view=gallery sort=name state=\n")));
-        }
-        {
-            // Finder's own menu failing does not fail the preset; it is only logged.
-            AppleScriptRunnerStandIn osascript(environment, 1);
-            FinderActionExecutor::perform(QStringLiteral("finderViewPreset"), {}, {}, std::nullopt,
-                                          QStringLiteral("g"));
-            QVERIFY(environment.logText().contains(QStringLiteral(
-                "finder sort view options failed mode=name error=System Events got an error\n")));
-            QFile::remove(osascript.record);
-            // No sort: no System Events at all.
-            FinderActionExecutor::perform(QStringLiteral("finderViewPreset"), {}, {},
-                                          QStringLiteral("/presets/n"), {});
-            QVERIFY(!QFile::exists(osascript.record));
-            QVERIFY(environment.logText().contains(
-                QStringLiteral("finder view preset applied view=column sort=none state=\n")));
-        }
+            QVariantList{entry("a", "图标 · 按名称 3", "icon", "name"), entry("b", "Mine 2", "list", "none"),
+                         entry("c", "Cover", "cover", "name"), entry("d", "No sort", "list", nullptr),
+                         entry("e", " · 2", "gallery", "size"), entry("f", 5, "list", "size")});
+        const QByteArray original = readAll(FinderViewPresetPersistence::settingsFilePath());
+        FinderViewPresetStore store;
+        QCOMPARE(namesOf(store.presets()), (QStringList{"图标 · 按名称", "Mine 2", " · 2"}));
+        QCOMPARE(store.presets().at(2).viewMode, FinderViewMode::gallery);
+        QCOMPARE(readAll(FinderViewPresetPersistence::settingsFilePath() + ".unreadable"), original);
+
+        PropertyListFile::write(FinderViewPresetPersistence::settingsFilePath(), QVariantList{});
+        QVERIFY(FinderViewPresetStore().presets().isEmpty());
+        m_env->writeFile(FinderViewPresetPersistence::settingsFilePath(), "{not a plist");
+        QCOMPARE(FinderViewPresetStore().presets().size(), 3);
     }
 
-    void thePresetIsTheDestinationsLastFolderWithOrWithoutSlashes() {
-        // The URL road hands the destination over as written; the queue road cleans it first. Both end here.
-        for (const char* destination :
-             {"/presets/icon-name", "/presets/icon-name/", "/presets/icon-name//"}) {
-            TestEnvironment environment;
-            FinderViewPresetStore store;
-            FinderActionExecutor::perform(QStringLiteral("finderViewPreset"), {}, {},
-                                          QString::fromLatin1(destination), {});
-            QVERIFY2(!FakePlatform::scripting().scriptsRun.isEmpty(), destination);
-            QVERIFY(FakePlatform::scripting().scriptsRun.constFirst().contains(
-                QStringLiteral("set current view of front Finder window to icon view")));
-        }
-        TestEnvironment environment;
+    // The preset is named in the action, by presetID, or as the destination's last folder (written with or
+    // without slashes); the view goes first, then the state is read back.
+    void aRequestNamesItsPreset_data() {
+        QTest::addColumn<QString>("actionID");
+        QTest::addColumn<QString>("destination");
+        QTest::addColumn<QString>("presetID");
+        QTest::addColumn<QString>("view"); // empty: refused
+        for (const auto& [row, actionID, destination, presetID, view] :
+             std::initializer_list<std::array<const char*, 5>>{
+                 {"in the action", "finderViewPreset__icon-name", "", "", "icon view"},
+                 {"by id", "finderViewPreset", "", "column-name", "column view"},
+                 {"destination", "finderViewPreset", "/presets/list-modified", "", "list view"},
+                 {"slashes", "finderViewPreset", "/presets/icon-name//", "", "icon view"},
+                 {"unknown", "finderViewPreset__nope", "", "", ""},
+                 {"none", "finderViewPreset", "", "", ""},
+                 {"the root", "finderViewPreset", "/", "", ""}})
+            QTest::newRow(row) << actionID << destination << presetID << view;
+    }
+    void aRequestNamesItsPreset() {
+        QFETCH(QString, actionID);
+        QFETCH(QString, destination);
+        QFETCH(QString, presetID);
+        QFETCH(QString, view);
         FinderViewPresetStore store;
-        try {
-            FinderActionExecutor::perform(QStringLiteral("finderViewPreset"), {}, {}, QStringLiteral("/"),
-                                          {});
-            QFAIL("the root folder names no preset");
-        } catch (const FinderActionExecutionError& error) {
-            QCOMPARE(error.payload(), QStringLiteral("finderViewPreset__"));
-        }
+        const Case refusal = caseOf([&] { perform(actionID, {}, {}, given(destination), given(presetID)); });
+        const QStringList scripts = FakePlatform::scripting().scriptsRun;
+        QCOMPARE(refusal, view.isEmpty() ? Case::unsupportedAction : Case(-1));
+        QCOMPARE(scripts.size(), view.isEmpty() ? 0 : 2);
+        if (!view.isEmpty())
+            QVERIFY2(scripts[0].contains("to " + view) &&
+                         m_env->logText().contains("finder view preset applied"),
+                     qPrintable(scripts[0]));
     }
 
-    void unknownPresetsAreUnsupported() {
-        TestEnvironment environment;
+    void theSystemFileManagerCannotBeScriptedAndSaysSo() {
         FinderViewPresetStore store;
-        try {
-            FinderActionExecutor::perform(QStringLiteral("finderViewPreset__nope"), {}, {}, {}, {});
-            QFAIL("an unknown preset was applied");
-        } catch (const FinderActionExecutionError& error) {
-            QCOMPARE(error.errorDescription(),
-                     QStringLiteral("暂不支持这个右键动作：finderViewPreset__nope。"));
-        }
-        try {
-            FinderActionExecutor::perform(QStringLiteral("finderViewPreset"), {}, {}, {}, {});
-            QFAIL("a preset was applied without an id");
-        } catch (const FinderActionExecutionError& error) {
-            QCOMPARE(error.payload(), QStringLiteral("finderViewPreset"));
-        }
-        QVERIFY(FakePlatform::scripting().scriptsRun.isEmpty());
-    }
-
-    void viewAndSortActionsFailClearlyWhereTheFileManagerCannotBeScripted() {
-        TestEnvironment environment;
-        FinderViewPresetStore store;
-        // The single actions run their own small scripts.
-        FinderActionExecutor::perform(QStringLiteral("finderViewGallery"), {}, {}, {}, {});
-        FinderActionExecutor::perform(QStringLiteral("finderSortSize"), {}, {}, {}, {});
-        QCOMPARE(FakePlatform::scripting().scriptsRun.size(), 2);
-        QVERIFY(FakePlatform::scripting().scriptsRun.at(0).contains(
-            QStringLiteral("set current view of front Finder window to flow view")));
-        QVERIFY(FakePlatform::scripting().scriptsRun.at(1).contains(QStringLiteral(
-            "set sort column to column size column\nset sort direction of sort column to reversed")));
-
         Platform::setFileManagerScripting(createSystemFileManagerScripting());
+        if (Platform::fileManagerScripting().runStringScript("return \"\""))
+            QSKIP("this system's file manager takes scripts");
         for (const char* id : {"finderViewPreset__list-modified", "finderViewList", "finderSortName"}) {
-            try {
-                FinderActionExecutor::perform(QString::fromLatin1(id), {}, {}, {}, {});
-                if (Platform::fileManagerScripting().runStringScript(QStringLiteral("return \"\"")))
-                    continue; // a system whose file manager takes scripts
-                QFAIL("the action claimed success without a scriptable file manager");
-            } catch (const FinderActionExecutionError& error) {
-                QCOMPARE(error.errorCase(), FinderActionExecutionError::Case::commandFailed);
-                QCOMPARE(error.errorDescription(), QStringLiteral("这个系统的文件管理器不支持脚本控制。"));
-            }
+            QVERIFY2(caseOf([&] { perform(id, {}); }) == Case::commandFailed, id);
         }
-        QVERIFY(!environment.logText().contains(QStringLiteral("finder view preset applied")));
+        QVERIFY(!m_env->logText().contains("finder view preset applied"));
     }
+
+private:
+    std::optional<TestEnvironment> m_env;
 };
 
 QTEST_GUILESS_MAIN(TestFinderViewPresets)

@@ -44,39 +44,10 @@ with zipfile.ZipFile(sys.argv[1], 'w', zipfile.ZIP_DEFLATED, compresslevel=9) as
             member.write(block)
 )PY";
 
-QString kindName(Entry::Kind kind) {
-    switch (kind) {
-    case Entry::Kind::file:
-        return QStringLiteral("file");
-    case Entry::Kind::folder:
-        return QStringLiteral("folder");
-    case Entry::Kind::symbolicLink:
-        return QStringLiteral("symbolicLink");
-    case Entry::Kind::hardLink:
-        return QStringLiteral("hardLink");
-    case Entry::Kind::pipe:
-        return QStringLiteral("pipe");
-    }
-    return {};
-}
+// The names the writer above knows, in the order of Entry::Kind.
+const char* const kindNames[] = {"file", "folder", "symbolicLink", "hardLink", "pipe"};
 
 } // namespace
-
-Entry file(const QString& name, const QByteArray& data, int mode) {
-    return {name, Entry::Kind::file, data, {}, mode};
-}
-Entry folder(const QString& name, int mode) {
-    return {name, Entry::Kind::folder, {}, {}, mode};
-}
-Entry symbolicLink(const QString& name, const QString& target) {
-    return {name, Entry::Kind::symbolicLink, {}, target, 0777};
-}
-Entry hardLink(const QString& name, const QString& target) {
-    return {name, Entry::Kind::hardLink, {}, target, 0644};
-}
-Entry namedPipe(const QString& name) {
-    return {name, Entry::Kind::pipe, {}, {}, 0644};
-}
 
 bool tool(const QString& program, const QStringList& arguments, const QString& folder) {
     QProcess process;
@@ -90,7 +61,7 @@ bool python(const QString& archive, const QString& format, const QList<Entry>& e
     QJsonArray list;
     for (const Entry& entry : entries)
         list.append(QJsonObject{{"name", entry.name},
-                                {"kind", kindName(entry.kind)},
+                                {"kind", kindNames[int(entry.kind)]},
                                 {"data", QString::fromLatin1(entry.data.toHex())},
                                 {"target", entry.target},
                                 {"mode", entry.mode}});

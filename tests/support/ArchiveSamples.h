@@ -19,11 +19,21 @@ struct Entry {
     int mode = 0644;
 };
 
-Entry file(const QString& name, const QByteArray& data, int mode = 0644);
-Entry folder(const QString& name, int mode = 0755);
-Entry symbolicLink(const QString& name, const QString& target);
-Entry hardLink(const QString& name, const QString& target);
-Entry namedPipe(const QString& name);
+inline Entry file(const QString& name, const QByteArray& data, int mode = 0644) {
+    return {name, Entry::Kind::file, data, {}, mode};
+}
+inline Entry folder(const QString& name, int mode = 0755) {
+    return {name, Entry::Kind::folder, {}, {}, mode};
+}
+inline Entry symbolicLink(const QString& name, const QString& target) {
+    return {name, Entry::Kind::symbolicLink, {}, target, 0777};
+}
+inline Entry hardLink(const QString& name, const QString& target) {
+    return {name, Entry::Kind::hardLink, {}, target, 0644};
+}
+inline Entry namedPipe(const QString& name) {
+    return {name, Entry::Kind::pipe, {}, {}, 0644};
+}
 
 // format: "zip" (Python's zipfile, deflated) or "tar", "tar.gz" (Python's tarfile). False on failure.
 bool python(const QString& archive, const QString& format, const QList<Entry>& entries);
