@@ -1,5 +1,7 @@
-// The one Kestro menu the file managers render: layouts, grouping, the user's lists, where items apply.
+// The one Kestro menu the file managers render: layouts, grouping, the user's lists, and what each place
+// (a file manager, the folder background, a selection of some kind of file) is offered.
 #include "catalogue/FeatureSettingsDefaults.h"
+#include "catalogue/KestroFeature.h"
 #include "integration/KestroMenuModel.h"
 
 #include <QJsonArray>
@@ -24,26 +26,40 @@ QStringList actionIDs(const QList<KestroMenuItem>& items) {
     return result;
 }
 
-// A small, hand-made choice: two features with a few children, nothing of the user's lists.
+// Two features with a few children, nothing of the user's lists.
 KestroMenuInput smallInput() {
     KestroMenuInput input;
-    input.settings.featureOrder = {QStringLiteral("copyPath"), QStringLiteral("createFile")};
-    input.settings.enabledFeatureIDs = {QStringLiteral("createFile"), QStringLiteral("copyPath")};
-    input.settings.enabledChildIDs = {QStringLiteral("createTextFile"), QStringLiteral("createFolder"),
-                                      QStringLiteral("copyFileName")};
-    input.settings.childOrderByFeatureID = {
-        {QStringLiteral("createFile"), {QStringLiteral("createTextFile"), QStringLiteral("createFolder")}}};
+    input.settings.featureOrder = {"copyPath", "createFile"};
+    input.settings.enabledFeatureIDs = {"createFile", "copyPath"};
+    input.settings.enabledChildIDs = {"createTextFile", "createFolder", "copyFileName"};
+    input.settings.childOrderByFeatureID = {{"createFile", {"createTextFile", "createFolder"}}};
     return input;
 }
 
-const KestroMenuItem* findByAction(const QList<KestroMenuItem>& menu, const QString& actionID) {
-    for (const KestroMenuItem& item : menu) {
-        if (item.actionID == actionID)
-            return &item;
-        if (const KestroMenuItem* found = findByAction(item.children, actionID))
-            return found;
+// Every feature and child on, an entry in each of the user's lists, a script and a shortcut.
+KestroMenuInput everything() {
+    KestroMenuInput input;
+    input.settings = FeatureSettingsDefaults::settings();
+    input.settings.groupsFeaturesUnderKestro = false;
+    for (const KestroFeature& feature : KestroFeature::allCases()) {
+        input.settings.enabledFeatureIDs.insert(feature.id());
+        for (const QString& id : feature.childIDs())
+            input.settings.enabledChildIDs.insert(id);
     }
-    return nullptr;
+    // Entries without an id or a path lead nowhere.
+    input.destinations["copy"] = {{"d1", "备份", "/srv/back up"}, {"d2", "空", ""}, {"", "无名", "/srv/x"}};
+    input.destinations["quickOpen"] = {{"q1", "工作", "/srv/work"}};
+    input.destinations["openApplication"] = {{"a1", "看图", "/usr/share/applications/viewer.desktop"}};
+    CustomShortcutAction script;
+    script.id = "s1";
+    script.name = "我的脚本";
+    script.kind = CustomShortcutAction::Kind::script;
+    script.scriptPath = "/usr/local/bin/x.sh";
+    CustomShortcutAction shortcut;
+    shortcut.id = "s2";
+    shortcut.name = "快捷指令";
+    input.customActions = {shortcut, script};
+    return input;
 }
 
 } // namespace
@@ -52,225 +68,165 @@ class TestFileManagerMenu : public QObject {
     Q_OBJECT
 
 private slots:
-    void collapsedGivesOneSubmenuPerFeatureInTheUsersOrder() {
+    void layoutsAndGrouping() {
+        // Collapsed: a submenu per feature in the user's order, its children in the user's order.
         const QList<KestroMenuItem> menu = KestroMenuModel::build(smallInput());
-        QCOMPARE(titles(menu), (QStringList{QStringLiteral("复制名称与路径"), QStringLiteral("新建")}));
-        QCOMPARE(titles(menu.at(0).children), QStringList{QStringLiteral("复制文件名")});
-        // The user's child order first, the rest of the catalogue after it; only enabled ones show.
-        QCOMPARE(titles(menu.at(1).children),
-                 (QStringList{QStringLiteral("新建文本文件"), QStringLiteral("新建文件夹")}));
+        QCOMPARE(titles(menu), QStringList({"复制名称与路径", "新建"}));
+        QCOMPARE(titles(menu.at(1).children), QStringList({"新建文本文件", "新建文件夹"}));
         QVERIFY(menu.at(1).isSubmenu());
-        QCOMPARE(menu.at(1).children.at(0).actionID, QStringLiteral("createTextFile"));
-    }
-
-    void expandedListsEveryActionDirectly() {
+        // Disabled features and children stay out.
         KestroMenuInput input = smallInput();
-        input.settings.menuLayout = FinderMenuLayout::expanded;
-        const QList<KestroMenuItem> menu = KestroMenuModel::build(input);
-        QCOMPARE(titles(menu), (QStringList{QStringLiteral("复制文件名"), QStringLiteral("新建文本文件"),
-                                            QStringLiteral("新建文件夹")}));
-        for (const KestroMenuItem& item : menu)
-            QVERIFY(!item.isSubmenu());
-    }
-
-    void groupingPutsEverythingUnderOneKestroEntry() {
+        input.settings.enabledFeatureIDs.remove("copyPath");
+        input.settings.enabledChildIDs.remove("createFolder");
+        QCOMPARE(actionIDs(KestroMenuModel::build(input)), QStringList{"createTextFile"});
+        // Expanded: every action directly; grouped: all of it under one "Kestro" entry, in either layout.
         for (FinderMenuLayout layout : {FinderMenuLayout::collapsed, FinderMenuLayout::expanded}) {
-            KestroMenuInput input = smallInput();
+            input = smallInput();
             input.settings.menuLayout = layout;
             const QList<KestroMenuItem> plain = KestroMenuModel::build(input);
+            if (layout == FinderMenuLayout::expanded)
+                QCOMPARE(titles(plain), QStringList({"复制文件名", "新建文本文件", "新建文件夹"}));
             input.settings.groupsFeaturesUnderKestro = true;
             const QList<KestroMenuItem> grouped = KestroMenuModel::build(input);
             QCOMPARE(grouped.size(), 1);
             QCOMPARE(grouped.at(0).title, QStringLiteral("Kestro"));
             QCOMPARE(grouped.at(0).children, plain);
         }
-        // Nothing enabled: no empty Kestro entry either.
         KestroMenuInput empty;
         empty.settings.groupsFeaturesUnderKestro = true;
         QVERIFY(KestroMenuModel::build(empty).isEmpty());
-    }
-
-    void disabledFeaturesAndChildrenStayOut() {
-        KestroMenuInput input = smallInput();
-        input.settings.enabledFeatureIDs.remove(QStringLiteral("copyPath"));
-        input.settings.enabledChildIDs.remove(QStringLiteral("createFolder"));
-        QCOMPARE(actionIDs(KestroMenuModel::build(input)), QStringList{QStringLiteral("createTextFile")});
-    }
-
-    void defaultsShowEveryEnabledFeatureWithItems() {
-        // developerTools is off on a first start; customActions has nothing without the user's actions and
-        // viewOptions nothing without presets.
-        KestroMenuInput input;
+        // The defaults: one Kestro entry; without grouping every default feature that has items.
         input.settings = FeatureSettingsDefaults::settings();
-        // By default all of it sits under one "Kestro" entry.
-        QCOMPARE(titles(KestroMenuModel::build(input)), QStringList{QStringLiteral("Kestro")});
+        QCOMPARE(titles(KestroMenuModel::build(input)), QStringList{"Kestro"});
         input.settings.groupsFeaturesUnderKestro = false;
-        const QList<KestroMenuItem> menu = KestroMenuModel::build(input);
-        QCOMPARE(menu.size(), 11);
-        QCOMPARE(menu.first().title, QStringLiteral("打开"));
-        QVERIFY(!findByAction(menu, QStringLiteral("copySHA256")));
-        QVERIFY(findByAction(menu, QStringLiteral("compressPDF")));
+        QCOMPARE(KestroMenuModel::build(input).size(), 11);
     }
 
     void usersListsBecomeItems() {
-        KestroMenuInput input;
-        input.settings.featureOrder = {QStringLiteral("copyFile"), QStringLiteral("viewOptions"),
-                                       QStringLiteral("customActions"), QStringLiteral("organizeFile")};
-        input.settings.enabledFeatureIDs = {QStringLiteral("copyFile"), QStringLiteral("viewOptions"),
-                                            QStringLiteral("customActions"), QStringLiteral("organizeFile")};
-        input.settings.enabledChildIDs = {QStringLiteral("copyFilesToDesktop"),
-                                          QStringLiteral("copyFilesToDownloads"),
-                                          QStringLiteral("finderViewPreset")};
+        KestroMenuInput input = everything();
         // The desktop listed by the user: "复制到桌面" would offer the same place a second time.
-        const QString desktop = QStandardPaths::writableLocation(QStandardPaths::DesktopLocation);
-        input.destinations[QStringLiteral("copy")] = {
-            {QStringLiteral("d1"), QStringLiteral("项目 备份"), QStringLiteral("/srv/back up")},
-            {QStringLiteral("d1"), QStringLiteral("repeated id"), QStringLiteral("/elsewhere")},
-            {QStringLiteral("d2"), QStringLiteral("桌面"), desktop + QStringLiteral("/")}};
-        input.destinations[QStringLiteral("move")] = {
-            {QStringLiteral("m1"), QStringLiteral("归档"), QStringLiteral("/srv/archive")}};
-        CustomShortcutAction script;
-        script.id = QStringLiteral("s1");
-        script.name = QStringLiteral("我的脚本");
-        script.kind = CustomShortcutAction::Kind::script;
-        script.scriptPath = QStringLiteral("/usr/local/bin/x.sh");
-        CustomShortcutAction shortcut;
-        shortcut.id = QStringLiteral("s2");
-        shortcut.name = QStringLiteral("快捷指令");
-        input.customActions = {shortcut, script};
-
-        // No view presets and no Shortcuts on Linux: that feature has nothing, the shortcut is not offered.
+        input.destinations["copy"].append(
+            {"d3", "桌面", QStandardPaths::writableLocation(QStandardPaths::DesktopLocation) + "/"});
+        input.destinations["copy"].append({"d1", "repeated id", "/elsewhere"});
         const QList<KestroMenuItem> menu = KestroMenuModel::build(input);
-        QCOMPARE(titles(menu), (QStringList{QStringLiteral("复制到"), QStringLiteral("自定义动作"),
-                                            QStringLiteral("移动到")}));
-        // Destinations first, then the children; a repeated id keeps its first entry only.
-        QCOMPARE(
-            titles(menu.at(0).children),
-            (QStringList{QStringLiteral("项目 备份"), QStringLiteral("桌面"), QStringLiteral("复制到下载")}));
-        const KestroMenuItem& copy = menu.at(0).children.at(0);
-        QCOMPARE(copy.actionID, QStringLiteral("copyFilesToFolder"));
-        QCOMPARE(copy.destinationPath, std::optional<QString>(QStringLiteral("/srv/back up")));
-        QCOMPARE(copy.id, QStringLiteral("copyFilesToFolder@d1"));
-        QCOMPARE(titles(menu.at(1).children), QStringList{QStringLiteral("我的脚本")});
-        QCOMPARE(menu.at(1).children.at(0).actionID, QStringLiteral("runScript__s1"));
-        QCOMPARE(menu.at(2).children.at(0).actionID, QStringLiteral("moveFilesToFolder"));
-
-        // Flat, a destination says what it does.
-        input.settings.menuLayout = FinderMenuLayout::expanded;
-        const QList<KestroMenuItem> flat = KestroMenuModel::build(input);
-        QCOMPARE(flat.at(0).title, QStringLiteral("复制到 项目 备份"));
-        QCOMPARE(flat.last().title, QStringLiteral("移动到 归档"));
-
-        // The item ids stay unique throughout.
-        QSet<QString> ids;
-        for (const KestroMenuItem& item : KestroMenuModel::actions(flat))
-            ids.insert(item.id);
-        QCOMPARE(ids.size(), KestroMenuModel::actions(flat).size());
-    }
-
-    void backgroundShowsOnlyWhatNeedsNoSelection() {
-        KestroMenuInput input;
-        input.settings = FeatureSettingsDefaults::settings();
-        input.settings.groupsFeaturesUnderKestro = false;
-        input.settings.enabledChildIDs.insert(QStringLiteral("openInTerminal"));
-        input.destinations[QStringLiteral("quickOpen")] = {
-            {QStringLiteral("q1"), QStringLiteral("工作"), QStringLiteral("/srv/work")}};
-        input.settings.enabledFeatureIDs.insert(QStringLiteral("developerTools"));
-        input.settings.enabledChildIDs.insert(QStringLiteral("toggleHiddenFiles"));
-        const QList<KestroMenuItem> menu = KestroMenuModel::build(input);
-        // The hidden-files switch acts on the settings of GNOME Files and of Nemo, each in its own menu; the
-        // other file managers would not read what it changes, so it is not offered there.
-        const QStringList switches = {QStringLiteral("toggleHiddenFiles"),
-                                      QStringLiteral("toggleNemoHiddenFiles")};
-        for (const char* fileManager : {"nautilus", "nemo", "thunar", "dolphin", "pcmanfm-qt"}) {
-            QStringList offered;
-            for (const QString& id : switches) {
-                if (findByAction(KestroMenuModel::shownIn(menu, QLatin1String(fileManager)), id))
-                    offered.append(id);
-            }
-            const QString name = QLatin1String(fileManager);
-            QCOMPARE(offered, name == QLatin1String("nautilus") ? switches.mid(0, 1)
-                              : name == QLatin1String("nemo")   ? switches.mid(1, 1)
-                                                                : QStringList());
-        }
-        const QList<KestroMenuItem> background = KestroMenuModel::shownOn(
-            KestroMenuModel::shownIn(menu, QStringLiteral("thunar")), KestroMenuModel::Context::background);
-        QCOMPARE(titles(background),
-                 (QStringList{QStringLiteral("打开"), QStringLiteral("新建"),
-                              QStringLiteral("复制名称与路径"), QStringLiteral("用应用打开")}));
-        const QStringList ids = actionIDs(background);
-        QVERIFY(ids.contains(QStringLiteral("quickOpenPath")));
-        QVERIFY(ids.contains(QStringLiteral("createTextFile")));
-        QVERIFY(ids.contains(QStringLiteral("copyParentPath")));
-        QVERIFY(ids.contains(QStringLiteral("openInTerminal")));
-        for (const char* selectionOnly : {"copyFilesToDesktop", "compressToZIP", "renameAddPrefix",
-                                          "scheduleDelete1Hour", "copyFileNameList", "revealInFinder"})
-            QVERIFY2(!ids.contains(QLatin1String(selectionOnly)), selectionOnly);
-        // On a selection everything enabled that fits the files shows, new files too.
-        const QStringList onText = actionIDs(
-            KestroMenuModel::shownOn(menu, KestroMenuModel::Context::selection, {QStringLiteral("a.txt")}));
-        for (const char* id : {"createTextFile", "copyFilesToDesktop", "compressToZIP", "revealInFinder"})
-            QVERIFY2(onText.contains(QLatin1String(id)), id);
-    }
-
-    void fileTypesKeepMenusShort() {
-        KestroMenuInput input;
-        input.settings = FeatureSettingsDefaults::settings();
-        const QList<KestroMenuItem> menu = KestroMenuModel::build(input);
-        const auto on = [&](const QStringList& names) {
-            return actionIDs(KestroMenuModel::shownOn(menu, KestroMenuModel::Context::selection, names));
+        const auto submenu = [&](const QString& title) {
+            for (const KestroMenuItem& item : menu)
+                if (item.title == title)
+                    return item.children;
+            return QList<KestroMenuItem>();
         };
-        const QStringList text = on({QStringLiteral("/x/notes.txt")});
-        for (const char* hidden :
-             {"resizeImages", "convertImageToPNG", "mergePDFs", "imagesToPDF", "extractZIPHere"})
-            QVERIFY2(!text.contains(QLatin1String(hidden)), hidden);
-        QVERIFY(!titles(KestroMenuModel::shownOn(menu, KestroMenuModel::Context::selection,
-                                                 {QStringLiteral("a.txt")}))
-                     .contains(QStringLiteral("处理图片")));
+        // Entries first, then the children; a repeated id keeps its first entry only.
+        QCOMPARE(titles(submenu("复制到")),
+                 QStringList({"备份", "桌面", "复制到下载", "复制到文档", "在旁边创建副本"}));
+        const KestroMenuItem copy = submenu("复制到").at(0);
+        QCOMPARE(copy.actionID, QStringLiteral("copyFilesToFolder"));
+        QCOMPARE(copy.id, QStringLiteral("copyFilesToFolder@d1"));
+        QCOMPARE(copy.destinationPath, std::optional<QString>("/srv/back up"));
+        // Scripts only (no Shortcuts here); no view presets either, so that feature has nothing.
+        QCOMPARE(titles(submenu("自定义动作")), QStringList{"我的脚本"});
+        QCOMPARE(submenu("自定义动作").at(0).actionID, QStringLiteral("runScript__s1"));
+        QVERIFY(submenu("显示方式").isEmpty());
+        // Flat, a destination says what it does; item ids stay unique throughout.
+        input.settings.menuLayout = FinderMenuLayout::expanded;
+        const QList<KestroMenuItem> flat = KestroMenuModel::actions(KestroMenuModel::build(input));
+        QSet<QString> ids;
+        for (const KestroMenuItem& item : flat) {
+            ids.insert(item.id);
+            if (item.actionID == QLatin1String("copyFilesToFolder"))
+                QCOMPARE(item.title, QStringLiteral("复制到 ") + (item.id.endsWith("d1") ? "备份" : "桌面"));
+        }
+        QCOMPARE(ids.size(), flat.size());
+    }
 
-        const QStringList images = on({QStringLiteral("/x/A.PNG"), QStringLiteral("/x/b.jpeg"),
-                                       QStringLiteral("/x/IMG_1.HEIC"), QStringLiteral("/x/c.avif")});
-        QVERIFY(images.contains(QStringLiteral("resizeImages")));
-        QVERIFY(images.contains(QStringLiteral("imagesToPDF")));
-        QVERIFY(!images.contains(QStringLiteral("mergePDFs")));
-        // One image among other files is not an image selection.
-        QVERIFY(!on({QStringLiteral("/x/a.png"), QStringLiteral("/x/b.txt")})
-                     .contains(QStringLiteral("resizeImages")));
-
-        const QStringList pdfs = on({QStringLiteral("/x/report.pdf")});
-        QVERIFY(pdfs.contains(QStringLiteral("splitPDFs")));
-        QVERIFY(!pdfs.contains(QStringLiteral("imagesToPDF")));
-
+    // What each place's menu offers, from a probe of actions: the background never acts on the folder in
+    // view (that would need a selection), file-kind tools only for their kind, and what no file manager
+    // here can do nowhere.
+    void whatEachPlaceShows_data() {
+        QTest::addColumn<QString>("fileManager");
+        QTest::addColumn<QStringList>("selection"); // empty: the folder background
+        QTest::addColumn<QString>("shown");
+        QTest::newRow("Thunar, background")
+            << "thunar" << QStringList()
+            << "createTextFile createFolder quickOpenPath quickOpenDesktop copyFullPath openInTerminal";
+        QTest::newRow("GNOME Files, background")
+            << "nautilus" << QStringList()
+            << "createTextFile createFolder quickOpenPath quickOpenDesktop copyFullPath openInTerminal "
+               "toggleHiddenFiles";
+        QTest::newRow("Nemo, background") << "nemo" << QStringList()
+                                          << "createTextFile createFolder quickOpenPath quickOpenDesktop "
+                                             "copyFullPath openInTerminal toggleNemoHiddenFiles";
+        // On a selection: what works on any file, what only fits this kind, then the tail of every menu.
+        const auto selected = [](const QString& kind) {
+            return QStringLiteral(
+                       "createTextFile createFolder quickOpenPath quickOpenDesktop copyFullPath "
+                       "copyFilesToFolder copyFilesToDesktop openWithApplicationPath compressToZIP ") +
+                   kind + QStringLiteral(" openInTerminal revealInFinder runScript__s1");
+        };
+        const QString any = QStringLiteral("renameAddPrefix scheduleDelete1Hour");
+        QTest::newRow("a text file") << "dolphin" << QStringList{"/x/notes.txt"} << selected(any);
+        QTest::newRow("images of every kind")
+            << "dolphin" << QStringList{"/x/A.PNG", "/x/b.jpeg", "/x/IMG_1.HEIC", "/x/c.avif"}
+            << selected(any + " resizeImages imagesToPDF");
+        QTest::newRow("an image among other files")
+            << "dolphin" << QStringList{"/x/a.png", "/x/b.txt"} << selected(any);
+        QTest::newRow("a PDF") << "dolphin" << QStringList{"/x/report.pdf"}
+                               << selected(any + " mergePDFs splitPDFs");
         for (const char* archive : {"a.zip", "a.tar", "a.tar.gz", "a.TGZ", "a.tar.xz", "a.tar.bz2", "a.7z"})
-            QVERIFY2(on({QLatin1String(archive)}).contains(QStringLiteral("extractZIPHere")), archive);
+            QTest::addRow("archive %s", archive)
+                << "dolphin" << QStringList{archive} << selected("extractZIPHere " + any);
         for (const char* notArchive : {"a.gz", "zip", ".tar.gz", "/x/.tar.gz", "a.zip.txt", "tar.gz"})
-            QVERIFY2(!on({QLatin1String(notArchive)}).contains(QStringLiteral("extractZIPHere")), notArchive);
-        // Packing works on anything.
-        QVERIFY(text.contains(QStringLiteral("compressToZIP")));
+            QTest::addRow("no archive: %s", notArchive)
+                << "dolphin" << QStringList{notArchive} << selected(any);
+    }
+    void whatEachPlaceShows() {
+        QFETCH(QString, fileManager);
+        QFETCH(QStringList, selection);
+        QFETCH(QString, shown);
+        static const QStringList probe{
+            "createTextFile",        "createFolder",      "quickOpenPath",      "quickOpenDesktop",
+            "copyFullPath",          "copyFilesToFolder", "copyFilesToDesktop", "openWithApplicationPath",
+            "compressToZIP",         "extractZIPHere",    "renameAddPrefix",    "scheduleDelete1Hour",
+            "resizeImages",          "imagesToPDF",       "mergePDFs",          "splitPDFs",
+            "openInTerminal",        "revealInFinder",    "finderViewPreset",   "toggleHiddenFiles",
+            "toggleNemoHiddenFiles", "runScript__s1",     "runScript__s2"};
+        const QList<KestroMenuItem> menu =
+            KestroMenuModel::shownIn(KestroMenuModel::build(everything()), fileManager);
+        const QList<KestroMenuItem> offered = KestroMenuModel::shownOn(
+            menu,
+            selection.isEmpty() ? KestroMenuModel::Context::background : KestroMenuModel::Context::selection,
+            selection);
+        const QStringList ids = actionIDs(offered);
+        QStringList found;
+        for (const QString& id : probe)
+            if (ids.contains(id))
+                found.append(id);
+        QCOMPARE(found.join(u' '), shown);
+        // Only entries that lead somewhere: the copy list's entry without a path or an id is no item.
+        QCOMPARE(ids.count("copyFilesToFolder"), shown.contains("copyFilesToFolder") ? 1 : 0);
+        for (const KestroMenuItem& item : KestroMenuModel::actions(offered))
+            QVERIFY2(!item.destinationPath || !item.destinationPath->isEmpty(), qPrintable(item.id));
     }
 
     void descriptionCarriesWhatTheExtensionNeeds() {
         KestroMenuInput input = smallInput();
         input.settings.groupsFeaturesUnderKestro = true;
-        input.settings.enabledFeatureIDs.insert(QStringLiteral("imageTools"));
-        input.settings.featureOrder.append(QStringLiteral("imageTools"));
-        input.settings.enabledChildIDs.insert(QStringLiteral("resizeImages"));
+        input.settings.enabledFeatureIDs.insert("imageTools");
+        input.settings.featureOrder.append("imageTools");
+        input.settings.enabledChildIDs.insert("resizeImages");
         const QJsonObject root =
             QJsonDocument::fromJson(KestroMenuModel::toJson(KestroMenuModel::build(input))).object();
-        QCOMPARE(root.value(QStringLiteral("version")).toInt(), 1);
-        const QJsonObject kestro = root.value(QStringLiteral("items")).toArray().at(0).toObject();
-        QCOMPARE(kestro.value(QStringLiteral("title")).toString(), QStringLiteral("Kestro"));
-        const QJsonArray features = kestro.value(QStringLiteral("children")).toArray();
+        QCOMPARE(root.value("version").toInt(), 1);
+        const QJsonObject kestro = root.value("items").toArray().at(0).toObject();
+        QCOMPARE(kestro.value("title").toString(), QStringLiteral("Kestro"));
+        const QJsonArray features = kestro.value("children").toArray();
         QCOMPARE(features.size(), 3);
-        const QJsonObject text =
-            features.at(1).toObject().value(QStringLiteral("children")).toArray().at(0).toObject();
-        QCOMPARE(text.value(QStringLiteral("actionID")).toString(), QStringLiteral("createTextFile"));
-        QCOMPARE(text.value(QStringLiteral("background")).toBool(), true);
-        QCOMPARE(text.value(QStringLiteral("suffixes")).toArray().size(), 0);
-        const QJsonObject resize =
-            features.at(2).toObject().value(QStringLiteral("children")).toArray().at(0).toObject();
-        QCOMPARE(resize.value(QStringLiteral("background")).toBool(), false);
-        QVERIFY(resize.value(QStringLiteral("suffixes")).toArray().contains(QStringLiteral(".png")));
+        const auto first = [&](int feature) {
+            return features.at(feature).toObject().value("children").toArray().at(0).toObject();
+        };
+        QCOMPARE(first(1).value("actionID").toString(), QStringLiteral("createTextFile"));
+        QVERIFY(first(1).value("background").toBool() && first(1).value("suffixes").toArray().isEmpty());
+        QVERIFY(!first(2).value("background").toBool());
+        QVERIFY(first(2).value("suffixes").toArray().contains(".png"));
     }
 };
 
