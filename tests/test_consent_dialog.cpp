@@ -8,6 +8,7 @@
 #include "platform/HeadlessPrompts.h"
 #include "platform/Platform.h"
 #include "support/KestroProcess.h"
+#include "support/ModalAnswer.h"
 #include "support/QuietPreferences.h"
 #include "support/TestEnvironment.h"
 
@@ -27,23 +28,12 @@ using namespace std::chrono_literals;
 namespace {
 
 // Runs what the user does once the dialog is up, from the event loop the dialog itself runs.
-void whenDialogShows(std::function<void(ConsentDialog&)> user) {
-    auto* poll = new QTimer;
-    poll->setInterval(10);
-    QObject::connect(poll, &QTimer::timeout, [poll, user] {
-        auto* dialog = qobject_cast<ConsentDialog*>(QApplication::activeModalWidget());
-        if (!dialog || !dialog->isVisible())
-            return;
-        poll->stop();
-        poll->deleteLater();
-        user(*dialog);
-    });
-    poll->start();
+ModalAnswer whenDialogShows(std::function<void(ConsentDialog&)> user) {
+    return ModalAnswer([user](QWidget* dialog) { user(*qobject_cast<ConsentDialog*>(dialog)); });
 }
 
-void click(QPushButton* button) {
-    QVERIFY(button);
-    QTest::mouseClick(button, Qt::LeftButton, {}, button->rect().center());
+QPushButton* buttonOf(ConsentDialog& dialog, const char* name) {
+    return dialog.findChild<QPushButton*>(QLatin1String(name));
 }
 
 } // namespace
@@ -87,30 +77,27 @@ private slots:
         for (int index = 1; index < 40; ++index)
             items.append(m_environment->writeFile(QStringLiteral("home/item %1.txt").arg(index), "x"));
         bool sawEverything = false;
-        whenDialogShows([&](ConsentDialog& dialog) {
-            auto* confirm = dialog.findChild<QPushButton*>(QStringLiteral("confirmButton"));
+        const ModalAnswer answer0 = whenDialogShows([&](ConsentDialog& dialog) {
+            auto* confirm = buttonOf(dialog, "confirmButton");
             auto* list = dialog.findChild<QListWidget*>(QStringLiteral("itemList"));
             auto* destination = dialog.findChild<QListWidget*>(QStringLiteral("destinationList"));
             QVERIFY(confirm && list && destination);
             QVERIFY(!confirm->isEnabled());
-            QVERIFY(dialog.findChild<QPushButton*>(QStringLiteral("cancelButton"))->isDefault());
+            QVERIFY(buttonOf(dialog, "cancelButton")->isDefault());
             QCOMPARE(list->count(), 40);
             QCOMPARE(list->item(39)->text(), items.at(39));
             // The destination as the file system resolves it, not the link's text.
             QCOMPARE(destination->item(0)->text(), QFileInfo(m_destination).canonicalFilePath());
-            const QList<QLabel*> labels = dialog.findChildren<QLabel*>();
-            QVERIFY(std::any_of(labels.cbegin(), labels.cend(), [](QLabel* label) {
-                return label->text() == QStringLiteral("另一个程序请求 Kestro 执行此操作");
-            }));
+            QVERIFY(Modal::labelTexts(&dialog).contains(QStringLiteral("另一个程序请求 Kestro 执行此操作")));
             QVERIFY(dialog.findChild<QLabel*>(QStringLiteral("actionLabel"))
                         ->text()
                         .contains(QStringLiteral("复制到文件夹")));
             // A click on the sleeping button does nothing.
-            click(confirm);
+            Modal::click(confirm);
             QVERIFY(dialog.isVisible());
             sawEverything = true;
             QTRY_VERIFY_WITH_TIMEOUT(confirm->isEnabled(), 3000);
-            click(confirm);
+            Modal::click(confirm);
         });
         QVERIFY(m_model->handleIncomingURL(
             kestroActionURL(QStringLiteral("copyFilesToFolder"), items, std::nullopt,
@@ -124,15 +111,14 @@ private slots:
 
     void enterAndCancelRefuse() {
         // Return goes to the default button, which is Cancel, even once confirming is possible.
-        whenDialogShows([](ConsentDialog& dialog) {
+        const ModalAnswer answer1 = whenDialogShows([](ConsentDialog& dialog) {
             QTest::qWait(400);
             QTest::keyClick(&dialog, Qt::Key_Return);
         });
         QVERIFY(!m_model->handleIncomingURL(request(), RequestOrigin::link));
         // A refused request leaves the duplicate filter alone: the same link at once is asked again.
-        whenDialogShows([](ConsentDialog& dialog) {
-            click(dialog.findChild<QPushButton*>(QStringLiteral("cancelButton")));
-        });
+        const ModalAnswer answer2 =
+            whenDialogShows([](ConsentDialog& dialog) { Modal::click(buttonOf(dialog, "cancelButton")); });
         QVERIFY(!m_model->handleIncomingURL(request(), RequestOrigin::link));
         QVERIFY(!copied());
         QCOMPARE(m_environment->logText().count(QStringLiteral("reason=not confirmed")), 2);
@@ -141,8 +127,8 @@ private slots:
     void theConfirmButtonSleepsAgainWhenTheDialogComesBack() {
         QWidget other;
         other.show();
-        whenDialogShows([&](ConsentDialog& dialog) {
-            auto* confirm = dialog.findChild<QPushButton*>(QStringLiteral("confirmButton"));
+        const ModalAnswer answer3 = whenDialogShows([&](ConsentDialog& dialog) {
+            auto* confirm = buttonOf(dialog, "confirmButton");
             QTRY_VERIFY_WITH_TIMEOUT(confirm->isEnabled(), 3000);
             // The user switches away and back: clicks aimed at the other window must not confirm.
             other.activateWindow();
@@ -150,10 +136,10 @@ private slots:
             dialog.activateWindow();
             QTRY_VERIFY(dialog.isActiveWindow());
             QVERIFY(!confirm->isEnabled());
-            click(confirm);
+            Modal::click(confirm);
             QVERIFY(dialog.isVisible());
             QTRY_VERIFY_WITH_TIMEOUT(confirm->isEnabled(), 3000);
-            click(confirm);
+            Modal::click(confirm);
         });
         QVERIFY(m_model->handleIncomingURL(request(), RequestOrigin::link));
         QVERIFY(copied());

@@ -11,6 +11,7 @@
 #include "support/FakePlatform.h"
 #include "support/FolderListing.h"
 #include "support/KestroProcess.h"
+#include "support/ModalAnswer.h"
 #include "support/ProgressDrivers.h"
 #include "support/QuietPreferences.h"
 #include "support/TestEnvironment.h"
@@ -38,8 +39,7 @@ QString detailOf(QWidget* row) {
 }
 
 void clickCancel(QWidget* row) {
-    auto* cancel = row->findChild<QPushButton*>(QStringLiteral("cancelButton"));
-    QTest::mouseClick(cancel, Qt::LeftButton, {}, cancel->rect().center());
+    Modal::click(row->findChild<QPushButton*>(QStringLiteral("cancelButton")));
 }
 
 } // namespace

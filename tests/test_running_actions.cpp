@@ -1,12 +1,11 @@
-// The board of running actions between real threads, and both roads running a real pack that the user stops.
+// The board of running actions between real threads, and a queued pack that the user stops (the URL road
+// is stopped from the progress window in test_progress_window).
 #include "intake/FailureNotifier.h"
-#include "intake/FinderSelectionModel.h"
 #include "intake/KestroQueueDrain.h"
 #include "intake/RunningActions.h"
 #include "platform/KestroPaths.h"
 #include "support/FakePlatform.h"
 #include "support/FolderListing.h"
-#include "support/KestroProcess.h"
 #include "support/ProgressDrivers.h"
 #include "support/TestEnvironment.h"
 
@@ -18,7 +17,6 @@
 #include <QJsonObject>
 #include <QSignalSpy>
 #include <QTest>
-#include <QThreadPool>
 
 namespace {
 
@@ -169,40 +167,6 @@ private slots:
         QTRY_VERIFY(second.isDone());
         QVERIFY(!second.wasCancelled());
         QTRY_VERIFY(board.actions().isEmpty());
-    }
-
-    void aLinkOrMenuRequestTheUserStopsIsNotAFailure() {
-        TestEnvironment environment;
-        const QString folder = bigFolder(environment);
-        QVERIFY(!folder.isEmpty());
-        const QString parent = QFileInfo(folder).absolutePath();
-        const QStringList before = namesIn(parent);
-
-        RunningActions board;
-        QThreadPool threads;
-        FinderSelectionModel road;
-        road.setRunner([&threads](std::function<void()> work) { threads.start(std::move(work)); });
-        road.setProgressTracker(board.tracker());
-        QSignalSpy finished(&road, &FinderSelectionModel::requestFinished);
-        QVERIFY(road.handleIncomingURL(kestroActionURL(QStringLiteral("compressToZIP"), {folder})));
-
-        const quint64 id = firstMovingAction(board);
-        QVERIFY(id != 0);
-        QCOMPARE(board.actions().constFirst().title, QStringLiteral("压缩为 ZIP"));
-        board.cancel(id);
-        QTRY_COMPARE_WITH_TIMEOUT(finished.size(), 1, 30000);
-        QCOMPARE(finished.constFirst().at(0).toString(), QStringLiteral("compressToZIP"));
-        QCOMPARE(finished.constFirst().at(1).toBool(), false);
-        QTRY_VERIFY(board.actions().isEmpty());
-
-        // No archive, not even the hidden one it was being written to.
-        QCOMPARE(namesIn(parent), before);
-        const QString log = environment.logText();
-        QVERIFY(log.contains(QStringLiteral("action cancelled: compressToZIP")));
-        QVERIFY(!log.contains(QStringLiteral("action=compressToZIP error=")));
-        QVERIFY(road.lastErrorDescription().isEmpty());
-        QTest::qWait(int(FailureNotifier::gatherTime.count()) + 300);
-        QCOMPARE(FakePlatform::desktopNotifications().shown.size(), 0);
     }
 
     void aQueuedRequestTheUserStopsIsNotAFailure() {

@@ -7,21 +7,12 @@
 #include <QComboBox>
 #include <QDir>
 #include <QFile>
-#include <QLabel>
 #include <QLineEdit>
 #include <QMessageBox>
 #include <QPlainTextEdit>
 #include <QTest>
 
 namespace {
-
-QStringList labelTexts(QWidget* dialog) {
-    QStringList texts;
-    for (QLabel* label : dialog->findChildren<QLabel*>())
-        if (label->isVisible())
-            texts.append(label->text());
-    return texts;
-}
 
 QString makeExecutable(const TestEnvironment& environment, const QString& name) {
     const QString path = environment.writeFile(name, "#!/bin/sh\nexit 0\n");
@@ -41,8 +32,8 @@ private slots:
         WidgetPrompts prompts;
         const QString typed = QStringLiteral("  报告 \"最终\" 版 ");
         ModalAnswer answer([&](QWidget* dialog) {
-            QVERIFY(labelTexts(dialog).contains(QStringLiteral("添加前缀")));
-            QVERIFY(labelTexts(dialog).contains(QStringLiteral("输入要添加到文件名前面的文字。")));
+            QVERIFY(Modal::labelTexts(dialog).contains(QStringLiteral("添加前缀")));
+            QVERIFY(Modal::labelTexts(dialog).contains(QStringLiteral("输入要添加到文件名前面的文字。")));
             auto* field = dialog->findChild<QLineEdit*>();
             QCOMPARE(QApplication::focusWidget(), field);
             Modal::type(field, typed);
@@ -90,7 +81,7 @@ private slots:
     void resizePromptExplainsItselfAndHintsInsideItsFields() {
         WidgetPrompts prompts;
         ModalAnswer answer([](QWidget* dialog) {
-            const QStringList texts = labelTexts(dialog);
+            const QStringList texts = Modal::labelTexts(dialog);
             QVERIFY(texts.contains(QStringLiteral("调整图片大小")));
             QVERIFY(texts.contains(QStringLiteral("输入宽度和高度，例如 1024 x 768。")));
             // The hints are placeholders, not labels beside the fields.
@@ -235,8 +226,8 @@ private slots:
         const QStringList names{QStringLiteral("压缩图片"), QStringLiteral("Resize Photos"),
                                 QStringLiteral("Rename All")};
         ModalAnswer preset([&](QWidget* dialog) {
-            QVERIFY(labelTexts(dialog).contains(QStringLiteral("添加快捷指令")));
-            QVERIFY(labelTexts(dialog).contains(QStringLiteral("选一个")));
+            QVERIFY(Modal::labelTexts(dialog).contains(QStringLiteral("添加快捷指令")));
+            QVERIFY(Modal::labelTexts(dialog).contains(QStringLiteral("选一个")));
             auto* box = dialog->findChild<QComboBox*>();
             QVERIFY(box && box->isEditable());
             QCOMPARE(box->count(), 3);
@@ -277,7 +268,7 @@ private slots:
     void featureRequestDialogAnswersTheWrittenText() {
         WidgetPrompts prompts;
         ModalAnswer answer([](QWidget* dialog) {
-            QVERIFY(labelTexts(dialog).contains(QStringLiteral("请求新功能")));
+            QVERIFY(Modal::labelTexts(dialog).contains(QStringLiteral("请求新功能")));
             auto* editor = dialog->findChild<QPlainTextEdit*>();
             Modal::type(editor, QStringLiteral("批量加水印"));
             QTest::keyClick(editor, Qt::Key_Return);
