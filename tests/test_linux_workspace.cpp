@@ -91,31 +91,25 @@ private slots:
         QCOMPARE(workspace.applicationPath(QStringLiteral("../bin/code")), QString());
     }
 
-    void launchesADesktopEntryWithEveryName() {
-        TestEnvironment environment;
-        const QString record = environment.root() + QStringLiteral("/record");
-        const ScopedVariable recordVariable("KESTRO_TEST_RECORD", record.toUtf8());
-        const QString script = executable(environment, QStringLiteral("apps/recorder.sh"), recorder);
-        const QString entry = environment.writeFile(
-            QStringLiteral("apps/recorder.desktop"),
-            "[Desktop Entry]\nType=Application\nName=Recorder\nExec=" + QFile::encodeName(script) + " %F\n");
-        const QStringList files = awkwardFiles(environment);
-
-        LinuxWorkspace().openWithApplication(entry, files);
-
-        QTRY_VERIFY_WITH_TIMEOUT(QFileInfo::exists(record), 10000);
-        QCOMPARE(recordedArguments(record), files);
+    void launchesWithEveryName_data() {
+        QTest::addColumn<bool>("throughADesktopEntry");
+        QTest::newRow("a desktop entry") << true;
+        QTest::newRow("an executable") << false;
     }
-
-    void launchesAnExecutableWithEveryName() {
+    void launchesWithEveryName() {
+        QFETCH(bool, throughADesktopEntry);
         TestEnvironment environment;
         const QString record = environment.root() + QStringLiteral("/record");
         const ScopedVariable recordVariable("KESTRO_TEST_RECORD", record.toUtf8());
         const QString script = executable(environment, QStringLiteral("apps/my recorder"), recorder);
         const QStringList files = awkwardFiles(environment);
-
-        LinuxWorkspace().openWithApplication(script, files);
-
+        LinuxWorkspace().openWithApplication(
+            throughADesktopEntry
+                ? environment.writeFile(QStringLiteral("apps/recorder.desktop"),
+                                        "[Desktop Entry]\nType=Application\nName=Recorder\nExec=\"" +
+                                            QFile::encodeName(script) + "\" %F\n")
+                : script,
+            files);
         QTRY_VERIFY_WITH_TIMEOUT(QFileInfo::exists(record), 10000);
         QCOMPARE(recordedArguments(record), files);
     }
