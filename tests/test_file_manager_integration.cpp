@@ -471,85 +471,83 @@ private slots:
                  QStringList{environment.root() + QStringLiteral("/files/-rf")});
     }
 
+    // Each refusal reaches the user as the host's failure notice, queued as a request that runs nothing; a
+    // malformed command line (status 2) and an unsafe queue folder queue nothing at all.
+    void handoffRefusesWhatItCannotTrust_data() {
+        QTest::addColumn<QString>("plant");         // what is changed before the hand-off runs
+        QTest::addColumn<QStringList>("arguments"); // "FILE" and "FOLDER" stand for a file and a folder
+        QTest::addColumn<int>("status");
+        QTest::addColumn<QString>("said"); // on standard error, and in the notice when one is queued
+        const QStringList copyName{"copyFileName", "--", "FILE"};
+        QTest::newRow("an item not in the menu")
+            << "" << QStringList{"removeEverything", "--", "FILE"} << 1 << "这个菜单项已不存在";
+        QTest::newRow("a selection item on the background")
+            << "" << QStringList{"--folder", "renameAddPrefix", "--", "FOLDER"} << 1
+            << "在文件夹的空白处不能使用";
+        QTest::newRow("two folders for the background")
+            << "" << QStringList{"--folder", "createTextFile", "--", "FOLDER", "FOLDER"} << 1
+            << "一次只能用于一个文件夹";
+        QTest::newRow("bytes that are no UTF-8")
+            << "" << QStringList{"copyFileName", "--", "NOT-UTF-8"} << 1 << "不是有效的 UTF-8";
+        QTest::newRow("no paths") << "" << QStringList{"copyFileName"} << 2 << "";
+        QTest::newRow("no folder") << "" << QStringList{"--folder", "createTextFile", "--"} << 2 << "";
+        QTest::newRow("a menu description others may write") << "description 0666" << copyName << 1 << "";
+        QTest::newRow("an extension folder others may write") << "extension 0777" << copyName << 1 << "";
+        QTest::newRow("a queue folder others may write") << "queue 0777" << copyName << 1 << "";
+        QTest::newRow("a link for the queue folder") << "queue link" << copyName << 1 << "";
+        QTest::newRow("a link for the shared log")
+            << "log link" << QStringList{"removeEverything", "--", "FILE"} << 1 << "";
+    }
     void handoffRefusesWhatItCannotTrust() {
+        QFETCH(QString, plant);
+        QFETCH(QStringList, arguments);
+        QFETCH(int, status);
+        QFETCH(QString, said);
         TestEnvironment environment;
         FileManagerIntegration::refresh();
         SingleInstance host;
         QVERIFY(host.listen());
         const QString file = environment.writeFile(QStringLiteral("a.txt"));
-
-        // Each refusal reaches the user as the host's failure notice, queued as a request that runs nothing:
-        // an item that is not in the menu (a stale menu, a made-up command line), an item that needs a
-        // selection clicked on a folder (the background), several folders for one folder to act in.
         const QString folder = environment.makeFolder(QStringLiteral("in view"));
-        const struct {
-            QStringList arguments;
-            QString message;
-        } refused[] = {
-            {{QStringLiteral("removeEverything"), QStringLiteral("--"), file},
-             QStringLiteral("这个菜单项已不存在")},
-            {{QStringLiteral("--folder"), QStringLiteral("renameAddPrefix"), QStringLiteral("--"), folder},
-             QStringLiteral("在文件夹的空白处不能使用")},
-            {{QStringLiteral("--folder"), QStringLiteral("createTextFile"), QStringLiteral("--"), folder,
-              folder},
-             QStringLiteral("一次只能用于一个文件夹")},
-        };
-        for (const auto& [arguments, message] : refused) {
-            const Handoff handoff = runHandoff(arguments);
-            QCOMPARE(handoff.exitCode, 1);
-            QVERIFY2(QString::fromUtf8(handoff.standardError).contains(message), qPrintable(message));
-            const KestroQueuedAction notice = onlyQueuedAction();
-            QVERIFY(notice.handoffError && notice.handoffError->contains(message));
-        }
-        QVERIFY(environment.logText().contains(
-            QStringLiteral("file manager hand-off failed: no menu item removeEverything")));
-        QVERIFY(QFileInfo::exists(folder));
-        // Bytes that are no UTF-8 cannot be handed on exactly.
-        QProcess raw;
-        raw.start(QStringLiteral("/bin/sh"),
-                  {QStringLiteral("-c"),
-                   QStringLiteral("exec \"$0\" copyFileName -- \"$(printf '/tmp/a\\377')\""),
-                   handoffBinary()});
-        QVERIFY(raw.waitForFinished());
-        QCOMPARE(raw.exitCode(), 1);
-        QVERIFY(QString::fromUtf8(raw.readAllStandardError()).contains(QStringLiteral("不是有效的 UTF-8")));
-        QVERIFY(onlyQueuedAction().handoffError);
-        // Malformed command lines.
-        QCOMPARE(runHandoff({QStringLiteral("copyFileName")}).exitCode, 2);
-        QCOMPARE(
-            runHandoff({QStringLiteral("--folder"), QStringLiteral("createTextFile"), QStringLiteral("--")})
-                .exitCode,
-            2);
-        QVERIFY(queuedFiles().isEmpty());
-
-        // A menu description or queue folder others could write to is no request of the user's.
-        const QString description = FileManagerIntegration::menuDescriptionPath();
-        QVERIFY(::chmod(QFile::encodeName(description).constData(), 0666) == 0);
-        QCOMPARE(runHandoff({QStringLiteral("copyFileName"), QStringLiteral("--"), file}).exitCode, 1);
-        QVERIFY(onlyQueuedAction().handoffError);
-        QVERIFY(::chmod(QFile::encodeName(description).constData(), 0600) == 0);
-        QVERIFY(::chmod(QFile::encodeName(KestroPaths::extensionDirectory()).constData(), 0777) == 0);
-        QCOMPARE(runHandoff({QStringLiteral("copyFileName"), QStringLiteral("--"), file}).exitCode, 1);
-        QVERIFY(::chmod(QFile::encodeName(KestroPaths::extensionDirectory()).constData(), 0700) == 0);
-        QVERIFY(onlyQueuedAction().handoffError);
-        QDir().mkpath(KestroPaths::extensionQueueDirectory());
-        QVERIFY(::chmod(QFile::encodeName(KestroPaths::extensionQueueDirectory()).constData(), 0777) == 0);
-        const Handoff handoff = runHandoff({QStringLiteral("copyFileName"), QStringLiteral("--"), file});
-        QCOMPARE(handoff.exitCode, 1);
-        QVERIFY(environment.logText().contains(QStringLiteral("writable by group or others")));
-        QVERIFY(queuedFiles().isEmpty());
-        // A link planted for the queue folder is not followed.
-        QDir(KestroPaths::extensionQueueDirectory()).removeRecursively();
         const QString elsewhere = environment.makeFolder(QStringLiteral("elsewhere"));
-        QVERIFY(QFile::link(elsewhere, KestroPaths::extensionQueueDirectory()));
-        QCOMPARE(runHandoff({QStringLiteral("copyFileName"), QStringLiteral("--"), file}).exitCode, 1);
-        QVERIFY(QDir(elsewhere).isEmpty());
-        // With the shared log's name taken by a link, the refusal still lands in the user's own log.
-        const QString sharedLog = KestroPaths::diagnosticLogPath();
-        QVERIFY(QFile::remove(sharedLog) && QFile::link(file, sharedLog));
-        QCOMPARE(runHandoff({QStringLiteral("removeEverything"), QStringLiteral("--"), file}).exitCode, 1);
-        QVERIFY(readAll(KestroPaths::privateLogPath()).contains("no menu item removeEverything"));
-        QVERIFY(readAll(file).isEmpty());
+        const QString queue = KestroPaths::extensionQueueDirectory();
+        if (plant == QLatin1String("description 0666"))
+            QCOMPARE(
+                ::chmod(QFile::encodeName(FileManagerIntegration::menuDescriptionPath()).constData(), 0666),
+                0);
+        if (plant == QLatin1String("extension 0777"))
+            QCOMPARE(::chmod(QFile::encodeName(KestroPaths::extensionDirectory()).constData(), 0777), 0);
+        if (plant == QLatin1String("queue 0777"))
+            QVERIFY(QDir().mkpath(queue) && ::chmod(QFile::encodeName(queue).constData(), 0777) == 0);
+        if (plant == QLatin1String("queue link"))
+            QVERIFY(QDir(queue).removeRecursively() && QFile::link(elsewhere, queue));
+        if (plant == QLatin1String("log link")) {
+            QFile::remove(KestroPaths::diagnosticLogPath());
+            QVERIFY(QFile::link(file, KestroPaths::diagnosticLogPath()));
+        }
+        // Through a shell, so that a path can hold bytes that are no UTF-8.
+        QStringList words;
+        for (const QString& argument : arguments)
+            words.append(argument == QLatin1String("FILE")     ? "'" + file + "'"
+                         : argument == QLatin1String("FOLDER") ? "'" + folder + "'"
+                         : argument == QLatin1String("NOT-UTF-8")
+                             ? QStringLiteral("\"$(printf '/tmp/a\\377')\"")
+                             : argument);
+        QProcess handoff;
+        handoff.start(QStringLiteral("/bin/sh"),
+                      {QStringLiteral("-c"), "exec \"$0\" " + words.join(u' '), handoffBinary()});
+        QVERIFY(handoff.waitForFinished(10000));
+        QCOMPARE(handoff.exitCode(), status);
+        QVERIFY(QString::fromUtf8(handoff.readAllStandardError()).contains(said));
+        const bool notice = status == 1 && !plant.startsWith(QLatin1String("queue"));
+        QCOMPARE(queuedFiles().size(), notice ? 1 : 0);
+        if (notice)
+            QVERIFY(onlyQueuedAction().handoffError.value_or(QString()).contains(said));
+        QVERIFY(QDir(elsewhere).isEmpty() && QFileInfo::exists(folder) && readAll(file).isEmpty());
+        if (arguments.constFirst() == QLatin1String("removeEverything"))
+            QVERIFY(
+                (environment.logText() + readAll(KestroPaths::privateLogPath()))
+                    .contains(QStringLiteral("file manager hand-off failed: no menu item removeEverything")));
     }
 
     void handoffTellsTheRunningHost() {
