@@ -1,3 +1,4 @@
+// The app preferences: what a bad file loads as, and the login item that must agree with the system.
 #include "catalogue/AppPreferencesPersistence.h"
 #include "catalogue/AppPreferencesStore.h"
 #include "platform/linux/AutostartLoginItems.h"
@@ -13,15 +14,18 @@ class PreferencesTest : public QObject {
 
     std::unique_ptr<TestEnvironment> m_environment;
 
-    static QVariantMap stored() {
-        return PropertyListFile::read(AppPreferencesPersistence::fileURL()).value_or(QVariant()).toMap();
+    static QVariant stored(const char* key) {
+        return PropertyListFile::read(AppPreferencesPersistence::fileURL())
+            .value_or(QVariant())
+            .toMap()
+            .value(key);
     }
 
 private slots:
     void init() { m_environment = std::make_unique<TestEnvironment>(); }
     void cleanup() { m_environment.reset(); }
 
-    void missingOrBrokenFilesLoadAsDefaults() {
+    void missingOrBrokenFilesLoadAsDefaultsKeyByKey() {
         QCOMPARE(AppPreferencesPersistence::load(), AppPreferences({false, true, false}));
         for (const QByteArray& junk :
              {QByteArray("not a plist"), QByteArray("bplist00\x01\x02"), QByteArray(),
@@ -29,27 +33,25 @@ private slots:
             m_environment->writeFile(AppPreferencesPersistence::fileURL(), junk);
             QCOMPARE(AppPreferencesPersistence::load(), AppPreferences({false, true, false}));
         }
-        // Wrong-typed keys fall back one by one.
-        PropertyListFile::write(AppPreferencesPersistence::fileURL(),
-                                QVariantMap{{QStringLiteral("revealCreatedItems"), true},
-                                            {QStringLiteral("revealActionResults"), QStringLiteral("no")},
-                                            {QStringLiteral("launchAtLogin"), 1}});
+        PropertyListFile::write(
+            AppPreferencesPersistence::fileURL(),
+            QVariantMap{{"revealCreatedItems", true}, {"revealActionResults", "no"}, {"launchAtLogin", 1}});
         QCOMPARE(AppPreferencesPersistence::load(), AppPreferences({true, true, false}));
+        AppPreferencesStore store;
+        store.setRevealActionResults(false);
+        QCOMPARE(AppPreferencesPersistence::load(), AppPreferences({true, false, false}));
     }
 
     void theLoginItemFollowsTheSystem() {
-        FakePlatform::loginItems().enabled = false;
+        // At start-up the file is rewritten to agree with the system.
         AppPreferencesPersistence::save({true, false, true});
-        AppPreferencesStore store;
-        QVERIFY(store.revealCreatedItems());
-        QVERIFY(!store.revealActionResults());
-        QVERIFY(!store.launchAtLogin());
-        // The file is rewritten at start-up to agree with the system.
-        QCOMPARE(stored().value(QStringLiteral("launchAtLogin")), QVariant(false));
-        QCOMPARE(stored().value(QStringLiteral("revealCreatedItems")), QVariant(true));
-    }
-
-    void aRefusedRegistrationIsRolledBack() {
+        {
+            AppPreferencesStore store;
+            QVERIFY(store.revealCreatedItems() && !store.revealActionResults() && !store.launchAtLogin());
+            QCOMPARE(stored("launchAtLogin"), QVariant(false));
+        }
+        QFile::remove(AppPreferencesPersistence::fileURL());
+        // A refused registration is rolled back, and the user is told why.
         AppPreferencesStore store;
         QSignalSpy changes(&store, &AppPreferencesStore::launchAtLoginChanged);
         QSignalSpy refusals(&store, &AppPreferencesStore::launchAtLoginRefused);
@@ -57,34 +59,18 @@ private slots:
         store.setLaunchAtLogin(true);
         QVERIFY(!store.launchAtLogin());
         QCOMPARE(changes.size(), 2); // on, then back off for the switch to follow
-        // The user is told why (the page shows it under the switch).
         QCOMPARE(refusals.size(), 1);
         QVERIFY(!refusals.constFirst().constFirst().toString().isEmpty());
         QVERIFY(!QFile::exists(AppPreferencesPersistence::fileURL()));
-
         FakePlatform::loginItems().refuses = false;
         store.setLaunchAtLogin(true);
-        QVERIFY(store.launchAtLogin());
-        QCOMPARE(FakePlatform::loginItems().registrations, 1);
-        QCOMPARE(stored().value(QStringLiteral("launchAtLogin")), QVariant(true));
-    }
-
-    void turningOffWhatTheSystemAlreadyHasOffStillSaves() {
-        FakePlatform::loginItems().enabled = true;
-        AppPreferencesStore store;
-        QVERIFY(store.launchAtLogin());
-        FakePlatform::loginItems().enabled = false; // turned off behind our back
+        QVERIFY(store.launchAtLogin() && FakePlatform::loginItems().registrations == 1);
+        QCOMPARE(stored("launchAtLogin"), QVariant(true));
+        // Turned off behind our back: turning it off asks the system nothing and still saves.
+        FakePlatform::loginItems().enabled = false;
         store.setLaunchAtLogin(false);
         QCOMPARE(FakePlatform::loginItems().unregistrations, 0);
-        QCOMPARE(stored().value(QStringLiteral("launchAtLogin")), QVariant(false));
-    }
-
-    void revealSwitchesSaveAtOnce() {
-        AppPreferencesStore store;
-        store.setRevealCreatedItems(true);
-        QCOMPARE(AppPreferencesPersistence::load().revealCreatedItems, true);
-        store.setRevealActionResults(false);
-        QCOMPARE(AppPreferencesPersistence::load(), AppPreferences({true, false, false}));
+        QCOMPARE(stored("launchAtLogin"), QVariant(false));
     }
 
     void autostartEntryStartsKestroAsALoginItem() {
@@ -92,16 +78,14 @@ private slots:
         QVERIFY(!items.isEnabled());
         items.setEnabled(true);
         QVERIFY(items.isEnabled());
-        const QByteArray entry =
-            readAll(m_environment->home() + QStringLiteral("/.config/autostart/kestro.desktop"));
-        QVERIFY(entry.startsWith("[Desktop Entry]\n"));
-        QVERIFY(entry.contains("\" --login-item\n"));
-        QVERIFY(entry.contains("\nType=Application\n"));
-        QProcess validate; // as every desktop entry Kestro writes, a valid one
+        const QByteArray entry = readAll(AutostartLoginItems::entryPath());
+        QVERIFY(entry.startsWith("[Desktop Entry]\n") && entry.contains("\" --login-item\n") &&
+                entry.contains("\nType=Application\n"));
+        QProcess validate;
         validate.start(QStringLiteral("desktop-file-validate"), {AutostartLoginItems::entryPath()});
-        QVERIFY(validate.waitForFinished(10000));
-        QVERIFY2(validate.exitCode() == 0 && validate.readAll().isEmpty(), "desktop-file-validate");
-
+        QVERIFY(validate.waitForFinished(10000) && validate.exitCode() == 0 && validate.readAll().isEmpty());
+        QCOMPARE(AutostartLoginItems::entryPath(),
+                 m_environment->home() + QStringLiteral("/.config/autostart/kestro.desktop"));
         // Turned off in the desktop's own settings.
         m_environment->writeFile(AutostartLoginItems::entryPath(), entry + "Hidden=true\n");
         QVERIFY(!items.isEnabled());
