@@ -1,16 +1,25 @@
-// The feature settings: the store from good, missing and bad files, every operation on both copies, and how
-// a stored record is brought in line with the catalogue at start-up.
+// The catalogue and its settings: the compiled-in features (identities, dispatch, the desktop's own words),
+// the feature settings store from good, missing and bad files with every operation on both copies, how a
+// stored record is brought in line with the catalogue at start-up, and the app preferences with the login
+// item that must agree with the system.
+#include "actions/ActionDispatchTable.h"
+#include "catalogue/AppPreferencesPersistence.h"
+#include "catalogue/AppPreferencesStore.h"
 #include "catalogue/FeatureSettingsDefaults.h"
 #include "catalogue/FeatureSettingsNormalization.h"
 #include "catalogue/FeatureSettingsPersistence.h"
 #include "catalogue/FeatureSettingsStore.h"
 #include "catalogue/ListMove.h"
+#include "platform/linux/AutostartLoginItems.h"
+#include "platform/PlatformWords.h"
 #include "platform/PropertyListFile.h"
 #include "support/FakePlatform.h"
 #include "support/TestEnvironment.h"
 
 #include <QDir>
+#include <QProcess>
 #include <QRandomGenerator>
+#include <QRegularExpression>
 #include <QSignalSpy>
 #include <QTest>
 
@@ -82,13 +91,60 @@ void verifyNormalised(const FeatureSettings& settings) {
 
 } // namespace
 
-class TestFeatureSettingsStore : public QObject {
+class TestCatalogue : public QObject {
     Q_OBJECT
     std::unique_ptr<TestEnvironment> m_environment;
+    static QVariant stored(const char* key) {
+        return PropertyListFile::read(AppPreferencesPersistence::fileURL())
+            .value_or(QVariant())
+            .toMap()
+            .value(key);
+    }
 
 private slots:
     void init() { m_environment = std::make_unique<TestEnvironment>(); }
     void cleanup() { m_environment.reset(); }
+
+    void everyIdentityIsFoundBothWaysAndDispatched() {
+        QSet<QString> featureIDs;
+        QSet<QString> actionIDs;
+        for (const KestroFeature& feature : KestroFeature::allCases()) {
+            QVERIFY2(!featureIDs.contains(feature.id()), qPrintable(feature.id()));
+            featureIDs.insert(feature.id());
+            QCOMPARE(KestroFeature::fromRawValue(feature.id()), std::optional(feature));
+            for (const KestroFeatureChild& child : feature.children()) {
+                QVERIFY2(!actionIDs.contains(child.actionID), qPrintable(child.actionID));
+                actionIDs.insert(child.actionID);
+                QCOMPARE(KestroFeature::owning(child.actionID), std::optional(feature));
+                QVERIFY2(ActionDispatchTable::find(child.actionID), qPrintable(child.actionID));
+            }
+        }
+        QCOMPARE(featureIDs.size(), 14);
+        QCOMPARE(actionIDs.size(), 73);
+        QVERIFY(!featureIDs.intersects(actionIDs));
+        // Dispatched without a switch of its own.
+        QVERIFY(ActionDispatchTable::find("quickOpenKestroProject") &&
+                !KestroFeature::owning("quickOpenKestroProject"));
+        for (const QString& text :
+             {QString(), QString("createfile"), QString(" createFile"), QString("createFolder")})
+            QVERIFY2(!KestroFeature::fromRawValue(text), qPrintable(text));
+        QVERIFY(!KestroFeature::owning("createfolder"));
+    }
+
+    void textsAreChineseInTheDesktopsOwnWords() {
+        static const QRegularExpression han("\\p{Han}");
+        static const QRegularExpression macWords("Finder|废纸篓|文稿|Terminal");
+        for (int text = 0; text <= int(PlatformText::toggleHiddenFilesSummary); ++text)
+            QVERIFY2(!platformText(PlatformText(text)).contains(macWords), qPrintable(QString::number(text)));
+        for (const KestroFeature& feature : KestroFeature::allCases()) {
+            QVERIFY2(feature.title().contains(han) && feature.summary().endsWith(u'。'),
+                     qPrintable(feature.id()));
+            QVERIFY2(!(feature.title() + feature.summary()).contains(macWords), qPrintable(feature.id()));
+            for (const KestroFeatureChild& child : feature.children())
+                QVERIFY2(child.title.contains(han) && !(child.title + child.summary).contains(macWords),
+                         qPrintable(child.actionID));
+        }
+    }
 
     void firstStartWritesTheDefaultsThenTheNextSettles() {
         FeatureSettingsStore store;
@@ -477,7 +533,76 @@ private slots:
         stored.featureOrder.clear();
         QCOMPARE(N::atStartUp(stored).enabledFeatureIDs, QSet<QString>({"pdfTools"}));
     }
+
+    void missingOrBrokenFilesLoadAsDefaultsKeyByKey() {
+        QCOMPARE(AppPreferencesPersistence::load(), AppPreferences({false, true, false}));
+        for (const QByteArray& junk :
+             {QByteArray("not a plist"), QByteArray("bplist00\x01\x02"), QByteArray(),
+              QByteArray("<?xml version=\"1.0\"?><plist><array><true/></array></plist>")}) {
+            m_environment->writeFile(AppPreferencesPersistence::fileURL(), junk);
+            QCOMPARE(AppPreferencesPersistence::load(), AppPreferences({false, true, false}));
+        }
+        PropertyListFile::write(
+            AppPreferencesPersistence::fileURL(),
+            QVariantMap{{"revealCreatedItems", true}, {"revealActionResults", "no"}, {"launchAtLogin", 1}});
+        QCOMPARE(AppPreferencesPersistence::load(), AppPreferences({true, true, false}));
+        AppPreferencesStore store;
+        store.setRevealActionResults(false);
+        QCOMPARE(AppPreferencesPersistence::load(), AppPreferences({true, false, false}));
+    }
+
+    void theLoginItemFollowsTheSystem() {
+        // At start-up the file is rewritten to agree with the system.
+        AppPreferencesPersistence::save({true, false, true});
+        {
+            AppPreferencesStore store;
+            QVERIFY(store.revealCreatedItems() && !store.revealActionResults() && !store.launchAtLogin());
+            QCOMPARE(stored("launchAtLogin"), QVariant(false));
+        }
+        QFile::remove(AppPreferencesPersistence::fileURL());
+        // A refused registration is rolled back, and the user is told why.
+        AppPreferencesStore store;
+        QSignalSpy changes(&store, &AppPreferencesStore::launchAtLoginChanged);
+        QSignalSpy refusals(&store, &AppPreferencesStore::launchAtLoginRefused);
+        FakePlatform::loginItems().refuses = true;
+        store.setLaunchAtLogin(true);
+        QVERIFY(!store.launchAtLogin());
+        QCOMPARE(changes.size(), 2); // on, then back off for the switch to follow
+        QCOMPARE(refusals.size(), 1);
+        QVERIFY(!refusals.constFirst().constFirst().toString().isEmpty());
+        QVERIFY(!QFile::exists(AppPreferencesPersistence::fileURL()));
+        FakePlatform::loginItems().refuses = false;
+        store.setLaunchAtLogin(true);
+        QVERIFY(store.launchAtLogin() && FakePlatform::loginItems().registrations == 1);
+        QCOMPARE(stored("launchAtLogin"), QVariant(true));
+        // Turned off behind our back: turning it off asks the system nothing and still saves.
+        FakePlatform::loginItems().enabled = false;
+        store.setLaunchAtLogin(false);
+        QCOMPARE(FakePlatform::loginItems().unregistrations, 0);
+        QCOMPARE(stored("launchAtLogin"), QVariant(false));
+    }
+
+    void autostartEntryStartsKestroAsALoginItem() {
+        AutostartLoginItems items;
+        QVERIFY(!items.isEnabled());
+        items.setEnabled(true);
+        QVERIFY(items.isEnabled());
+        const QByteArray entry = readAll(AutostartLoginItems::entryPath());
+        QVERIFY(entry.startsWith("[Desktop Entry]\n") && entry.contains("\" --login-item\n") &&
+                entry.contains("\nType=Application\n"));
+        QProcess validate;
+        validate.start(QStringLiteral("desktop-file-validate"), {AutostartLoginItems::entryPath()});
+        QVERIFY(validate.waitForFinished(10000) && validate.exitCode() == 0 && validate.readAll().isEmpty());
+        QCOMPARE(AutostartLoginItems::entryPath(),
+                 m_environment->home() + QStringLiteral("/.config/autostart/kestro.desktop"));
+        // Turned off in the desktop's own settings.
+        m_environment->writeFile(AutostartLoginItems::entryPath(), entry + "Hidden=true\n");
+        QVERIFY(!items.isEnabled());
+        items.setEnabled(false);
+        QVERIFY(!QFile::exists(AutostartLoginItems::entryPath()));
+        items.setEnabled(false);
+    }
 };
 
-QTEST_GUILESS_MAIN(TestFeatureSettingsStore)
-#include "test_feature_settings_store.moc"
+QTEST_GUILESS_MAIN(TestCatalogue)
+#include "test_catalogue.moc"
