@@ -118,24 +118,24 @@ private slots:
         WidgetPrompts prompts;
         const QString typed = QStringLiteral("  报告 \"最终\" 版 ");
         ModalAnswer answer([&](QWidget* dialog) {
-            QVERIFY(Modal::labelTexts(dialog).contains(QStringLiteral("添加前缀")));
-            QVERIFY(Modal::labelTexts(dialog).contains(QStringLiteral("输入要添加到文件名前面的文字。")));
+            QVERIFY(labelTexts(dialog).contains(QStringLiteral("添加前缀")));
+            QVERIFY(labelTexts(dialog).contains(QStringLiteral("输入要添加到文件名前面的文字。")));
             auto* field = dialog->findChild<QLineEdit*>();
             QCOMPARE(QApplication::focusWidget(), field);
-            Modal::type(field, typed);
-            Modal::click(Modal::button(dialog, QStringLiteral("确定")));
+            type(field, typed);
+            click(button(dialog, QStringLiteral("确定")));
         });
         QCOMPARE(
             prompts.promptText(QStringLiteral("添加前缀"), QStringLiteral("输入要添加到文件名前面的文字。")),
             std::optional<QString>(typed));
         QCOMPARE(answer.answered(), 1);
 
-        ModalAnswer cancel([](QWidget* dialog) {
-            Modal::type(dialog->findChild<QLineEdit*>(), QStringLiteral("x"));
-            Modal::cancel(dialog);
+        ModalAnswer cancelled([](QWidget* dialog) {
+            type(dialog->findChild<QLineEdit*>(), QStringLiteral("x"));
+            cancel(dialog);
         });
         QCOMPARE(prompts.promptText(QStringLiteral("a"), QStringLiteral("b")), std::nullopt);
-        QCOMPARE(cancel.answered(), 1);
+        QCOMPARE(cancelled.answered(), 1);
 
         // Escape cancels as well.
         ModalAnswer escape([](QWidget* dialog) { QTest::keyClick(dialog, Qt::Key_Escape); });
@@ -155,7 +155,7 @@ private slots:
             auto* field = dialog->findChild<QLineEdit*>();
             fieldHeight = field->height();
             textHeight = field->fontMetrics().height();
-            Modal::cancel(dialog);
+            cancel(dialog);
         });
         prompts.promptText(QStringLiteral("添加前缀"), QStringLiteral("输入要添加到文件名前面的文字。"));
         QApplication::setFont(saved);
@@ -167,7 +167,7 @@ private slots:
     void resizePromptExplainsItselfAndHintsInsideItsFields() {
         WidgetPrompts prompts;
         ModalAnswer answer([](QWidget* dialog) {
-            const QStringList texts = Modal::labelTexts(dialog);
+            const QStringList texts = labelTexts(dialog);
             QVERIFY(texts.contains(QStringLiteral("调整图片大小")));
             QVERIFY(texts.contains(QStringLiteral("输入宽度和高度，例如 1024 x 768。")));
             // The hints are placeholders, not labels beside the fields.
@@ -177,9 +177,9 @@ private slots:
             QCOMPARE(fields.at(0)->placeholderText(), QStringLiteral("宽度（像素）"));
             QCOMPARE(fields.at(1)->placeholderText(), QStringLiteral("高度（像素）"));
             QCOMPARE(QApplication::focusWidget(), fields.at(0));
-            Modal::type(fields.at(0), QStringLiteral("1024"));
+            type(fields.at(0), QStringLiteral("1024"));
             QTest::keyClick(fields.at(0), Qt::Key_Tab);
-            Modal::type(QApplication::focusWidget(), QStringLiteral("768"));
+            type(QApplication::focusWidget(), QStringLiteral("768"));
             QTest::keyClick(QApplication::focusWidget(), Qt::Key_Return);
         });
         const auto size = prompts.promptTwoTexts(
@@ -202,7 +202,7 @@ private slots:
             auto* box = panel->findChild<QDialogButtonBox*>(QStringLiteral("buttonBox"));
             QCOMPARE(box->button(QDialogButtonBox::Cancel)->text().remove(QLatin1Char('&')).left(2),
                      QStringLiteral("取消"));
-            Modal::typeIntoFilePanel(dialog, folder);
+            typeIntoFilePanel(dialog, folder);
         });
         QCOMPARE(prompts.chooseDirectory(QStringLiteral("复制到这里")), std::optional(folder));
         QCOMPARE(answer.answered(), 1);
@@ -220,14 +220,14 @@ private slots:
             QCOMPARE(QDir(panel->directory()).canonicalPath(), QDir(environment.root()).canonicalPath());
             QCOMPARE(panel->fileMode(), QFileDialog::Directory);
             QVERIFY(!panel->testOption(QFileDialog::ReadOnly));
-            Modal::typeIntoFilePanel(dialog, folder + QLatin1Char('/'));
+            typeIntoFilePanel(dialog, folder + QLatin1Char('/'));
         });
         QCOMPARE(prompts.chooseItem(request), std::optional(folder));
         QCOMPARE(add.answered(), 1);
 
-        ModalAnswer cancel([](QWidget* dialog) { Modal::cancel(dialog); });
+        ModalAnswer cancelled([](QWidget* dialog) { cancel(dialog); });
         QCOMPARE(prompts.chooseItem(request), std::nullopt);
-        QCOMPARE(cancel.answered(), 1);
+        QCOMPARE(cancelled.answered(), 1);
     }
 
     void filePanelAnswersAnExistingFileOnly() {
@@ -244,7 +244,7 @@ private slots:
             QCOMPARE(panel->fileMode(), QFileDialog::ExistingFile);
             QVERIFY(panel->testOption(QFileDialog::ReadOnly)); // no new folders here
             // A relative name is taken in the panel's folder.
-            Modal::typeIntoFilePanel(dialog, QStringLiteral("脚本 1.py"));
+            typeIntoFilePanel(dialog, QStringLiteral("脚本 1.py"));
         });
         QCOMPARE(prompts.chooseItem(request), std::optional(script));
         QCOMPARE(answer.answered(), 1);
@@ -267,9 +267,9 @@ private slots:
         for (const QString& chosen : {entry, program}) {
             ModalAnswer answer([&](QWidget* picker) {
                 QCOMPARE(picker->windowTitle(), QStringLiteral("选择常用应用"));
-                Modal::throughOtherApplications(picker, [&](QWidget* dialog) {
+                throughOtherApplications(picker, [&](QWidget* dialog) {
                     QCOMPARE(dialog->windowTitle(), QStringLiteral("选择常用应用"));
-                    Modal::typeIntoFilePanel(dialog, chosen);
+                    typeIntoFilePanel(dialog, chosen);
                 });
             });
             QCOMPARE(prompts.chooseItem(request), std::optional(chosen));
@@ -281,7 +281,7 @@ private slots:
         QString buttonText;
         std::unique_ptr<ModalAnswer> warning;
         ModalAnswer refuse([&](QWidget* picker) {
-            Modal::throughOtherApplications(picker, [&](QWidget* dialog) {
+            throughOtherApplications(picker, [&](QWidget* dialog) {
                 auto* panel = qobject_cast<QFileDialog*>(dialog);
                 // The panel lists folders and applications only.
                 QTRY_VERIFY(panel->proxyModel());
@@ -293,12 +293,12 @@ private slots:
                                          ? alert->buttons().constFirst()->text()
                                          : QString();
                         QTest::keyClick(box, Qt::Key_Return);
-                        QTimer::singleShot(50, panel, [panel] { Modal::cancel(panel); });
+                        QTimer::singleShot(50, panel, [panel] { cancel(panel); });
                     },
                     dialog);
-                Modal::typeIntoFilePanel(dialog, text);
+                typeIntoFilePanel(dialog, text);
             });
-            Modal::cancel(picker); // the panel given up, the picker is too
+            cancel(picker); // the panel given up, the picker is too
         });
         QCOMPARE(prompts.chooseItem(request), std::nullopt);
         QCOMPARE(refuse.answered(), 1);
@@ -312,19 +312,19 @@ private slots:
         const QStringList names{QStringLiteral("压缩图片"), QStringLiteral("Resize Photos"),
                                 QStringLiteral("Rename All")};
         ModalAnswer preset([&](QWidget* dialog) {
-            QVERIFY(Modal::labelTexts(dialog).contains(QStringLiteral("添加快捷指令")));
-            QVERIFY(Modal::labelTexts(dialog).contains(QStringLiteral("选一个")));
+            QVERIFY(labelTexts(dialog).contains(QStringLiteral("添加快捷指令")));
+            QVERIFY(labelTexts(dialog).contains(QStringLiteral("选一个")));
             auto* box = dialog->findChild<QComboBox*>();
             QVERIFY(box && box->isEditable());
             QCOMPARE(box->count(), 3);
             QCOMPARE(box->currentText(), QStringLiteral("压缩图片")); // preset to the first
             QCOMPARE(box->lineEdit()->placeholderText(), QStringLiteral("快捷指令名称"));
-            QCOMPARE(Modal::button(dialog, QStringLiteral("添加"))->text(), QStringLiteral("添加"));
+            QCOMPARE(button(dialog, QStringLiteral("添加"))->text(), QStringLiteral("添加"));
             // Typing completes from the list.
             box->lineEdit()->selectAll();
-            Modal::type(box->lineEdit(), QStringLiteral("Ren"));
+            type(box->lineEdit(), QStringLiteral("Ren"));
             QCOMPARE(box->currentText(), QStringLiteral("Rename All"));
-            Modal::click(Modal::button(dialog, QStringLiteral("添加")));
+            click(button(dialog, QStringLiteral("添加")));
         });
         QCOMPARE(prompts.chooseShortcutName(QStringLiteral("添加快捷指令"), QStringLiteral("选一个"),
                                             QStringLiteral("快捷指令名称"), names),
@@ -336,7 +336,7 @@ private slots:
             auto* box = dialog->findChild<QComboBox*>();
             QCOMPARE(box->count(), 0);
             QCOMPARE(box->currentText(), QString());
-            Modal::type(box->lineEdit(), QStringLiteral("我的 快捷指令"));
+            type(box->lineEdit(), QStringLiteral("我的 快捷指令"));
             QTest::keyClick(box->lineEdit(), Qt::Key_Return);
         });
         QCOMPARE(prompts.chooseShortcutName(QStringLiteral("添加快捷指令"), QStringLiteral("没有"),
@@ -344,22 +344,22 @@ private slots:
                  std::optional(QStringLiteral("我的 快捷指令")));
         QCOMPARE(typed.answered(), 1);
 
-        ModalAnswer cancel([](QWidget* dialog) { Modal::cancel(dialog); });
+        ModalAnswer cancelled([](QWidget* dialog) { cancel(dialog); });
         QCOMPARE(
             prompts.chooseShortcutName(QStringLiteral("t"), QStringLiteral("m"), QStringLiteral("p"), names),
             std::nullopt);
-        QCOMPARE(cancel.answered(), 1);
+        QCOMPARE(cancelled.answered(), 1);
     }
 
     void featureRequestDialogAnswersTheWrittenText() {
         WidgetPrompts prompts;
         ModalAnswer answer([](QWidget* dialog) {
-            QVERIFY(Modal::labelTexts(dialog).contains(QStringLiteral("请求新功能")));
+            QVERIFY(labelTexts(dialog).contains(QStringLiteral("请求新功能")));
             auto* editor = dialog->findChild<QPlainTextEdit*>();
-            Modal::type(editor, QStringLiteral("批量加水印"));
+            type(editor, QStringLiteral("批量加水印"));
             QTest::keyClick(editor, Qt::Key_Return);
-            Modal::type(editor, QStringLiteral("第二行"));
-            Modal::click(Modal::button(dialog, QStringLiteral("提交")));
+            type(editor, QStringLiteral("第二行"));
+            click(button(dialog, QStringLiteral("提交")));
         });
         QCOMPARE(prompts.requestFeatureText(), std::optional(QStringLiteral("批量加水印\n第二行")));
         QCOMPARE(answer.answered(), 1);
