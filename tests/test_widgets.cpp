@@ -1,14 +1,20 @@
-// The settings window and every question of the widget prompts, against real stores in a private home,
-// opened for real and driven with the mouse and keyboard: every switch, button and drop must reach the
-// files, every answer must come back as typed.
+// The settings window, every question of the widget prompts and the consent a link from another program
+// needs, against real stores in a private home, opened for real and driven with the mouse and keyboard:
+// every switch, button and drop must reach the files, every answer must come back as given.
+#include "app/ConsentDialog.h"
 #include "app/QtChineseTexts.h"
 #include "app/WidgetPrompts.h"
 #include "catalogue/AppPreferencesPersistence.h"
 #include "catalogue/AppPreferencesStore.h"
+#include "catalogue/FeatureSettingsDefaults.h"
 #include "catalogue/FeatureSettingsPersistence.h"
 #include "catalogue/FeatureSettingsStore.h"
+#include "catalogue/KestroFeature.h"
 #include "intake/FeatureRequestMailer.h"
+#include "intake/FinderSelectionModel.h"
+#include "platform/HeadlessPrompts.h"
 #include "platform/KestroPaths.h"
+#include "platform/Platform.h"
 #include "platform/PropertyListFile.h"
 #include "platform/ShortcutsTool.h"
 #include "settings-ui/CustomDestinationSection.h"
@@ -36,24 +42,65 @@
 #include "stores/ScheduledDeletionListStore.h"
 #include "stores/ScheduledDeletionStore.h"
 #include "support/FakePlatform.h"
+#include "support/KestroProcess.h"
 #include "support/ModalAnswer.h"
+#include "support/QuietPreferences.h"
 #include "support/TestEnvironment.h"
 
+#include <functional>
+#include <QApplication>
 #include <QComboBox>
 #include <QDir>
 #include <QDrag>
 #include <QFile>
 #include <QImage>
+#include <QLabel>
 #include <QLineEdit>
 #include <QListWidget>
 #include <QMessageBox>
 #include <QPlainTextEdit>
+#include <QPushButton>
 #include <QTest>
+#include <QtTest>
+#include <QUrl>
 #include <QUrlQuery>
 
 using namespace Modal;
+using namespace std::chrono_literals;
 
 namespace {
+
+// Runs what the user does once the dialog is up, from the event loop the dialog itself runs.
+ModalAnswer whenDialogShows(std::function<void(ConsentDialog&)> user) {
+    return ModalAnswer([user](QWidget* dialog) { user(*qobject_cast<ConsentDialog*>(dialog)); });
+}
+
+QPushButton* buttonOf(ConsentDialog& dialog, const char* name) {
+    return dialog.findChild<QPushButton*>(QLatin1String(name));
+}
+
+// A link's request to copy a private file into a shared folder, with the real consent dialog to answer it.
+struct Consent {
+    TestEnvironment environment;
+    FinderSelectionModel model;
+    QString source = environment.writeFile(QStringLiteral("home/secret.txt"), "s");
+    QString destination = environment.makeFolder(QStringLiteral("shared"));
+
+    Consent() {
+        saveQuietPreferences();
+        Platform::setPrompts(std::make_shared<WidgetPrompts>(ConsentTiming{300ms, 5s}));
+        model.setSettingsSource([] {
+            FeatureSettings settings = FeatureSettingsDefaults::settings();
+            for (const KestroFeature& feature : KestroFeature::allCases())
+                settings.enabledFeatureIDs.insert(feature.id());
+            return settings;
+        });
+    }
+    QString request() const {
+        return kestroActionURL(QStringLiteral("copyFilesToFolder"), {source}, std::nullopt, destination);
+    }
+    bool copied() const { return QFile::exists(destination + QStringLiteral("/secret.txt")); }
+};
 
 QString makeExecutable(const TestEnvironment& environment, const QString& name) {
     const QString path = environment.writeFile(name, "#!/bin/sh\nexit 0\n");
@@ -718,6 +765,120 @@ private slots:
         FakePlatform::workspace().openUrlSucceeds = true;
         click(sheet.submitButton());
         QCOMPARE(FakePlatform::workspace().openedUrls.constLast(), FeatureRequestMailer::mailURL(wish));
+    }
+    void showsEverythingAndConfirmsOnlyAfterTheDelay() {
+        Consent consent;
+        // Forty items: all of them are listed, the list scrolls.
+        QStringList items{consent.source};
+        for (int index = 1; index < 40; ++index)
+            items.append(consent.environment.writeFile(QStringLiteral("home/item %1.txt").arg(index), "x"));
+        bool sawEverything = false;
+        const ModalAnswer answer0 = whenDialogShows([&](ConsentDialog& dialog) {
+            auto* confirm = buttonOf(dialog, "confirmButton");
+            auto* list = dialog.findChild<QListWidget*>(QStringLiteral("itemList"));
+            auto* destination = dialog.findChild<QListWidget*>(QStringLiteral("destinationList"));
+            QVERIFY(confirm && list && destination);
+            QVERIFY(!confirm->isEnabled());
+            QVERIFY(buttonOf(dialog, "cancelButton")->isDefault());
+            QCOMPARE(list->count(), 40);
+            QCOMPARE(list->item(39)->text(), items.at(39));
+            // The destination as the file system resolves it, not the link's text.
+            QCOMPARE(destination->item(0)->text(), QFileInfo(consent.destination).canonicalFilePath());
+            QVERIFY(Modal::labelTexts(&dialog).contains(QStringLiteral("另一个程序请求 Kestro 执行此操作")));
+            QVERIFY(dialog.findChild<QLabel*>(QStringLiteral("actionLabel"))
+                        ->text()
+                        .contains(QStringLiteral("复制到文件夹")));
+            // A click on the sleeping button does nothing.
+            Modal::click(confirm);
+            QVERIFY(dialog.isVisible());
+            sawEverything = true;
+            QTRY_VERIFY_WITH_TIMEOUT(confirm->isEnabled(), 3000);
+            Modal::click(confirm);
+        });
+        QVERIFY(consent.model.handleIncomingURL(
+            kestroActionURL(QStringLiteral("copyFilesToFolder"), items, std::nullopt,
+                            consent.destination + QString(300, QLatin1Char('/')) +
+                                QStringLiteral("../shared/.")),
+            RequestOrigin::link));
+        QVERIFY(sawEverything);
+        QVERIFY(consent.copied());
+        QVERIFY(consent.environment.logText().contains(
+            QStringLiteral("link request confirmed: action=copyFilesToFolder")));
+    }
+
+    void enterAndCancelRefuse() {
+        Consent consent;
+        // Return goes to the default button, which is Cancel, even once confirming is possible.
+        const ModalAnswer answer1 = whenDialogShows([](ConsentDialog& dialog) {
+            QTest::qWait(400);
+            QTest::keyClick(&dialog, Qt::Key_Return);
+        });
+        QVERIFY(!consent.model.handleIncomingURL(consent.request(), RequestOrigin::link));
+        // A refused request leaves the duplicate filter alone: the same link at once is asked again.
+        const ModalAnswer answer2 =
+            whenDialogShows([](ConsentDialog& dialog) { Modal::click(buttonOf(dialog, "cancelButton")); });
+        QVERIFY(!consent.model.handleIncomingURL(consent.request(), RequestOrigin::link));
+        QVERIFY(!consent.copied());
+        QCOMPARE(consent.environment.logText().count(QStringLiteral("reason=not confirmed")), 2);
+    }
+
+    void theConfirmButtonSleepsAgainWhenTheDialogComesBack() {
+        Consent consent;
+        QWidget other;
+        other.show();
+        const ModalAnswer answer3 = whenDialogShows([&](ConsentDialog& dialog) {
+            auto* confirm = buttonOf(dialog, "confirmButton");
+            QTRY_VERIFY_WITH_TIMEOUT(confirm->isEnabled(), 3000);
+            // The user switches away and back: clicks aimed at the other window must not confirm.
+            other.activateWindow();
+            QTRY_VERIFY(!dialog.isActiveWindow());
+            dialog.activateWindow();
+            QTRY_VERIFY(dialog.isActiveWindow());
+            QVERIFY(!confirm->isEnabled());
+            Modal::click(confirm);
+            QVERIFY(dialog.isVisible());
+            QTRY_VERIFY_WITH_TIMEOUT(confirm->isEnabled(), 3000);
+            Modal::click(confirm);
+        });
+        QVERIFY(consent.model.handleIncomingURL(consent.request(), RequestOrigin::link));
+        QVERIFY(consent.copied());
+    }
+
+    void noAnswerRefusesByItself() {
+        Consent consent;
+        Platform::setPrompts(std::make_shared<WidgetPrompts>(ConsentTiming{100ms, 600ms}));
+        QElapsedTimer clock;
+        clock.start();
+        QVERIFY(!consent.model.handleIncomingURL(consent.request(), RequestOrigin::link));
+        QVERIFY(clock.elapsed() >= 500);
+        QVERIFY(!QApplication::activeModalWidget());
+        QVERIFY(!consent.copied());
+    }
+
+    void withNoDisplayNothingIsAskedAndNothingRuns() {
+        Consent consent;
+        Platform::setPrompts(std::make_shared<HeadlessPrompts>());
+        QVERIFY(!consent.model.handleIncomingURL(consent.request(), RequestOrigin::link));
+        QVERIFY(!consent.copied());
+        QVERIFY(consent.environment.logText().contains(
+            QStringLiteral("link request refused: action=copyFilesToFolder reason=not confirmed")));
+    }
+
+    void theUsersOwnRequestAsksNothing() {
+        Consent consent;
+        QVERIFY(consent.model.handleIncomingURL(consent.request(), RequestOrigin::user));
+        QVERIFY(consent.copied());
+        QVERIFY(!consent.environment.logText().contains(QStringLiteral("link request")));
+    }
+
+    void textsFromTheLinkAreNeverMarkup() {
+        Consent consent;
+        const QString folder =
+            consent.environment.makeFolder(QStringLiteral("<b>bold</b> <a href='x'>link</a>"));
+        ConsentDialog dialog(
+            {QStringLiteral("拷贝到"), QStringLiteral("copyFilesToFolder"), {folder}, folder});
+        for (QLabel* label : dialog.findChildren<QLabel*>())
+            QCOMPARE(label->textFormat(), Qt::PlainText);
     }
 };
 
