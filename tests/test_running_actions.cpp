@@ -1,16 +1,22 @@
-// Running actions: the board between real threads, the progress window and the tray's progress entries
-// driven with the mouse, and a real pack the user stops on each road (queued, and in a running host from the
-// window).
+// Running and failed actions as the user sees them: the board between real threads, the progress window and
+// the tray's progress entries driven with the mouse, a real pack the user stops on each road (queued, and in
+// a running host from the window), and failures told on the desktop: through both roads, gathered into one
+// notice in a burst, never when the user turned them off, and really reaching a notification service.
 #include "app/ActionProgressWindow.h"
 #include "app/KestroHost.h"
 #include "app/KestroMainWindow.h"
 #include "app/MenuBarController.h"
+#include "catalogue/AppPreferencesPersistence.h"
 #include "catalogue/FeatureSettingsStore.h"
 #include "intake/FailureNotifier.h"
+#include "intake/FinderSelectionModel.h"
 #include "intake/KestroQueueDrain.h"
 #include "intake/RunningActions.h"
 #include "platform/KestroPaths.h"
+#include "platform/linux/FreedesktopNotifications.h"
+#include "platform/PropertyListFile.h"
 #include "stores/CustomDestinationStore.h"
+#include "support/Failures.h"
 #include "support/FakePlatform.h"
 #include "support/FolderListing.h"
 #include "support/KestroProcess.h"
@@ -19,6 +25,8 @@
 #include "support/QuietPreferences.h"
 #include "support/TestEnvironment.h"
 
+#include <QDBusConnection>
+#include <QDBusConnectionInterface>
 #include <QDir>
 #include <QElapsedTimer>
 #include <QFileInfo>
@@ -30,10 +38,37 @@
 #include <QProgressBar>
 #include <QPushButton>
 #include <QSignalSpy>
+#include <QStandardPaths>
 #include <QSystemTrayIcon>
 #include <QTest>
+#include <QtTest>
 
 namespace {
+
+// What a notification service on the session bus is told: a stand-in that answers like one.
+class NotificationServiceStandIn : public QObject {
+    Q_OBJECT
+    Q_CLASSINFO("D-Bus Interface", "org.freedesktop.Notifications")
+public:
+    QList<QVariantList> calls;
+
+public slots:
+    quint32 Notify(const QString& application, quint32 replaces, const QString& icon, const QString& summary,
+                   const QString& body, const QStringList&, const QVariantMap& hints, qint32) {
+        calls.append(
+            {application, replaces, icon, summary, body, hints.value(QStringLiteral("desktop-entry"))});
+        return replaces != 0 ? replaces : quint32(40 + calls.size());
+    }
+};
+
+void writeQueueFile(const QString& name, const QByteArray& json) {
+    const QString folder = KestroPaths::extensionQueueDirectory();
+    QDir().mkpath(folder);
+    QFile::setPermissions(folder, QFileDevice::ReadOwner | QFileDevice::WriteOwner | QFileDevice::ExeOwner);
+    QFile file(folder + u'/' + name);
+    QVERIFY(file.open(QIODevice::WriteOnly));
+    file.write(json);
+}
 
 // A folder holding one file that takes seconds to pack.
 QString bigFolder(const TestEnvironment& environment) {
@@ -72,6 +107,11 @@ void clickCancel(QWidget* row) {
 
 class TestRunningActions : public QObject {
     Q_OBJECT
+
+    QList<FakeDesktopNotifications::Notice>& shown() { return FakePlatform::desktopNotifications().shown; }
+    bool fail(const QString& actionID) {
+        return FinderSelectionModel().handleIncomingURL(kestroActionURL(actionID, {QStringLiteral("/")}));
+    }
 
 private slots:
     void init() {
@@ -394,6 +434,125 @@ private slots:
         QCOMPARE(namesIn(folder), (QStringList{QStringLiteral("a.bin"), QStringLiteral("b.bin")}));
         QTest::qWait(int(FailureNotifier::gatherTime.count()) + 300);
         QCOMPARE(FakePlatform::desktopNotifications().shown.size(), 0);
+    }
+
+    void aFailedRequestSaysWhyOnceABurstIsOver() {
+        TestEnvironment environment;
+        QVERIFY(!fail(QStringLiteral("noSuchAction")));
+        QTRY_COMPARE(shown().size(), 1);
+        QCOMPARE(shown().constFirst().summary, QStringLiteral("Kestro 操作失败"));
+        QVERIFY(names(shown().constFirst().body, {QStringLiteral("noSuchAction")}));
+        QVERIFY(!shown().constFirst().replacesPrevious);
+        QVERIFY(environment.logText().contains(QStringLiteral("suppressed error alert: ")));
+        // A burst through the queue is one notice that counts, and a failure soon after updates it.
+        FailureNotifier::startNewBurst();
+        shown().clear();
+        for (int index = 0; index < 200; ++index)
+            writeQueueFile(QStringLiteral("%1.json").arg(index, 3, 10, QLatin1Char('0')),
+                           QStringLiteral(R"({"actionID":"bad%1","selectedPaths":[]})").arg(index).toUtf8());
+        QCOMPARE(KestroQueueDrain().run().failed, 200);
+        QTRY_COMPARE(shown().size(), 1);
+        QVERIFY(names(shown().constFirst().body, {QStringLiteral("200"), QStringLiteral("bad199")}));
+        QTest::qWait(int(FailureNotifier::gatherTime.count()) * 2);
+        QCOMPARE(shown().size(), 1);
+        fail(QStringLiteral("late"));
+        QTRY_COMPARE(shown().size(), 2);
+        QVERIFY(shown().at(1).replacesPrevious &&
+                names(shown().at(1).body, {QStringLiteral("201"), QStringLiteral("late")}));
+    }
+
+    void aClickTheFileManagerSideRefusedIsToldAndRunsNothing() {
+        TestEnvironment environment;
+        writeQueueFile(
+            QStringLiteral("1.json"),
+            R"({"actionID":"createTextFile","selectedPaths":[],"handoffError":"这个菜单项已不存在。"})");
+        bool ran = false;
+        QCOMPARE(KestroQueueDrain([&](const KestroQueuedAction&) { ran = true; }).run().failed, 1);
+        QVERIFY(!ran);
+        QTRY_COMPARE(shown().size(), 1);
+        QCOMPARE(shown().constFirst().body, QStringLiteral("这个菜单项已不存在。"));
+    }
+
+    void aSettingsChangeThatCannotBeSavedSaysSo() {
+        TestEnvironment environment;
+        FailureNotifier::reportSettingsSaveFailures();
+        // The folder for the settings is a file: nothing can be saved there, not even by root.
+        environment.writeFile(KestroPaths::applicationSupportDirectory(), "x");
+        QVERIFY(!PropertyListFile::writeBothCopies(QStringLiteral("FeatureSettings.plist"), QVariantMap()));
+        PropertyListFile::setWriteFailureObserver({});
+        QTRY_COMPARE(shown().size(), 1);
+        QVERIFY(names(shown().constFirst().body, {KestroPaths::applicationSupportDirectory()}));
+    }
+
+    void theUserCanTurnThemOff() {
+        TestEnvironment environment;
+        AppPreferences preferences;
+        preferences.showsFailureNotifications = false;
+        QVERIFY(AppPreferencesPersistence::save(preferences));
+        fail(QStringLiteral("noSuchAction"));
+        QTest::qWait(int(FailureNotifier::gatherTime.count()) * 2);
+        QVERIFY(shown().isEmpty());
+        QVERIFY(environment.logText().contains(QStringLiteral("suppressed error alert: ")));
+    }
+
+    void noticesReachTheNotificationService() {
+        TestEnvironment environment;
+        QDBusConnection bus = QDBusConnection::sessionBus();
+        if (!bus.isConnected())
+            QSKIP("no session bus (the test command runs the tests inside dbus-run-session)");
+        NotificationServiceStandIn service;
+        QVERIFY(bus.registerObject(QStringLiteral("/org/freedesktop/Notifications"), &service,
+                                   QDBusConnection::ExportAllSlots));
+        QVERIFY(bus.registerService(QStringLiteral("org.freedesktop.Notifications")));
+        FreedesktopNotifications notices;
+        notices.show(QStringLiteral("Kestro 操作失败"), QStringLiteral("所选文件不存在或无法访问：/x"),
+                     false);
+        QTRY_COMPARE(notices.lastNoticeId(), quint32(41));
+        notices.show(QStringLiteral("Kestro 操作失败"), QStringLiteral("2 个操作失败"), true);
+        QTRY_COMPARE(service.calls.size(), 2);
+        QCOMPARE(service.calls.at(0), (QVariantList{"Kestro", 0u, "kestro", "Kestro 操作失败",
+                                                    "所选文件不存在或无法访问：/x", "kestro"}));
+        QCOMPARE(service.calls.at(1).at(1), QVariant(41u));
+        bus.unregisterService(QStringLiteral("org.freedesktop.Notifications"));
+        bus.unregisterObject(QStringLiteral("/org/freedesktop/Notifications"));
+        notices.show(QStringLiteral("Kestro 操作失败"), QStringLiteral("nobody listens"), false); // harmless
+        QTest::qWait(200);
+    }
+
+    void theRealNotificationDaemonAcceptsThem() {
+        TestEnvironment environment;
+        const QString daemon = QStringLiteral("/usr/lib/notification-daemon/notification-daemon");
+        const QString xvfb = QStandardPaths::findExecutable(QStringLiteral("Xvfb"));
+        if (!QFileInfo(daemon).isExecutable() || xvfb.isEmpty() ||
+            !QDBusConnection::sessionBus().isConnected())
+            QSKIP("notification-daemon, Xvfb or a session bus is missing (scripts/install-dependencies, "
+                  "dbus-run-session)");
+        QProcess display;
+        display.start(xvfb, {"-displayfd", "1", "-nolisten", "tcp", "-screen", "0", "640x480x24"});
+        QVERIFY(display.waitForReadyRead(15000));
+        QProcess server;
+        QProcessEnvironment onDisplay = QProcessEnvironment::systemEnvironment();
+        onDisplay.insert(QStringLiteral("DISPLAY"),
+                         ":" + QString::fromLatin1(display.readAllStandardOutput().trimmed()));
+        server.setProcessEnvironment(onDisplay);
+        server.start(daemon, {});
+        const auto stop = qScopeGuard([&] {
+            server.kill();
+            server.waitForFinished(5000);
+            display.terminate();
+            display.waitForFinished(5000);
+        });
+        QTRY_VERIFY_WITH_TIMEOUT(QDBusConnection::sessionBus().interface()->isServiceRegistered(
+                                     QStringLiteral("org.freedesktop.Notifications")),
+                                 15000);
+        FreedesktopNotifications notices;
+        notices.show(QStringLiteral("Kestro 操作失败"), QStringLiteral("所选文件不存在或无法访问：/x"),
+                     false);
+        QTRY_VERIFY_WITH_TIMEOUT(notices.lastNoticeId() != 0, 10000);
+        const quint32 first = notices.lastNoticeId();
+        notices.show(QStringLiteral("Kestro 操作失败"), QStringLiteral("2 个操作失败"), true);
+        QTest::qWait(500);
+        QCOMPARE(notices.lastNoticeId(), first); // replaced, not a second notice
     }
 };
 
