@@ -22,6 +22,8 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+using namespace Qt::Literals::StringLiterals;
+
 using Error = FinderActionExecutionError;
 
 namespace {
@@ -37,79 +39,76 @@ class DispatcherTest : public QObject {
     std::unique_ptr<TestEnvironment> m_environment;
     QString home() const { return m_environment->home(); }
     QString script(const QString& name, const QByteArray& body) {
-        const QString path = m_environment->writeFile(QStringLiteral("bin/") + name, "#!/bin/sh\n" + body);
+        const QString path = m_environment->writeFile(u"bin/"_qs + name, "#!/bin/sh\n" + body);
         QFile::setPermissions(path, QFileDevice::ReadOwner | QFileDevice::WriteOwner | QFileDevice::ExeOwner);
         return path;
     }
-    QString logPath() const { return m_environment->kestroTmp() + QStringLiteral("/kestro-app-action.log"); }
+    QString logPath() const { return m_environment->kestroTmp() + u"/kestro-app-action.log"_qs; }
 
 private slots:
     void init() { m_environment = std::make_unique<TestEnvironment>(); }
     void cleanup() { m_environment.reset(); }
 
     void completedReturnsTheSelectionAndUnknownIDsFail() {
-        const QStringList selection{QStringLiteral("/does/not/exist"), QStringLiteral("/tmp")};
-        QCOMPARE(perform(QStringLiteral("completed"), selection), selection);
-        for (const QString& id : {QStringLiteral("Completed"), QString()}) {
+        const QStringList selection{u"/does/not/exist"_qs, u"/tmp"_qs};
+        QCOMPARE(perform(u"completed"_qs, selection), selection);
+        for (const QString& id : {u"Completed"_qs, QString()}) {
             const auto error = failureOf<Error>([&] { perform(id, {}); });
             QVERIFY(error && error->errorCase() == Error::Case::unsupportedAction);
         }
         // A payload that looks like a placeholder stays text.
-        QVERIFY(names(Error::sourceItemMissing(QStringLiteral("/x %1 %2")).errorDescription(), {"/x %1 %2"}));
-        QCOMPARE(FinderActionExecutor::finderViewPresetID(QStringLiteral("finderViewPreset__abc")),
-                 QStringLiteral("abc"));
-        QCOMPARE(FinderActionExecutor::finderViewPresetID(QStringLiteral("finderViewPreset__")), QString());
-        QVERIFY(!FinderActionExecutor::finderViewPresetID(QStringLiteral("finderViewPreset")));
+        QVERIFY(names(Error::sourceItemMissing(u"/x %1 %2"_qs).errorDescription(), {"/x %1 %2"}));
+        QCOMPARE(FinderActionExecutor::finderViewPresetID(u"finderViewPreset__abc"_qs), u"abc"_qs);
+        QCOMPARE(FinderActionExecutor::finderViewPresetID(u"finderViewPreset__"_qs), QString());
+        QVERIFY(!FinderActionExecutor::finderViewPresetID(u"finderViewPreset"_qs));
         QVERIFY(FakePlatform::workspace().openedUrls.isEmpty());
     }
 
     void targetsAndSources() {
-        const QString folder = m_environment->makeFolder(QStringLiteral("a b"));
-        const QString file = m_environment->writeFile(QStringLiteral("a b/one.txt"));
-        const QString other = m_environment->makeFolder(QStringLiteral("other"));
+        const QString folder = m_environment->makeFolder(u"a b"_qs);
+        const QString file = m_environment->writeFile(u"a b/one.txt"_qs);
+        const QString other = m_environment->makeFolder(u"other"_qs);
         QCOMPARE(FinderActionExecutor::targetDirectory({file}, other), folder);
         QCOMPARE(FinderActionExecutor::targetDirectory({folder}, other), folder);
         QCOMPARE(FinderActionExecutor::targetDirectory({}, other), other);
         QCOMPARE(FinderActionExecutor::targetDirectory({}, file), folder);
-        QCOMPARE(FinderActionExecutor::targetDirectory({folder + QStringLiteral("/gone.txt")}, std::nullopt),
-                 folder);
+        QCOMPARE(FinderActionExecutor::targetDirectory({folder + u"/gone.txt"_qs}, std::nullopt), folder);
         QCOMPARE(
             failureOf<Error>([] { FinderActionExecutor::targetDirectory({}, std::nullopt); })->errorCase(),
             Error::Case::noTargetDirectory);
-        QCOMPARE(FinderActionExecutor::effectiveURLs({}, QStringLiteral("/t")), QStringList{"/t"});
-        QCOMPARE(FinderActionExecutor::effectiveURLs({QStringLiteral("/a")}, QStringLiteral("/t")),
-                 QStringList{"/a"});
+        QCOMPARE(FinderActionExecutor::effectiveURLs({}, u"/t"_qs), QStringList{"/t"});
+        QCOMPARE(FinderActionExecutor::effectiveURLs({u"/a"_qs}, u"/t"_qs), QStringList{"/a"});
         QVERIFY(FinderActionExecutor::effectiveURLs({}, std::nullopt).isEmpty());
         QCOMPARE(failureOf<Error>([] { FinderActionExecutor::validatedSourceURLs({}); })->errorCase(),
                  Error::Case::noSelection);
-        const QString missing = folder + QStringLiteral("/two.txt");
+        const QString missing = folder + u"/two.txt"_qs;
         const auto error = failureOf<Error>([&] {
             FinderActionExecutor::validatedSourceURLs({file, missing});
         });
         QVERIFY(error && error->errorCase() == Error::Case::sourceItemMissing);
         QVERIFY(names(error->errorDescription(), {missing}));
-        QCOMPARE(FinderActionExecutor::validatedSourceURLs({folder + QStringLiteral("/./../a b//one.txt")}),
+        QCOMPARE(FinderActionExecutor::validatedSourceURLs({folder + u"/./../a b//one.txt"_qs}),
                  QStringList{file});
     }
 
     void resultsAreSelectedOnceEachWhenThePreferencesSaySo() {
-        const QString b = m_environment->writeFile(QStringLiteral("b/x.txt"));
-        const QString b2 = m_environment->writeFile(QStringLiteral("b/y.txt"));
-        const QString a = m_environment->makeFolder(QStringLiteral("a"));
-        FinderActionExecutor::selectResults({b, QStringLiteral("/no/such/file"), b2, a, b});
+        const QString b = m_environment->writeFile(u"b/x.txt"_qs);
+        const QString b2 = m_environment->writeFile(u"b/y.txt"_qs);
+        const QString a = m_environment->makeFolder(u"a"_qs);
+        FinderActionExecutor::selectResults({b, u"/no/such/file"_qs, b2, a, b});
         QCOMPARE(FakePlatform::workspace().selections, (QList<QStringList>{{b, b2, a}}));
         QVERIFY(FakePlatform::workspace().openedUrls.isEmpty());
         QCOMPARE(failureOf<Error>([] { FinderActionExecutor::revealInFinder({}); })->errorCase(),
                  Error::Case::noSelection);
-        perform(QStringLiteral("revealInFinder"), {QStringLiteral("/x/y")});
+        perform(u"revealInFinder"_qs, {u"/x/y"_qs});
         QCOMPARE(FakePlatform::workspace().selections.last(), QStringList{"/x/y"});
         // Created items are revealed only when the preferences on disk say so, read at every action.
         FakePlatform::workspace().selections.clear();
-        perform(QStringLiteral("createFolder"), {}, a);
+        perform(u"createFolder"_qs, {}, a);
         QVERIFY(FakePlatform::workspace().selections.isEmpty());
         AppPreferencesPersistence::save({true, true, false});
-        const QStringList made = perform(QStringLiteral("createTextFile"), {}, a);
-        QCOMPARE(made, QStringList{a + QStringLiteral("/Untitled.txt")});
+        const QStringList made = perform(u"createTextFile"_qs, {}, a);
+        QCOMPARE(made, QStringList{a + u"/Untitled.txt"_qs});
         QCOMPARE(FakePlatform::workspace().selections, QList<QStringList>{made});
     }
 
@@ -134,57 +133,54 @@ private slots:
     }
 
     void pathTextBecomesAnExistingFile() {
-        const QString file = m_environment->writeFile(home() + QStringLiteral("/报告 1.txt"));
-        QCOMPARE(FinderActionExecutor::fileURL(QStringLiteral("~/报告\\ 1.txt")), file);
+        const QString file = m_environment->writeFile(home() + u"/报告 1.txt"_qs);
+        QCOMPARE(FinderActionExecutor::fileURL(u"~/报告\\ 1.txt"_qs), file);
         QCOMPARE(FinderActionExecutor::fileURL(QUrl::fromLocalFile(file).toString(QUrl::FullyEncoded)), file);
-        QCOMPARE(FinderActionExecutor::fileURL(QStringLiteral(" '") + file + QStringLiteral("' ")), file);
-        for (const QString& text :
-             {file + QStringLiteral(".missing"), QStringLiteral("relative/path"), QString()})
+        QCOMPARE(FinderActionExecutor::fileURL(u" '"_qs + file + u"' "_qs), file);
+        for (const QString& text : {file + u".missing"_qs, u"relative/path"_qs, QString()})
             QVERIFY2(!FinderActionExecutor::fileURL(text), qPrintable(text));
     }
 
     void everyRoadRefusesPathsThatAreNotAbsoluteOrHoldNul() {
         // A relative path would resolve against the host's working folder (the home).
-        const QString folder = m_environment->makeFolder(QStringLiteral("home/work"));
-        m_environment->writeFile(folder + QStringLiteral("/victim"), "v");
+        const QString folder = m_environment->makeFolder(u"home/work"_qs);
+        m_environment->writeFile(folder + u"/victim"_qs, "v");
         const QString previous = QDir::currentPath();
         const auto restore = qScopeGuard([&] { QDir::setCurrent(previous); });
         QVERIFY(QDir::setCurrent(folder));
-        for (const QString& path : {QStringLiteral("victim"), QStringLiteral("./victim"), QString()}) {
-            const auto error = failureOf<Error>([&] { perform(QStringLiteral("renameUppercase"), {path}); });
+        for (const QString& path : {u"victim"_qs, u"./victim"_qs, QString()}) {
+            const auto error = failureOf<Error>([&] { perform(u"renameUppercase"_qs, {path}); });
             QVERIFY2(error && error->errorCase() == Error::Case::invalidPath, qPrintable(path));
         }
-        const auto error =
-            failureOf<Error>([&] { perform(QStringLiteral("copyFullPath"), {folder + QChar(0) + "x"}); });
-        QVERIFY(error && names(error->errorDescription(), {folder + QStringLiteral("\\0x")}));
+        const auto error = failureOf<Error>([&] { perform(u"copyFullPath"_qs, {folder + QChar(0) + "x"}); });
+        QVERIFY(error && names(error->errorDescription(), {folder + u"\\0x"_qs}));
         QCOMPARE(namesIn(folder), QStringList{"victim"});
         QCOMPARE(FakePlatform::clipboard().writes, 0);
     }
 
     void dotDotAfterALinkMeansWhatTheFileSystemSays() {
         // link -> deep/inner, so "link/.." is "deep", not the folder that holds the link.
-        const QString deep = m_environment->makeFolder(QStringLiteral("home/deep/inner"));
-        m_environment->writeFile(QStringLiteral("home/deep/target.txt"), "deep");
-        m_environment->writeFile(QStringLiteral("home/target.txt"), "top");
-        QVERIFY(QFile::link(deep, home() + QStringLiteral("/link")));
-        perform(QStringLiteral("copyFullPath"), {home() + QStringLiteral("/link/../target.txt")});
-        QCOMPARE(FakePlatform::clipboard().contents, home() + QStringLiteral("/deep/target.txt"));
+        const QString deep = m_environment->makeFolder(u"home/deep/inner"_qs);
+        m_environment->writeFile(u"home/deep/target.txt"_qs, "deep");
+        m_environment->writeFile(u"home/target.txt"_qs, "top");
+        QVERIFY(QFile::link(deep, home() + u"/link"_qs));
+        perform(u"copyFullPath"_qs, {home() + u"/link/../target.txt"_qs});
+        QCOMPARE(FakePlatform::clipboard().contents, home() + u"/deep/target.txt"_qs);
         // A path without dots is left as the user sees it, links and all.
-        perform(QStringLiteral("copyFullPath"), {home() + QStringLiteral("/link//")});
-        QCOMPARE(FakePlatform::clipboard().contents, home() + QStringLiteral("/link"));
-        QCOMPARE(FinderActionExecutor::checkedRequestPath(home() + QStringLiteral("/link/..")),
-                 home() + "/deep");
-        QVERIFY(failureOf<Error>(
-            [&] { FinderActionExecutor::checkedRequestPath(home() + QStringLiteral("/gone/../x")); }));
+        perform(u"copyFullPath"_qs, {home() + u"/link//"_qs});
+        QCOMPARE(FakePlatform::clipboard().contents, home() + u"/link"_qs);
+        QCOMPARE(FinderActionExecutor::checkedRequestPath(home() + u"/link/.."_qs), home() + "/deep");
+        QVERIFY(
+            failureOf<Error>([&] { FinderActionExecutor::checkedRequestPath(home() + u"/gone/../x"_qs); }));
         // "link/../alink" names alink in the folder the link leads to, and alink, itself a link, is never
         // followed: renaming and scheduling act on it, not on what it names.
-        QVERIFY(QFile::link(QStringLiteral("target.txt"), home() + QStringLiteral("/deep/alink")));
-        const QString dotted = home() + QStringLiteral("/link/../alink");
+        QVERIFY(QFile::link(u"target.txt"_qs, home() + u"/deep/alink"_qs));
+        const QString dotted = home() + u"/link/../alink"_qs;
         ScheduledDeletionStore::schedule({dotted}, 3600, QDateTime::currentDateTimeUtc());
-        QCOMPARE(ScheduledDeletionStore::items().constFirst().path, home() + QStringLiteral("/deep/alink"));
-        perform(QStringLiteral("renameUppercase"), {dotted});
-        QVERIFY(QFileInfo(home() + QStringLiteral("/deep/ALINK")).isSymLink());
-        QCOMPARE(readAll(home() + QStringLiteral("/deep/target.txt")), QByteArray("deep"));
+        QCOMPARE(ScheduledDeletionStore::items().constFirst().path, home() + u"/deep/alink"_qs);
+        perform(u"renameUppercase"_qs, {dotted});
+        QVERIFY(QFileInfo(home() + u"/deep/ALINK"_qs).isSymLink());
+        QCOMPARE(readAll(home() + u"/deep/target.txt"_qs), QByteArray("deep"));
     }
 
     void specialFilesAreRefusedBeforeAnythingIsRead_data() {
@@ -197,12 +193,11 @@ private slots:
     void specialFilesAreRefusedBeforeAnythingIsRead() {
         QFETCH(QString, actionID);
         QFETCH(QString, name);
-        const QString fifo = home() + QStringLiteral("/pipe");
+        const QString fifo = home() + u"/pipe"_qs;
         QCOMPARE(::mkfifo(QFile::encodeName(fifo).constData(), 0600), 0);
-        const QString special = name == QLatin1String("pipe") ? fifo : QStringLiteral("/dev/zero");
+        const QString special = name == QLatin1String("pipe") ? fifo : u"/dev/zero"_qs;
         // The PDF tools pick their inputs by name: links named .pdf lead to the same special files.
-        const QString path =
-            actionID.contains(QStringLiteral("PDF")) ? home() + "/" + name + ".pdf" : special;
+        const QString path = actionID.contains(u"PDF"_qs) ? home() + "/" + name + ".pdf" : special;
         if (path != special)
             QVERIFY(QFile::link(special, path));
         const auto error = failureOf<Error>([&] { perform(actionID, {path}); });
@@ -211,43 +206,41 @@ private slots:
     }
 
     void toolsGetTheirArgumentsExactlyAndFailInTheirOwnWords() {
-        const QString echo =
-            script(QStringLiteral("echo-args"), "for a in \"$@\"; do printf '[%s]' \"$a\"; done\npwd\n");
+        const QString echo = script(u"echo-args"_qs, "for a in \"$@\"; do printf '[%s]' \"$a\"; done\npwd\n");
         const QString output = ProcessRunner::runProcessOutput(
             echo, {"-n", "a b", "it's \"quoted\"", "line\nbreak", "文件 ü", "$HOME"});
-        QVERIFY(output.startsWith(QStringLiteral("[-n][a b][it's \"quoted\"][line\nbreak][文件 ü][$HOME]")));
+        QVERIFY(output.startsWith(u"[-n][a b][it's \"quoted\"][line\nbreak][文件 ü][$HOME]"_qs));
         QVERIFY(output.endsWith(u'\n')); // untrimmed
-        const QString folder = m_environment->makeFolder(QStringLiteral("work dir"));
-        ProcessRunner::runProcess(script(QStringLiteral("touch-here"), "touch made-here\n"), {}, folder);
-        QVERIFY(QFile::exists(folder + QStringLiteral("/made-here")));
+        const QString folder = m_environment->makeFolder(u"work dir"_qs);
+        ProcessRunner::runProcess(script(u"touch-here"_qs, "touch made-here\n"), {}, folder);
+        QVERIFY(QFile::exists(folder + u"/made-here"_qs));
 
-        const QString word = script(QStringLiteral("word"), "printf 'word\\n' >&2\nexit 1\n");
-        QCOMPARE(failureText([&] { ProcessRunner::runProcess(word, {}); }), QStringLiteral("word"));
-        QCOMPARE(failureText([&] { ProcessRunner::runProcessOutput(word, {}); }), QStringLiteral("word"));
+        const QString word = script(u"word"_qs, "printf 'word\\n' >&2\nexit 1\n");
+        QCOMPARE(failureText([&] { ProcessRunner::runProcess(word, {}); }), u"word"_qs);
+        QCOMPARE(failureText([&] { ProcessRunner::runProcessOutput(word, {}); }), u"word"_qs);
         const auto silent = failureOf<FinderActionExecutionError>(
-            [&] { ProcessRunner::runProcess(script(QStringLiteral("silent"), "exit 3\n"), {}); });
+            [&] { ProcessRunner::runProcess(script(u"silent"_qs, "exit 3\n"), {}); });
         QVERIFY(silent && silent->errorCase() == FinderActionExecutionError::Case::commandFailed);
         // Standard error that is not UTF-8 is replaced by the tool's own name.
-        const QString noise = script(QStringLiteral("binary-noise"), "printf '\\377\\376' >&2\nexit 1\n");
-        QCOMPARE(failureText([&] { ProcessRunner::runProcess(noise, {}); }), QStringLiteral("binary-noise"));
-        QVERIFY(failureOf<PlatformError>(
-            [] { ProcessRunner::runProcess(QStringLiteral("/nonexistent/tool"), {}); }));
+        const QString noise = script(u"binary-noise"_qs, "printf '\\377\\376' >&2\nexit 1\n");
+        QCOMPARE(failureText([&] { ProcessRunner::runProcess(noise, {}); }), u"binary-noise"_qs);
+        QVERIFY(failureOf<PlatformError>([] { ProcessRunner::runProcess(u"/nonexistent/tool"_qs, {}); }));
     }
 
     void logLinesAreAppendedInTheFixedFormatToAPrivateFile() {
         QVERIFY(!QFile::exists(logPath()));
-        DiagnosticLog::append(QStringLiteral("first 行"));
-        DiagnosticLog::append(QStringLiteral("second"));
+        DiagnosticLog::append(u"first 行"_qs);
+        DiagnosticLog::append(u"second"_qs);
         const QStringList lines = m_environment->logText().split(u'\n');
         QCOMPARE(lines.size(), 3);
         const QRegularExpression format(
             QStringLiteral(R"(^\[\d{4}-\d\d-\d\d \d\d:\d\d:\d\d \+0000\] (.*)$)"));
-        QCOMPARE(format.match(lines.at(0)).captured(1), QStringLiteral("first 行"));
-        QCOMPARE(format.match(lines.at(1)).captured(1), QStringLiteral("second"));
+        QCOMPARE(format.match(lines.at(0)).captured(1), u"first 行"_qs);
+        QCOMPARE(format.match(lines.at(1)).captured(1), u"second"_qs);
         struct stat status {};
         QCOMPARE(::stat(QFile::encodeName(logPath()).constData(), &status), 0);
         QCOMPARE(status.st_mode & 0777, mode_t(0600));
-        QCOMPARE(DiagnosticLog::formatLine(QStringLiteral("m"),
+        QCOMPARE(DiagnosticLog::formatLine(u"m"_qs,
                                            QDateTime(QDate(2026, 1, 2), QTime(3, 4, 5), QTimeZone::utc())),
                  QByteArray("[2026-01-02 03:04:05 +0000] m\n"));
     }
@@ -270,13 +263,13 @@ private slots:
         QFETCH(int, code);
         QFETCH(bool, hidden);
         QCOMPARE(DiagnosticLog::isHiddenOrControl(char16_t(code)), hidden);
-        const QString text = QStringLiteral("a") + QChar(code) + QStringLiteral("b");
+        const QString text = u"a"_qs + QChar(code) + u"b"_qs;
         QCOMPARE(DiagnosticLog::escapedText(text) == text, !hidden);
     }
 
     void logLinesCannotBeForgedAndTheLogStaysSmall() {
         DiagnosticLog::append(
-            QStringLiteral("path=/a\n[2026-01-01 00:00:00 +0000] action succeeded: x\t\x1b[2J\u2028\u009b"));
+            u"path=/a\n[2026-01-01 00:00:00 +0000] action succeeded: x\t\x1b[2J\u2028\u009b"_qs);
         QCOMPARE(m_environment->logText().count(u'\n'), 1);
         QVERIFY(m_environment->logText().contains(QStringLiteral(
             "path=/a\\n[2026-01-01 00:00:00 +0000] action succeeded: x\\t\\x1b[2J\\u2028\\x9b\n")));
@@ -285,7 +278,7 @@ private slots:
         for (int index = 0; filler.size() <= DiagnosticLog::sizeLimit; ++index)
             filler += QByteArray("[2026-01-01 00:00:00 +0000] line ") + QByteArray::number(index) + '\n';
         m_environment->writeFile(logPath(), filler);
-        DiagnosticLog::append(QStringLiteral("newest"));
+        DiagnosticLog::append(u"newest"_qs);
         const QByteArray after = readAll(logPath());
         QVERIFY(after.size() < DiagnosticLog::sizeLimit * 3 / 4 &&
                 after.size() > DiagnosticLog::sizeLimit / 4);
@@ -301,7 +294,7 @@ private slots:
     void aLogThatIsNotOursIsNeverWrittenAndLoggingGoesOn() {
         QFETCH(QString, planted);
         const QByteArray path = QFile::encodeName(logPath());
-        const QString victim = m_environment->writeFile(QStringLiteral("victim.txt"), "untouched");
+        const QString victim = m_environment->writeFile(u"victim.txt"_qs, "untouched");
         if (planted == QLatin1String("link")) {
             QCOMPARE(::symlink(QFile::encodeName(victim).constData(), path.constData()), 0);
         } else if (planted == QLatin1String("second name")) { // a hard link an attacker made to read along
@@ -317,7 +310,7 @@ private slots:
             QVERIFY(QFile::copy(victim, logPath()));
             QCOMPARE(::chown(path.constData(), 65534, 65534), 0);
         }
-        DiagnosticLog::append(QStringLiteral("refusal that must be recorded"));
+        DiagnosticLog::append(u"refusal that must be recorded"_qs);
         QCOMPARE(readAll(victim), QByteArray("untouched"));
         if (planted != QLatin1String("pipe") && planted != QLatin1String("link"))
             QCOMPARE(readAll(logPath()), QByteArray("untouched"));
@@ -328,7 +321,7 @@ private slots:
     void stagingFoldersArePrivateAndGo() {
         QString path;
         {
-            const StagingDirectory staging(QStringLiteral("kestro-test-"));
+            const StagingDirectory staging(u"kestro-test-"_qs);
             path = staging.path();
             struct stat status {};
             QCOMPARE(::lstat(QFile::encodeName(path).constData(), &status), 0);

@@ -26,10 +26,12 @@
 #include <thread>
 #include <unistd.h>
 
+using namespace Qt::Literals::StringLiterals;
+
 namespace {
 
 KestroProcess perform(const QString& url) {
-    return KestroProcess::run({QStringLiteral("--perform"), url});
+    return KestroProcess::run({u"--perform"_qs, url});
 }
 
 // Another account owns what it plants: only root can make that happen here.
@@ -41,9 +43,9 @@ bool giveToAnotherAccount(const QString& path) {
 QByteArray xdotool(const QString& display, const QStringList& arguments) {
     QProcess process;
     QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-    environment.insert(QStringLiteral("DISPLAY"), display);
+    environment.insert(u"DISPLAY"_qs, display);
     process.setProcessEnvironment(environment);
-    process.start(QStringLiteral("xdotool"), arguments);
+    process.start(u"xdotool"_qs, arguments);
     process.waitForFinished(20000);
     return process.readAllStandardOutput().trimmed();
 }
@@ -63,21 +65,20 @@ private slots:
     void cleanup() { m_environment.reset(); }
 
     void theUrlRoad() {
-        const QString target = m_environment->makeFolder(QStringLiteral("目标 it's a \"folder\""));
+        const QString target = m_environment->makeFolder(u"目标 it's a \"folder\""_qs);
         // --perform: one request in this process, its text on standard output, failures on standard error.
-        for (const QString& expected : {QStringLiteral("Untitled.txt"), QStringLiteral("Untitled 2.txt")}) {
-            const KestroProcess run = perform(kestroActionURL(QStringLiteral("createTextFile"), {}, target));
+        for (const QString& expected : {u"Untitled.txt"_qs, u"Untitled 2.txt"_qs}) {
+            const KestroProcess run = perform(kestroActionURL(u"createTextFile"_qs, {}, target));
             QVERIFY(run.exitCode == 0 && run.standardError.isEmpty());
             QVERIFY(QFile::exists(target + u'/' + expected));
         }
-        const QString file = m_environment->writeFile(QStringLiteral("it's \"here\" 文件.txt"), "abc");
-        QCOMPARE(perform(kestroActionURL(QStringLiteral("copyFullPath"), {file})).standardOutput,
-                 file.toUtf8() + '\n');
-        KestroProcess run = perform(kestroActionURL(QStringLiteral("noSuchAction"), {}, QStringLiteral("/")));
+        const QString file = m_environment->writeFile(u"it's \"here\" 文件.txt"_qs, "abc");
+        QCOMPARE(perform(kestroActionURL(u"copyFullPath"_qs, {file})).standardOutput, file.toUtf8() + '\n');
+        KestroProcess run = perform(kestroActionURL(u"noSuchAction"_qs, {}, u"/"_qs));
         QVERIFY(run.exitCode == 1 && run.standardError.contains("noSuchAction"));
-        QCOMPARE(perform(QStringLiteral("https://example.com")).exitCode, 1);
-        QCOMPARE(KestroProcess::run({QStringLiteral("--no-such-option")}).exitCode, 2);
-        run = KestroProcess::run({QStringLiteral("--help")});
+        QCOMPARE(perform(u"https://example.com"_qs).exitCode, 1);
+        QCOMPARE(KestroProcess::run({u"--no-such-option"_qs}).exitCode, 2);
+        run = KestroProcess::run({u"--help"_qs});
         for (const char* command : {"--login-item", "--open-link", "--perform", "--drain",
                                     "--install-integration", "--uninstall-integration", "--version"})
             QVERIFY2(run.standardOutput.contains(QByteArray("  kestro ") + command), command);
@@ -85,72 +86,67 @@ private slots:
         // A second launch hands its URL to the running host and ends; the host runs it once.
         KestroHostProcess host;
         QVERIFY(host.start());
-        const QString folder = m_environment->makeFolder(QStringLiteral("forwarded"));
-        QCOMPARE(
-            KestroProcess::run({kestroActionURL(QStringLiteral("createMarkdownFile"), {}, folder)}).exitCode,
-            0);
-        QTRY_VERIFY_WITH_TIMEOUT(QFile::exists(folder + QStringLiteral("/Untitled.md")), 10000);
-        QTRY_VERIFY(
-            m_environment->logText().contains(QStringLiteral("action succeeded: createMarkdownFile")));
-        QCOMPARE(m_environment->logText().count(QStringLiteral("action=createMarkdownFile passed=0")), 1);
+        const QString folder = m_environment->makeFolder(u"forwarded"_qs);
+        QCOMPARE(KestroProcess::run({kestroActionURL(u"createMarkdownFile"_qs, {}, folder)}).exitCode, 0);
+        QTRY_VERIFY_WITH_TIMEOUT(QFile::exists(folder + u"/Untitled.md"_qs), 10000);
+        QTRY_VERIFY(m_environment->logText().contains(u"action succeeded: createMarkdownFile"_qs));
+        QCOMPARE(m_environment->logText().count(u"action=createMarkdownFile passed=0"_qs), 1);
         // Without a URL it asks the host to show itself, and ends too.
         QCOMPARE(KestroProcess::run({}).exitCode, 0);
-        QCOMPARE(m_environment->logText().count(QStringLiteral("KestroApp init")), 1);
+        QCOMPARE(m_environment->logText().count(u"KestroApp init"_qs), 1);
         QCOMPARE(host.process().state(), QProcess::Running);
     }
 
     void aTerminalSeesProgressAPipeDoesNot() {
-        const QString big = m_environment->root() + QStringLiteral("/big file.bin");
+        const QString big = m_environment->root() + u"/big file.bin"_qs;
         QVERIFY(QFile::resize(m_environment->writeFile(big), qint64(64) << 20));
-        const QString url = kestroActionURL(QStringLiteral("copySHA256"), {big});
+        const QString url = kestroActionURL(u"copySHA256"_qs, {big});
         QCOMPARE(perform(url).standardError, QByteArray());
-        const QString script = QStandardPaths::findExecutable(QStringLiteral("script"));
+        const QString script = QStandardPaths::findExecutable(u"script"_qs);
         if (script.isEmpty())
             QSKIP("script(1) is not installed: no terminal to run kestro in");
         QProcess terminal;
         terminal.setProcessEnvironment(KestroProcess::environment());
         terminal.start(script,
-                       {QStringLiteral("-qec"),
-                        QStringLiteral("'%1' --perform '%2' >/dev/null").arg(KestroProcess::binary(), url),
-                        QStringLiteral("/dev/null")});
+                       {u"-qec"_qs, u"'%1' --perform '%2' >/dev/null"_qs.arg(KestroProcess::binary(), url),
+                        u"/dev/null"_qs});
         QVERIFY(terminal.waitForFinished(60000) && terminal.exitCode() == 0);
         const QString shown = QString::fromUtf8(terminal.readAllStandardOutput());
         // The line is drawn and, last of all, cleared again.
-        QVERIFY2(shown.contains(QStringLiteral("\r\x1b[K复制 SHA-256  100%  big file.bin")) &&
-                     shown.endsWith(QStringLiteral("\r\x1b[K")),
+        QVERIFY2(shown.contains(u"\r\x1b[K复制 SHA-256  100%  big file.bin"_qs) &&
+                     shown.endsWith(u"\r\x1b[K"_qs),
                  qPrintable(shown));
     }
 
     void theQueueRoad() {
-        const QString folder = m_environment->makeFolder(QStringLiteral("queued"));
+        const QString folder = m_environment->makeFolder(u"queued"_qs);
         const QString queue = KestroPaths::sharedQueueDirectory();
         m_environment->writeFile(
-            queue + QStringLiteral("/a.json"),
+            queue + u"/a.json"_qs,
             QStringLiteral(R"({"actionID":"createFolder","selectedPaths":[],"targetedPath":"%1"})")
                 .arg(folder)
                 .toUtf8());
-        m_environment->writeFile(queue + QStringLiteral("/b.json"), "not json");
+        m_environment->writeFile(queue + u"/b.json"_qs, "not json");
         QFile::setPermissions(queue,
                               QFileDevice::ReadOwner | QFileDevice::WriteOwner | QFileDevice::ExeOwner);
-        QCOMPARE(KestroProcess::run({QStringLiteral("--drain")}).exitCode,
+        QCOMPARE(KestroProcess::run({u"--drain"_qs}).exitCode,
                  1); // the invalid file counts as a failure
-        QVERIFY(QFileInfo(folder + QStringLiteral("/Untitled Folder")).isDir());
+        QVERIFY(QFileInfo(folder + u"/Untitled Folder"_qs).isDir());
         QVERIFY(namesIn(queue).isEmpty());
-        QCOMPARE(KestroProcess::run({QStringLiteral("--drain")}).exitCode, 0);
-        QVERIFY(!QFileInfo::exists(folder + QStringLiteral("/Untitled Folder 2")));
+        QCOMPARE(KestroProcess::run({u"--drain"_qs}).exitCode, 0);
+        QVERIFY(!QFileInfo::exists(folder + u"/Untitled Folder 2"_qs));
     }
 
     void theHandOffRoadStartsAHostWhenNoneRuns() {
         FileManagerIntegration::refresh();
-        const QString folder = m_environment->makeFolder(QStringLiteral("sub folder"));
+        const QString folder = m_environment->makeFolder(u"sub folder"_qs);
         QProcess handoff;
         QProcessEnvironment environment = KestroProcess::environment();
         handoff.setProcessEnvironment(environment);
-        handoff.start(
-            QFileInfo(KestroProcess::binary()).absolutePath() + QStringLiteral("/kestro-handoff"),
-            {QStringLiteral("--folder"), QStringLiteral("createTextFile"), QStringLiteral("--"), folder});
+        handoff.start(QFileInfo(KestroProcess::binary()).absolutePath() + u"/kestro-handoff"_qs,
+                      {u"--folder"_qs, u"createTextFile"_qs, u"--"_qs, folder});
         QVERIFY(handoff.waitForFinished(20000) && handoff.exitCode() == 0);
-        QTRY_VERIFY_WITH_TIMEOUT(QFileInfo::exists(folder + QStringLiteral("/Untitled.txt")), 30000);
+        QTRY_VERIFY_WITH_TIMEOUT(QFileInfo::exists(folder + u"/Untitled.txt"_qs), 30000);
         // End the host it started: its pid is in the single-instance lock.
         qint64 pid = 0;
         QString hostName, application;
@@ -162,59 +158,55 @@ private slots:
 
     // On an X server of the test's own: the dialog of the real host, answered with the keyboard.
     void aLinkRunsOnlyOnceTheUserConfirms() {
-        const QString xvfb = QStandardPaths::findExecutable(QStringLiteral("Xvfb"));
-        if (xvfb.isEmpty() || QStandardPaths::findExecutable(QStringLiteral("xdotool")).isEmpty())
+        const QString xvfb = QStandardPaths::findExecutable(u"Xvfb"_qs);
+        if (xvfb.isEmpty() || QStandardPaths::findExecutable(u"xdotool"_qs).isEmpty())
             QSKIP("Xvfb or xdotool is not installed (scripts/install-dependencies installs them)");
         QProcess server;
         server.start(xvfb, {"-displayfd", "1", "-nolisten", "tcp", "-screen", "0", "1024x768x24"});
         QVERIFY(server.waitForReadyRead(15000));
-        const QString display =
-            QStringLiteral(":") + QString::fromLatin1(server.readAllStandardOutput().trimmed());
+        const QString display = u":"_qs + QString::fromLatin1(server.readAllStandardOutput().trimmed());
         const auto stop = qScopeGuard([&] {
             server.terminate();
             server.waitForFinished(5000);
         });
-        const QString source = m_environment->writeFile(QStringLiteral("home/secret.txt"), "s");
-        const QString shared = m_environment->makeFolder(QStringLiteral("shared"));
+        const QString source = m_environment->writeFile(u"home/secret.txt"_qs, "s");
+        const QString shared = m_environment->makeFolder(u"shared"_qs);
         QProcessEnvironment environment = KestroProcess::environment();
-        environment.insert(QStringLiteral("QT_QPA_PLATFORM"), QStringLiteral("xcb"));
-        environment.insert(QStringLiteral("DISPLAY"), display);
+        environment.insert(u"QT_QPA_PLATFORM"_qs, u"xcb"_qs);
+        environment.insert(u"DISPLAY"_qs, display);
         KestroHostProcess host;
-        QVERIFY(host.start({QStringLiteral("--login-item")}, environment));
-        const QString link =
-            kestroActionURL(QStringLiteral("copyFilesToFolder"), {source}, std::nullopt, shared);
-        QCOMPARE(KestroProcess::run({QStringLiteral("--open-link"), link}).exitCode, 0);
+        QVERIFY(host.start({u"--login-item"_qs}, environment));
+        const QString link = kestroActionURL(u"copyFilesToFolder"_qs, {source}, std::nullopt, shared);
+        QCOMPARE(KestroProcess::run({u"--open-link"_qs, link}).exitCode, 0);
         const QByteArray window =
             xdotool(display, {"search", "--sync", "--onlyvisible", "--name", "^Kestro$"});
         QVERIFY(!window.isEmpty());
         xdotool(display, {"windowfocus", "--sync", QString::fromLatin1(window.split('\n').constFirst())});
         // Return now answers with the default button, Cancel: nothing is copied.
         xdotool(display, {"key", "Return"});
-        QTRY_VERIFY(m_environment->logText().contains(QStringLiteral("reason=not confirmed")));
+        QTRY_VERIFY(m_environment->logText().contains(u"reason=not confirmed"_qs));
         QVERIFY(namesIn(shared).isEmpty());
         // Asked again; past the confirm button's waking delay it is one step back from Cancel.
-        QCOMPARE(KestroProcess::run({QStringLiteral("--open-link"), link}).exitCode, 0);
+        QCOMPARE(KestroProcess::run({u"--open-link"_qs, link}).exitCode, 0);
         const QByteArray again =
             xdotool(display, {"search", "--sync", "--onlyvisible", "--name", "^Kestro$"});
         xdotool(display, {"windowfocus", "--sync", QString::fromLatin1(again.split('\n').constFirst())});
         QTest::qWait(2200);
         xdotool(display, {"key", "shift+Tab", "space"});
-        QTRY_VERIFY_WITH_TIMEOUT(QFile::exists(shared + QStringLiteral("/secret.txt")), 10000);
-        QVERIFY(m_environment->logText().contains(
-            QStringLiteral("link request confirmed: action=copyFilesToFolder")));
+        QTRY_VERIFY_WITH_TIMEOUT(QFile::exists(shared + u"/secret.txt"_qs), 10000);
+        QVERIFY(m_environment->logText().contains(u"link request confirmed: action=copyFilesToFolder"_qs));
     }
 
     void aLongActionHoldsUpNothing() {
-        const QString big = m_environment->root() + QStringLiteral("/big.bin"); // sparse: seconds to hash
+        const QString big = m_environment->root() + u"/big.bin"_qs; // sparse: seconds to hash
         QVERIFY(QFile::resize(m_environment->writeFile(big), qint64(16) << 30));
-        const QString folder = m_environment->makeFolder(QStringLiteral("home/Notes"));
+        const QString folder = m_environment->makeFolder(u"home/Notes"_qs);
         KestroHostProcess host;
         QVERIFY(host.start());
-        QCOMPARE(KestroProcess::run({kestroActionURL(QStringLiteral("copySHA256"), {big})}).exitCode, 0);
-        QCOMPARE(KestroProcess::run({kestroActionURL(QStringLiteral("createTextFile"), {}, folder)}).exitCode,
-                 0);
-        QTRY_VERIFY_WITH_TIMEOUT(QFile::exists(folder + QStringLiteral("/Untitled.txt")), 10000);
-        QVERIFY(!m_environment->logText().contains(QStringLiteral("action succeeded: copySHA256")));
+        QCOMPARE(KestroProcess::run({kestroActionURL(u"copySHA256"_qs, {big})}).exitCode, 0);
+        QCOMPARE(KestroProcess::run({kestroActionURL(u"createTextFile"_qs, {}, folder)}).exitCode, 0);
+        QTRY_VERIFY_WITH_TIMEOUT(QFile::exists(folder + u"/Untitled.txt"_qs), 10000);
+        QVERIFY(!m_environment->logText().contains(u"action succeeded: copySHA256"_qs));
     }
 
     void aFloodOfSilentConnectionsNeverStopsTheHost() {
@@ -246,8 +238,7 @@ private slots:
             }
         }
         std::atomic<bool> sent = false;
-        std::thread sender(
-            [&] { sent = SingleInstance::sendToRunningInstance({QStringLiteral("show")}, 8000); });
+        std::thread sender([&] { sent = SingleInstance::sendToRunningInstance({u"show"_qs}, 8000); });
         QTest::qWaitFor([&] { return messages.size() == 1; }, 10000);
         sender.join();
         QVERIFY(sent && messages.size() == 1);
@@ -262,13 +253,13 @@ private slots:
         // The planter listens there, hoping to read the user's requests.
         QLocalServer listener;
         listener.setSocketOptions(QLocalServer::WorldAccessOption);
-        QVERIFY(listener.listen(planted + QStringLiteral("/kestro.socket")));
-        const KestroProcess launch = KestroProcess::run(
-            {kestroActionURL(QStringLiteral("createFolder"), {}, m_environment->home())}, 20000);
+        QVERIFY(listener.listen(planted + u"/kestro.socket"_qs));
+        const KestroProcess launch =
+            KestroProcess::run({kestroActionURL(u"createFolder"_qs, {}, m_environment->home())}, 20000);
         QCOMPARE(launch.exitCode, 1);
         QVERIFY2(QString::fromUtf8(launch.standardError).contains(planted), launch.standardError.constData());
         QVERIFY(!listener.hasPendingConnections());
-        QVERIFY(!QFile::exists(m_environment->home() + QStringLiteral("/Untitled Folder")));
+        QVERIFY(!QFile::exists(m_environment->home() + u"/Untitled Folder"_qs));
         struct stat status {};
         QCOMPARE(::stat(QFile::encodeName(planted).constData(), &status), 0);
         QCOMPARE(status.st_mode & 07777, mode_t(0777)); // someone else's folder is never "fixed"
@@ -277,12 +268,12 @@ private slots:
     }
 
     void aPipeInPlaceOfTheLogBlocksNothing() {
-        const QString log = m_environment->kestroTmp() + QStringLiteral("/kestro-app-action.log");
+        const QString log = m_environment->kestroTmp() + u"/kestro-app-action.log"_qs;
         QCOMPARE(::mkfifo(QFile::encodeName(log).constData(), 0666), 0);
         const bool foreign = giveToAnotherAccount(log);
-        const QString folder = m_environment->makeFolder(QStringLiteral("home/Notes"));
-        QCOMPARE(perform(kestroActionURL(QStringLiteral("createTextFile"), {}, folder)).exitCode, 0);
-        QVERIFY(QFile::exists(folder + QStringLiteral("/Untitled.txt")));
+        const QString folder = m_environment->makeFolder(u"home/Notes"_qs);
+        QCOMPARE(perform(kestroActionURL(u"createTextFile"_qs, {}, folder)).exitCode, 0);
+        QVERIFY(QFile::exists(folder + u"/Untitled.txt"_qs));
         KestroHostProcess host;
         QVERIFY(host.start()); // ready although it logs at every step
         if (!foreign)
@@ -292,34 +283,30 @@ private slots:
     void desktopEntriesOpenTheWindowAndMarkLinks() {
         QProcess install;
         install.setProcessEnvironment(KestroProcess::environment());
-        install.start(qEnvironmentVariable("KESTRO_SOURCE_DIR") +
-                          QStringLiteral("/scripts/install-desktop-entries"),
+        install.start(qEnvironmentVariable("KESTRO_SOURCE_DIR") + u"/scripts/install-desktop-entries"_qs,
                       {KestroProcess::binary()});
         QVERIFY(install.waitForFinished(30000) && install.exitCode() == 0);
-        const QString data = m_environment->home() + QStringLiteral("/.local/share");
+        const QString data = m_environment->home() + u"/.local/share"_qs;
         const QString binary = QFileInfo(KestroProcess::binary()).canonicalFilePath();
-        const QString launcher =
-            QString::fromUtf8(readAll(data + QStringLiteral("/applications/kestro.desktop")));
-        QVERIFY2(launcher.contains("\nExec=" + binary + u'\n') &&
-                     launcher.contains(QStringLiteral("\nIcon=kestro\n")) &&
-                     !launcher.contains(QStringLiteral("NoDisplay")),
+        const QString launcher = QString::fromUtf8(readAll(data + u"/applications/kestro.desktop"_qs));
+        QVERIFY2(launcher.contains("\nExec=" + binary + u'\n') && launcher.contains(u"\nIcon=kestro\n"_qs) &&
+                     !launcher.contains(u"NoDisplay"_qs),
                  qPrintable(launcher));
         const QString handler =
-            QString::fromUtf8(readAll(data + QStringLiteral("/applications/kestro-url-handler.desktop")));
-        QVERIFY2(handler.contains("\nExec=" + binary + QStringLiteral(" --open-link %u\n")) &&
-                     handler.contains(QStringLiteral("\nNoDisplay=true\n")),
+            QString::fromUtf8(readAll(data + u"/applications/kestro-url-handler.desktop"_qs));
+        QVERIFY2(handler.contains("\nExec=" + binary + u" --open-link %u\n"_qs) &&
+                     handler.contains(u"\nNoDisplay=true\n"_qs),
                  qPrintable(handler));
         for (const char* entry : {"kestro.desktop", "kestro-url-handler.desktop"}) {
             QProcess validate;
-            validate.start(QStringLiteral("desktop-file-validate"),
-                           {data + QStringLiteral("/applications/") + entry});
+            validate.start(u"desktop-file-validate"_qs, {data + u"/applications/"_qs + entry});
             QVERIFY2(validate.waitForFinished(10000) && validate.exitCode() == 0 &&
                          validate.readAll().isEmpty(),
                      entry);
         }
-        QVERIFY(QFile::exists(data + QStringLiteral("/icons/hicolor/scalable/apps/kestro.svg")));
+        QVERIFY(QFile::exists(data + u"/icons/hicolor/scalable/apps/kestro.svg"_qs));
         for (int size : {16, 22, 24, 32, 48, 64, 128, 256})
-            QCOMPARE(QImage(data + QStringLiteral("/icons/hicolor/%1x%1/apps/kestro.png").arg(size)).size(),
+            QCOMPARE(QImage(data + u"/icons/hicolor/%1x%1/apps/kestro.png"_qs.arg(size)).size(),
                      QSize(size, size));
     }
 };

@@ -37,6 +37,8 @@
 #pragma pop_macro("signals")
 #include <sys/stat.h>
 
+using namespace Qt::Literals::StringLiterals;
+
 namespace {
 
 QStringList titles(const QList<KestroMenuItem>& items) {
@@ -91,12 +93,12 @@ KestroMenuInput everything() {
 
 // Names a user or an attacker would pick: blanks, both quotes, "$", ";", "&", "%", a newline, a leading
 // dash, non-Latin text.
-const QStringList awkwardNames = {QStringLiteral("with blank.txt"),
-                                  QStringLiteral("quote'single\"double.txt"),
-                                  QStringLiteral("dollar$HOME;semi&amp%F.txt"),
-                                  QStringLiteral("new\nline.txt"),
-                                  QStringLiteral("-rf"),
-                                  QStringLiteral("ünïcødé — 日本.txt")};
+const QStringList awkwardNames = {u"with blank.txt"_qs,
+                                  u"quote'single\"double.txt"_qs,
+                                  u"dollar$HOME;semi&amp%F.txt"_qs,
+                                  u"new\nline.txt"_qs,
+                                  u"-rf"_qs,
+                                  u"ünïcødé — 日本.txt"_qs};
 
 const QByteArray userActions =
     "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n"
@@ -118,9 +120,9 @@ const QByteArray userActions =
 
 QList<KestroMenuItem> sampleMenu() {
     KestroMenuInput input;
-    input.settings.featureOrder = {QStringLiteral("createFile"), QStringLiteral("imageTools")};
-    input.settings.enabledFeatureIDs = {QStringLiteral("createFile"), QStringLiteral("imageTools")};
-    input.settings.enabledChildIDs = {QStringLiteral("createTextFile"), QStringLiteral("resizeImages")};
+    input.settings.featureOrder = {u"createFile"_qs, u"imageTools"_qs};
+    input.settings.enabledFeatureIDs = {u"createFile"_qs, u"imageTools"_qs};
+    input.settings.enabledChildIDs = {u"createTextFile"_qs, u"resizeImages"_qs};
     input.settings.groupsFeaturesUnderKestro = true;
     return KestroMenuModel::build(input);
 }
@@ -152,7 +154,7 @@ class InstalledFileManagers {
 public:
     InstalledFileManagers(const TestEnvironment& environment, const QStringList& programs)
         : m_saved(qgetenv("PATH")) {
-        const QString folder = environment.makeFolder(QStringLiteral("bin"));
+        const QString folder = environment.makeFolder(u"bin"_qs);
         for (const QString& program : programs)
             writeRecorder(folder, program);
         qputenv("PATH", folder.toUtf8());
@@ -164,7 +166,7 @@ private:
 };
 
 QString handoffBinary() {
-    return QFileInfo(KestroProcess::binary()).absolutePath() + QStringLiteral("/kestro-handoff");
+    return QFileInfo(KestroProcess::binary()).absolutePath() + u"/kestro-handoff"_qs;
 }
 
 struct Handoff {
@@ -184,7 +186,7 @@ Handoff runHandoff(const QStringList& arguments, const QString& workingDirectory
 }
 
 QStringList queuedFiles() {
-    return QDir(KestroPaths::extensionQueueDirectory()).entryList({QStringLiteral("*.json")}, QDir::Files);
+    return QDir(KestroPaths::extensionQueueDirectory()).entryList({u"*.json"_qs}, QDir::Files);
 }
 
 KestroQueuedAction onlyQueuedAction() {
@@ -248,7 +250,7 @@ private slots:
             input.settings.groupsFeaturesUnderKestro = true;
             const QList<KestroMenuItem> grouped = KestroMenuModel::build(input);
             QCOMPARE(grouped.size(), 1);
-            QCOMPARE(grouped.at(0).title, QStringLiteral("Kestro"));
+            QCOMPARE(grouped.at(0).title, u"Kestro"_qs);
             QCOMPARE(grouped.at(0).children, plain);
         }
         KestroMenuInput empty;
@@ -278,12 +280,12 @@ private slots:
         QCOMPARE(titles(submenu("复制到")),
                  QStringList({"备份", "桌面", "复制到下载", "复制到文档", "在旁边创建副本"}));
         const KestroMenuItem copy = submenu("复制到").at(0);
-        QCOMPARE(copy.actionID, QStringLiteral("copyFilesToFolder"));
-        QCOMPARE(copy.id, QStringLiteral("copyFilesToFolder@d1"));
+        QCOMPARE(copy.actionID, u"copyFilesToFolder"_qs);
+        QCOMPARE(copy.id, u"copyFilesToFolder@d1"_qs);
         QCOMPARE(copy.destinationPath, std::optional<QString>("/srv/back up"));
         // Scripts only (no Shortcuts here); no view presets either, so that feature has nothing.
         QCOMPARE(titles(submenu("自定义动作")), QStringList{"我的脚本"});
-        QCOMPARE(submenu("自定义动作").at(0).actionID, QStringLiteral("runScript__s1"));
+        QCOMPARE(submenu("自定义动作").at(0).actionID, u"runScript__s1"_qs);
         QVERIFY(submenu("显示方式").isEmpty());
         // Flat, a destination says what it does; item ids stay unique throughout.
         input.settings.menuLayout = FinderMenuLayout::expanded;
@@ -292,7 +294,7 @@ private slots:
         for (const KestroMenuItem& item : flat) {
             ids.insert(item.id);
             if (item.actionID == QLatin1String("copyFilesToFolder"))
-                QCOMPARE(item.title, QStringLiteral("复制到 ") + (item.id.endsWith("d1") ? "备份" : "桌面"));
+                QCOMPARE(item.title, u"复制到 "_qs + (item.id.endsWith("d1") ? "备份" : "桌面"));
         }
         QCOMPARE(ids.size(), flat.size());
     }
@@ -319,9 +321,9 @@ private slots:
             return QStringLiteral(
                        "createTextFile createFolder quickOpenPath quickOpenDesktop copyFullPath "
                        "copyFilesToFolder copyFilesToDesktop openWithApplicationPath compressToZIP ") +
-                   kind + QStringLiteral(" openInTerminal revealInFinder runScript__s1");
+                   kind + u" openInTerminal revealInFinder runScript__s1"_qs;
         };
-        const QString any = QStringLiteral("renameAddPrefix scheduleDelete1Hour");
+        const QString any = u"renameAddPrefix scheduleDelete1Hour"_qs;
         QTest::newRow("a text file") << "dolphin" << QStringList{"/x/notes.txt"} << selected(any);
         QTest::newRow("images of every kind")
             << "dolphin" << QStringList{"/x/A.PNG", "/x/b.jpeg", "/x/IMG_1.HEIC", "/x/c.avif"}
@@ -376,21 +378,21 @@ private slots:
             QJsonDocument::fromJson(KestroMenuModel::toJson(KestroMenuModel::build(input))).object();
         QCOMPARE(root.value("version").toInt(), 1);
         const QJsonObject kestro = root.value("items").toArray().at(0).toObject();
-        QCOMPARE(kestro.value("title").toString(), QStringLiteral("Kestro"));
+        QCOMPARE(kestro.value("title").toString(), u"Kestro"_qs);
         const QJsonArray features = kestro.value("children").toArray();
         QCOMPARE(features.size(), 3);
         const auto first = [&](int feature) {
             return features.at(feature).toObject().value("children").toArray().at(0).toObject();
         };
-        QCOMPARE(first(1).value("actionID").toString(), QStringLiteral("createTextFile"));
+        QCOMPARE(first(1).value("actionID").toString(), u"createTextFile"_qs);
         QVERIFY(first(1).value("background").toBool() && first(1).value("suffixes").toArray().isEmpty());
         QVERIFY(!first(2).value("background").toBool());
         QVERIFY(first(2).value("suffixes").toArray().contains(".png"));
     }
     void thunarMergeKeepsTheUsersActionsByteForByte() {
         QString error;
-        const std::optional<QByteArray> merged = ThunarActions::merged(
-            userActions, sampleMenu(), QStringLiteral("/opt/kestro/kestro-handoff"), error);
+        const std::optional<QByteArray> merged =
+            ThunarActions::merged(userActions, sampleMenu(), u"/opt/kestro/kestro-handoff"_qs, error);
         QVERIFY2(merged, qPrintable(error));
         // The user's text is all there, in one piece, ahead of Kestro's actions.
         const QByteArray userPart = userActions.left(userActions.indexOf("</actions>"));
@@ -405,16 +407,14 @@ private slots:
         QVERIFY(!resizeAction.contains("<directories/>"));
 
         // Rewriting is stable, and taking Kestro's actions out gives the user's file back exactly.
-        QCOMPARE(
-            ThunarActions::merged(*merged, sampleMenu(), QStringLiteral("/opt/kestro/kestro-handoff"), error),
-            merged);
+        QCOMPARE(ThunarActions::merged(*merged, sampleMenu(), u"/opt/kestro/kestro-handoff"_qs, error),
+                 merged);
         QCOMPARE(ThunarActions::merged(*merged, {}, {}, error), std::optional<QByteArray>(userActions));
         QVERIFY(ThunarActions::containsKestroActions(*merged));
         QVERIFY(!ThunarActions::containsKestroActions(userActions));
 
         // A missing file becomes a fresh one that Thunar can read back.
-        const std::optional<QByteArray> fresh =
-            ThunarActions::merged({}, sampleMenu(), QStringLiteral("/h"), error);
+        const std::optional<QByteArray> fresh = ThunarActions::merged({}, sampleMenu(), u"/h"_qs, error);
         QVERIFY(fresh && fresh->startsWith("<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<actions>\n"));
     }
 
@@ -424,21 +424,19 @@ private slots:
                                          QByteArray("<menu></menu>"), QByteArray("not xml at all"),
                                          QByteArray("<?xml version=\"1.0\"?><actions>\xff\xfe</actions>")}) {
             error.clear();
-            QVERIFY2(!ThunarActions::merged(broken, sampleMenu(), QStringLiteral("/h"), error),
-                     broken.constData());
+            QVERIFY2(!ThunarActions::merged(broken, sampleMenu(), u"/h"_qs, error), broken.constData());
             QVERIFY(!error.isEmpty());
         }
 
         // Through the integration: the file stays as it was and the log says why.
         TestEnvironment environment;
-        InstalledFileManagers installed(environment, {QStringLiteral("thunar")});
+        InstalledFileManagers installed(environment, {u"thunar"_qs});
         const QString path = FileManagerIntegration::thunarActionsPath();
         const QByteArray broken = "<actions><action><name>mine, half typed";
         environment.writeFile(path, broken);
         FileManagerIntegration::refresh();
         QCOMPARE(readAll(path), broken);
-        QVERIFY(environment.logText().contains(
-            QStringLiteral("file manager integration: left %1 alone").arg(path)));
+        QVERIFY(environment.logText().contains(u"file manager integration: left %1 alone"_qs.arg(path)));
         QVERIFY(!FileManagerIntegration::isIntegrated(FileManagerIntegration::FileManager::thunar));
     }
 
@@ -448,13 +446,13 @@ private slots:
         TestEnvironment environment;
         // Plain local files: no GIO daemon is started on the test's session bus.
         qputenv("GIO_USE_VFS", "local");
-        const QString recorder = writeRecorder(environment.makeFolder(QStringLiteral("bin $x 'q' \"d\"")),
-                                               QStringLiteral("hand off"));
-        const QString record = environment.root() + QStringLiteral("/record");
+        const QString recorder =
+            writeRecorder(environment.makeFolder(u"bin $x 'q' \"d\""_qs), u"hand off"_qs);
+        const QString record = environment.root() + u"/record"_qs;
         qputenv("RECORD_TO", record.toUtf8());
-        const QString itemID = QStringLiteral("copyFilesToFolder@id with 'quotes' $and %percent");
+        const QString itemID = u"copyFilesToFolder@id with 'quotes' $and %percent"_qs;
         const QString exec = FileManagerCommands::desktopExec(
-            QStringList{recorder} + FileManagerCommands::handoffArguments(itemID), QStringLiteral("%F"));
+            QStringList{recorder} + FileManagerCommands::handoffArguments(itemID), u"%F"_qs);
         const QByteArray entry = "[Desktop Entry]\nType=Application\nName=t\nExec=" + exec.toUtf8() + "\n";
         GKeyFile* keyFile = g_key_file_new();
         QVERIFY(g_key_file_load_from_data(keyFile, entry.constData(), gsize(entry.size()), G_KEY_FILE_NONE,
@@ -464,13 +462,13 @@ private slots:
         GList* files = nullptr;
         QStringList paths;
         for (const QString& name : awkwardNames) {
-            paths.append(environment.writeFile(QStringLiteral("files/") + name));
+            paths.append(environment.writeFile(u"files/"_qs + name));
             files = g_list_append(files, g_file_new_for_path(QFile::encodeName(paths.last()).constData()));
         }
         GError* error = nullptr;
         QVERIFY(g_app_info_launch(G_APP_INFO(application), files, nullptr, &error));
         QTRY_VERIFY(QFileInfo::exists(record));
-        QTRY_COMPARE(recorded(record), QStringList({itemID, QStringLiteral("--")}) + paths);
+        QTRY_COMPARE(recorded(record), QStringList({itemID, u"--"_qs}) + paths);
         g_list_free_full(files, g_object_unref);
         g_object_unref(application);
         g_key_file_unref(keyFile);
@@ -481,21 +479,20 @@ private slots:
         // A newline in a name cannot start a key of its own, and Qt menus show "&" instead of taking it for
         // a shortcut mark.
         KestroMenuInput input;
-        input.settings.featureOrder = {QStringLiteral("copyFile")};
-        input.settings.enabledFeatureIDs = {QStringLiteral("copyFile")};
-        input.destinations[QStringLiteral("copy")] = {
-            {QStringLiteral("d"), QStringLiteral("A & B\nExec=rm -rf ~"), QStringLiteral("/srv/a")}};
+        input.settings.featureOrder = {u"copyFile"_qs};
+        input.settings.enabledFeatureIDs = {u"copyFile"_qs};
+        input.destinations[u"copy"_qs] = {{u"d"_qs, u"A & B\nExec=rm -rf ~"_qs, u"/srv/a"_qs}};
         const QList<KestroMenuItem> menu = KestroMenuModel::build(input);
         int named = 0;
         for (const FileManagerMenuFiles::GeneratedFile& file :
-             FileManagerMenuFiles::dolphinServiceMenus(menu, QStringLiteral("/h")) +
-                 FileManagerMenuFiles::pcmanfmActions(menu, QStringLiteral("/h"))) {
+             FileManagerMenuFiles::dolphinServiceMenus(menu, u"/h"_qs) +
+                 FileManagerMenuFiles::pcmanfmActions(menu, u"/h"_qs)) {
             for (const QMap<QString, QString>& keys : keyFileGroups(file.bytes)) {
-                if (keys.value("Name").startsWith(QStringLiteral("A "))) {
-                    QCOMPARE(keys.value("Name"), QStringLiteral("A && B\nExec=rm -rf ~"));
+                if (keys.value("Name").startsWith(u"A "_qs)) {
+                    QCOMPARE(keys.value("Name"), u"A && B\nExec=rm -rf ~"_qs);
                     ++named;
                 }
-                QVERIFY(!keys.value("Exec").contains(QStringLiteral("rm -rf")));
+                QVERIFY(!keys.value("Exec").contains(u"rm -rf"_qs));
             }
         }
         QVERIFY(named >= 2); // in both file managers' files
@@ -505,24 +502,24 @@ private slots:
         // Dolphin sorts a submenu's entries by action key as text, across files: the keys must sort in the
         // menu's order, twelve entries (past "9" and "10") included.
         KestroMenuInput input;
-        input.settings.featureOrder = {QStringLiteral("createFile")};
-        input.settings.enabledFeatureIDs = {QStringLiteral("createFile")};
+        input.settings.featureOrder = {u"createFile"_qs};
+        input.settings.enabledFeatureIDs = {u"createFile"_qs};
         input.settings.groupsFeaturesUnderKestro = true;
         const QStringList children = KestroFeature(KestroFeature::createFile).childIDs().mid(0, 12);
         input.settings.enabledChildIDs = QSet<QString>(children.begin(), children.end());
         const QList<KestroMenuItem> menu = KestroMenuModel::build(input);
         QMap<QString, QString> titleByKey;
         for (const FileManagerMenuFiles::GeneratedFile& file :
-             FileManagerMenuFiles::dolphinServiceMenus(menu, QStringLiteral("/h"))) {
+             FileManagerMenuFiles::dolphinServiceMenus(menu, u"/h"_qs)) {
             const auto groups = keyFileGroups(file.bytes);
-            QCOMPARE(groups.value("Desktop Entry").value("X-KDE-Submenu"), QStringLiteral("Kestro"));
+            QCOMPARE(groups.value("Desktop Entry").value("X-KDE-Submenu"), u"Kestro"_qs);
             for (const QString& key :
                  groups.value("Desktop Entry").value("Actions").split(u';', Qt::SkipEmptyParts))
                 titleByKey.insert(key, groups.value("Desktop Action " + key).value("Name"));
         }
         QStringList expected;
         for (const KestroMenuItem& item : KestroMenuModel::actions(menu))
-            expected.append(QStringLiteral("新建 › ") + item.title);
+            expected.append(u"新建 › "_qs + item.title);
         QCOMPARE(expected.size(), 12);
         // QMap orders its keys as text, as Dolphin does.
         QCOMPARE(titleByKey.values(), expected);
@@ -531,44 +528,41 @@ private slots:
     void thunarCommandsReachTheHandoffExactly() {
         // Thunar puts each path in shell quotes for %F and runs the line through sh -c.
         TestEnvironment environment;
-        const QString recorder =
-            writeRecorder(environment.makeFolder(QStringLiteral("it's $here")), QStringLiteral("h"));
-        const QString record = environment.root() + QStringLiteral("/record");
-        const QString itemID = QStringLiteral("runScript__a'b\"c$d;e&f");
+        const QString recorder = writeRecorder(environment.makeFolder(u"it's $here"_qs), u"h"_qs);
+        const QString record = environment.root() + u"/record"_qs;
+        const QString itemID = u"runScript__a'b\"c$d;e&f"_qs;
         QString command = FileManagerCommands::thunarCommand(
-            QStringList{recorder} + FileManagerCommands::handoffArguments(itemID), QStringLiteral("%F"));
+            QStringList{recorder} + FileManagerCommands::handoffArguments(itemID), u"%F"_qs);
         QStringList quotedPaths;
         for (const QString& name : awkwardNames) {
-            gchar* quoted = g_shell_quote(QFile::encodeName(QStringLiteral("/x/") + name).constData());
+            gchar* quoted = g_shell_quote(QFile::encodeName(u"/x/"_qs + name).constData());
             quotedPaths.append(QString::fromUtf8(quoted));
             g_free(quoted);
         }
-        command.replace(QStringLiteral("%F"), quotedPaths.join(QLatin1Char(' ')));
-        command.replace(QStringLiteral("%%"), QStringLiteral("%"));
+        command.replace(u"%F"_qs, quotedPaths.join(QLatin1Char(' ')));
+        command.replace(u"%%"_qs, u"%"_qs);
         QProcess shell;
         QProcessEnvironment shellEnvironment = QProcessEnvironment::systemEnvironment();
-        shellEnvironment.insert(QStringLiteral("RECORD_TO"), record);
+        shellEnvironment.insert(u"RECORD_TO"_qs, record);
         shell.setProcessEnvironment(shellEnvironment);
-        shell.start(QStringLiteral("/bin/sh"), {QStringLiteral("-c"), command});
+        shell.start(u"/bin/sh"_qs, {u"-c"_qs, command});
         QVERIFY(shell.waitForFinished());
-        QStringList expected{itemID, QStringLiteral("--")};
+        QStringList expected{itemID, u"--"_qs};
         for (const QString& name : awkwardNames)
-            expected.append(QStringLiteral("/x/") + name);
+            expected.append(u"/x/"_qs + name);
         QCOMPARE(recorded(record), expected);
     }
 
     void integrationWritesAndRemovesExactlyKestrosFiles() {
         TestEnvironment environment;
-        InstalledFileManagers installed(environment, {QStringLiteral("nautilus"), QStringLiteral("nemo"),
-                                                      QStringLiteral("dolphin"), QStringLiteral("thunar"),
-                                                      QStringLiteral("pcmanfm-qt")});
+        InstalledFileManagers installed(
+            environment, {u"nautilus"_qs, u"nemo"_qs, u"dolphin"_qs, u"thunar"_qs, u"pcmanfm-qt"_qs});
         // The user's own service menu, PCManFM-Qt action and Thunar actions.
-        const QString usersServiceMenu =
-            environment.writeFile(FileManagerIntegration::dolphinFolder() + QStringLiteral("/mine.desktop"),
-                                  "[Desktop Entry]\nType=Service\n");
-        const QString usersAction = environment.writeFile(
-            FileManagerIntegration::pcmanfmFolder() + QStringLiteral("/kestro-000.desktop"),
-            "[Desktop Entry]\nType=Action\nName=mine under a name Kestro might use\n");
+        const QString usersServiceMenu = environment.writeFile(
+            FileManagerIntegration::dolphinFolder() + u"/mine.desktop"_qs, "[Desktop Entry]\nType=Service\n");
+        const QString usersAction =
+            environment.writeFile(FileManagerIntegration::pcmanfmFolder() + u"/kestro-000.desktop"_qs,
+                                  "[Desktop Entry]\nType=Action\nName=mine under a name Kestro might use\n");
         environment.writeFile(FileManagerIntegration::thunarActionsPath(), userActions);
 
         FileManagerIntegration::install();
@@ -576,7 +570,7 @@ private slots:
             QVERIFY2(status.installed && status.integrated, qPrintable(status.name));
         QVERIFY(readAll(FileManagerIntegration::iconPath()).contains("<svg"));
         const QStringList serviceMenus =
-            QDir(FileManagerIntegration::dolphinFolder()).entryList({QStringLiteral("kestro-*.desktop")});
+            QDir(FileManagerIntegration::dolphinFolder()).entryList({u"kestro-*.desktop"_qs});
         QVERIFY(!serviceMenus.isEmpty());
         for (const QString& name : serviceMenus) {
             const QFileInfo info(FileManagerIntegration::dolphinFolder() + QLatin1Char('/') + name);
@@ -608,8 +602,7 @@ private slots:
         FileManagerIntegration::uninstall();
         for (const FileManagerIntegration::Status& status : FileManagerIntegration::status())
             QVERIFY2(!status.integrated, qPrintable(status.name));
-        QVERIFY(
-            QDir(FileManagerIntegration::dolphinFolder()).entryList({QStringLiteral("kestro-*")}).isEmpty());
+        QVERIFY(QDir(FileManagerIntegration::dolphinFolder()).entryList({u"kestro-*"_qs}).isEmpty());
         QCOMPARE(readAll(usersServiceMenu), QByteArray("[Desktop Entry]\nType=Service\n"));
         QVERIFY(QFileInfo::exists(usersAction));
         QCOMPARE(readAll(FileManagerIntegration::thunarActionsPath()), userActions);
@@ -627,7 +620,7 @@ private slots:
 
     void onlyInstalledFileManagersGetFiles() {
         TestEnvironment environment;
-        InstalledFileManagers installed(environment, {QStringLiteral("thunar")});
+        InstalledFileManagers installed(environment, {u"thunar"_qs});
         FileManagerIntegration::refresh();
         QVERIFY(QFileInfo::exists(FileManagerIntegration::thunarActionsPath()));
         QVERIFY(QFileInfo::exists(FileManagerIntegration::menuDescriptionPath()));
@@ -647,41 +640,37 @@ private slots:
         QVERIFY(host.listen());
         QStringList paths;
         for (const QString& name : awkwardNames)
-            paths.append(environment.writeFile(QStringLiteral("files/") + name));
+            paths.append(environment.writeFile(u"files/"_qs + name));
 
-        Handoff handoff =
-            runHandoff(QStringList{QStringLiteral("copyFullPath"), QStringLiteral("--")} + paths);
+        Handoff handoff = runHandoff(QStringList{u"copyFullPath"_qs, u"--"_qs} + paths);
         QCOMPARE(handoff.exitCode, 0);
         KestroQueuedAction action = onlyQueuedAction();
-        QCOMPARE(action.actionID, QStringLiteral("copyFullPath"));
+        QCOMPARE(action.actionID, u"copyFullPath"_qs);
         QCOMPARE(action.selectedURLs, paths);
         QVERIFY(!action.targetedURL);
 
         // The background: nothing selected, the folder is the target.
-        handoff = runHandoff({QStringLiteral("--folder"), QStringLiteral("createTextFile"),
-                              QStringLiteral("--"), environment.root() + QStringLiteral("/files")});
+        handoff =
+            runHandoff({u"--folder"_qs, u"createTextFile"_qs, u"--"_qs, environment.root() + u"/files"_qs});
         QCOMPARE(handoff.exitCode, 0);
         action = onlyQueuedAction();
         QVERIFY(action.selectedURLs.isEmpty());
-        QCOMPARE(action.targetedURL, std::optional<QString>(environment.root() + QStringLiteral("/files")));
+        QCOMPARE(action.targetedURL, std::optional<QString>(environment.root() + u"/files"_qs));
 
         // A destination comes from the menu Kestro wrote, not from the command line.
         QVERIFY(readAll(FileManagerIntegration::menuDescriptionPath()).contains("\"copyFilesToFolder@"));
         KestroMenuInput input = KestroMenuInput::saved();
-        const CustomDestination destination = input.destinations.value(QStringLiteral("copy")).first();
-        handoff = runHandoff(
-            {QStringLiteral("copyFilesToFolder@") + destination.id, QStringLiteral("--"), paths.first()});
+        const CustomDestination destination = input.destinations.value(u"copy"_qs).first();
+        handoff = runHandoff({u"copyFilesToFolder@"_qs + destination.id, u"--"_qs, paths.first()});
         QCOMPARE(handoff.exitCode, 0);
         action = onlyQueuedAction();
-        QCOMPARE(action.actionID, QStringLiteral("copyFilesToFolder"));
+        QCOMPARE(action.actionID, u"copyFilesToFolder"_qs);
         QCOMPARE(action.destinationURL, std::optional<QString>(destination.path));
 
         // A relative path is taken from where the file manager ran the command.
-        handoff = runHandoff({QStringLiteral("copyFileName"), QStringLiteral("--"), QStringLiteral("-rf")},
-                             environment.root() + QStringLiteral("/files"));
+        handoff = runHandoff({u"copyFileName"_qs, u"--"_qs, u"-rf"_qs}, environment.root() + u"/files"_qs);
         QCOMPARE(handoff.exitCode, 0);
-        QCOMPARE(onlyQueuedAction().selectedURLs,
-                 QStringList{environment.root() + QStringLiteral("/files/-rf")});
+        QCOMPARE(onlyQueuedAction().selectedURLs, QStringList{environment.root() + u"/files/-rf"_qs});
     }
 
     // Each refusal reaches the user as the host's failure notice, queued as a request that runs nothing; a
@@ -720,9 +709,9 @@ private slots:
         FileManagerIntegration::refresh();
         SingleInstance host;
         QVERIFY(host.listen());
-        const QString file = environment.writeFile(QStringLiteral("a.txt"));
-        const QString folder = environment.makeFolder(QStringLiteral("in view"));
-        const QString elsewhere = environment.makeFolder(QStringLiteral("elsewhere"));
+        const QString file = environment.writeFile(u"a.txt"_qs);
+        const QString folder = environment.makeFolder(u"in view"_qs);
+        const QString elsewhere = environment.makeFolder(u"elsewhere"_qs);
         const QString queue = KestroPaths::extensionQueueDirectory();
         if (plant == QLatin1String("description 0666"))
             QCOMPARE(
@@ -741,14 +730,12 @@ private slots:
         // Through a shell, so that a path can hold bytes that are no UTF-8.
         QStringList words;
         for (const QString& argument : arguments)
-            words.append(argument == QLatin1String("FILE")     ? "'" + file + "'"
-                         : argument == QLatin1String("FOLDER") ? "'" + folder + "'"
-                         : argument == QLatin1String("NOT-UTF-8")
-                             ? QStringLiteral("\"$(printf '/tmp/a\\377')\"")
-                             : argument);
+            words.append(argument == QLatin1String("FILE")        ? "'" + file + "'"
+                         : argument == QLatin1String("FOLDER")    ? "'" + folder + "'"
+                         : argument == QLatin1String("NOT-UTF-8") ? u"\"$(printf '/tmp/a\\377')\""_qs
+                                                                  : argument);
         QProcess handoff;
-        handoff.start(QStringLiteral("/bin/sh"),
-                      {QStringLiteral("-c"), "exec \"$0\" " + words.join(u' '), handoffBinary()});
+        handoff.start(u"/bin/sh"_qs, {u"-c"_qs, "exec \"$0\" " + words.join(u' '), handoffBinary()});
         QVERIFY(handoff.waitForFinished(10000));
         QCOMPARE(handoff.exitCode(), status);
         QVERIFY(QString::fromUtf8(handoff.readAllStandardError()).contains(said));
@@ -758,9 +745,8 @@ private slots:
             QVERIFY(onlyQueuedAction().handoffError.value_or(QString()).contains(said));
         QVERIFY(QDir(elsewhere).isEmpty() && QFileInfo::exists(folder) && readAll(file).isEmpty());
         if (arguments.constFirst() == QLatin1String("removeEverything"))
-            QVERIFY(
-                (environment.logText() + readAll(KestroPaths::privateLogPath()))
-                    .contains(QStringLiteral("file manager hand-off failed: no menu item removeEverything")));
+            QVERIFY((environment.logText() + readAll(KestroPaths::privateLogPath()))
+                        .contains(u"file manager hand-off failed: no menu item removeEverything"_qs));
     }
 
     void handoffTellsTheRunningHost() {
@@ -770,10 +756,9 @@ private slots:
         QVERIFY(host.listen());
         QSignalSpy messages(&host, &SingleInstance::messageReceived);
         QProcess handoff;
-        handoff.start(handoffBinary(), {QStringLiteral("copyFileName"), QStringLiteral("--"),
-                                        environment.writeFile(QStringLiteral("a.txt"))});
+        handoff.start(handoffBinary(), {u"copyFileName"_qs, u"--"_qs, environment.writeFile(u"a.txt"_qs)});
         QTRY_COMPARE(messages.size(), 1);
-        QCOMPARE(messages.first().first().toStringList(), QStringList{QStringLiteral("drain")});
+        QCOMPARE(messages.first().first().toStringList(), QStringList{u"drain"_qs});
         QTRY_COMPARE(handoff.state(), QProcess::NotRunning);
         QCOMPARE(handoff.exitCode(), 0);
         QCOMPARE(queuedFiles().size(), 1);
@@ -781,16 +766,16 @@ private slots:
 
     void preferencesShowEachFileManagerAndReintegrate() {
         TestEnvironment environment;
-        InstalledFileManagers installed(environment, {QStringLiteral("dolphin"), QStringLiteral("thunar")});
+        InstalledFileManagers installed(environment, {u"dolphin"_qs, u"thunar"_qs});
         FileManagerIntegration::uninstall();
         FileManagerIntegrationSection section;
         section.resize(600, 400);
         section.show();
         QVERIFY(QTest::qWaitForWindowExposed(&section));
         // GNOME Files, Nemo, Dolphin, Thunar, PCManFM-Qt.
-        const QString missing = QStringLiteral("未安装");
-        const QString found = QStringLiteral("已找到，未集成");
-        const QString integrated = QStringLiteral("已集成");
+        const QString missing = u"未安装"_qs;
+        const QString found = u"已找到，未集成"_qs;
+        const QString integrated = u"已集成"_qs;
         QCOMPARE(section.statusTexts(), (QStringList{missing, missing, found, found, missing}));
         QTest::mouseClick(section.reintegrateButton(), Qt::LeftButton);
         QCOMPARE(section.statusTexts(), (QStringList{missing, missing, integrated, integrated, missing}));
@@ -800,14 +785,14 @@ private slots:
         // The page follows what others do meanwhile: "kestro --uninstall-integration", a new file manager.
         FileManagerIntegration::uninstall();
         QTRY_COMPARE(section.statusTexts(), (QStringList{missing, missing, found, found, missing}));
-        writeRecorder(QFileInfo(QStandardPaths::findExecutable(QStringLiteral("dolphin"))).absolutePath(),
-                      QStringLiteral("pcmanfm-qt"));
+        writeRecorder(QFileInfo(QStandardPaths::findExecutable(u"dolphin"_qs)).absolutePath(),
+                      u"pcmanfm-qt"_qs);
         QTRY_COMPARE(section.statusTexts(), (QStringList{missing, missing, found, found, found}));
     }
 
     void hostRewritesTheMenusAtEverySettingsChange() {
         TestEnvironment environment;
-        InstalledFileManagers installed(environment, {QStringLiteral("dolphin")});
+        InstalledFileManagers installed(environment, {u"dolphin"_qs});
         KestroHost host(true);
         const auto description = [] {
             return readAll(FileManagerIntegration::menuDescriptionPath());
@@ -819,14 +804,14 @@ private slots:
         QVERIFY(written.wait(10000));
         QVERIFY(description().contains("\"createTextFile\""));
         const QByteArray serviceMenusBefore =
-            readAll(FileManagerIntegration::dolphinFolder() + QStringLiteral("/kestro-000.desktop"));
+            readAll(FileManagerIntegration::dolphinFolder() + u"/kestro-000.desktop"_qs);
         QVERIFY(!serviceMenusBefore.isEmpty());
 
         host.featureSettings().setEnabled(false, KestroFeature::createFile);
         QVERIFY(!description().contains("\"createTextFile\""));
         host.featureSettings().setGroupsFeaturesUnderKestro(true);
         QVERIFY(description().contains("\"title\": \"Kestro\""));
-        QVERIFY(readAll(FileManagerIntegration::dolphinFolder() + QStringLiteral("/kestro-000.desktop"))
+        QVERIFY(readAll(FileManagerIntegration::dolphinFolder() + u"/kestro-000.desktop"_qs)
                     .contains("X-KDE-Submenu=Kestro\n"));
     }
 };

@@ -20,11 +20,13 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+using namespace Qt::Literals::StringLiterals;
+
 namespace {
 QByteArray request(const QString& actionID, const QStringList& paths, const QString& extra = {}) {
     QStringList quoted;
     for (const QString& path : paths)
-        quoted.append(QStringLiteral("\"%1\"").arg(path));
+        quoted.append(u"\"%1\""_qs.arg(path));
     return QStringLiteral(R"({"actionID":"%1","selectedPaths":[%2]%3})")
         .arg(actionID, quoted.join(u','), extra)
         .toUtf8();
@@ -64,11 +66,11 @@ private slots:
             "{\"actionID\":\"copyFilesToFolder\",\"selectedPaths\":[\"/a b/\\\"q\\\".txt\",\"/ü/日本\\n名\"],"
             R"("targetedPath":"/a b","destinationPath":"/dest/folder/","presetID":"P1","other":3})");
         QVERIFY(full);
-        QCOMPARE(full->actionID, QStringLiteral("copyFilesToFolder"));
+        QCOMPARE(full->actionID, u"copyFilesToFolder"_qs);
         QCOMPARE(full->selectedURLs, QStringList({"/a b/\"q\".txt", "/ü/日本\n名"}));
-        QCOMPARE(full->targetedURL, QStringLiteral("/a b"));
-        QCOMPARE(full->destinationURL, QStringLiteral("/dest/folder")); // a folder's path, without the slash
-        QCOMPARE(full->presetID, QStringLiteral("P1"));
+        QCOMPARE(full->targetedURL, u"/a b"_qs);
+        QCOMPARE(full->destinationURL, u"/dest/folder"_qs); // a folder's path, without the slash
+        QCOMPARE(full->presetID, u"P1"_qs);
         const std::optional<KestroQueuedAction> plain = KestroQueuedAction::decode(
             R"({"actionID":"x","selectedPaths":[],"targetedPath":7,"destinationPath":["/d"],"presetID":null})");
         QVERIFY(plain && plain->selectedURLs.isEmpty());
@@ -96,7 +98,7 @@ private slots:
                       R"(,"targetedPath":"/x","destinationPath":"/d/","presetID":"p")"));
         KestroQueueDrain drain([](const KestroQueuedAction& action) {
             if (action.actionID == QLatin1String("failing"))
-                throw PlatformError(QStringLiteral("磁盘已满"));
+                throw PlatformError(u"磁盘已满"_qs);
         });
         RecordingDrain recording;
         const KestroQueueDrain::Summary summary = recording.drain.run();
@@ -120,12 +122,10 @@ private slots:
         queue(extension() + "/d.json", request("completed", {}));
         QCOMPARE(drain.run().failed, 1);
         const QString log = m_environment->logText();
-        const qsizetype failed =
-            log.indexOf(QStringLiteral("] app delegate queued action failed: %1/c.json error=磁盘已满\n")
-                            .arg(extension()));
-        QVERIFY(failed > 0 &&
-                log.indexOf(QStringLiteral("] suppressed queued action error alert: 磁盘已满\n")) > failed);
-        QCOMPARE(log.count(QStringLiteral("] app delegate queued action succeeded: completed\n")), 9);
+        const qsizetype failed = log.indexOf(
+            u"] app delegate queued action failed: %1/c.json error=磁盘已满\n"_qs.arg(extension()));
+        QVERIFY(failed > 0 && log.indexOf(u"] suppressed queued action error alert: 磁盘已满\n"_qs) > failed);
+        QCOMPARE(log.count(u"] app delegate queued action succeeded: completed\n"_qs), 9);
     }
 
     void whatIsNoRequestIsSetAsideOnceOrRemoved() {
@@ -151,9 +151,9 @@ private slots:
         const QList<std::pair<QString, QByteArray>> bad = {
             {"1-empty.json", QByteArray()},
             {"2-no-paths.json", R"({"actionID":"completed"})"},
-            {"3-huge.json", request("completed", {"/huge"},
-                                    QStringLiteral(",\"pad\":\"%1\"")
-                                        .arg(QString(int(KestroQueueDrain::maximumFileSize), 'x')))},
+            {"3-huge.json",
+             request("completed", {"/huge"},
+                     u",\"pad\":\"%1\""_qs.arg(QString(int(KestroQueueDrain::maximumFileSize), 'x')))},
             {"4-latin1.json", QByteArray("{\"actionID\":\"completed\",\"selectedPaths\":[\"/caf\xe9\"]}")}};
         for (const auto& [name, bytes] : bad)
             queue(extension() + "/" + name, bytes);
@@ -170,18 +170,16 @@ private slots:
         QStringList expected{".json"};
         for (const char* name : {"folder.json", "left.processing", "link.json", "linked.json", "note.txt",
                                  "upper.JSON", "writable.json"})
-            expected.append(QStringLiteral(".kestro-set-aside-") + name);
+            expected.append(u".kestro-set-aside-"_qs + name);
         expected.append("being written.part");
         QCOMPARE(namesIn(extension()), expected);
         QCOMPARE(readAll(extension() + "/.kestro-set-aside-note.txt"), QByteArray("keep me"));
         QVERIFY(QFileInfo::exists(m_environment->root() + "/secret.json"));
-        QVERIFY(logged(
-            QStringLiteral("set aside: %1/linked.json reason=has 2 names (renamed)").arg(extension())));
-        QVERIFY(logged(QStringLiteral("] queue entry set aside: %1/link.json reason=not a regular file")
-                           .arg(extension())));
+        QVERIFY(logged(u"set aside: %1/linked.json reason=has 2 names (renamed)"_qs.arg(extension())));
+        QVERIFY(
+            logged(u"] queue entry set aside: %1/link.json reason=not a regular file"_qs.arg(extension())));
         for (const auto& [name, bytes] : bad)
-            QVERIFY2(logged(QStringLiteral("] queued action invalid: %1/%2\n").arg(extension(), name)),
-                     qPrintable(name));
+            QVERIFY2(logged(u"] queued action invalid: %1/%2\n"_qs.arg(extension(), name)), qPrintable(name));
         // Later passes pass over them in silence.
         const QString log = m_environment->logText();
         recording.drain.run();
@@ -191,7 +189,7 @@ private slots:
 
     void aFileTakenAwayAfterTheListingIsSkipped() {
         for (const char* name : {"1", "2", "3"})
-            queue(extension() + "/" + name + ".json", request("completed", {QStringLiteral("/") + name}));
+            queue(extension() + "/" + name + ".json", request("completed", {u"/"_qs + name}));
         QStringList ran;
         KestroQueueDrain drain([&](const KestroQueuedAction& action) {
             ran.append(action.selectedURLs.value(0));
@@ -199,8 +197,8 @@ private slots:
         });
         drain.run();
         QCOMPARE(ran, QStringList({"/1", "/3"}));
-        QVERIFY(logged(QStringLiteral("] queue claim skipped: %1/2.json error=No such file or directory\n")
-                           .arg(extension())));
+        QVERIFY(logged(
+            u"] queue claim skipped: %1/2.json error=No such file or directory\n"_qs.arg(extension())));
     }
 
     void foldersThatAreNotTheUsersAloneAreSkipped() {
@@ -215,15 +213,14 @@ private slots:
         QVERIFY(QDir(shared()).removeRecursively());
         queue(extension() + "/ok.json", request("completed", {"/ok"}));
         // Somebody else's folder behind a link in the shared temporary root.
-        const QString planted = m_environment->makeFolder(QStringLiteral("planted"));
+        const QString planted = m_environment->makeFolder(u"planted"_qs);
         queue(planted + "/evil.json", request("completed", {"/evil"}));
         QVERIFY(QFile::link(planted, shared()));
         QCOMPARE(recording.drain.run().skippedFolders, 1);
         QCOMPARE(recording.firstPaths, QStringList({"/ok"}));
         QCOMPARE(namesIn(planted), QStringList({"evil.json"}));
         const QString linkLine =
-            QStringLiteral("] queue drain skipped: %1 error=the queue folder is a symbolic link\n")
-                .arg(shared());
+            u"] queue drain skipped: %1 error=the queue folder is a symbolic link\n"_qs.arg(shared());
         recording.drain.run();
         QCOMPARE(m_environment->logText().count(linkLine), 1); // logged once, not on every pass
         // A folder others can write to.
@@ -259,8 +256,7 @@ private slots:
         queue(extension() + "/b.json", request("noSuchAction", {"/b"}));
         QCOMPARE(KestroQueuedActionRunner::drainOnce(), 1);
         QVERIFY(namesIn(extension()).isEmpty());
-        QVERIFY(
-            logged(QStringLiteral("] app delegate queued action failed: %1/b.json error=").arg(extension())));
+        QVERIFY(logged(u"] app delegate queued action failed: %1/b.json error="_qs.arg(extension())));
     }
 
     void theRunnerWorksOnItsOwnThreadAndGathersRequestsForAPass() {
@@ -324,13 +320,12 @@ private slots:
         QTRY_COMPARE(passes.load(), 1);
         queue(extension() + "/n.json", request("completed", {"/n"}));
         // Announced from another connection, as the file-manager side would.
-        QDBusConnection other =
-            QDBusConnection::connectToBus(QDBusConnection::SessionBus, QStringLiteral("announcer"));
+        QDBusConnection other = QDBusConnection::connectToBus(QDBusConnection::SessionBus, u"announcer"_qs);
         QVERIFY(other.send(
             QDBusMessage::createSignal("/app/tandry/Kestro", "app.tandry.Kestro", "ActionQueued")));
         QTRY_COMPARE(handled.load(), 1);
         runner.stop();
-        QDBusConnection::disconnectFromBus(QStringLiteral("announcer"));
+        QDBusConnection::disconnectFromBus(u"announcer"_qs);
     }
 
     void stopLetsTheRunningActionFinishAndClaimsNoMore() {
@@ -361,7 +356,7 @@ private slots:
             // Half in each folder, so both folders are raced over.
             const QString folder = index % 2 ? shared : extension;
             m_environment->writeFile(
-                QStringLiteral("%1/%2.json").arg(folder).arg(index, 4, 10, QLatin1Char('0')),
+                u"%1/%2.json"_qs.arg(folder).arg(index, 4, 10, QLatin1Char('0')),
                 QStringLiteral(R"({"actionID":"completed","selectedPaths":["/item %1"]})")
                     .arg(index)
                     .toUtf8());
@@ -391,12 +386,11 @@ private slots:
         QCOMPARE(runs.size(), count);
         for (auto it = runs.cbegin(); it != runs.cend(); ++it)
             QVERIFY2(it.value() == 1, qPrintable(it.key()));
-        QCOMPARE(log.count(QStringLiteral("] app delegate queued action succeeded: completed\n")), count);
+        QCOMPARE(log.count(u"] app delegate queued action succeeded: completed\n"_qs), count);
         QVERIFY(QDir(shared).isEmpty(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot));
         QVERIFY(QDir(extension).isEmpty(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot));
         // How the work was shared depends on timing; whoever lost a race logged the claim it skipped.
-        qInfo() << "claims lost to the other process:"
-                << log.count(QStringLiteral("] queue claim skipped: "));
+        qInfo() << "claims lost to the other process:" << log.count(u"] queue claim skipped: "_qs);
     }
 };
 

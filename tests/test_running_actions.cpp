@@ -43,6 +43,8 @@
 #include <QTest>
 #include <QtTest>
 
+using namespace Qt::Literals::StringLiterals;
+
 namespace {
 
 // What a notification service on the session bus is told: a stand-in that answers like one.
@@ -55,8 +57,7 @@ public:
 public slots:
     quint32 Notify(const QString& application, quint32 replaces, const QString& icon, const QString& summary,
                    const QString& body, const QStringList&, const QVariantMap& hints, qint32) {
-        calls.append(
-            {application, replaces, icon, summary, body, hints.value(QStringLiteral("desktop-entry"))});
+        calls.append({application, replaces, icon, summary, body, hints.value(u"desktop-entry"_qs)});
         return replaces != 0 ? replaces : quint32(40 + calls.size());
     }
 };
@@ -72,8 +73,8 @@ void writeQueueFile(const QString& name, const QByteArray& json) {
 
 // A folder holding one file that takes seconds to pack.
 QString bigFolder(const TestEnvironment& environment) {
-    const QString folder = environment.makeFolder(QStringLiteral("大 folder 'to pack'"));
-    if (!writeRandomFile(folder + QStringLiteral("/data.bin"), 160))
+    const QString folder = environment.makeFolder(u"大 folder 'to pack'"_qs);
+    if (!writeRandomFile(folder + u"/data.bin"_qs, 160))
         return {};
     return folder;
 }
@@ -88,19 +89,19 @@ quint64 firstMovingAction(const RunningActions& board) {
 }
 
 QWidget* rowOf(const ActionProgressWindow& window, const QString& title) {
-    for (QWidget* row : window.findChildren<QWidget*>(QStringLiteral("actionRow"))) {
-        if (row->findChild<QLabel*>(QStringLiteral("titleLabel"))->text() == title)
+    for (QWidget* row : window.findChildren<QWidget*>(u"actionRow"_qs)) {
+        if (row->findChild<QLabel*>(u"titleLabel"_qs)->text() == title)
             return row;
     }
     return nullptr;
 }
 
 QString detailOf(QWidget* row) {
-    return row->findChild<QLabel*>(QStringLiteral("detailLabel"))->text();
+    return row->findChild<QLabel*>(u"detailLabel"_qs)->text();
 }
 
 void clickCancel(QWidget* row) {
-    Modal::click(row->findChild<QPushButton*>(QStringLiteral("cancelButton")));
+    Modal::click(row->findChild<QPushButton*>(u"cancelButton"_qs));
 }
 
 } // namespace
@@ -110,7 +111,7 @@ class TestRunningActions : public QObject {
 
     QList<FakeDesktopNotifications::Notice>& shown() { return FakePlatform::desktopNotifications().shown; }
     bool fail(const QString& actionID) {
-        return FinderSelectionModel().handleIncomingURL(kestroActionURL(actionID, {QStringLiteral("/")}));
+        return FinderSelectionModel().handleIncomingURL(kestroActionURL(actionID, {u"/"_qs}));
     }
 
 private slots:
@@ -127,9 +128,9 @@ private slots:
         QElapsedTimer burstTime;
         std::thread action([&] {
             board.track([&] {
-                ActionProgressFeed feed(QStringLiteral("计算 SHA-256"));
+                ActionProgressFeed feed(u"计算 SHA-256"_qs);
                 feed.state().bytesTotal = burst;
-                feed.state().currentItem = QStringLiteral("/data/first.iso");
+                feed.state().currentItem = u"/data/first.iso"_qs;
                 feed.report();
                 // An action that then works for long without a word: its last report must still show.
                 stalled.release();
@@ -145,8 +146,8 @@ private slots:
         });
         stalled.acquire();
         QTRY_COMPARE(board.actions().size(), 1);
-        QTRY_COMPARE(board.actions().constFirst().state.currentItem, QStringLiteral("/data/first.iso"));
-        QCOMPARE(board.actions().constFirst().title, QStringLiteral("计算 SHA-256"));
+        QTRY_COMPARE(board.actions().constFirst().state.currentItem, u"/data/first.iso"_qs);
+        QCOMPARE(board.actions().constFirst().title, u"计算 SHA-256"_qs);
         QCOMPARE(board.actions().constFirst().state.percent(), 0);
 
         const qsizetype before = changes.size();
@@ -155,10 +156,10 @@ private slots:
         const qint64 burstMilliseconds = burstTime.elapsed();
         QTRY_COMPARE(board.actions().constFirst().state.bytesDone, qint64(burst - 1));
         // One update per collection at most, not one per report.
-        QVERIFY2(changes.size() - before <= burstMilliseconds / RunningActions::updateInterval.count() + 3,
-                 qPrintable(QStringLiteral("%1 updates for a burst of %2 ms")
-                                .arg(changes.size() - before)
-                                .arg(burstMilliseconds)));
+        QVERIFY2(
+            changes.size() - before <= burstMilliseconds / RunningActions::updateInterval.count() + 3,
+            qPrintable(
+                u"%1 updates for a burst of %2 ms"_qs.arg(changes.size() - before).arg(burstMilliseconds)));
         goOn.release();
         action.join();
         QTRY_VERIFY(board.actions().isEmpty());
@@ -171,12 +172,12 @@ private slots:
         std::thread action([&] {
             board.track([] { /* a quick action that reports nothing */ });
             board.track([&] {
-                ActionProgressFeed outer(QStringLiteral("复制"));
+                ActionProgressFeed outer(u"复制"_qs);
                 outer.state().itemsTotal = 4;
                 outer.state().itemsDone = 1;
                 outer.report();
                 {
-                    ActionProgressFeed inner(QStringLiteral("校验"));
+                    ActionProgressFeed inner(u"校验"_qs);
                     inner.state().itemsTotal = 1;
                     inner.state().itemsDone = 1;
                     inner.report();
@@ -189,7 +190,7 @@ private slots:
         QTRY_COMPARE(board.actions().size(), 1);
         QTest::qWait(int(RunningActions::updateInterval.count()) * 2);
         QCOMPARE(started.size(), 1);
-        QCOMPARE(board.actions().constFirst().title, QStringLiteral("复制"));
+        QCOMPARE(board.actions().constFirst().title, u"复制"_qs);
         QCOMPARE(board.actions().constFirst().state.itemsTotal, qint64(4));
         QCOMPARE(board.actions().constFirst().state.percent(), 25);
         goOn.release();
@@ -200,7 +201,7 @@ private slots:
         std::thread failing([&] {
             try {
                 board.track([] {
-                    ActionProgressFeed feed(QStringLiteral("解压"));
+                    ActionProgressFeed feed(u"解压"_qs);
                     throw std::runtime_error("broken archive");
                 });
             } catch (const std::runtime_error&) {
@@ -213,12 +214,12 @@ private slots:
 
     void cancelStopsAtTheNextBoundaryAndOthersGoOn() {
         RunningActions board;
-        SteppedAction first(board, QStringLiteral("复制"), 10);
-        SteppedAction second(board, QStringLiteral("移动"), 3);
+        SteppedAction first(board, u"复制"_qs, 10);
+        SteppedAction second(board, u"移动"_qs, 3);
         first.step(2);
         QTRY_COMPARE(board.actions().size(), 2);
         // The two threads started in either order.
-        const quint64 firstID = board.actions().constFirst().title == QStringLiteral("复制")
+        const quint64 firstID = board.actions().constFirst().title == u"复制"_qs
                                     ? board.actions().constFirst().id
                                     : board.actions().constLast().id;
         QTRY_COMPARE(board.find(firstID)->state.itemsDone, qint64(2));
@@ -249,7 +250,7 @@ private slots:
         const QByteArray request =
             QJsonDocument(QJsonObject{{"actionID", "compressToZIP"}, {"selectedPaths", QJsonArray{folder}}})
                 .toJson();
-        environment.writeFile(KestroPaths::sharedQueueDirectory() + QStringLiteral("/request.json"), request);
+        environment.writeFile(KestroPaths::sharedQueueDirectory() + u"/request.json"_qs, request);
 
         RunningActions board;
         KestroQueueDrain drain;
@@ -269,8 +270,8 @@ private slots:
         QCOMPARE(namesIn(parent), before);
         QVERIFY(QDir(KestroPaths::sharedQueueDirectory()).isEmpty());
         const QString log = environment.logText();
-        QVERIFY(log.contains(QStringLiteral("app delegate queued action cancelled: ")));
-        QVERIFY(!log.contains(QStringLiteral("app delegate queued action failed: ")));
+        QVERIFY(log.contains(u"app delegate queued action cancelled: "_qs));
+        QVERIFY(!log.contains(u"app delegate queued action failed: "_qs));
         QTest::qWait(int(FailureNotifier::gatherTime.count()) + 300);
         QCOMPARE(FakePlatform::desktopNotifications().shown.size(), 0);
     }
@@ -280,21 +281,21 @@ private slots:
         ActionProgressWindow window(board);
         window.present();
         QVERIFY(QTest::qWaitForWindowExposed(&window));
-        QVERIFY(window.findChild<QLabel*>(QStringLiteral("emptyLabel"))->isVisible());
+        QVERIFY(window.findChild<QLabel*>(u"emptyLabel"_qs)->isVisible());
 
-        SteppedAction copying(board, QStringLiteral("复制"), 10);
-        SteppedAction hashing(board, QStringLiteral("计算 SHA-256"), 4);
+        SteppedAction copying(board, u"复制"_qs, 10);
+        SteppedAction hashing(board, u"计算 SHA-256"_qs, 4);
         copying.step(3);
-        QTRY_VERIFY(rowOf(window, QStringLiteral("复制")) && rowOf(window, QStringLiteral("计算 SHA-256")));
-        QWidget* copyRow = rowOf(window, QStringLiteral("复制"));
+        QTRY_VERIFY(rowOf(window, u"复制"_qs) && rowOf(window, u"计算 SHA-256"_qs));
+        QWidget* copyRow = rowOf(window, u"复制"_qs);
         QTRY_COMPARE(copyRow->findChild<QProgressBar*>()->value(), 30);
-        QCOMPARE(detailOf(copyRow), QStringLiteral("3 / 10 项 · item 3"));
-        QVERIFY(!window.findChild<QLabel*>(QStringLiteral("emptyLabel"))->isVisible());
+        QCOMPARE(detailOf(copyRow), u"3 / 10 项 · item 3"_qs);
+        QVERIFY(!window.findChild<QLabel*>(u"emptyLabel"_qs)->isVisible());
         // Unknown totals and names with line breaks still make one line.
         ActionProgressState unpacking;
         unpacking.itemsDone = 12;
-        unpacking.currentItem = QStringLiteral("docs/read\nme.txt");
-        QCOMPARE(ActionProgressWindow::detailText(unpacking), QStringLiteral("12 项 · read\uFFFDme.txt"));
+        unpacking.currentItem = u"docs/read\nme.txt"_qs;
+        QCOMPARE(ActionProgressWindow::detailText(unpacking), u"12 项 · read\uFFFDme.txt"_qs);
         // Every input read, the result being written to an unknown size: not "100 %".
         ActionProgressState writing;
         writing.itemsDone = writing.itemsTotal = 3;
@@ -302,12 +303,12 @@ private slots:
         QCOMPARE(writing.percent(), -1);
 
         clickCancel(copyRow);
-        QCOMPARE(detailOf(copyRow), QStringLiteral("正在取消……"));
-        QVERIFY(!copyRow->findChild<QPushButton*>(QStringLiteral("cancelButton"))->isEnabled());
+        QCOMPARE(detailOf(copyRow), u"正在取消……"_qs);
+        QVERIFY(!copyRow->findChild<QPushButton*>(u"cancelButton"_qs)->isEnabled());
         copying.step();
         QTRY_VERIFY(copying.isDone());
         QVERIFY(copying.wasCancelled());
-        QTRY_VERIFY(!rowOf(window, QStringLiteral("复制")));
+        QTRY_VERIFY(!rowOf(window, u"复制"_qs));
 
         // The other one was not touched, and the window goes once the last action has ended.
         QVERIFY(window.isVisible());
@@ -322,22 +323,22 @@ private slots:
         const std::chrono::milliseconds openAfter{200};
         ActionProgressWindow window(board, openAfter);
         {
-            SteppedAction quick(board, QStringLiteral("复制"), 1);
+            SteppedAction quick(board, u"复制"_qs, 1);
             quick.step();
             QTRY_VERIFY(quick.isDone());
         }
         QTest::qWait(int(openAfter.count()) * 3);
         QVERIFY(!window.isVisible());
 
-        auto slow = std::make_unique<SteppedAction>(board, QStringLiteral("压缩为 ZIP"), 5);
+        auto slow = std::make_unique<SteppedAction>(board, u"压缩为 ZIP"_qs, 5);
         QTRY_VERIFY(window.isVisible());
-        QVERIFY(rowOf(window, QStringLiteral("压缩为 ZIP")));
+        QVERIFY(rowOf(window, u"压缩为 ZIP"_qs));
         window.close();
         QTest::qWait(int(openAfter.count()) * 3);
         QVERIFY(!window.isVisible());
 
         // A new action may open it again; the one the user saw and closed may not.
-        SteppedAction another(board, QStringLiteral("解压"), 5);
+        SteppedAction another(board, u"解压"_qs, 5);
         QTRY_VERIFY(window.isVisible());
         window.close();
         slow.reset();
@@ -346,7 +347,7 @@ private slots:
         QTRY_VERIFY(board.actions().isEmpty());
         // Opened from the tray with nothing running it says so, and stays.
         window.present();
-        QVERIFY(window.findChild<QLabel*>(QStringLiteral("emptyLabel"))->isVisible());
+        QVERIFY(window.findChild<QLabel*>(u"emptyLabel"_qs)->isVisible());
         QTest::qWait(int(RunningActions::updateInterval.count()) * 2);
         QVERIFY(window.isVisible());
     }
@@ -355,37 +356,36 @@ private slots:
         TestEnvironment environment;
         FeatureSettingsStore featureSettings;
         CustomDestinationStore destinations;
-        MenuBarController controller(featureSettings, destinations, [] {
-            return new KestroMainWindow(new QLabel(QStringLiteral("settings")));
-        });
+        MenuBarController controller(featureSettings, destinations,
+                                     [] { return new KestroMainWindow(new QLabel(u"settings"_qs)); });
         RunningActions board;
         ActionProgressWindow window(board);
         controller.setRunningActions(&board, [&window] { window.present(); });
         controller.install();
-        QCOMPARE(controller.trayIcon()->toolTip(), QStringLiteral("Kestro"));
+        QCOMPARE(controller.trayIcon()->toolTip(), u"Kestro"_qs);
 
-        SteppedAction copying(board, QStringLiteral("复制"), 4);
+        SteppedAction copying(board, u"复制"_qs, 4);
         copying.step(2);
-        QTRY_COMPARE(controller.trayIcon()->toolTip(), QStringLiteral("Kestro\n复制 50%"));
+        QTRY_COMPARE(controller.trayIcon()->toolTip(), u"Kestro\n复制 50%"_qs);
 
         // The entry's text moves on while the menu is open.
         QMenu* menu = controller.menu();
         menu->popup(QPoint(40, 40));
         QVERIFY(QTest::qWaitForWindowExposed(menu));
-        QCOMPARE(menu->actions().constFirst()->text(), QStringLiteral("复制 50%"));
+        QCOMPARE(menu->actions().constFirst()->text(), u"复制 50%"_qs);
         copying.step();
-        QTRY_COMPARE(menu->actions().constFirst()->text(), QStringLiteral("复制 75%"));
+        QTRY_COMPARE(menu->actions().constFirst()->text(), u"复制 75%"_qs);
         QTest::mouseClick(menu, Qt::LeftButton, {},
                           menu->actionGeometry(menu->actions().constFirst()).center());
         QTRY_VERIFY(window.isVisible());
-        QVERIFY(rowOf(window, QStringLiteral("复制")));
+        QVERIFY(rowOf(window, u"复制"_qs));
 
         copying.step();
         QTRY_VERIFY(copying.isDone());
-        QTRY_COMPARE(controller.trayIcon()->toolTip(), QStringLiteral("Kestro"));
+        QTRY_COMPARE(controller.trayIcon()->toolTip(), u"Kestro"_qs);
         // Nothing running: the menu starts with the window's item again.
         controller.buildMenu(menu);
-        QCOMPARE(menu->actions().constFirst()->text(), QStringLiteral("打开 Kestro"));
+        QCOMPARE(menu->actions().constFirst()->text(), u"打开 Kestro"_qs);
         delete controller.mainWindow();
     }
 
@@ -393,84 +393,82 @@ private slots:
         TestEnvironment environment;
         QVERIFY(saveQuietPreferences(QuietReveal::actionResultsAndCreatedItems));
         FailureNotifier::startNewBurst();
-        const QString folder = environment.makeFolder(QStringLiteral("照片 2026 'backup'"));
-        QVERIFY(writeRandomFile(folder + QStringLiteral("/a.bin"), 96));
-        QVERIFY(writeRandomFile(folder + QStringLiteral("/b.bin"), 96));
+        const QString folder = environment.makeFolder(u"照片 2026 'backup'"_qs);
+        QVERIFY(writeRandomFile(folder + u"/a.bin"_qs, 96));
+        QVERIFY(writeRandomFile(folder + u"/b.bin"_qs, 96));
         const QString parent = QFileInfo(folder).absolutePath();
         const QStringList before = namesIn(parent);
 
         KestroHost host(true);
         host.finishLaunching();
-        host.openURL(kestroActionURL(QStringLiteral("compressToZIP"), {folder}));
+        host.openURL(kestroActionURL(u"compressToZIP"_qs, {folder}));
 
         // The tray says what runs and how far it is.
         QTRY_VERIFY_WITH_TIMEOUT(!host.runningActions().actions().isEmpty() &&
                                      host.runningActions().actions().constFirst().state.bytesDone > 0,
                                  30000);
         const QString toolTip = host.menuBar().trayIcon()->toolTip();
-        QVERIFY2(toolTip.startsWith(QStringLiteral("Kestro\n压缩为 ZIP ")) &&
-                     toolTip.endsWith(QLatin1Char('%')),
+        QVERIFY2(toolTip.startsWith(u"Kestro\n压缩为 ZIP "_qs) && toolTip.endsWith(QLatin1Char('%')),
                  qPrintable(toolTip));
 
         // The user opens the window from the tray and stops the pack there.
         host.menuBar().menu()->popup(QPoint(40, 40));
         QVERIFY(QTest::qWaitForWindowExposed(host.menuBar().menu()));
         QAction* first = host.menuBar().menu()->actions().constFirst();
-        QVERIFY2(first->text().startsWith(QStringLiteral("压缩为 ZIP ")), qPrintable(first->text()));
+        QVERIFY2(first->text().startsWith(u"压缩为 ZIP "_qs), qPrintable(first->text()));
         QTest::mouseClick(host.menuBar().menu(), Qt::LeftButton, {},
                           host.menuBar().menu()->actionGeometry(first).center());
         ActionProgressWindow* window = host.progressWindow();
         QTRY_VERIFY(window->isVisible());
-        QWidget* row = rowOf(*window, QStringLiteral("压缩为 ZIP"));
+        QWidget* row = rowOf(*window, u"压缩为 ZIP"_qs);
         QVERIFY(row);
         QTRY_VERIFY(row->findChild<QProgressBar*>()->value() < 100);
         clickCancel(row);
 
         QTRY_VERIFY_WITH_TIMEOUT(host.runningActions().actions().isEmpty(), 30000);
         QTRY_VERIFY(!window->isVisible());
-        QTRY_VERIFY(environment.logText().contains(QStringLiteral("action cancelled: compressToZIP")));
+        QTRY_VERIFY(environment.logText().contains(u"action cancelled: compressToZIP"_qs));
         // Nothing was left beside the folder: no archive, no hidden half of one; the folder is as it was.
         QCOMPARE(namesIn(parent), before);
-        QCOMPARE(namesIn(folder), (QStringList{QStringLiteral("a.bin"), QStringLiteral("b.bin")}));
+        QCOMPARE(namesIn(folder), (QStringList{u"a.bin"_qs, u"b.bin"_qs}));
         QTest::qWait(int(FailureNotifier::gatherTime.count()) + 300);
         QCOMPARE(FakePlatform::desktopNotifications().shown.size(), 0);
     }
 
     void aFailedRequestSaysWhyOnceABurstIsOver() {
         TestEnvironment environment;
-        QVERIFY(!fail(QStringLiteral("noSuchAction")));
+        QVERIFY(!fail(u"noSuchAction"_qs));
         QTRY_COMPARE(shown().size(), 1);
-        QCOMPARE(shown().constFirst().summary, QStringLiteral("Kestro 操作失败"));
-        QVERIFY(names(shown().constFirst().body, {QStringLiteral("noSuchAction")}));
+        QCOMPARE(shown().constFirst().summary, u"Kestro 操作失败"_qs);
+        QVERIFY(names(shown().constFirst().body, {u"noSuchAction"_qs}));
         QVERIFY(!shown().constFirst().replacesPrevious);
-        QVERIFY(environment.logText().contains(QStringLiteral("suppressed error alert: ")));
+        QVERIFY(environment.logText().contains(u"suppressed error alert: "_qs));
         // A burst through the queue is one notice that counts, and a failure soon after updates it.
         FailureNotifier::startNewBurst();
         shown().clear();
         for (int index = 0; index < 200; ++index)
-            writeQueueFile(QStringLiteral("%1.json").arg(index, 3, 10, QLatin1Char('0')),
+            writeQueueFile(u"%1.json"_qs.arg(index, 3, 10, QLatin1Char('0')),
                            QStringLiteral(R"({"actionID":"bad%1","selectedPaths":[]})").arg(index).toUtf8());
         QCOMPARE(KestroQueueDrain().run().failed, 200);
         QTRY_COMPARE(shown().size(), 1);
-        QVERIFY(names(shown().constFirst().body, {QStringLiteral("200"), QStringLiteral("bad199")}));
+        QVERIFY(names(shown().constFirst().body, {u"200"_qs, u"bad199"_qs}));
         QTest::qWait(int(FailureNotifier::gatherTime.count()) * 2);
         QCOMPARE(shown().size(), 1);
-        fail(QStringLiteral("late"));
+        fail(u"late"_qs);
         QTRY_COMPARE(shown().size(), 2);
-        QVERIFY(shown().at(1).replacesPrevious &&
-                names(shown().at(1).body, {QStringLiteral("201"), QStringLiteral("late")}));
+        QVERIFY(shown().at(1).replacesPrevious && names(shown().at(1).body, {u"201"_qs, u"late"_qs}));
     }
 
     void aClickTheFileManagerSideRefusedIsToldAndRunsNothing() {
         TestEnvironment environment;
         writeQueueFile(
-            QStringLiteral("1.json"),
+            u"1.json"_qs,
             R"({"actionID":"createTextFile","selectedPaths":[],"handoffError":"这个菜单项已不存在。"})");
         bool ran = false;
         QCOMPARE(KestroQueueDrain([&](const KestroQueuedAction&) { ran = true; }).run().failed, 1);
         QVERIFY(!ran);
         QTRY_COMPARE(shown().size(), 1);
-        QCOMPARE(shown().constFirst().body, QStringLiteral("这个菜单项已不存在。"));
+        QCOMPARE(shown().constFirst().body, u"这个菜单项已不存在。"_qs);
     }
 
     void aSettingsChangeThatCannotBeSavedSaysSo() {
@@ -478,7 +476,7 @@ private slots:
         FailureNotifier::reportSettingsSaveFailures();
         // The folder for the settings is a file: nothing can be saved there, not even by root.
         environment.writeFile(KestroPaths::applicationSupportDirectory(), "x");
-        QVERIFY(!PropertyListFile::writeBothCopies(QStringLiteral("FeatureSettings.plist"), QVariantMap()));
+        QVERIFY(!PropertyListFile::writeBothCopies(u"FeatureSettings.plist"_qs, QVariantMap()));
         PropertyListFile::setWriteFailureObserver({});
         QTRY_COMPARE(shown().size(), 1);
         QVERIFY(names(shown().constFirst().body, {KestroPaths::applicationSupportDirectory()}));
@@ -489,10 +487,10 @@ private slots:
         AppPreferences preferences;
         preferences.showsFailureNotifications = false;
         QVERIFY(AppPreferencesPersistence::save(preferences));
-        fail(QStringLiteral("noSuchAction"));
+        fail(u"noSuchAction"_qs);
         QTest::qWait(int(FailureNotifier::gatherTime.count()) * 2);
         QVERIFY(shown().isEmpty());
-        QVERIFY(environment.logText().contains(QStringLiteral("suppressed error alert: ")));
+        QVERIFY(environment.logText().contains(u"suppressed error alert: "_qs));
     }
 
     void noticesReachTheNotificationService() {
@@ -501,28 +499,27 @@ private slots:
         if (!bus.isConnected())
             QSKIP("no session bus (the test command runs the tests inside dbus-run-session)");
         NotificationServiceStandIn service;
-        QVERIFY(bus.registerObject(QStringLiteral("/org/freedesktop/Notifications"), &service,
+        QVERIFY(bus.registerObject(u"/org/freedesktop/Notifications"_qs, &service,
                                    QDBusConnection::ExportAllSlots));
-        QVERIFY(bus.registerService(QStringLiteral("org.freedesktop.Notifications")));
+        QVERIFY(bus.registerService(u"org.freedesktop.Notifications"_qs));
         FreedesktopNotifications notices;
-        notices.show(QStringLiteral("Kestro 操作失败"), QStringLiteral("所选文件不存在或无法访问：/x"),
-                     false);
+        notices.show(u"Kestro 操作失败"_qs, u"所选文件不存在或无法访问：/x"_qs, false);
         QTRY_COMPARE(notices.lastNoticeId(), quint32(41));
-        notices.show(QStringLiteral("Kestro 操作失败"), QStringLiteral("2 个操作失败"), true);
+        notices.show(u"Kestro 操作失败"_qs, u"2 个操作失败"_qs, true);
         QTRY_COMPARE(service.calls.size(), 2);
         QCOMPARE(service.calls.at(0), (QVariantList{"Kestro", 0u, "kestro", "Kestro 操作失败",
                                                     "所选文件不存在或无法访问：/x", "kestro"}));
         QCOMPARE(service.calls.at(1).at(1), QVariant(41u));
-        bus.unregisterService(QStringLiteral("org.freedesktop.Notifications"));
-        bus.unregisterObject(QStringLiteral("/org/freedesktop/Notifications"));
-        notices.show(QStringLiteral("Kestro 操作失败"), QStringLiteral("nobody listens"), false); // harmless
+        bus.unregisterService(u"org.freedesktop.Notifications"_qs);
+        bus.unregisterObject(u"/org/freedesktop/Notifications"_qs);
+        notices.show(u"Kestro 操作失败"_qs, u"nobody listens"_qs, false); // harmless
         QTest::qWait(200);
     }
 
     void theRealNotificationDaemonAcceptsThem() {
         TestEnvironment environment;
-        const QString daemon = QStringLiteral("/usr/lib/notification-daemon/notification-daemon");
-        const QString xvfb = QStandardPaths::findExecutable(QStringLiteral("Xvfb"));
+        const QString daemon = u"/usr/lib/notification-daemon/notification-daemon"_qs;
+        const QString xvfb = QStandardPaths::findExecutable(u"Xvfb"_qs);
         if (!QFileInfo(daemon).isExecutable() || xvfb.isEmpty() ||
             !QDBusConnection::sessionBus().isConnected())
             QSKIP("notification-daemon, Xvfb or a session bus is missing (scripts/install-dependencies, "
@@ -532,8 +529,7 @@ private slots:
         QVERIFY(display.waitForReadyRead(15000));
         QProcess server;
         QProcessEnvironment onDisplay = QProcessEnvironment::systemEnvironment();
-        onDisplay.insert(QStringLiteral("DISPLAY"),
-                         ":" + QString::fromLatin1(display.readAllStandardOutput().trimmed()));
+        onDisplay.insert(u"DISPLAY"_qs, ":" + QString::fromLatin1(display.readAllStandardOutput().trimmed()));
         server.setProcessEnvironment(onDisplay);
         server.start(daemon, {});
         const auto stop = qScopeGuard([&] {
@@ -543,14 +539,13 @@ private slots:
             display.waitForFinished(5000);
         });
         QTRY_VERIFY_WITH_TIMEOUT(QDBusConnection::sessionBus().interface()->isServiceRegistered(
-                                     QStringLiteral("org.freedesktop.Notifications")),
+                                     u"org.freedesktop.Notifications"_qs),
                                  15000);
         FreedesktopNotifications notices;
-        notices.show(QStringLiteral("Kestro 操作失败"), QStringLiteral("所选文件不存在或无法访问：/x"),
-                     false);
+        notices.show(u"Kestro 操作失败"_qs, u"所选文件不存在或无法访问：/x"_qs, false);
         QTRY_VERIFY_WITH_TIMEOUT(notices.lastNoticeId() != 0, 10000);
         const quint32 first = notices.lastNoticeId();
-        notices.show(QStringLiteral("Kestro 操作失败"), QStringLiteral("2 个操作失败"), true);
+        notices.show(u"Kestro 操作失败"_qs, u"2 个操作失败"_qs, true);
         QTest::qWait(500);
         QCOMPARE(notices.lastNoticeId(), first); // replaced, not a second notice
     }

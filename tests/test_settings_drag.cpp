@@ -25,6 +25,8 @@
 
 #include <memory>
 
+using namespace Qt::Literals::StringLiterals;
+
 namespace {
 
 // The settings window over fresh stores in a private home.
@@ -63,11 +65,11 @@ private slots:
             QPainter painter(&image);
             font.setPixelSize(40);
             painter.setFont(font);
-            painter.drawText(image.rect(), Qt::AlignCenter, QStringLiteral("直"));
+            painter.drawText(image.rect(), Qt::AlignCenter, u"直"_qs);
             return image;
         };
-        QCOMPARE(glyph(QApplication::font()), glyph(QFont(QStringLiteral("Noto Sans CJK SC"))));
-        QVERIFY(glyph(QApplication::font()) != glyph(QFont(QStringLiteral("Noto Sans CJK JP"))));
+        QCOMPARE(glyph(QApplication::font()), glyph(QFont(u"Noto Sans CJK SC"_qs)));
+        QVERIFY(glyph(QApplication::font()) != glyph(QFont(u"Noto Sans CJK JP"_qs)));
 
         // Each line of every row, drawn in its rect as the row draws it, loses nothing to the rect's edges.
         Window window;

@@ -41,6 +41,8 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+using namespace Qt::Literals::StringLiterals;
+
 using N = FeatureSettingsNormalization;
 using Order = std::optional<QStringList>;
 
@@ -119,14 +121,14 @@ QList<std::pair<const char*, QByteArray>> hostileFiles() {
     };
 }
 
-const QVariant anyValue = QStringLiteral("(any value)");
+const QVariant anyValue = u"(any value)"_qs;
 
 QString appCopy() {
     return CustomDestinationPersistence::settingsFilePath();
 }
 
 QVariantMap entry(const QString& id, const QString& name, const QString& path) {
-    return {{QStringLiteral("id"), id}, {QStringLiteral("name"), name}, {QStringLiteral("path"), path}};
+    return {{u"id"_qs, id}, {u"name"_qs, name}, {u"path"_qs, path}};
 }
 
 QStringList field(const QList<CustomDestination>& list, QString CustomDestination::*member) {
@@ -140,7 +142,7 @@ QStringList field(const QList<CustomDestination>& list, QString CustomDestinatio
 CustomDestinationsByKind storedAndMirrored() {
     const QByteArray first = readAll(appCopy());
     if (first.isEmpty() || first != readAll(CustomDestinationPersistence::finderExtensionSettingsFilePath()))
-        return {{QStringLiteral("copies differ"), {}}};
+        return {{u"copies differ"_qs, {}}};
     return CustomDestinationPersistence::load().value_or(CustomDestinationsByKind());
 }
 
@@ -224,7 +226,7 @@ class TestSettingsStores : public QObject {
 private slots:
     void init() {
         m_environment = std::make_unique<TestEnvironment>();
-        m_applications = m_environment->makeFolder(QStringLiteral("system-share/applications"));
+        m_applications = m_environment->makeFolder(u"system-share/applications"_qs);
         m_savedDataDirs = qgetenv("XDG_DATA_DIRS");
         qputenv("XDG_DATA_DIRS", QFileInfo(m_applications).absolutePath().toUtf8());
     }
@@ -365,8 +367,7 @@ private slots:
         QVERIFY(store.groupsFeaturesUnderKestro());
         QCOMPARE(store.orderedFeatures().mid(0, 2),
                  QList<KestroFeature>({KestroFeature::pdfTools, KestroFeature::copyPath}));
-        QCOMPARE(store.orderedChildren(KestroFeature::pdfTools).first().actionID,
-                 QStringLiteral("compressPDF"));
+        QCOMPARE(store.orderedChildren(KestroFeature::pdfTools).first().actionID, u"compressPDF"_qs);
         const QByteArray saved = readAll(applicationCopy());
         QVERIFY(saved.startsWith("<?xml"));
         QCOMPARE(PropertyListFile::parse(saved)->toMap().value("enabledFeatureIDs").toStringList(),
@@ -449,13 +450,13 @@ private slots:
             QCOMPARE(store.settings().featureOrder.mid(0, 5),
                      QStringList({"createFile", "quickOpen", "organizeFile", "copyFile", "batchRename"}));
             store.moveFeatures({0}, 99);
-            QCOMPARE(store.settings().featureOrder.last(), QStringLiteral("createFile"));
+            QCOMPARE(store.settings().featureOrder.last(), u"createFile"_qs);
             store.moveChildren(KestroFeature::scheduledDeletion, {0}, 4);
         }
         // The order older versions wrote: the next start puts one hour back on top.
         FeatureSettingsStore restarted;
         QCOMPARE(restarted.orderedChildren(KestroFeature::scheduledDeletion).first().actionID,
-                 QStringLiteral("scheduleDelete1Hour"));
+                 u"scheduleDelete1Hour"_qs);
         QCOMPARE(restarted.orderedFeatures().last(), KestroFeature(KestroFeature::createFile));
         restarted.moveChildren(KestroFeature::archiveTools, {2}, 0);
         QCOMPARE(FeatureSettingsPersistence::loadSettings()->childOrderByFeatureID.value("archiveTools"),
@@ -579,7 +580,7 @@ private slots:
         const QMap<QString, QStringList> map = N::normalizedChildOrderByFeatureID(
             {{"retired", {"createFolder"}}, {"quickOpen", {"quickOpenTypedPath"}}});
         QCOMPARE(map.size(), 14);
-        QCOMPARE(map.value("quickOpen").first(), QStringLiteral("quickOpenTypedPath"));
+        QCOMPARE(map.value("quickOpen").first(), u"quickOpenTypedPath"_qs);
         QCOMPARE(map.value("quickOpen").size(), 7);
         QCOMPARE(N::newFeatureIDs({}), QSet<QString>());
         QStringList withoutTwo = FeatureSettingsDefaults::featureOrder();
@@ -648,7 +649,7 @@ private slots:
         QCOMPARE(N::atStartUp(stored).enabledChildIDs,
                  N::validChildIDs(FeatureSettingsDefaults::enabledChildIDs()));
         QCOMPARE(N::atStartUp(stored).childOrderByFeatureID.value("createFile").first(),
-                 QStringLiteral("createSwiftFile"));
+                 u"createSwiftFile"_qs);
 
         // Features of a later version come on; a listed one the user had off stays off.
         stored = storedComplete();
@@ -719,10 +720,10 @@ private slots:
         QVERIFY(entry.startsWith("[Desktop Entry]\n") && entry.contains("\" --login-item\n") &&
                 entry.contains("\nType=Application\n"));
         QProcess validate;
-        validate.start(QStringLiteral("desktop-file-validate"), {AutostartLoginItems::entryPath()});
+        validate.start(u"desktop-file-validate"_qs, {AutostartLoginItems::entryPath()});
         QVERIFY(validate.waitForFinished(10000) && validate.exitCode() == 0 && validate.readAll().isEmpty());
         QCOMPARE(AutostartLoginItems::entryPath(),
-                 m_environment->home() + QStringLiteral("/.config/autostart/kestro.desktop"));
+                 m_environment->home() + u"/.config/autostart/kestro.desktop"_qs);
         // Turned off in the desktop's own settings.
         m_environment->writeFile(AutostartLoginItems::entryPath(), entry + "Hidden=true\n");
         QVERIFY(!items.isEnabled());
@@ -732,9 +733,9 @@ private slots:
     }
 
     void firstStartWritesTheDefaultsToBothCopies() {
-        const QString editor = install(QStringLiteral("org.gnome.TextEditor.desktop"));
-        const QString calc = install(QStringLiteral("libreoffice-calc.desktop"));
-        install(QStringLiteral("unrelated.desktop"));
+        const QString editor = install(u"org.gnome.TextEditor.desktop"_qs);
+        const QString calc = install(u"libreoffice-calc.desktop"_qs);
+        install(u"unrelated.desktop"_qs);
         CustomDestinationStore store;
         const QString home = m_environment->home();
         const QStringList files{home + "/Desktop", home + "/Downloads", home + "/Documents"};
@@ -746,7 +747,7 @@ private slots:
         const QList<CustomDestination> quickOpen = store.destinations(CustomDestinationKind::quickOpen);
         QCOMPARE(field(quickOpen, &CustomDestination::path).mid(0, 5),
                  files + QStringList({home, home + "/Pictures"}));
-        QCOMPARE(quickOpen.at(3).name, QStringLiteral("用户目录"));
+        QCOMPARE(quickOpen.at(3).name, u"用户目录"_qs);
         // Only installed applications, in the defaults' order (text editor before spreadsheet).
         QCOMPARE(field(store.destinations(CustomDestinationKind::openApplication), &CustomDestination::path),
                  QStringList({editor, calc}));
@@ -755,7 +756,7 @@ private slots:
     }
 
     void storedListsLoadEntryByEntry() {
-        const QString mine = m_environment->makeFolder(QStringLiteral("my \"projects\"\nfolder"));
+        const QString mine = m_environment->makeFolder(u"my \"projects\"\nfolder"_qs);
         PropertyListFile::write(appCopy(), QVariantMap{{"move", QVariantList{}},
                                                        {"copy", QVariantList{entry("a", "Mine", mine)}},
                                                        {"future", QVariantList{entry("x", "X", "/x")}}});
@@ -763,39 +764,37 @@ private slots:
         QVERIFY(store.destinations(CustomDestinationKind::move).isEmpty()); // an empty list stays empty
         QCOMPARE(field(store.destinations(CustomDestinationKind::copy), &CustomDestination::path),
                  QStringList{mine});
-        QCOMPARE(store.destinationsByKind().value(QStringLiteral("future")).size(), 1); // a later version's
+        QCOMPARE(store.destinationsByKind().value(u"future"_qs).size(), 1); // a later version's
         QCOMPARE(storedAndMirrored(), store.destinationsByKind());
-        QVERIFY(!QFileInfo::exists(appCopy() + QStringLiteral(".unreadable")));
+        QVERIFY(!QFileInfo::exists(appCopy() + u".unreadable"_qs));
 
         // Malformed entries drop one by one, a wrongly typed list falls back to its defaults, and the file
         // is kept aside beside any earlier copy.
-        m_environment->writeFile(appCopy() + QStringLiteral(".unreadable"), "an earlier copy");
-        const QVariantList copy{entry("a", "A", "/a"), QVariantMap{{"id", "b"}, {"path", "/b"}},
-                                QStringLiteral("text"), QVariantMap{{"id", "c"}, {"name", "C"}, {"path", 42}},
-                                entry("d", "D", "/d")};
-        PropertyListFile::write(appCopy(),
-                                QVariantMap{{"copy", copy}, {"move", QStringLiteral("not a list")}});
+        m_environment->writeFile(appCopy() + u".unreadable"_qs, "an earlier copy");
+        const QVariantList copy{entry("a", "A", "/a"), QVariantMap{{"id", "b"}, {"path", "/b"}}, u"text"_qs,
+                                QVariantMap{{"id", "c"}, {"name", "C"}, {"path", 42}}, entry("d", "D", "/d")};
+        PropertyListFile::write(appCopy(), QVariantMap{{"copy", copy}, {"move", u"not a list"_qs}});
         const QByteArray original = readAll(appCopy());
         CustomDestinationStore damaged;
         QCOMPARE(field(damaged.destinations(CustomDestinationKind::copy), &CustomDestination::path),
                  QStringList({"/a", "/d"}));
         QCOMPARE(damaged.destinations(CustomDestinationKind::move).size(), 3);
-        QCOMPARE(readAll(appCopy() + QStringLiteral(".unreadable")), QByteArray("an earlier copy"));
-        QCOMPARE(readAll(appCopy() + QStringLiteral(".unreadable 2")), original);
+        QCOMPARE(readAll(appCopy() + u".unreadable"_qs), QByteArray("an earlier copy"));
+        QCOMPARE(readAll(appCopy() + u".unreadable 2"_qs), original);
         PropertyListFile::write(appCopy(), QVariantList{entry("a", "A", "/a")});
         QVERIFY(!CustomDestinationPersistence::load()); // no dictionary at the top
     }
 
     void applicationListIsMergedWithTheInstalledDefaults() {
-        const QString viewer = install(QStringLiteral("org.gnome.Evince.desktop"));
-        const QString writer = install(QStringLiteral("libreoffice-writer.desktop"));
+        const QString viewer = install(u"org.gnome.Evince.desktop"_qs);
+        const QString writer = install(u"libreoffice-writer.desktop"_qs);
         PropertyListFile::write(
             appCopy(),
             QVariantMap{{"openApplication",
                          QVariantList{entry("mine", "My viewer", viewer), // the viewer again: no second entry
                                       entry("vscode", "VS Code", "/opt/code/code"),
                                       entry("x1", "Cursor", "/Applications/Cursor.app"),
-                                      entry("x2", "Code", install(QStringLiteral("code.desktop"))),
+                                      entry("x2", "Code", install(u"code.desktop"_qs)),
                                       entry("gimp", "GIMP", "/usr/bin/gimp")}},
                         {"quickOpen", QVariantList{entry("kestro-project", "Kestro", "/somewhere"),
                                                    entry("keep", "Keep", "/keep")}}});
@@ -812,7 +811,7 @@ private slots:
         CustomDestinationStore store;
         FakePlatform::notifications().settingsReasons.clear();
         QSignalSpy changed(&store, &CustomDestinationStore::destinationsChanged);
-        const QString folder = m_environment->makeFolder(QStringLiteral("-rf 项目 'one'"));
+        const QString folder = m_environment->makeFolder(u"-rf 项目 'one'"_qs);
         Platform::setPrompts(std::make_shared<WidgetPrompts>());
         for (int attempt = 0; attempt < 2; ++attempt) { // the same path twice: listed once
             ModalAnswer panel([&](QWidget* dialog) { Modal::typeIntoFilePanel(dialog, folder); });
@@ -823,7 +822,7 @@ private slots:
         store.addDestination(CustomDestinationKind::move);
         QCOMPARE(cancelled.answered(), 1);
         const CustomDestination added = store.destinations(CustomDestinationKind::move).last();
-        QVERIFY(added.path == folder && added.name == QStringLiteral("-rf 项目 'one'"));
+        QVERIFY(added.path == folder && added.name == u"-rf 项目 'one'"_qs);
         QVERIFY(!QUuid::fromString(added.id).isNull());
         QCOMPARE(store.destinations(CustomDestinationKind::move).size(), 4);
         QCOMPARE(storedAndMirrored(), store.destinationsByKind());
@@ -832,10 +831,9 @@ private slots:
         QCOMPARE(FakePlatform::notifications().settingsReasons, QStringList{"custom-destinations"});
         // The path is compared as written: a trailing slash is another entry, named after the folder.
         QVERIFY(store.addDestinationPath(CustomDestinationKind::move, folder + u'/'));
-        QCOMPARE(store.destinations(CustomDestinationKind::move).last().name,
-                 QStringLiteral("-rf 项目 'one'"));
-        QVERIFY(store.addDestinationPath(CustomDestinationKind::copy, QStringLiteral("/")));
-        QCOMPARE(store.destinations(CustomDestinationKind::copy).last().name, QStringLiteral("/"));
+        QCOMPARE(store.destinations(CustomDestinationKind::move).last().name, u"-rf 项目 'one'"_qs);
+        QVERIFY(store.addDestinationPath(CustomDestinationKind::copy, u"/"_qs));
+        QCOMPARE(store.destinations(CustomDestinationKind::copy).last().name, u"/"_qs);
     }
 
     void anApplicationIsNamedByItsMainGroup_data() {
@@ -854,19 +852,19 @@ private slots:
     void anApplicationIsNamedByItsMainGroup() {
         QFETCH(QByteArray, entry);
         QFETCH(QString, name);
-        const QString path = m_environment->writeFile(QStringLiteral("apps/nameless.desktop"), entry);
+        const QString path = m_environment->writeFile(u"apps/nameless.desktop"_qs, entry);
         QCOMPARE(CustomDestinationStore::displayName(path, CustomDestinationKind::openApplication), name);
         QCOMPARE(CustomDestinationStore::displayName(path, CustomDestinationKind::copy),
-                 QStringLiteral("nameless.desktop"));
-        QCOMPARE(CustomDestinationStore::displayName(QStringLiteral("/Applications/Pages.app"),
+                 u"nameless.desktop"_qs);
+        QCOMPARE(CustomDestinationStore::displayName(u"/Applications/Pages.app"_qs,
                                                      CustomDestinationKind::openApplication),
-                 QStringLiteral("Pages"));
+                 u"Pages"_qs);
     }
 
     void removingAndMovingSaveBothCopies() {
         QVariantList five;
         for (const char* id : {"1", "2", "3", "4", "5"})
-            five.append(entry(id, id, QStringLiteral("/") + id));
+            five.append(entry(id, id, u"/"_qs + id));
         PropertyListFile::write(appCopy(), QVariantMap{{"copy", five}});
         CustomDestinationStore store;
         FakePlatform::notifications().settingsReasons.clear();
@@ -885,13 +883,13 @@ private slots:
         QCOMPARE(store.destinations(CustomDestinationKind::move).size(), 3); // other lists untouched
         for (CustomDestinationKind kind : CustomDestinationKinds::allCases())
             QCOMPARE(CustomDestinationKinds::fromRawValue(CustomDestinationKinds::rawValue(kind)), kind);
-        QVERIFY(!CustomDestinationKinds::fromRawValue(QStringLiteral("Copy")));
+        QVERIFY(!CustomDestinationKinds::fromRawValue(u"Copy"_qs));
     }
 
     void readerTakesWhatIsSafeOnly_data() {
         QTest::addColumn<QByteArray>("bytes");
         QTest::addColumn<QVariant>("expected"); // invalid: refused
-        const QVariantList a{QStringLiteral("a")};
+        const QVariantList a{u"a"_qs};
         for (int size : {1, 2, 8})
             QTest::addRow("offsets and references %d bytes wide", size)
                 << binaryList({container({1}, size), ascii("a")}, size, size) << QVariant(a);
@@ -922,7 +920,7 @@ private slots:
             << QVariant();
         QTest::newRow("UTF-16 key with zero high and low bytes")
             << binaryList({container({1, 2}, 4, 0xD0), utf16(QByteArray("\0\xe9\x01\0", 4)), ascii("v")})
-            << QVariant(QVariantMap{{QStringLiteral("é\u0100"), QStringLiteral("v")}});
+            << QVariant(QVariantMap{{u"é\u0100"_qs, u"v"_qs}});
         QTest::newRow("XML nested 100,000 deep") << nestedXml(100000) << QVariant();
         QTest::newRow("XML dictionaries nested 100,000 deep")
             << nestedXml(100000, "<dict><key>k</key>", "</dict>") << QVariant();
@@ -935,7 +933,7 @@ private slots:
         QTest::newRow("comment and CDATA that look like tags")
             << QByteArray("<plist><!-- <array><array> "
                           "--><array><string><![CDATA[</array>]]></string></array></plist>")
-            << QVariant(QVariantList{QStringLiteral("</array>")});
+            << QVariant(QVariantList{u"</array>"_qs});
     }
     void readerTakesWhatIsSafeOnly() {
         QFETCH(QByteArray, bytes);
@@ -949,10 +947,10 @@ private slots:
     void readerDoesNotReadHugeFilesOrPipes() {
         TestEnvironment& environment = *m_environment;
         // 300 MB without using the disk: a sparse file.
-        const QString huge = environment.writeFile(QStringLiteral("huge.plist"), "<plist><array>");
+        const QString huge = environment.writeFile(u"huge.plist"_qs, "<plist><array>");
         QVERIFY(QFile::resize(huge, 300LL * 1024 * 1024));
         QVERIFY(!PropertyListFile::read(huge));
-        const QString pipe = environment.root() + QStringLiteral("/pipe.plist");
+        const QString pipe = environment.root() + u"/pipe.plist"_qs;
         QCOMPARE(::mkfifo(QFile::encodeName(pipe).constData(), 0600), 0);
         QVERIFY(!PropertyListFile::read(pipe));
     }
@@ -963,8 +961,7 @@ private slots:
             QMap<QString, ino_t> found;
             for (const QString& folder :
                  {KestroPaths::applicationSupportDirectory(), KestroPaths::extensionDirectory()}) {
-                for (const QFileInfo& file :
-                     QDir(folder).entryInfoList({QStringLiteral("*.plist")}, QDir::Files)) {
+                for (const QFileInfo& file : QDir(folder).entryInfoList({u"*.plist"_qs}, QDir::Files)) {
                     struct stat status {};
                     if (::stat(QFile::encodeName(file.filePath()).constData(), &status) == 0)
                         found.insert(file.filePath(), status.st_ino);
@@ -992,15 +989,13 @@ private slots:
             cleanup(); // a fresh private home for each file
             init();
             TestEnvironment& environment = *m_environment;
-            const QString folder = environment.home() + QStringLiteral("/.config/kestro/");
-            const QStringList names{
-                QStringLiteral("FeatureSettings.plist"), QStringLiteral("AppPreferences.plist"),
-                QStringLiteral("CustomDestinations.plist"), QStringLiteral("CustomShortcutActions.plist"),
-                QStringLiteral("FinderViewPresets.plist")};
+            const QString folder = environment.home() + u"/.config/kestro/"_qs;
+            const QStringList names{u"FeatureSettings.plist"_qs, u"AppPreferences.plist"_qs,
+                                    u"CustomDestinations.plist"_qs, u"CustomShortcutActions.plist"_qs,
+                                    u"FinderViewPresets.plist"_qs};
             for (const QString& file : names)
                 environment.writeFile(folder + file, bytes);
-            const QString schedule =
-                environment.writeFile(folder + QStringLiteral("ScheduledDeletions.plist"), bytes);
+            const QString schedule = environment.writeFile(folder + u"ScheduledDeletions.plist"_qs, bytes);
 
             FeatureSettingsStore features;
             AppPreferencesStore preferences;
@@ -1014,8 +1009,8 @@ private slots:
             QVERIFY(actions.actions().isEmpty());
             QCOMPARE(presets.presets().size(), 3);
             for (const QString& file : names)
-                QVERIFY2(readAll(folder + file + QStringLiteral(".unreadable")) == bytes,
-                         qPrintable(QStringLiteral("%1: %2").arg(QLatin1String(name), file)));
+                QVERIFY2(readAll(folder + file + u".unreadable"_qs) == bytes,
+                         qPrintable(u"%1: %2"_qs.arg(QLatin1String(name), file)));
             // A schedule that cannot be read shows as empty and is never rewritten: nothing due is lost.
             ScheduledDeletionListStore deletions;
             QVERIFY(deletions.items().isEmpty());
@@ -1031,14 +1026,13 @@ private slots:
             QTemporaryDir runtime; // or Qt would make /tmp/runtime-nobody and leave it
             QCOMPARE(::chown(QFile::encodeName(runtime.path()).constData(), 65534, 65534), 0);
             QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-            environment.insert(QStringLiteral("XDG_RUNTIME_DIR"), runtime.path());
+            environment.insert(u"XDG_RUNTIME_DIR"_qs, runtime.path());
             QProcess child;
             child.setProcessEnvironment(environment);
             child.setProcessChannelMode(QProcess::MergedChannels);
-            child.start(QStringLiteral("setpriv"),
-                        {QStringLiteral("--reuid=nobody"), QStringLiteral("--regid=nogroup"),
-                         QStringLiteral("--clear-groups"), QCoreApplication::applicationFilePath(),
-                         QStringLiteral("settingsFileThisAccountCannotReadIsMovedAsideNotLost")});
+            child.start(u"setpriv"_qs, {u"--reuid=nobody"_qs, u"--regid=nogroup"_qs, u"--clear-groups"_qs,
+                                        QCoreApplication::applicationFilePath(),
+                                        u"settingsFileThisAccountCannotReadIsMovedAsideNotLost"_qs});
             if (!child.waitForStarted())
                 QSKIP("setpriv is not available to drop root's rights");
             QVERIFY(child.waitForFinished(120000));
@@ -1048,17 +1042,16 @@ private slots:
             return;
         }
         TestEnvironment& environment = *m_environment;
-        const QString path =
-            environment.home() + QStringLiteral("/.config/kestro/CustomShortcutActions.plist");
+        const QString path = environment.home() + u"/.config/kestro/CustomShortcutActions.plist"_qs;
         const QByteArray bytes = "<plist><array></array></plist>";
         environment.writeFile(path, bytes);
         QVERIFY(QFile::setPermissions(path, QFileDevice::WriteOwner));
         QVERIFY(!QFile(path).open(QIODevice::ReadOnly));
         CustomShortcutActionStore store;
         QVERIFY(store.actions().isEmpty());
-        QVERIFY(store.addScript(environment.writeFile(QStringLiteral("tidy.sh"), "#!/bin/sh\n")));
+        QVERIFY(store.addScript(environment.writeFile(u"tidy.sh"_qs, "#!/bin/sh\n")));
         // The new list is written; the file that could not be read is beside it, whole.
-        const QString aside = path + QStringLiteral(".unreadable");
+        const QString aside = path + u".unreadable"_qs;
         QVERIFY(QFile::setPermissions(aside, QFileDevice::ReadOwner | QFileDevice::WriteOwner));
         QCOMPARE(readAll(aside), bytes);
         QVERIFY(readAll(path).contains("tidy.sh"));
@@ -1066,7 +1059,7 @@ private slots:
 
     void scheduleWithAMalformedEntryIsKeptAsideBeforeItIsRewritten() {
         TestEnvironment& environment = *m_environment;
-        const QString file = environment.writeFile(QStringLiteral("files/a.txt"), "a");
+        const QString file = environment.writeFile(u"files/a.txt"_qs, "a");
         const QDateTime now = QDateTime::currentDateTimeUtc();
         const QString path = ScheduledDeletionPersistence::fileURL();
         QVERIFY(PropertyListFile::write(
@@ -1078,13 +1071,13 @@ private slots:
         const QByteArray original = readAll(path);
         // Reading alone writes nothing.
         QCOMPARE(ScheduledDeletionStore::items().size(), 1);
-        QVERIFY(!QFileInfo::exists(path + QStringLiteral(".unreadable")));
-        ScheduledDeletionStore::cancel(QStringLiteral("good"));
-        QCOMPARE(readAll(path + QStringLiteral(".unreadable")), original);
+        QVERIFY(!QFileInfo::exists(path + u".unreadable"_qs));
+        ScheduledDeletionStore::cancel(u"good"_qs);
+        QCOMPARE(readAll(path + u".unreadable"_qs), original);
         QVERIFY(ScheduledDeletionStore::items().isEmpty());
         // The next change has nothing left out, so nothing more is copied.
         ScheduledDeletionStore::schedule({file}, 3600);
-        QVERIFY(!QFileInfo::exists(path + QStringLiteral(".unreadable 2")));
+        QVERIFY(!QFileInfo::exists(path + u".unreadable 2"_qs));
     }
 };
 

@@ -29,12 +29,14 @@
 #include <QTest>
 #include <QTimer>
 
+using namespace Qt::Literals::StringLiterals;
+
 namespace {
 
 QStringList titles(const QMenu* menu) {
     QStringList result;
     for (const QAction* action : menu->actions())
-        result.append(action->isSeparator() ? QStringLiteral("---") : action->text());
+        result.append(action->isSeparator() ? u"---"_qs : action->text());
     return result;
 }
 
@@ -58,7 +60,7 @@ struct Tray {
     CustomDestinationStore destinations;
     QStringList errors;
     MenuBarController controller{featureSettings, destinations, [] {
-                                     return new KestroMainWindow(new QLabel(QStringLiteral("settings")));
+                                     return new KestroMainWindow(new QLabel(u"settings"_qs));
                                  }};
     QMenu menu;
 
@@ -81,29 +83,28 @@ private slots:
             QDir(environment.home()).mkpath(QLatin1String(folder));
         Tray tray;
         tray.build();
-        QCOMPARE(titles(&tray.menu), (QStringList{QStringLiteral("打开 Kestro"), QStringLiteral("打开"),
-                                                  QStringLiteral("自定义动作"), QStringLiteral("---"),
-                                                  QStringLiteral("退出 Kestro")}));
-        QMenu* open = submenu(&tray.menu, QStringLiteral("打开"));
+        QCOMPARE(titles(&tray.menu), (QStringList{u"打开 Kestro"_qs, u"打开"_qs, u"自定义动作"_qs, u"---"_qs,
+                                                  u"退出 Kestro"_qs}));
+        QMenu* open = submenu(&tray.menu, u"打开"_qs);
         QStringList expected;
         for (const CustomDestination& destination :
              tray.destinations.destinations(CustomDestinationKind::quickOpen))
             if (QFileInfo::exists(destination.path))
                 expected.append(destination.name);
-        QVERIFY(expected.contains(QStringLiteral("桌面")));
-        expected << QStringLiteral("打开剪贴板路径") << QStringLiteral("打开指定路径...");
+        QVERIFY(expected.contains(u"桌面"_qs));
+        expected << u"打开剪贴板路径"_qs << u"打开指定路径..."_qs;
         QCOMPARE(titles(open), expected);
-        QCOMPARE(open->actions().constLast()->data().toString(), QStringLiteral("quickOpenTypedPath"));
+        QCOMPARE(open->actions().constLast()->data().toString(), u"quickOpenTypedPath"_qs);
 
-        QMenu* custom = submenu(&tray.menu, QStringLiteral("自定义动作"));
-        QCOMPARE(titles(custom), QStringList{QStringLiteral("还没有自定义动作")});
+        QMenu* custom = submenu(&tray.menu, u"自定义动作"_qs);
+        QCOMPARE(titles(custom), QStringList{u"还没有自定义动作"_qs});
         QVERIFY(!custom->actions().constFirst()->isEnabled());
     }
 
     void quickOpenFollowsTheChildrenAndDropsVanishedFolders() {
         TestEnvironment environment;
-        const QString kept = environment.makeFolder(QStringLiteral("kept"));
-        const QString gone = environment.makeFolder(QStringLiteral("gone"));
+        const QString kept = environment.makeFolder(u"kept"_qs);
+        const QString gone = environment.makeFolder(u"gone"_qs);
         Tray tray;
         tray.destinations.removeDestinations(CustomDestinationKind::quickOpen, {0, 1, 2, 3, 4, 5, 6, 7});
         QVERIFY(tray.destinations.addDestinationPath(CustomDestinationKind::quickOpen, gone));
@@ -112,65 +113,62 @@ private slots:
         const QList<KestroFeatureChild> children =
             tray.featureSettings.orderedChildren(KestroFeature::quickOpen);
         // Typed path before clipboard path, clipboard path switched off.
-        const qsizetype typed = children.indexOf(childOf(children, QStringLiteral("quickOpenTypedPath")));
+        const qsizetype typed = children.indexOf(childOf(children, u"quickOpenTypedPath"_qs));
         tray.featureSettings.moveChildren(KestroFeature::quickOpen, {typed}, 0);
-        tray.featureSettings.setEnabled(false, childOf(children, QStringLiteral("quickOpenClipboardPath")));
+        tray.featureSettings.setEnabled(false, childOf(children, u"quickOpenClipboardPath"_qs));
         tray.build();
-        QMenu* open = submenu(&tray.menu, QStringLiteral("打开"));
-        QCOMPARE(titles(open), (QStringList{QStringLiteral("kept"), QStringLiteral("打开指定路径...")}));
+        QMenu* open = submenu(&tray.menu, u"打开"_qs);
+        QCOMPARE(titles(open), (QStringList{u"kept"_qs, u"打开指定路径..."_qs}));
         QCOMPARE(open->actions().constFirst()->data().toString(), kept);
 
-        tray.featureSettings.setEnabled(true, childOf(children, QStringLiteral("quickOpenClipboardPath")));
+        tray.featureSettings.setEnabled(true, childOf(children, u"quickOpenClipboardPath"_qs));
         tray.build(); // built anew: the change shows at once
-        QCOMPARE(titles(open = submenu(&tray.menu, QStringLiteral("打开"))),
-                 (QStringList{QStringLiteral("kept"), QStringLiteral("打开指定路径..."),
-                              QStringLiteral("打开剪贴板路径")}));
+        QCOMPARE(titles(open = submenu(&tray.menu, u"打开"_qs)),
+                 (QStringList{u"kept"_qs, u"打开指定路径..."_qs, u"打开剪贴板路径"_qs}));
         // The feature off: only a note that cannot be chosen.
         tray.featureSettings.setEnabled(false, KestroFeature::quickOpen);
         tray.build();
-        open = submenu(&tray.menu, QStringLiteral("打开"));
-        QCOMPARE(titles(open), QStringList{QStringLiteral("没有已启用的打开功能")});
+        open = submenu(&tray.menu, u"打开"_qs);
+        QCOMPARE(titles(open), QStringList{u"没有已启用的打开功能"_qs});
         QVERIFY(!open->actions().constFirst()->isEnabled());
     }
 
     void customActionsItemFollowsTheFeatureAndTheFile() {
         TestEnvironment environment;
-        const QString script = environment.writeFile(QStringLiteral("scripts/resize.py"), "print(1)\n");
+        const QString script = environment.writeFile(u"scripts/resize.py"_qs, "print(1)\n");
         Tray tray;
         CustomShortcutActionStore actions;
         const auto added = actions.addScript(script);
         QVERIFY(added);
         // Not offered: what cannot run here (no Shortcuts on Linux, no AppleScript interpreter).
-        actions.addShortcut(QStringLiteral("整理照片"), QStringLiteral("整理照片"));
-        QVERIFY(
-            actions.addScript(environment.writeFile(QStringLiteral("scripts/tell.applescript"), "beep\n")));
+        actions.addShortcut(u"整理照片"_qs, u"整理照片"_qs);
+        QVERIFY(actions.addScript(environment.writeFile(u"scripts/tell.applescript"_qs, "beep\n")));
         tray.build();
-        QMenu* custom = submenu(&tray.menu, QStringLiteral("自定义动作"));
-        QCOMPARE(titles(custom), QStringList{QStringLiteral("resize")});
-        QCOMPARE(custom->actions().constFirst()->data().toString(),
-                 QStringLiteral("runScript__") + added->id);
+        QMenu* custom = submenu(&tray.menu, u"自定义动作"_qs);
+        QCOMPARE(titles(custom), QStringList{u"resize"_qs});
+        QCOMPARE(custom->actions().constFirst()->data().toString(), u"runScript__"_qs + added->id);
 
         tray.featureSettings.setEnabled(false, KestroFeature::customActions);
         tray.build();
-        QVERIFY(!titles(&tray.menu).contains(QStringLiteral("自定义动作")));
+        QVERIFY(!titles(&tray.menu).contains(u"自定义动作"_qs));
     }
 
     void failingMenuActionShowsTheAlertText() {
         TestEnvironment environment;
         Tray tray;
-        tray.controller.performCustomAction(QStringLiteral("runScript__no-such-id"));
+        tray.controller.performCustomAction(u"runScript__no-such-id"_qs);
         QCOMPARE(tray.errors.size(), 1);
-        QVERIFY2(tray.errors.constFirst().contains(QStringLiteral("runScript__no-such-id")),
+        QVERIFY2(tray.errors.constFirst().contains(u"runScript__no-such-id"_qs),
                  qPrintable(tray.errors.constFirst()));
 
         // A quick-open place that vanished after the menu was built fails with the action's own message.
-        const QString folder = environment.makeFolder(QStringLiteral("soon gone"));
+        const QString folder = environment.makeFolder(u"soon gone"_qs);
         QVERIFY(QDir(folder).removeRecursively());
         tray.controller.openQuickOpenDestination(folder);
         QCOMPARE(tray.errors.size(), 2);
         QVERIFY(FakePlatform::workspace().openedUrls.isEmpty());
         // One that is there opens through the dispatcher.
-        const QString place = environment.makeFolder(QStringLiteral("place with 空格"));
+        const QString place = environment.makeFolder(u"place with 空格"_qs);
         tray.controller.openQuickOpenDestination(place);
         QCOMPARE(tray.errors.size(), 2);
         QCOMPARE(FakePlatform::workspace().openedUrls, QList<QUrl>{QUrl::fromLocalFile(place)});
@@ -201,7 +199,7 @@ private slots:
 
     void trayIconStandsOutOnLightAndDarkPanels() {
         QFETCH(QColor, panel);
-        const QImage icon = QIcon(QStringLiteral(":/kestro/kestro-tray.svg")).pixmap(22, 22).toImage();
+        const QImage icon = QIcon(u":/kestro/kestro-tray.svg"_qs).pixmap(22, 22).toImage();
         QVERIFY(!icon.isNull());
         QImage drawn(icon.size(), QImage::Format_ARGB32);
         drawn.fill(panel);
@@ -232,8 +230,7 @@ private slots:
             }
         }
         QVERIFY(outline > 22 * 2);
-        QVERIFY2(distinct >= outline * 9 / 10,
-                 qPrintable(QStringLiteral("%1 of %2").arg(distinct).arg(outline)));
+        QVERIFY2(distinct >= outline * 9 / 10, qPrintable(u"%1 of %2"_qs.arg(distinct).arg(outline)));
     }
 
     void quitItemQuitsTheApplication() {
@@ -241,7 +238,7 @@ private slots:
         Tray tray;
         tray.build();
         QAction* quit = tray.menu.actions().constLast();
-        QCOMPARE(quit->text(), QStringLiteral("退出 Kestro"));
+        QCOMPARE(quit->text(), u"退出 Kestro"_qs);
         // The application's own event loop, as the host runs it: the item ends it with status 0.
         QTimer::singleShot(0, quit, &QAction::trigger);
         QTimer::singleShot(10000, qApp, [] { QCoreApplication::exit(7); });
@@ -263,11 +260,10 @@ private slots:
         QCOMPARE(InitialWindowPositioning::origin(QRect(0, 0, 800, 600), {860, 560}).x(), 10);
         QCOMPARE(InitialWindowPositioning::origin(QRect(0, 0, 1000, 500), {860, 560}).y() + 560, 490);
         // Started at login: the exact argument, or by the login item soon after boot.
-        const QStringList plain{QStringLiteral("kestro")};
-        const QStringList login{QStringLiteral("kestro"), QStringLiteral("--login-item")};
+        const QStringList plain{u"kestro"_qs};
+        const QStringList login{u"kestro"_qs, u"--login-item"_qs};
         QVERIFY(LaunchOrigin::wasLikelyLaunchedAtLogin(login, false, 1e6));
-        QVERIFY(!LaunchOrigin::wasLikelyLaunchedAtLogin(
-            {QStringLiteral("kestro"), QStringLiteral("--login-items")}, false, 10));
+        QVERIFY(!LaunchOrigin::wasLikelyLaunchedAtLogin({u"kestro"_qs, u"--login-items"_qs}, false, 10));
         QVERIFY(!LaunchOrigin::wasLikelyLaunchedAtLogin(plain, false, 10));
         QVERIFY(LaunchOrigin::wasLikelyLaunchedAtLogin(plain, true, LaunchOrigin::recentBootSeconds - 1));
         QVERIFY(!LaunchOrigin::wasLikelyLaunchedAtLogin(plain, true, LaunchOrigin::recentBootSeconds));
@@ -280,7 +276,7 @@ private slots:
         host.finishLaunching();
         QTRY_VERIFY(host.mainWindow() && host.mainWindow()->isVisible());
         KestroMainWindow* window = host.mainWindow();
-        QCOMPARE(window->objectName(), QStringLiteral("KestroMainWindow"));
+        QCOMPARE(window->objectName(), u"KestroMainWindow"_qs);
         QVERIFY(QTest::qWaitForWindowExposed(window));
         QTRY_COMPARE(window->size(), QSize(860, 560));
         auto* content = qobject_cast<SettingsContentView*>(window->content());
@@ -298,7 +294,7 @@ private slots:
         QCOMPARE(content->currentPage(), SettingsPage::of(KestroFeature::pdfTools));
         // Other windows close normally.
         KestroMainWindow other(new QWidget);
-        other.setObjectName(QStringLiteral("SomethingElse"));
+        other.setObjectName(u"SomethingElse"_qs);
         other.show();
         QVERIFY(other.close());
     }
@@ -306,17 +302,17 @@ private slots:
     void startUpRunsInOrderAndReportsReady() {
         TestEnvironment environment;
         // A request waiting in the queue before start is run by the first drain.
-        const QString target = environment.makeFolder(QStringLiteral("target"));
+        const QString target = environment.makeFolder(u"target"_qs);
         const QByteArray request =
             QStringLiteral(R"({"actionID":"createFolder","selectedPaths":[],"targetedPath":"%1"})")
                 .arg(target)
                 .toUtf8();
-        environment.writeFile(KestroPaths::sharedQueueDirectory() + QStringLiteral("/request.json"), request);
+        environment.writeFile(KestroPaths::sharedQueueDirectory() + u"/request.json"_qs, request);
 
         KestroHost host(false);
         const QString initOnly = environment.logText();
-        QVERIFY(initOnly.contains(QStringLiteral("] KestroApp init\n")));
-        QVERIFY(!initOnly.contains(QStringLiteral("app launched")));
+        QVERIFY(initOnly.contains(u"] KestroApp init\n"_qs));
+        QVERIFY(!initOnly.contains(u"app launched"_qs));
         // The stores exist and have written their files before the log line.
         QVERIFY(QFile::exists(FeatureSettingsPersistence::applicationFileURL()));
         QVERIFY(host.queueRunner().isRunning());
@@ -326,7 +322,7 @@ private slots:
         QVERIFY(ready.size() == 1 || ready.wait(10000));
         QVERIFY(host.isReady());
         const QString log = environment.logText();
-        QVERIFY(log.indexOf(QStringLiteral("KestroApp init")) < log.indexOf(QStringLiteral("app launched")));
+        QVERIFY(log.indexOf(u"KestroApp init"_qs) < log.indexOf(u"app launched"_qs));
         QTRY_VERIFY(QDir(target).entryList(QDir::Dirs | QDir::NoDotAndDotDot).size() == 1);
         QVERIFY(host.menuBar().trayIcon());
         host.shutDown();
@@ -339,7 +335,7 @@ private slots:
         host.finishLaunching();
         QTest::qWait(600); // past the last presentation step
         QVERIFY(!host.mainWindow() || host.mainWindow()->isHidden());
-        host.handleMessage({QStringLiteral("show")});
+        host.handleMessage({u"show"_qs});
         QVERIFY(host.mainWindow());
         QVERIFY(host.mainWindow()->isVisible());
     }

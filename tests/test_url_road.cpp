@@ -25,6 +25,8 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+using namespace Qt::Literals::StringLiterals;
+
 class TestUrlRoad : public QObject {
     Q_OBJECT
 
@@ -42,7 +44,7 @@ class TestUrlRoad : public QObject {
     QStringList logLines() const {
         QStringList lines;
         for (const QString& line : m_environment->logText().split(u'\n', Qt::SkipEmptyParts))
-            lines.append(line.startsWith(u'[') ? line.mid(line.indexOf(QStringLiteral("] ")) + 2) : line);
+            lines.append(line.startsWith(u'[') ? line.mid(line.indexOf(u"] "_qs) + 2) : line);
         return lines;
     }
     QString home() const { return m_environment->home(); }
@@ -68,20 +70,18 @@ private slots:
     }
 
     void aLinkNeverRunsAProgramItNames() {
-        const QString pwned = home() + QStringLiteral("/PWNED");
+        const QString pwned = home() + u"/PWNED"_qs;
         // The shell with its arguments smuggled in as "paths"; a desktop entry the browser just downloaded.
         const QString downloaded = m_environment->writeFile(
-            home() + QStringLiteral("/Downloads/evil.desktop"),
+            home() + u"/Downloads/evil.desktop"_qs,
             "[Desktop Entry]\nType=Application\nName=x\nExec=sh -c 'touch ~/PWNED'\n");
         // A link in the applications folder to that entry is no installed application either.
-        const QString planted = home() + QStringLiteral("/.local/share/applications/evil.desktop");
+        const QString planted = home() + u"/.local/share/applications/evil.desktop"_qs;
         QVERIFY(QDir().mkpath(QFileInfo(planted).path()) && QFile::link(downloaded, planted));
-        for (const QString& program : {QStringLiteral("/bin/sh"), downloaded, planted}) {
-            QVERIFY(!openLink(kestroActionURL(QStringLiteral("openWithApplicationPath"),
-                                              {QStringLiteral("-c"), QStringLiteral("id > ~/PWNED")},
+        for (const QString& program : {u"/bin/sh"_qs, downloaded, planted}) {
+            QVERIFY(!openLink(kestroActionURL(u"openWithApplicationPath"_qs, {u"-c"_qs, u"id > ~/PWNED"_qs},
                                               std::nullopt, program)));
-            QVERIFY(!openLink(
-                kestroActionURL(QStringLiteral("openWithApplicationPath"), {home()}, home(), program)));
+            QVERIFY(!openLink(kestroActionURL(u"openWithApplicationPath"_qs, {home()}, home(), program)));
         }
         QVERIFY(FakePlatform::workspace().launches.isEmpty());
         QVERIFY(FakePlatform::prompts().consentRequests.isEmpty()); // refused without even asking
@@ -93,102 +93,99 @@ private slots:
     }
 
     void anInstalledApplicationStillNeedsConsent() {
-        const QString entry = m_environment->writeFile(
-            home() + QStringLiteral("/.local/share/applications/org.example.Viewer.desktop"),
-            "[Desktop Entry]\nType=Application\nName=Viewer\nExec=true %F\n");
-        const QString document = m_environment->writeFile(home() + QStringLiteral("/report.pdf"), "%PDF");
+        const QString entry =
+            m_environment->writeFile(home() + u"/.local/share/applications/org.example.Viewer.desktop"_qs,
+                                     "[Desktop Entry]\nType=Application\nName=Viewer\nExec=true %F\n");
+        const QString document = m_environment->writeFile(home() + u"/report.pdf"_qs, "%PDF");
 
-        QVERIFY(!openLink(kestroActionURL(QStringLiteral("openWithApplicationPath"), {document}, std::nullopt,
-                                          QStringLiteral("org.example.Viewer.desktop"))));
+        QVERIFY(!openLink(kestroActionURL(u"openWithApplicationPath"_qs, {document}, std::nullopt,
+                                          u"org.example.Viewer.desktop"_qs)));
         QCOMPARE(FakePlatform::prompts().consentRequests.size(), 1);
         const ConsentRequest asked = FakePlatform::prompts().consentRequests.constFirst();
-        QCOMPARE(asked.actionID, QStringLiteral("openWithApplicationPath"));
+        QCOMPARE(asked.actionID, u"openWithApplicationPath"_qs);
         QCOMPARE(asked.items, QStringList({document}));
         QCOMPARE(asked.destination, std::optional<QString>(entry));
         QVERIFY(FakePlatform::workspace().launches.isEmpty());
 
         FakePlatform::prompts().consentAnswers = {true};
-        QVERIFY(openLink(
-            kestroActionURL(QStringLiteral("openWithApplicationPath"), {document}, std::nullopt, entry)));
+        QVERIFY(openLink(kestroActionURL(u"openWithApplicationPath"_qs, {document}, std::nullopt, entry)));
         QCOMPARE(FakePlatform::workspace().launches.size(), 1);
         QCOMPARE(FakePlatform::workspace().launches.constFirst().first, entry);
         QCOMPARE(FakePlatform::workspace().launches.constFirst().second, QStringList({document}));
     }
 
     void theUserSeesEveryItemBeforeAnythingHappens() {
-        const QString shared = m_environment->makeFolder(QStringLiteral("shared"));
-        const QString bait = m_environment->writeFile(shared + QStringLiteral("/photo.jpg"), "jpg");
-        const QString notes = m_environment->writeFile(home() + QStringLiteral("/notes/list.txt"), "KEY");
-        const QString documents = m_environment->makeFolder(QStringLiteral("home/Documents"));
+        const QString shared = m_environment->makeFolder(u"shared"_qs);
+        const QString bait = m_environment->writeFile(shared + u"/photo.jpg"_qs, "jpg");
+        const QString notes = m_environment->writeFile(home() + u"/notes/list.txt"_qs, "KEY");
+        const QString documents = m_environment->makeFolder(u"home/Documents"_qs);
         const QStringList items{bait, QFileInfo(notes).path(), documents};
 
-        QVERIFY(!openLink(kestroActionURL(QStringLiteral("compressToZIP"), items, shared)));
-        QVERIFY(!openLink(kestroActionURL(QStringLiteral("moveFilesToFolder"), items, std::nullopt, shared)));
-        QVERIFY(!openLink(kestroActionURL(QStringLiteral("scheduleDelete1Hour"), items)));
-        QVERIFY(!openLink(kestroActionURL(QStringLiteral("renameUppercase"), {QFileInfo(notes).path()})));
+        QVERIFY(!openLink(kestroActionURL(u"compressToZIP"_qs, items, shared)));
+        QVERIFY(!openLink(kestroActionURL(u"moveFilesToFolder"_qs, items, std::nullopt, shared)));
+        QVERIFY(!openLink(kestroActionURL(u"scheduleDelete1Hour"_qs, items)));
+        QVERIFY(!openLink(kestroActionURL(u"renameUppercase"_qs, {QFileInfo(notes).path()})));
 
         const QList<ConsentRequest> asked = FakePlatform::prompts().consentRequests;
         QCOMPARE(asked.size(), 4);
         QCOMPARE(asked.at(0).items, items);
-        QCOMPARE(asked.at(0).actionTitle, QStringLiteral("压缩为 ZIP"));
+        QCOMPARE(asked.at(0).actionTitle, u"压缩为 ZIP"_qs);
         QCOMPARE(asked.at(1).destination, std::optional<QString>(shared));
         QCOMPARE(asked.at(2).items, items);
         // Refused, so nothing at all changed.
-        QCOMPARE(namesIn(shared), QStringList({QStringLiteral("photo.jpg")}));
+        QCOMPARE(namesIn(shared), QStringList({u"photo.jpg"_qs}));
         QCOMPARE(readAll(notes), QByteArray("KEY"));
         QVERIFY(QFileInfo(documents).isDir());
         QVERIFY(ScheduledDeletionStore::items().isEmpty());
-        QCOMPARE(m_environment->logText().count(QStringLiteral("reason=not confirmed")), 4);
+        QCOMPARE(m_environment->logText().count(u"reason=not confirmed"_qs), 4);
     }
 
     void switchedOffAndNeverAllowedActionsAreRefusedWithoutAQuestion() {
-        const QString file = m_environment->writeFile(home() + QStringLiteral("/a.txt"), "a");
-        m_settings.enabledChildIDs.remove(QStringLiteral("copySHA256"));
-        m_settings.enabledFeatureIDs.remove(QStringLiteral("batchRename"));
+        const QString file = m_environment->writeFile(home() + u"/a.txt"_qs, "a");
+        m_settings.enabledChildIDs.remove(u"copySHA256"_qs);
+        m_settings.enabledFeatureIDs.remove(u"batchRename"_qs);
         FakePlatform::prompts().consentAnswers = {true, true, true, true, true, true};
         for (const QString& actionID :
-             {QStringLiteral("copySHA256"), QStringLiteral("renameLowercase"), QStringLiteral("runScript__X"),
-              QStringLiteral("runShortcut__X"), QStringLiteral("finderViewPreset__X"),
-              QStringLiteral("toggleHiddenFiles"), QStringLiteral("finderSortName")})
+             {u"copySHA256"_qs, u"renameLowercase"_qs, u"runScript__X"_qs, u"runShortcut__X"_qs,
+              u"finderViewPreset__X"_qs, u"toggleHiddenFiles"_qs, u"finderSortName"_qs})
             QVERIFY2(!openLink(kestroActionURL(actionID, {file}, home())), qPrintable(actionID));
         QVERIFY(FakePlatform::prompts().consentRequests.isEmpty());
         QVERIFY(FakePlatform::scripting().scriptsRun.isEmpty());
         QCOMPARE(FakePlatform::clipboard().writes, 0);
         const QString log = m_environment->logText();
-        QCOMPARE(log.count(QStringLiteral("reason=action switched off")), 2);
-        QCOMPARE(log.count(QStringLiteral("reason=never taken from a link")), 5);
+        QCOMPARE(log.count(u"reason=action switched off"_qs), 2);
+        QCOMPARE(log.count(u"reason=never taken from a link"_qs), 5);
 
         // The user's own command line may still run the switched-off action.
-        QVERIFY(m_model->handleIncomingURL(kestroActionURL(QStringLiteral("copySHA256"), {file}, home())));
+        QVERIFY(m_model->handleIncomingURL(kestroActionURL(u"copySHA256"_qs, {file}, home())));
         QCOMPARE(FakePlatform::clipboard().writes, 1);
     }
 
     void harmlessRequestsRunAtOnce() {
-        const QString folder = m_environment->makeFolder(QStringLiteral("home/Notes"));
-        QVERIFY(openLink(kestroActionURL(QStringLiteral("createTextFile"), {}, folder)));
-        QVERIFY(openLink(kestroActionURL(QStringLiteral("createFolder"), {}, folder)));
-        const QString downloads = m_environment->makeFolder(QStringLiteral("home/Downloads"));
-        QVERIFY(openLink(kestroActionURL(QStringLiteral("quickOpenDownloads"), {})));
-        QCOMPARE(namesIn(folder),
-                 QStringList({QStringLiteral("Untitled Folder"), QStringLiteral("Untitled.txt")}));
+        const QString folder = m_environment->makeFolder(u"home/Notes"_qs);
+        QVERIFY(openLink(kestroActionURL(u"createTextFile"_qs, {}, folder)));
+        QVERIFY(openLink(kestroActionURL(u"createFolder"_qs, {}, folder)));
+        const QString downloads = m_environment->makeFolder(u"home/Downloads"_qs);
+        QVERIFY(openLink(kestroActionURL(u"quickOpenDownloads"_qs, {})));
+        QCOMPARE(namesIn(folder), QStringList({u"Untitled Folder"_qs, u"Untitled.txt"_qs}));
         QCOMPARE(FakePlatform::workspace().openedUrls, QList<QUrl>({QUrl::fromLocalFile(downloads)}));
         QVERIFY(FakePlatform::prompts().consentRequests.isEmpty());
 
         // A quick-open item pointed elsewhere by the link is no longer a standard folder.
-        QVERIFY(!openLink(kestroActionURL(QStringLiteral("quickOpenDownloads"), {}, std::nullopt, folder)));
+        QVERIFY(!openLink(kestroActionURL(u"quickOpenDownloads"_qs, {}, std::nullopt, folder)));
         QCOMPARE(FakePlatform::prompts().consentRequests.size(), 1);
         QCOMPARE(FakePlatform::workspace().openedUrls.size(), 1);
     }
 
     void aNewFileInSomeoneElsesFolderNeedsConsent() {
         // A folder of another account: when the tests run as root, make one; otherwise the root folder is.
-        QString foreign = QStringLiteral("/");
+        QString foreign = u"/"_qs;
         if (::getuid() == 0) {
-            foreign = m_environment->makeFolder(QStringLiteral("foreign"));
+            foreign = m_environment->makeFolder(u"foreign"_qs);
             QCOMPARE(::chown(QFile::encodeName(foreign).constData(), 65534, 65534), 0);
         }
         const QStringList before = namesIn(foreign);
-        QVERIFY(!openLink(kestroActionURL(QStringLiteral("createTextFile"), {}, foreign)));
+        QVERIFY(!openLink(kestroActionURL(u"createTextFile"_qs, {}, foreign)));
         QCOMPARE(FakePlatform::prompts().consentRequests.size(), 1);
         QCOMPARE(FakePlatform::prompts().consentRequests.constFirst().items, QStringList({foreign}));
         QCOMPARE(namesIn(foreign), before);
@@ -201,10 +198,10 @@ private slots:
         QTest::addColumn<QString>("target");
         QTest::addColumn<QString>("destination");
         QTest::addColumn<QString>("reason");
-        const QString control = QStringLiteral("control, bidi or zero-width characters");
-        const QString protectedFolder = QStringLiteral("reaches a protected folder");
-        const QString hiddenInHome = QStringLiteral("would create a hidden item in the home folder");
-        const QStringList json{QStringLiteral("~/Downloads/request.json")};
+        const QString control = u"control, bidi or zero-width characters"_qs;
+        const QString protectedFolder = u"reaches a protected folder"_qs;
+        const QString hiddenInHome = u"would create a hidden item in the home folder"_qs;
+        const QStringList json{u"~/Downloads/request.json"_qs};
         // The dialog once showed only the start of this; the ".." run led into the queue folder.
         QTest::newRow("slashes then dots into the queue")
             << "copyFilesToFolder" << json << QString()
@@ -250,17 +247,16 @@ private slots:
         };
         for (QString& item : items)
             item = *expanded(item);
-        const QString downloads = m_environment->makeFolder(home() + QStringLiteral("/Downloads"));
+        const QString downloads = m_environment->makeFolder(home() + u"/Downloads"_qs);
         for (const char* name : {"request.json", ".bashrc", "x.desktop"})
             m_environment->writeFile(downloads + QLatin1Char('/') + QLatin1String(name), "{}");
-        m_environment->writeFile(home() + QStringLiteral("/.ssh/id_ed25519"), "KEY");
-        m_environment->writeFile(home() + QStringLiteral("/a.zip"), "PK");
+        m_environment->writeFile(home() + u"/.ssh/id_ed25519"_qs, "KEY");
+        m_environment->writeFile(home() + u"/a.zip"_qs, "PK");
         for (const char* folder :
              {"/.local/share/applications", "/.config/autostart", "/.local/share/kestro/extension"})
             m_environment->makeFolder(home() + QLatin1String(folder));
-        m_environment->makeFolder(m_environment->kestroTmp() + QStringLiteral("/kestro-action-queue"));
-        QVERIFY(QFile::link(home() + QStringLiteral("/.local/share/kestro/extension"),
-                            downloads + QStringLiteral("/photos")));
+        m_environment->makeFolder(m_environment->kestroTmp() + u"/kestro-action-queue"_qs);
+        QVERIFY(QFile::link(home() + u"/.local/share/kestro/extension"_qs, downloads + u"/photos"_qs));
         const QStringList before = namesIn(home()) + namesIn(downloads);
 
         FakePlatform::prompts().consentAnswers = {true};
@@ -269,9 +265,8 @@ private slots:
         QCOMPARE(namesIn(home()) + namesIn(downloads), before);
         QCOMPARE(FakePlatform::clipboard().writes, 0);
         const QString log = m_environment->logText();
-        QVERIFY2(
-            log.contains(QStringLiteral("link request refused: action=%1 reason=%2").arg(actionID, reason)),
-            qPrintable(log));
+        QVERIFY2(log.contains(u"link request refused: action=%1 reason=%2"_qs.arg(actionID, reason)),
+                 qPrintable(log));
         // The log reads as it is: no character in it reorders or hides text, one line per entry.
         QVERIFY(std::none_of(log.cbegin(), log.cend(), [](QChar c) {
             return c != QLatin1Char('\n') && DiagnosticLog::isHiddenOrControl(c.unicode());
@@ -283,47 +278,45 @@ private slots:
         // once (and succeeds or fails on its own).
         const QString url = kestroActionURL(actionID, items, expanded(target), expanded(destination));
         m_model->handleIncomingURL(url, RequestOrigin::user);
-        QCOMPARE(m_environment->logText().count(QStringLiteral(" url=")), 2);
+        QCOMPARE(m_environment->logText().count(u" url="_qs), 2);
     }
 
     void theDialogAndTheActionUseTheResolvedPaths() {
         // A sibling whose name merely begins like a protected folder's is not protected.
-        const QString sibling =
-            m_environment->makeFolder(KestroPaths::sharedQueueDirectory() + QStringLiteral(" 2"));
-        const QString real = m_environment->makeFolder(QStringLiteral("home/real"));
-        const QString file = m_environment->writeFile(real + QStringLiteral("/a.txt"), "a");
-        QVERIFY(QFile::link(real, home() + QStringLiteral("/shortcut")));
+        const QString sibling = m_environment->makeFolder(KestroPaths::sharedQueueDirectory() + u" 2"_qs);
+        const QString real = m_environment->makeFolder(u"home/real"_qs);
+        const QString file = m_environment->writeFile(real + u"/a.txt"_qs, "a");
+        QVERIFY(QFile::link(real, home() + u"/shortcut"_qs));
         FakePlatform::prompts().consentAnswers = {true};
-        QVERIFY(openLink(kestroActionURL(QStringLiteral("copyFilesToFolder"),
-                                         {home() + QStringLiteral("/shortcut/../real/./a.txt")}, std::nullopt,
-                                         sibling + QStringLiteral("/.//"))));
+        QVERIFY(openLink(kestroActionURL(u"copyFilesToFolder"_qs, {home() + u"/shortcut/../real/./a.txt"_qs},
+                                         std::nullopt, sibling + u"/.//"_qs)));
         QCOMPARE(FakePlatform::prompts().consentRequests.size(), 1);
         QCOMPARE(FakePlatform::prompts().consentRequests.constFirst().items, QStringList{file});
         QCOMPARE(FakePlatform::prompts().consentRequests.constFirst().destination, std::optional(sibling));
-        QCOMPARE(namesIn(sibling), QStringList{QStringLiteral("a.txt")});
+        QCOMPARE(namesIn(sibling), QStringList{u"a.txt"_qs});
     }
 
     void oneQuestionAtATime() {
         // While the user looks at one question, a page opening links in a loop gets no second dialog.
-        const QString file = m_environment->writeFile(home() + QStringLiteral("/a.txt"), "a");
+        const QString file = m_environment->writeFile(home() + u"/a.txt"_qs, "a");
         bool nestedResult = true;
         FakePlatform::prompts().whileDialogOpen = [&] {
-            nestedResult = openLink(kestroActionURL(QStringLiteral("copyMD5"), {file}));
+            nestedResult = openLink(kestroActionURL(u"copyMD5"_qs, {file}));
         };
-        QVERIFY(!openLink(kestroActionURL(QStringLiteral("copySHA256"), {file})));
+        QVERIFY(!openLink(kestroActionURL(u"copySHA256"_qs, {file})));
         QVERIFY(!nestedResult);
         QCOMPARE(FakePlatform::prompts().consentRequests.size(), 1);
         QVERIFY(m_environment->logText().contains(
-            QStringLiteral("action=copyMD5 reason=another request is waiting for an answer")));
+            u"action=copyMD5 reason=another request is waiting for an answer"_qs));
 
         // The feature-request dialog counts too, in both directions.
         FakePlatform::prompts().whileDialogOpen = [&] {
-            nestedResult = openLink(QStringLiteral("kestro://feature-request")) ||
-                           openLink(kestroActionURL(QStringLiteral("copyMD5"), {file}));
+            nestedResult =
+                openLink(u"kestro://feature-request"_qs) || openLink(kestroActionURL(u"copyMD5"_qs, {file}));
         };
-        QVERIFY(openLink(QStringLiteral("kestro://feature-request")));
+        QVERIFY(openLink(u"kestro://feature-request"_qs));
         QVERIFY(!nestedResult);
-        QCOMPARE(FakePlatform::prompts().asked.count(QStringLiteral("feature-request")), 1);
+        QCOMPARE(FakePlatform::prompts().asked.count(u"feature-request"_qs), 1);
         QCOMPARE(FakePlatform::prompts().consentRequests.size(), 1);
     }
 
@@ -333,10 +326,9 @@ private slots:
             "&target=/second&path=&path=/line%0Abreak&destinationPath=/dest%20ination&destination=/ignored"
             "&action=%E5%A4%8D%E5%88%B6&unknown=x&presetID=p1");
         QVERIFY(handle(url));
-        const QStringList expected{QStringLiteral("/b c/2.txt"), QStringLiteral("/a/文.txt"),
-                                   QStringLiteral("/line\nbreak")};
+        const QStringList expected{u"/b c/2.txt"_qs, u"/a/文.txt"_qs, u"/line\nbreak"_qs};
         QCOMPARE(m_model->selectedFiles(), expected);
-        QCOMPARE(m_model->lastActionTitle(), QStringLiteral("复制"));
+        QCOMPARE(m_model->lastActionTitle(), u"复制"_qs);
         QVERIFY(FakePlatform::scripting().scriptsRun.isEmpty());
         const QStringList lines = logLines();
         // A line break in a path is escaped: one request is one line, and it cannot forge another.
@@ -345,7 +337,7 @@ private slots:
             lines.at(0).startsWith(QStringLiteral("action=completed passed=3 selected=[\"/b c/2.txt\", "
                                                   "\"/a/文.txt\", \"/line\\nbreak\"] target=/first "
                                                   "destination=/dest ination url=kestro://finder-action?")));
-        QCOMPARE(lines.at(1), QStringLiteral("action succeeded: completed"));
+        QCOMPARE(lines.at(1), u"action succeeded: completed"_qs);
     }
 
     void onlyKestroLinksWithSoundEncodingAreTaken_data() {
@@ -373,81 +365,77 @@ private slots:
         QCOMPARE(m_model->selectedFiles(), selection);
         QCOMPARE(m_environment->logText().isEmpty(), selection.isEmpty());
         if (!selection.isEmpty())
-            QCOMPARE(logLines().last(), QStringLiteral("action succeeded: completed"));
+            QCOMPARE(logLines().last(), u"action succeeded: completed"_qs);
         QVERIFY(FakePlatform::prompts().asked.isEmpty() && !m_model->lastActionTitle());
     }
 
     void theSameUrlWithinASecondRunsOnce() {
-        const QString url = QStringLiteral("kestro://finder-action?actionID=completed&path=/p&target=/t");
+        const QString url = u"kestro://finder-action?actionID=completed&path=/p&target=/t"_qs;
         QVERIFY(handle(url));
         m_now = m_now.addMSecs(500);
         QVERIFY(!handle(url));
-        QVERIFY(handle(QStringLiteral("kestro://finder-action?actionID=completed&path=/q&target=/t")));
+        QVERIFY(handle(u"kestro://finder-action?actionID=completed&path=/q&target=/t"_qs));
         QVERIFY(handle(url)); // a different URL came between
         m_now = m_now.addMSecs(1500);
         QVERIFY(handle(url));
         m_now = m_now.addMSecs(-5000); // the clock went back
         QVERIFY(!handle(url));
-        QCOMPARE(m_environment->logText().count(QStringLiteral("action succeeded: completed")), 4);
+        QCOMPARE(m_environment->logText().count(u"action succeeded: completed"_qs), 4);
     }
 
     void theFileManagerFillsInWhatIsMissing() {
-        FakePlatform::scripting().selection = {QStringLiteral("/finder/one"), QStringLiteral("/finder/dir/")};
-        FakePlatform::scripting().frontWindow = QStringLiteral("/finder/window/");
+        FakePlatform::scripting().selection = {u"/finder/one"_qs, u"/finder/dir/"_qs};
+        FakePlatform::scripting().frontWindow = u"/finder/window/"_qs;
 
-        QVERIFY(handle(QStringLiteral("kestro://finder-action?actionID=completed&path=/passed")));
-        QCOMPARE(m_model->selectedFiles(), QStringList{QStringLiteral("/passed")});
-        QVERIFY(logLines().at(0).contains(QStringLiteral(" target=/finder/window/ ")));
+        QVERIFY(handle(u"kestro://finder-action?actionID=completed&path=/passed"_qs));
+        QCOMPARE(m_model->selectedFiles(), QStringList{u"/passed"_qs});
+        QVERIFY(logLines().at(0).contains(u" target=/finder/window/ "_qs));
         QCOMPARE(FakePlatform::scripting().scriptsRun,
                  QStringList(
                      {FinderCurrentContext::selectionScript, FinderCurrentContext::frontWindowTargetScript}));
 
-        QVERIFY(handle(QStringLiteral("kestro://finder-action?actionID=completed&target=/mine")));
-        QCOMPARE(m_model->selectedFiles(),
-                 QStringList({QStringLiteral("/finder/one"), QStringLiteral("/finder/dir/")}));
-        QVERIFY(logLines().at(2).contains(QStringLiteral(" passed=0 ")));
-        QVERIFY(logLines().at(2).contains(QStringLiteral(" target=/mine ")));
+        QVERIFY(handle(u"kestro://finder-action?actionID=completed&target=/mine"_qs));
+        QCOMPARE(m_model->selectedFiles(), QStringList({u"/finder/one"_qs, u"/finder/dir/"_qs}));
+        QVERIFY(logLines().at(2).contains(u" passed=0 "_qs));
+        QVERIFY(logLines().at(2).contains(u" target=/mine "_qs));
     }
 
     void failuresAreLoggedNotShown() {
-        QVERIFY(!handle(QStringLiteral("kestro://finder-action?actionID=createFolder")));
+        QVERIFY(!handle(u"kestro://finder-action?actionID=createFolder"_qs));
         const QStringList lines = logLines();
-        QCOMPARE(lines.at(1),
-                 QStringLiteral("action=createFolder error=没有找到可以执行操作的文件管理器目录。"));
-        QCOMPARE(lines.at(2),
-                 QStringLiteral("suppressed error alert: 没有找到可以执行操作的文件管理器目录。"));
-        QCOMPARE(m_model->lastErrorDescription(), QStringLiteral("没有找到可以执行操作的文件管理器目录。"));
+        QCOMPARE(lines.at(1), u"action=createFolder error=没有找到可以执行操作的文件管理器目录。"_qs);
+        QCOMPARE(lines.at(2), u"suppressed error alert: 没有找到可以执行操作的文件管理器目录。"_qs);
+        QCOMPARE(m_model->lastErrorDescription(), u"没有找到可以执行操作的文件管理器目录。"_qs);
     }
 
     void featureRequestsOpenAPrefilledMail() {
-        FakePlatform::prompts().featureRequestAnswers = {QStringLiteral("批量加水印\n& more + 100%")};
-        QVERIFY(handle(QStringLiteral("kestro://feature-request")));
-        QVERIFY(!handle(QStringLiteral("kestro://feature-request"))); // the duplicate filter applies here too
+        FakePlatform::prompts().featureRequestAnswers = {u"批量加水印\n& more + 100%"_qs};
+        QVERIFY(handle(u"kestro://feature-request"_qs));
+        QVERIFY(!handle(u"kestro://feature-request"_qs)); // the duplicate filter applies here too
         QCOMPARE(FakePlatform::workspace().openedUrls.size(), 1);
         const QUrl mail = FakePlatform::workspace().openedUrls.first();
-        QCOMPARE(mail.scheme(), QStringLiteral("mailto"));
+        QCOMPARE(mail.scheme(), u"mailto"_qs);
         QCOMPARE(mail.path(), FeatureRequestMailer::supportAddress);
         const QUrlQuery query(mail);
-        QCOMPARE(query.queryItemValue(QStringLiteral("subject"), QUrl::FullyDecoded),
-                 QStringLiteral("Kestro 新功能请求"));
-        const QString body = query.queryItemValue(QStringLiteral("body"), QUrl::FullyDecoded);
+        QCOMPARE(query.queryItemValue(u"subject"_qs, QUrl::FullyDecoded), u"Kestro 新功能请求"_qs);
+        const QString body = query.queryItemValue(u"body"_qs, QUrl::FullyDecoded);
         QVERIFY(body.startsWith(QStringLiteral(
             "我想请求 Kestro 增加这个功能：\n\n批量加水印\n& more + 100%\n\n---\nApp: Kestro ")));
-        QCOMPARE(body, FeatureRequestMailer::mailBody(QStringLiteral("批量加水印\n& more + 100%")));
+        QCOMPARE(body, FeatureRequestMailer::mailBody(u"批量加水印\n& more + 100%"_qs));
 
         m_now = m_now.addSecs(2);
-        QVERIFY(handle(QStringLiteral("kestro://feature-request"))); // cancelled this time
+        QVERIFY(handle(u"kestro://feature-request"_qs)); // cancelled this time
         QCOMPARE(FakePlatform::workspace().openedUrls.size(), 1);
         QCOMPARE(FakePlatform::prompts().asked.size(), 2);
 
         // No mail program: the wish goes to the clipboard and the log says so (as the notice does).
         m_now = m_now.addSecs(2);
-        FakePlatform::prompts().featureRequestAnswers = {QStringLiteral("水印")};
+        FakePlatform::prompts().featureRequestAnswers = {u"水印"_qs};
         FakePlatform::workspace().openUrlSucceeds = false;
-        QVERIFY(handle(QStringLiteral("kestro://feature-request")));
-        QCOMPARE(FakePlatform::clipboard().contents, FeatureRequestMailer::mailBody(QStringLiteral("水印")));
+        QVERIFY(handle(u"kestro://feature-request"_qs));
+        QCOMPARE(FakePlatform::clipboard().contents, FeatureRequestMailer::mailBody(u"水印"_qs));
         QVERIFY(logLines().last().startsWith(
-            QStringLiteral("suppressed error alert: 没有找到邮件程序。请求的文字已复制到剪贴板")));
+            u"suppressed error alert: 没有找到邮件程序。请求的文字已复制到剪贴板"_qs));
     }
 };
 

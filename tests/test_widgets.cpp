@@ -66,6 +66,7 @@
 #include <QUrlQuery>
 
 using namespace Modal;
+using namespace Qt::Literals::StringLiterals;
 using namespace std::chrono_literals;
 
 namespace {
@@ -83,8 +84,8 @@ QPushButton* buttonOf(ConsentDialog& dialog, const char* name) {
 struct Consent {
     TestEnvironment environment;
     FinderSelectionModel model;
-    QString source = environment.writeFile(QStringLiteral("home/secret.txt"), "s");
-    QString destination = environment.makeFolder(QStringLiteral("shared"));
+    QString source = environment.writeFile(u"home/secret.txt"_qs, "s");
+    QString destination = environment.makeFolder(u"shared"_qs);
 
     Consent() {
         saveQuietPreferences();
@@ -97,9 +98,9 @@ struct Consent {
         });
     }
     QString request() const {
-        return kestroActionURL(QStringLiteral("copyFilesToFolder"), {source}, std::nullopt, destination);
+        return kestroActionURL(u"copyFilesToFolder"_qs, {source}, std::nullopt, destination);
     }
-    bool copied() const { return QFile::exists(destination + QStringLiteral("/secret.txt")); }
+    bool copied() const { return QFile::exists(destination + u"/secret.txt"_qs); }
 };
 
 QString makeExecutable(const TestEnvironment& environment, const QString& name) {
@@ -163,30 +164,29 @@ private slots:
 
     void textPromptAnswersWhatWasTypedOrNothing() {
         WidgetPrompts prompts;
-        const QString typed = QStringLiteral("  报告 \"最终\" 版 ");
+        const QString typed = u"  报告 \"最终\" 版 "_qs;
         ModalAnswer answer([&](QWidget* dialog) {
-            QVERIFY(labelTexts(dialog).contains(QStringLiteral("添加前缀")));
-            QVERIFY(labelTexts(dialog).contains(QStringLiteral("输入要添加到文件名前面的文字。")));
+            QVERIFY(labelTexts(dialog).contains(u"添加前缀"_qs));
+            QVERIFY(labelTexts(dialog).contains(u"输入要添加到文件名前面的文字。"_qs));
             auto* field = dialog->findChild<QLineEdit*>();
             QCOMPARE(QApplication::focusWidget(), field);
             type(field, typed);
-            click(button(dialog, QStringLiteral("确定")));
+            click(button(dialog, u"确定"_qs));
         });
-        QCOMPARE(
-            prompts.promptText(QStringLiteral("添加前缀"), QStringLiteral("输入要添加到文件名前面的文字。")),
-            std::optional<QString>(typed));
+        QCOMPARE(prompts.promptText(u"添加前缀"_qs, u"输入要添加到文件名前面的文字。"_qs),
+                 std::optional<QString>(typed));
         QCOMPARE(answer.answered(), 1);
 
         ModalAnswer cancelled([](QWidget* dialog) {
-            type(dialog->findChild<QLineEdit*>(), QStringLiteral("x"));
+            type(dialog->findChild<QLineEdit*>(), u"x"_qs);
             cancel(dialog);
         });
-        QCOMPARE(prompts.promptText(QStringLiteral("a"), QStringLiteral("b")), std::nullopt);
+        QCOMPARE(prompts.promptText(u"a"_qs, u"b"_qs), std::nullopt);
         QCOMPARE(cancelled.answered(), 1);
 
         // Escape cancels as well.
         ModalAnswer escape([](QWidget* dialog) { QTest::keyClick(dialog, Qt::Key_Escape); });
-        QCOMPARE(prompts.promptText(QStringLiteral("a"), QStringLiteral("b")), std::nullopt);
+        QCOMPARE(prompts.promptText(u"a"_qs, u"b"_qs), std::nullopt);
         QCOMPARE(escape.answered(), 1);
     }
 
@@ -204,66 +204,64 @@ private slots:
             textHeight = field->fontMetrics().height();
             cancel(dialog);
         });
-        prompts.promptText(QStringLiteral("添加前缀"), QStringLiteral("输入要添加到文件名前面的文字。"));
+        prompts.promptText(u"添加前缀"_qs, u"输入要添加到文件名前面的文字。"_qs);
         QApplication::setFont(saved);
         QCOMPARE(answer.answered(), 1);
-        QVERIFY2(fieldHeight >= textHeight,
-                 qPrintable(QStringLiteral("%1 < %2").arg(fieldHeight).arg(textHeight)));
+        QVERIFY2(fieldHeight >= textHeight, qPrintable(u"%1 < %2"_qs.arg(fieldHeight).arg(textHeight)));
     }
 
     void resizePromptExplainsItselfAndHintsInsideItsFields() {
         WidgetPrompts prompts;
         ModalAnswer answer([](QWidget* dialog) {
             const QStringList texts = labelTexts(dialog);
-            QVERIFY(texts.contains(QStringLiteral("调整图片大小")));
-            QVERIFY(texts.contains(QStringLiteral("输入宽度和高度，例如 1024 x 768。")));
+            QVERIFY(texts.contains(u"调整图片大小"_qs));
+            QVERIFY(texts.contains(u"输入宽度和高度，例如 1024 x 768。"_qs));
             // The hints are placeholders, not labels beside the fields.
-            QVERIFY(!texts.contains(QStringLiteral("宽度（像素）")));
+            QVERIFY(!texts.contains(u"宽度（像素）"_qs));
             const QList<QLineEdit*> fields = dialog->findChildren<QLineEdit*>();
             QCOMPARE(fields.size(), 2);
-            QCOMPARE(fields.at(0)->placeholderText(), QStringLiteral("宽度（像素）"));
-            QCOMPARE(fields.at(1)->placeholderText(), QStringLiteral("高度（像素）"));
+            QCOMPARE(fields.at(0)->placeholderText(), u"宽度（像素）"_qs);
+            QCOMPARE(fields.at(1)->placeholderText(), u"高度（像素）"_qs);
             QCOMPARE(QApplication::focusWidget(), fields.at(0));
-            type(fields.at(0), QStringLiteral("1024"));
+            type(fields.at(0), u"1024"_qs);
             QTest::keyClick(fields.at(0), Qt::Key_Tab);
-            type(QApplication::focusWidget(), QStringLiteral("768"));
+            type(QApplication::focusWidget(), u"768"_qs);
             QTest::keyClick(QApplication::focusWidget(), Qt::Key_Return);
         });
-        const auto size = prompts.promptTwoTexts(
-            QStringLiteral("调整图片大小"), QStringLiteral("输入宽度和高度，例如 1024 x 768。"),
-            QStringLiteral("宽度（像素）"), QStringLiteral("高度（像素）"));
+        const auto size = prompts.promptTwoTexts(u"调整图片大小"_qs, u"输入宽度和高度，例如 1024 x 768。"_qs,
+                                                 u"宽度（像素）"_qs, u"高度（像素）"_qs);
         QCOMPARE(answer.answered(), 1);
-        QCOMPARE(size, std::optional(std::pair(QStringLiteral("1024"), QStringLiteral("768"))));
+        QCOMPARE(size, std::optional(std::pair(u"1024"_qs, u"768"_qs)));
     }
 
     void folderPanelsAnswerTheChosenFolder() {
         TestEnvironment environment;
         WidgetPrompts prompts;
-        const QString folder = environment.makeFolder(QStringLiteral("目标 夹 'x'"));
+        const QString folder = environment.makeFolder(u"目标 夹 'x'"_qs);
         ModalAnswer answer([&](QWidget* dialog) {
             auto* panel = qobject_cast<QFileDialog*>(dialog);
             QVERIFY(panel);
-            QCOMPARE(panel->windowTitle(), QStringLiteral("选择目标文件夹"));
-            QCOMPARE(panel->labelText(QFileDialog::Accept), QStringLiteral("复制到这里"));
+            QCOMPARE(panel->windowTitle(), u"选择目标文件夹"_qs);
+            QCOMPARE(panel->labelText(QFileDialog::Accept), u"复制到这里"_qs);
             // Qt's own texts of the panel are Chinese too.
-            auto* box = panel->findChild<QDialogButtonBox*>(QStringLiteral("buttonBox"));
+            auto* box = panel->findChild<QDialogButtonBox*>(u"buttonBox"_qs);
             QCOMPARE(box->button(QDialogButtonBox::Cancel)->text().remove(QLatin1Char('&')).left(2),
-                     QStringLiteral("取消"));
+                     u"取消"_qs);
             typeIntoFilePanel(dialog, folder);
         });
-        QCOMPARE(prompts.chooseDirectory(QStringLiteral("复制到这里")), std::optional(folder));
+        QCOMPARE(prompts.chooseDirectory(u"复制到这里"_qs), std::optional(folder));
         QCOMPARE(answer.answered(), 1);
 
         OpenPanelRequest request;
-        request.title = QStringLiteral("选择要添加到“复制到文件夹”的文件夹");
-        request.buttonLabel = QStringLiteral("添加");
+        request.title = u"选择要添加到“复制到文件夹”的文件夹"_qs;
+        request.buttonLabel = u"添加"_qs;
         request.choose = OpenPanelRequest::Choose::folder;
         request.initialDirectory = environment.root();
         request.canCreateFolders = true;
         ModalAnswer add([&](QWidget* dialog) {
             auto* panel = qobject_cast<QFileDialog*>(dialog);
             QCOMPARE(panel->windowTitle(), request.title);
-            QCOMPARE(panel->labelText(QFileDialog::Accept), QStringLiteral("添加"));
+            QCOMPARE(panel->labelText(QFileDialog::Accept), u"添加"_qs);
             QCOMPARE(QDir(panel->directory()).canonicalPath(), QDir(environment.root()).canonicalPath());
             QCOMPARE(panel->fileMode(), QFileDialog::Directory);
             QVERIFY(!panel->testOption(QFileDialog::ReadOnly));
@@ -280,10 +278,10 @@ private slots:
     void filePanelAnswersAnExistingFileOnly() {
         TestEnvironment environment;
         WidgetPrompts prompts;
-        const QString script = environment.writeFile(QStringLiteral("home/脚本 1.py"), "print(1)\n");
+        const QString script = environment.writeFile(u"home/脚本 1.py"_qs, "print(1)\n");
         OpenPanelRequest request;
-        request.title = QStringLiteral("选择扩展脚本");
-        request.buttonLabel = QStringLiteral("添加");
+        request.title = u"选择扩展脚本"_qs;
+        request.buttonLabel = u"添加"_qs;
         request.choose = OpenPanelRequest::Choose::file;
         request.initialDirectory = environment.home();
         ModalAnswer answer([&](QWidget* dialog) {
@@ -291,7 +289,7 @@ private slots:
             QCOMPARE(panel->fileMode(), QFileDialog::ExistingFile);
             QVERIFY(panel->testOption(QFileDialog::ReadOnly)); // no new folders here
             // A relative name is taken in the panel's folder.
-            typeIntoFilePanel(dialog, QStringLiteral("脚本 1.py"));
+            typeIntoFilePanel(dialog, u"脚本 1.py"_qs);
         });
         QCOMPARE(prompts.chooseItem(request), std::optional(script));
         QCOMPARE(answer.answered(), 1);
@@ -301,21 +299,21 @@ private slots:
         TestEnvironment environment;
         WidgetPrompts prompts;
         const QString entry =
-            environment.writeFile(QStringLiteral("apps/org.example.Viewer.desktop"),
+            environment.writeFile(u"apps/org.example.Viewer.desktop"_qs,
                                   "[Desktop Entry]\nType=Application\nName=Viewer\nExec=true\n");
-        const QString program = makeExecutable(environment, QStringLiteral("apps/viewer"));
-        const QString text = environment.writeFile(QStringLiteral("apps/notes.txt"), "not an application");
+        const QString program = makeExecutable(environment, u"apps/viewer"_qs);
+        const QString text = environment.writeFile(u"apps/notes.txt"_qs, "not an application");
         OpenPanelRequest request;
-        request.title = QStringLiteral("选择常用应用");
-        request.buttonLabel = QStringLiteral("添加");
+        request.title = u"选择常用应用"_qs;
+        request.buttonLabel = u"添加"_qs;
         request.choose = OpenPanelRequest::Choose::application;
-        request.initialDirectory = environment.root() + QStringLiteral("/apps");
+        request.initialDirectory = environment.root() + u"/apps"_qs;
 
         for (const QString& chosen : {entry, program}) {
             ModalAnswer answer([&](QWidget* picker) {
-                QCOMPARE(picker->windowTitle(), QStringLiteral("选择常用应用"));
+                QCOMPARE(picker->windowTitle(), u"选择常用应用"_qs);
                 throughOtherApplications(picker, [&](QWidget* dialog) {
-                    QCOMPARE(dialog->windowTitle(), QStringLiteral("选择常用应用"));
+                    QCOMPARE(dialog->windowTitle(), u"选择常用应用"_qs);
                     typeIntoFilePanel(dialog, chosen);
                 });
             });
@@ -350,32 +348,30 @@ private slots:
         QCOMPARE(prompts.chooseItem(request), std::nullopt);
         QCOMPARE(refuse.answered(), 1);
         QCOMPARE(warning->answered(), 1);
-        QCOMPARE(message, QStringLiteral("“%1”不是应用：请选择 .desktop 文件或可执行文件。").arg(text));
-        QCOMPARE(buttonText.remove(QLatin1Char('&')).left(2), QStringLiteral("确定"));
+        QCOMPARE(message, u"“%1”不是应用：请选择 .desktop 文件或可执行文件。"_qs.arg(text));
+        QCOMPARE(buttonText.remove(QLatin1Char('&')).left(2), u"确定"_qs);
     }
 
     void shortcutPickerListsCompletesAndTakesTypedNames() {
         WidgetPrompts prompts;
-        const QStringList names{QStringLiteral("压缩图片"), QStringLiteral("Resize Photos"),
-                                QStringLiteral("Rename All")};
+        const QStringList names{u"压缩图片"_qs, u"Resize Photos"_qs, u"Rename All"_qs};
         ModalAnswer preset([&](QWidget* dialog) {
-            QVERIFY(labelTexts(dialog).contains(QStringLiteral("添加快捷指令")));
-            QVERIFY(labelTexts(dialog).contains(QStringLiteral("选一个")));
+            QVERIFY(labelTexts(dialog).contains(u"添加快捷指令"_qs));
+            QVERIFY(labelTexts(dialog).contains(u"选一个"_qs));
             auto* box = dialog->findChild<QComboBox*>();
             QVERIFY(box && box->isEditable());
             QCOMPARE(box->count(), 3);
-            QCOMPARE(box->currentText(), QStringLiteral("压缩图片")); // preset to the first
-            QCOMPARE(box->lineEdit()->placeholderText(), QStringLiteral("快捷指令名称"));
-            QCOMPARE(button(dialog, QStringLiteral("添加"))->text(), QStringLiteral("添加"));
+            QCOMPARE(box->currentText(), u"压缩图片"_qs); // preset to the first
+            QCOMPARE(box->lineEdit()->placeholderText(), u"快捷指令名称"_qs);
+            QCOMPARE(button(dialog, u"添加"_qs)->text(), u"添加"_qs);
             // Typing completes from the list.
             box->lineEdit()->selectAll();
-            type(box->lineEdit(), QStringLiteral("Ren"));
-            QCOMPARE(box->currentText(), QStringLiteral("Rename All"));
-            click(button(dialog, QStringLiteral("添加")));
+            type(box->lineEdit(), u"Ren"_qs);
+            QCOMPARE(box->currentText(), u"Rename All"_qs);
+            click(button(dialog, u"添加"_qs));
         });
-        QCOMPARE(prompts.chooseShortcutName(QStringLiteral("添加快捷指令"), QStringLiteral("选一个"),
-                                            QStringLiteral("快捷指令名称"), names),
-                 std::optional(QStringLiteral("Rename All")));
+        QCOMPARE(prompts.chooseShortcutName(u"添加快捷指令"_qs, u"选一个"_qs, u"快捷指令名称"_qs, names),
+                 std::optional(u"Rename All"_qs));
         QCOMPARE(preset.answered(), 1);
 
         // With no names the box starts empty and takes what is typed.
@@ -383,32 +379,29 @@ private slots:
             auto* box = dialog->findChild<QComboBox*>();
             QCOMPARE(box->count(), 0);
             QCOMPARE(box->currentText(), QString());
-            type(box->lineEdit(), QStringLiteral("我的 快捷指令"));
+            type(box->lineEdit(), u"我的 快捷指令"_qs);
             QTest::keyClick(box->lineEdit(), Qt::Key_Return);
         });
-        QCOMPARE(prompts.chooseShortcutName(QStringLiteral("添加快捷指令"), QStringLiteral("没有"),
-                                            QStringLiteral("快捷指令名称"), {}),
-                 std::optional(QStringLiteral("我的 快捷指令")));
+        QCOMPARE(prompts.chooseShortcutName(u"添加快捷指令"_qs, u"没有"_qs, u"快捷指令名称"_qs, {}),
+                 std::optional(u"我的 快捷指令"_qs));
         QCOMPARE(typed.answered(), 1);
 
         ModalAnswer cancelled([](QWidget* dialog) { cancel(dialog); });
-        QCOMPARE(
-            prompts.chooseShortcutName(QStringLiteral("t"), QStringLiteral("m"), QStringLiteral("p"), names),
-            std::nullopt);
+        QCOMPARE(prompts.chooseShortcutName(u"t"_qs, u"m"_qs, u"p"_qs, names), std::nullopt);
         QCOMPARE(cancelled.answered(), 1);
     }
 
     void featureRequestDialogAnswersTheWrittenText() {
         WidgetPrompts prompts;
         ModalAnswer answer([](QWidget* dialog) {
-            QVERIFY(labelTexts(dialog).contains(QStringLiteral("请求新功能")));
+            QVERIFY(labelTexts(dialog).contains(u"请求新功能"_qs));
             auto* editor = dialog->findChild<QPlainTextEdit*>();
-            type(editor, QStringLiteral("批量加水印"));
+            type(editor, u"批量加水印"_qs);
             QTest::keyClick(editor, Qt::Key_Return);
-            type(editor, QStringLiteral("第二行"));
-            click(button(dialog, QStringLiteral("提交")));
+            type(editor, u"第二行"_qs);
+            click(button(dialog, u"提交"_qs));
         });
-        QCOMPARE(prompts.requestFeatureText(), std::optional(QStringLiteral("批量加水印\n第二行")));
+        QCOMPARE(prompts.requestFeatureText(), std::optional(u"批量加水印\n第二行"_qs));
         QCOMPARE(answer.answered(), 1);
     }
     void childRowsChangeAtTheirSwitchAndDragFromTheirHandleOnly() {
@@ -445,7 +438,7 @@ private slots:
         QTest::keyClick(list, Qt::Key_Space);
         QVERIFY(storedList("enabledChildIDs").contains(first));
         QCOMPARE(list->model()->index(0, 0).data(Qt::CheckStateRole).toInt(), int(Qt::Checked));
-        QVERIFY(storedList("enabledFeatureIDs").contains(QStringLiteral("createFile")));
+        QVERIFY(storedList("enabledFeatureIDs").contains(u"createFile"_qs));
     }
 
     void twoLineRowsAreAsTallAsTheirText() {
@@ -462,7 +455,7 @@ private slots:
             const int height = rowRect(list, 0).height();
             // Chinese from a fallback face makes a line up to a third taller than the font's own metrics.
             QVERIFY2(height >= text + 8 && height <= text * 3 / 2 + 20,
-                     qPrintable(QStringLiteral("%1 for %2").arg(height).arg(text)));
+                     qPrintable(u"%1 for %2"_qs.arg(height).arg(text)));
         }
     }
 
@@ -476,70 +469,63 @@ private slots:
             return panel.answered();
         };
         // 添加常用路径: a folder, through the folder panel.
-        const QString folder = window.environment.makeFolder(QStringLiteral("常用 夹 'x'"));
-        QCOMPARE(add(KestroFeature::copyFile, QStringLiteral("添加常用路径"),
+        const QString folder = window.environment.makeFolder(u"常用 夹 'x'"_qs);
+        QCOMPARE(add(KestroFeature::copyFile, u"添加常用路径"_qs,
                      [&](QWidget* dialog) { typeIntoFilePanel(dialog, folder); }),
                  1);
-        const CustomDestination copy =
-            CustomDestinationPersistence::load()->value(QStringLiteral("copy")).constLast();
-        QVERIFY(copy.path == folder && copy.name == QStringLiteral("常用 夹 'x'"));
+        const CustomDestination copy = CustomDestinationPersistence::load()->value(u"copy"_qs).constLast();
+        QVERIFY(copy.path == folder && copy.name == u"常用 夹 'x'"_qs);
 
         // 添加应用: the installed applications by name and icon (hidden ones left out), named by Name.
-        const QString iconPath = window.environment.root() + QStringLiteral("/viewer.png");
+        const QString iconPath = window.environment.root() + u"/viewer.png"_qs;
         QImage(16, 16, QImage::Format_RGB32).save(iconPath);
-        const QString entry =
-            KestroPaths::applicationsDirectory() + QStringLiteral("/org.example.Viewer.desktop");
+        const QString entry = KestroPaths::applicationsDirectory() + u"/org.example.Viewer.desktop"_qs;
         window.environment.writeFile(
             entry, "[Desktop Entry]\nType=Application\nExec=true\nName=Viewer\nName[zh_CN]=看图\nIcon=" +
                        iconPath.toUtf8() + '\n');
         window.environment.writeFile(
-            entry + QStringLiteral(".hidden.desktop"),
+            entry + u".hidden.desktop"_qs,
             "[Desktop Entry]\nType=Application\nExec=true\nName=藏起来\nNoDisplay=true\n");
-        QCOMPARE(add(KestroFeature::openWith, QStringLiteral("添加应用"),
+        QCOMPARE(add(KestroFeature::openWith, u"添加应用"_qs,
                      [&](QWidget* dialog) {
                          auto* list = dialog->findChild<QListWidget*>();
-                         const QList<QListWidgetItem*> found =
-                             list->findItems(QStringLiteral("看图"), Qt::MatchExactly);
+                         const QList<QListWidgetItem*> found = list->findItems(u"看图"_qs, Qt::MatchExactly);
                          QVERIFY(found.size() == 1 && !found.constFirst()->icon().isNull());
-                         QVERIFY(list->findItems(QStringLiteral("藏起来"), Qt::MatchExactly).isEmpty());
+                         QVERIFY(list->findItems(u"藏起来"_qs, Qt::MatchExactly).isEmpty());
                          list->setCurrentItem(found.constFirst());
-                         click(button(dialog, QStringLiteral("添加")));
+                         click(button(dialog, u"添加"_qs));
                      }),
                  1);
         const CustomDestination application =
-            CustomDestinationPersistence::load()->value(QStringLiteral("openApplication")).constLast();
-        QVERIFY(application.path == entry && application.name == QStringLiteral("看图"));
+            CustomDestinationPersistence::load()->value(u"openApplication"_qs).constLast();
+        QVERIFY(application.path == entry && application.name == u"看图"_qs);
 
         // 添加脚本: a file, starting in the home folder.
-        const QString script =
-            window.environment.writeFile(QStringLiteral("home/整理 照片.sh"), "#!/bin/sh\n");
-        QCOMPARE(add(KestroFeature::customActions, QStringLiteral("添加脚本"),
-                     [&](QWidget* dialog) { typeIntoFilePanel(dialog, QStringLiteral("整理 照片.sh")); }),
+        const QString script = window.environment.writeFile(u"home/整理 照片.sh"_qs, "#!/bin/sh\n");
+        QCOMPARE(add(KestroFeature::customActions, u"添加脚本"_qs,
+                     [&](QWidget* dialog) { typeIntoFilePanel(dialog, u"整理 照片.sh"_qs); }),
                  1);
         QCOMPARE(CustomShortcutActionPersistence::load().constLast().scriptPath, script);
-        QCOMPARE(CustomShortcutActionPersistence::load().constLast().name, QStringLiteral("整理 照片"));
+        QCOMPARE(CustomShortcutActionPersistence::load().constLast().name, u"整理 照片"_qs);
 
         // 添加快捷指令: the picker lists what the shortcuts tool lists (a stand-in: this system has none).
         const QString tool = window.environment.writeFile(
-            QStringLiteral("bin/shortcuts"), "#!/bin/sh\nprintf '压缩图片\\n  Rename All \\n\\n'\n");
+            u"bin/shortcuts"_qs, "#!/bin/sh\nprintf '压缩图片\\n  Rename All \\n\\n'\n");
         QFile::setPermissions(tool, QFile::permissions(tool) | QFileDevice::ExeOwner);
         ShortcutsTool::setExecutablePath(tool);
-        const int picked =
-            add(KestroFeature::customActions, QStringLiteral("添加快捷指令"), [&](QWidget* dialog) {
-                auto* box = dialog->findChild<QComboBox*>();
-                QCOMPARE(box->count(), 2);
-                box->lineEdit()->selectAll();
-                type(box->lineEdit(), QStringLiteral("Ren"));
-                click(button(dialog, QStringLiteral("添加")));
-            });
+        const int picked = add(KestroFeature::customActions, u"添加快捷指令"_qs, [&](QWidget* dialog) {
+            auto* box = dialog->findChild<QComboBox*>();
+            QCOMPARE(box->count(), 2);
+            box->lineEdit()->selectAll();
+            type(box->lineEdit(), u"Ren"_qs);
+            click(button(dialog, u"添加"_qs));
+        });
         ShortcutsTool::resetExecutablePath();
         QCOMPARE(picked, 1);
         const CustomShortcutAction added = CustomShortcutActionPersistence::load().constLast();
-        QVERIFY(added.kind == CustomShortcutAction::Kind::shortcut &&
-                added.shortcutName == QStringLiteral("Rename All"));
+        QVERIFY(added.kind == CustomShortcutAction::Kind::shortcut && added.shortcutName == u"Rename All"_qs);
         // Cancelling a panel adds nothing.
-        QCOMPARE(add(KestroFeature::customActions, QStringLiteral("添加脚本"),
-                     [](QWidget* dialog) { cancel(dialog); }),
+        QCOMPARE(add(KestroFeature::customActions, u"添加脚本"_qs, [](QWidget* dialog) { cancel(dialog); }),
                  1);
         QCOMPARE(window.customActions.actions().size(), 2);
     }
@@ -548,17 +534,17 @@ private slots:
         Window window;
         auto* section = window.section<FinderViewPresetSection>(KestroFeature::viewOptions);
         QCOMPARE(window.presets.presets().size(), 3);
-        click(visibleButton(section, QStringLiteral("添加显示方案")));
+        click(visibleButton(section, u"添加显示方案"_qs));
         QCOMPARE(FinderViewPresetPersistence::load()->size(), 4);
         const QString id = window.presets.presets().constLast().id;
-        QCOMPARE(section->nameField()->text(), QStringLiteral("列表 · 按修改日期"));
+        QCOMPARE(section->nameField()->text(), u"列表 · 按修改日期"_qs);
         // Another sort, chosen with the keyboard: the automatic name follows it.
         section->sortBox()->setFocus();
         QTest::keyClick(section->sortBox(), Qt::Key_Down);
         QCOMPARE(FinderViewPresetPersistence::preset(id)->sortMode, FinderSortMode::creationDate);
-        QCOMPARE(FinderViewPresetPersistence::preset(id)->name, QStringLiteral("列表 · 按创建日期"));
+        QCOMPARE(FinderViewPresetPersistence::preset(id)->name, u"列表 · 按创建日期"_qs);
         // A typed name is kept through later changes; an emptied one is put back.
-        const QString mine = QStringLiteral("我的 \"方案\"");
+        const QString mine = u"我的 \"方案\""_qs;
         section->nameField()->setFocus();
         section->nameField()->selectAll();
         type(section->nameField(), mine);
@@ -574,7 +560,7 @@ private slots:
         QCOMPARE(FinderViewPresetPersistence::preset(id)->name, mine);
         QCOMPARE(section->nameField()->text(), mine);
         // 移除 takes the selected preset away, and only that one.
-        click(visibleButton(section, QStringLiteral("移除")));
+        click(visibleButton(section, u"移除"_qs));
         QCOMPARE(FinderViewPresetPersistence::load()->size(), 3);
         QVERIFY(!FinderViewPresetPersistence::preset(id));
     }
@@ -585,18 +571,17 @@ private slots:
         const QStringList images = KestroFeature(KestroFeature::imageTools).childIDs();
         // Not every image action is on by default, so the button offers to turn them all on, then off.
         for (const bool on : {true, false}) {
-            QCOMPARE(section->allButton()->text(),
-                     on ? QStringLiteral("全部开启") : QStringLiteral("全部关闭"));
+            QCOMPARE(section->allButton()->text(), on ? u"全部开启"_qs : u"全部关闭"_qs);
             click(section->allButton());
             for (const QString& id : images)
                 QVERIFY2(storedList("enabledChildIDs").contains(id) == on, qPrintable(id));
         }
-        QVERIFY(storedList("enabledFeatureIDs").contains(QStringLiteral("imageTools")));
+        QVERIFY(storedList("enabledFeatureIDs").contains(u"imageTools"_qs));
         // The feature's own switch writes, and follows the store when it changes elsewhere.
         FeatureDetailView* page = window.open(KestroFeature::developerTools);
         QVERIFY(!page->enableRow()->toggle()->isChecked());
         click(page->enableRow()->toggle());
-        QVERIFY(storedList("enabledFeatureIDs").contains(QStringLiteral("developerTools")));
+        QVERIFY(storedList("enabledFeatureIDs").contains(u"developerTools"_qs));
         window.featureSettings.setEnabled(false, KestroFeature::developerTools);
         QVERIFY(!page->enableRow()->toggle()->isChecked());
     }
@@ -630,7 +615,7 @@ private slots:
         QVERIFY(AppPreferencesPersistence::load().revealCreatedItems);
         click(page->revealActionResultsRow()->toggle());
         QVERIFY(!AppPreferencesPersistence::load().revealActionResults);
-        QVERIFY(labelTexts(page->failureNotificationsRow()).contains(QStringLiteral("操作失败时显示通知")));
+        QVERIFY(labelTexts(page->failureNotificationsRow()).contains(u"操作失败时显示通知"_qs));
         click(page->failureNotificationsRow()->toggle());
         QVERIFY(!AppPreferencesPersistence::load().showsFailureNotifications);
         click(page->groupingRow()->toggle()); // on by default
@@ -645,7 +630,7 @@ private slots:
         FakePlatform::loginItems().refuses = true;
         click(login->toggle());
         QVERIFY(!login->toggle()->isChecked() && !window.preferences.launchAtLogin());
-        QVERIFY2(login->note().contains(QStringLiteral("login item refused")), qPrintable(login->note()));
+        QVERIFY2(login->note().contains(u"login item refused"_qs), qPrintable(login->note()));
         FakePlatform::loginItems().refuses = false;
         click(login->toggle());
         QVERIFY(login->toggle()->isChecked() && login->note().isEmpty() &&
@@ -662,7 +647,7 @@ private slots:
         QCOMPARE(storedList("featureOrder").size(), 14);
         window.environment.writeFile(FeatureSettingsPersistence::applicationFileURL(), "not a property list");
         click(window.view.featurePage(KestroFeature::copyPath)->enableRow()->toggle());
-        QVERIFY(!storedList("enabledFeatureIDs").contains(QStringLiteral("copyPath")));
+        QVERIFY(!storedList("enabledFeatureIDs").contains(u"copyPath"_qs));
     }
 
     void everyPageShowsItsOwnLists() {
@@ -695,14 +680,14 @@ private slots:
 
     void scheduledDeletionCanBeCancelledFromThePage() {
         Window window;
-        const QString keep = window.environment.writeFile(QStringLiteral("files/keep me.txt"), "a");
-        const QString gone = window.environment.writeFile(QStringLiteral("files/cancel me.txt"), "b");
+        const QString keep = window.environment.writeFile(u"files/keep me.txt"_qs, "a");
+        const QString gone = window.environment.writeFile(u"files/cancel me.txt"_qs, "b");
         ScheduledDeletionStore::schedule({keep}, 3600);
         ScheduledDeletionStore::schedule({gone}, 60);
         auto* section = window.section<ScheduledDeletionSection>(KestroFeature::scheduledDeletion);
         QTRY_COMPARE(section->model()->rowCount(), 2);
-        QCOMPARE(section->model()->rows().at(0).title, QStringLiteral("cancel me.txt")); // earliest first
-        QPushButton* cancelButton = visibleButton(section, QStringLiteral("取消清理"));
+        QCOMPARE(section->model()->rows().at(0).title, u"cancel me.txt"_qs); // earliest first
+        QPushButton* cancelButton = visibleButton(section, u"取消清理"_qs);
         QVERIFY(cancelButton && !cancelButton->isEnabled()); // nothing chosen yet
         clickRow(section->listView(), 0);
         click(cancelButton);
@@ -714,8 +699,8 @@ private slots:
 
     void aVanishedFolderIsShownWithAWarningAndRowsRemoveExactly() {
         Window window;
-        const QString folder = window.environment.makeFolder(
-            QStringLiteral("a folder with a very long name ") + QString(70, QChar(0x6587)));
+        const QString folder =
+            window.environment.makeFolder(u"a folder with a very long name "_qs + QString(70, QChar(0x6587)));
         QVERIFY(window.destinations.addDestinationPath(CustomDestinationKind::copy, folder));
         auto* section = window.section<CustomDestinationSection>(KestroFeature::copyFile);
         const int row = section->model()->rowCount() - 1;
@@ -728,21 +713,19 @@ private slots:
         QTRY_VERIFY(!section->model()->rows().at(row).warning);
         // Paths under the home folder read from "~"; a sibling that merely starts alike does not.
         const QString home = window.environment.home();
-        QCOMPARE(UserListModel::displayPath(home + QStringLiteral("/Downloads/a b")),
-                 QStringLiteral("~/Downloads/a b"));
-        QCOMPARE(UserListModel::displayPath(home + QStringLiteral("2/x")), home + QStringLiteral("2/x"));
+        QCOMPARE(UserListModel::displayPath(home + u"/Downloads/a b"_qs), u"~/Downloads/a b"_qs);
+        QCOMPARE(UserListModel::displayPath(home + u"2/x"_qs), home + u"2/x"_qs);
         clickRow(section->listView(), row);
-        click(visibleButton(section, QStringLiteral("移除")));
+        click(visibleButton(section, u"移除"_qs));
         QCOMPARE(window.destinations.destinations(CustomDestinationKind::copy).size(), row);
         QCOMPARE(section->model()->rowCount(), row);
 
         // A custom action renamed in place is trimmed.
         QVERIFY(window.customActions.addScript(
-            window.environment.writeFile(QStringLiteral("scripts/tidy.sh"), "#!/bin/sh\n")));
+            window.environment.writeFile(u"scripts/tidy.sh"_qs, "#!/bin/sh\n")));
         auto* actions = window.section<CustomShortcutActionSection>(KestroFeature::customActions);
-        QVERIFY(
-            actions->model()->setData(actions->model()->index(0), QStringLiteral("  整理 \n"), Qt::EditRole));
-        QCOMPARE(CustomShortcutActionPersistence::load().constFirst().name, QStringLiteral("整理"));
+        QVERIFY(actions->model()->setData(actions->model()->index(0), u"  整理 \n"_qs, Qt::EditRole));
+        QCOMPARE(CustomShortcutActionPersistence::load().constFirst().name, u"整理"_qs);
     }
 
     void featureRequestSheetOpensAPrefilledMailOrKeepsTheWish() {
@@ -750,10 +733,10 @@ private slots:
         FeatureRequestSheet sheet;
         sheet.show();
         QVERIFY(QTest::qWaitForWindowExposed(&sheet));
-        type(sheet.editor(), QStringLiteral("  "));
+        type(sheet.editor(), u"  "_qs);
         QVERIFY(!sheet.submitButton()->isEnabled());
         sheet.editor()->clear();
-        const QString wish = QStringLiteral("批量加水印 & 压缩");
+        const QString wish = u"批量加水印 & 压缩"_qs;
         type(sheet.editor(), wish);
         FakePlatform::workspace().openUrlSucceeds = false;
         click(sheet.submitButton());
@@ -771,12 +754,12 @@ private slots:
         // Forty items: all of them are listed, the list scrolls.
         QStringList items{consent.source};
         for (int index = 1; index < 40; ++index)
-            items.append(consent.environment.writeFile(QStringLiteral("home/item %1.txt").arg(index), "x"));
+            items.append(consent.environment.writeFile(u"home/item %1.txt"_qs.arg(index), "x"));
         bool sawEverything = false;
         const ModalAnswer answer0 = whenDialogShows([&](ConsentDialog& dialog) {
             auto* confirm = buttonOf(dialog, "confirmButton");
-            auto* list = dialog.findChild<QListWidget*>(QStringLiteral("itemList"));
-            auto* destination = dialog.findChild<QListWidget*>(QStringLiteral("destinationList"));
+            auto* list = dialog.findChild<QListWidget*>(u"itemList"_qs);
+            auto* destination = dialog.findChild<QListWidget*>(u"destinationList"_qs);
             QVERIFY(confirm && list && destination);
             QVERIFY(!confirm->isEnabled());
             QVERIFY(buttonOf(dialog, "cancelButton")->isDefault());
@@ -784,10 +767,8 @@ private slots:
             QCOMPARE(list->item(39)->text(), items.at(39));
             // The destination as the file system resolves it, not the link's text.
             QCOMPARE(destination->item(0)->text(), QFileInfo(consent.destination).canonicalFilePath());
-            QVERIFY(Modal::labelTexts(&dialog).contains(QStringLiteral("另一个程序请求 Kestro 执行此操作")));
-            QVERIFY(dialog.findChild<QLabel*>(QStringLiteral("actionLabel"))
-                        ->text()
-                        .contains(QStringLiteral("复制到文件夹")));
+            QVERIFY(Modal::labelTexts(&dialog).contains(u"另一个程序请求 Kestro 执行此操作"_qs));
+            QVERIFY(dialog.findChild<QLabel*>(u"actionLabel"_qs)->text().contains(u"复制到文件夹"_qs));
             // A click on the sleeping button does nothing.
             Modal::click(confirm);
             QVERIFY(dialog.isVisible());
@@ -796,14 +777,13 @@ private slots:
             Modal::click(confirm);
         });
         QVERIFY(consent.model.handleIncomingURL(
-            kestroActionURL(QStringLiteral("copyFilesToFolder"), items, std::nullopt,
-                            consent.destination + QString(300, QLatin1Char('/')) +
-                                QStringLiteral("../shared/.")),
+            kestroActionURL(u"copyFilesToFolder"_qs, items, std::nullopt,
+                            consent.destination + QString(300, QLatin1Char('/')) + u"../shared/."_qs),
             RequestOrigin::link));
         QVERIFY(sawEverything);
         QVERIFY(consent.copied());
-        QVERIFY(consent.environment.logText().contains(
-            QStringLiteral("link request confirmed: action=copyFilesToFolder")));
+        QVERIFY(
+            consent.environment.logText().contains(u"link request confirmed: action=copyFilesToFolder"_qs));
     }
 
     void enterAndCancelRefuse() {
@@ -819,7 +799,7 @@ private slots:
             whenDialogShows([](ConsentDialog& dialog) { Modal::click(buttonOf(dialog, "cancelButton")); });
         QVERIFY(!consent.model.handleIncomingURL(consent.request(), RequestOrigin::link));
         QVERIFY(!consent.copied());
-        QCOMPARE(consent.environment.logText().count(QStringLiteral("reason=not confirmed")), 2);
+        QCOMPARE(consent.environment.logText().count(u"reason=not confirmed"_qs), 2);
     }
 
     void theConfirmButtonSleepsAgainWhenTheDialogComesBack() {
@@ -861,22 +841,20 @@ private slots:
         QVERIFY(!consent.model.handleIncomingURL(consent.request(), RequestOrigin::link));
         QVERIFY(!consent.copied());
         QVERIFY(consent.environment.logText().contains(
-            QStringLiteral("link request refused: action=copyFilesToFolder reason=not confirmed")));
+            u"link request refused: action=copyFilesToFolder reason=not confirmed"_qs));
     }
 
     void theUsersOwnRequestAsksNothing() {
         Consent consent;
         QVERIFY(consent.model.handleIncomingURL(consent.request(), RequestOrigin::user));
         QVERIFY(consent.copied());
-        QVERIFY(!consent.environment.logText().contains(QStringLiteral("link request")));
+        QVERIFY(!consent.environment.logText().contains(u"link request"_qs));
     }
 
     void textsFromTheLinkAreNeverMarkup() {
         Consent consent;
-        const QString folder =
-            consent.environment.makeFolder(QStringLiteral("<b>bold</b> <a href='x'>link</a>"));
-        ConsentDialog dialog(
-            {QStringLiteral("拷贝到"), QStringLiteral("copyFilesToFolder"), {folder}, folder});
+        const QString folder = consent.environment.makeFolder(u"<b>bold</b> <a href='x'>link</a>"_qs);
+        ConsentDialog dialog({u"拷贝到"_qs, u"copyFilesToFolder"_qs, {folder}, folder});
         for (QLabel* label : dialog.findChildren<QLabel*>())
             QCOMPARE(label->textFormat(), Qt::PlainText);
     }
