@@ -195,7 +195,7 @@ private slots:
         QFETCH(QString, name);
         const QString fifo = home() + u"/pipe"_qs;
         QCOMPARE(::mkfifo(QFile::encodeName(fifo).constData(), 0600), 0);
-        const QString special = name == QLatin1String("pipe") ? fifo : u"/dev/zero"_qs;
+        const QString special = name == u"pipe"_qs ? fifo : u"/dev/zero"_qs;
         // The PDF tools pick their inputs by name: links named .pdf lead to the same special files.
         const QString path = actionID.contains(u"PDF"_qs) ? home() + "/" + name + ".pdf" : special;
         if (path != special)
@@ -295,14 +295,14 @@ private slots:
         QFETCH(QString, planted);
         const QByteArray path = QFile::encodeName(logPath());
         const QString victim = m_environment->writeFile(u"victim.txt"_qs, "untouched");
-        if (planted == QLatin1String("link")) {
+        if (planted == u"link"_qs) {
             QCOMPARE(::symlink(QFile::encodeName(victim).constData(), path.constData()), 0);
-        } else if (planted == QLatin1String("second name")) { // a hard link an attacker made to read along
+        } else if (planted == u"second name"_qs) { // a hard link an attacker made to read along
             QVERIFY(QFile::copy(victim, logPath()));
             QCOMPARE(
                 ::link(path.constData(), QFile::encodeName(m_environment->root() + "/second").constData()),
                 0);
-        } else if (planted == QLatin1String("pipe")) { // nobody reads it: a write would block for ever
+        } else if (planted == u"pipe"_qs) { // nobody reads it: a write would block for ever
             QCOMPARE(::mkfifo(path.constData(), 0600), 0);
         } else {
             if (::geteuid() != 0)
@@ -312,7 +312,7 @@ private slots:
         }
         DiagnosticLog::append(u"refusal that must be recorded"_qs);
         QCOMPARE(readAll(victim), QByteArray("untouched"));
-        if (planted != QLatin1String("pipe") && planted != QLatin1String("link"))
+        if (planted != u"pipe"_qs && planted != u"link"_qs)
             QCOMPARE(readAll(logPath()), QByteArray("untouched"));
         QVERIFY(readAll(KestroPaths::privateLogPath()).endsWith(" +0000] refusal that must be recorded\n"));
         QVERIFY(!(QFileInfo(QFileInfo(KestroPaths::privateLogPath()).path()).permissions() & 0x0077));

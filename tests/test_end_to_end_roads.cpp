@@ -163,8 +163,10 @@ private slots:
             QSKIP("Xvfb or xdotool is not installed (scripts/install-dependencies installs them)");
         QProcess server;
         server.start(xvfb, {"-displayfd", "1", "-nolisten", "tcp", "-screen", "0", "1024x768x24"});
-        QVERIFY(server.waitForReadyRead(15000));
-        const QString display = u":"_qs + QString::fromLatin1(server.readAllStandardOutput().trimmed());
+        QByteArray number; // the display's number, a line on standard output once it is up
+        while (!number.endsWith('\n') && server.waitForReadyRead(15000))
+            number += server.readAllStandardOutput();
+        const QString display = u":"_qs + QString::fromLatin1(number.trimmed());
         const auto stop = qScopeGuard([&] {
             server.terminate();
             server.waitForFinished(5000);
@@ -178,19 +180,22 @@ private slots:
         QVERIFY(host.start({u"--login-item"_qs}, environment));
         const QString link = kestroActionURL(u"copyFilesToFolder"_qs, {source}, std::nullopt, shared);
         QCOMPARE(KestroProcess::run({u"--open-link"_qs, link}).exitCode, 0);
-        const QByteArray window =
-            xdotool(display, {"search", "--sync", "--onlyvisible", "--name", "^Kestro$"});
-        QVERIFY(!window.isEmpty());
-        xdotool(display, {"windowfocus", "--sync", QString::fromLatin1(window.split('\n').constFirst())});
+        // The dialog's window, found and given the keyboard.
+        const auto focusDialog = [&] {
+            QByteArray window;
+            QTRY_VERIFY_WITH_TIMEOUT(
+                !(window = xdotool(display, {"search", "--onlyvisible", "--name", "^Kestro$"})).isEmpty(),
+                20000);
+            xdotool(display, {"windowfocus", "--sync", QString::fromLatin1(window.split('\n').constFirst())});
+        };
+        focusDialog();
         // Return now answers with the default button, Cancel: nothing is copied.
         xdotool(display, {"key", "Return"});
         QTRY_VERIFY(m_environment->logText().contains(u"reason=not confirmed"_qs));
         QVERIFY(namesIn(shared).isEmpty());
         // Asked again; past the confirm button's waking delay it is one step back from Cancel.
         QCOMPARE(KestroProcess::run({u"--open-link"_qs, link}).exitCode, 0);
-        const QByteArray again =
-            xdotool(display, {"search", "--sync", "--onlyvisible", "--name", "^Kestro$"});
-        xdotool(display, {"windowfocus", "--sync", QString::fromLatin1(again.split('\n').constFirst())});
+        focusDialog();
         QTest::qWait(2200);
         xdotool(display, {"key", "shift+Tab", "space"});
         QTRY_VERIFY_WITH_TIMEOUT(QFile::exists(shared + u"/secret.txt"_qs), 10000);

@@ -129,7 +129,7 @@ QList<KestroMenuItem> sampleMenu() {
 
 // A program that writes its arguments, NUL-terminated, into the file named by RECORD_TO.
 QString writeRecorder(const QString& folder, const QString& name) {
-    const QString path = folder + QLatin1Char('/') + name;
+    const QString path = folder + u'/' + name;
     QFile file(path);
     file.open(QIODevice::WriteOnly);
     file.write("#!/bin/sh\nfor argument in \"$@\"; do printf '%s\\0' \"$argument\"; done > \"$RECORD_TO\"\n");
@@ -193,7 +193,7 @@ KestroQueuedAction onlyQueuedAction() {
     const QStringList files = queuedFiles();
     if (files.size() != 1)
         qFatal("expected one queued request, found %d", int(files.size()));
-    const QString path = KestroPaths::extensionQueueDirectory() + QLatin1Char('/') + files.first();
+    const QString path = KestroPaths::extensionQueueDirectory() + u'/' + files.first();
     const std::optional<KestroQueuedAction> action = KestroQueuedAction::decode(readAll(path));
     QFile::remove(path);
     if (!action)
@@ -293,7 +293,7 @@ private slots:
         QSet<QString> ids;
         for (const KestroMenuItem& item : flat) {
             ids.insert(item.id);
-            if (item.actionID == QLatin1String("copyFilesToFolder"))
+            if (item.actionID == u"copyFilesToFolder"_qs)
                 QCOMPARE(item.title, u"复制到 "_qs + (item.id.endsWith("d1") ? "备份" : "桌面"));
         }
         QCOMPARE(ids.size(), flat.size());
@@ -539,7 +539,7 @@ private slots:
             quotedPaths.append(QString::fromUtf8(quoted));
             g_free(quoted);
         }
-        command.replace(u"%F"_qs, quotedPaths.join(QLatin1Char(' ')));
+        command.replace(u"%F"_qs, quotedPaths.join(u' '));
         command.replace(u"%%"_qs, u"%"_qs);
         QProcess shell;
         QProcessEnvironment shellEnvironment = QProcessEnvironment::systemEnvironment();
@@ -573,7 +573,7 @@ private slots:
             QDir(FileManagerIntegration::dolphinFolder()).entryList({u"kestro-*.desktop"_qs});
         QVERIFY(!serviceMenus.isEmpty());
         for (const QString& name : serviceMenus) {
-            const QFileInfo info(FileManagerIntegration::dolphinFolder() + QLatin1Char('/') + name);
+            const QFileInfo info(FileManagerIntegration::dolphinFolder() + u'/' + name);
             // Dolphin refuses a service menu that is not executable; nobody else may change it.
             QVERIFY(info.permissions() & QFileDevice::ExeOwner);
             QVERIFY(!(info.permissions() & (QFileDevice::WriteGroup | QFileDevice::WriteOther)));
@@ -608,8 +608,7 @@ private slots:
         QCOMPARE(readAll(FileManagerIntegration::thunarActionsPath()), userActions);
         // The folders Kestro made go when they are empty; one holding the user's own file stays.
         for (const char* folder : {"nautilus-python", "nemo-python", "icons"})
-            QVERIFY2(!QFileInfo::exists(KestroPaths::dataHome() + QLatin1Char('/') + QLatin1String(folder)),
-                     folder);
+            QVERIFY2(!QFileInfo::exists(KestroPaths::dataHome() + u'/' + QLatin1String(folder)), folder);
         QVERIFY(QFileInfo::exists(usersServiceMenu));
         // Removed stays removed through later settings changes, until installed again.
         FileManagerIntegration::refresh();
@@ -713,38 +712,38 @@ private slots:
         const QString folder = environment.makeFolder(u"in view"_qs);
         const QString elsewhere = environment.makeFolder(u"elsewhere"_qs);
         const QString queue = KestroPaths::extensionQueueDirectory();
-        if (plant == QLatin1String("description 0666"))
+        if (plant == u"description 0666"_qs)
             QCOMPARE(
                 ::chmod(QFile::encodeName(FileManagerIntegration::menuDescriptionPath()).constData(), 0666),
                 0);
-        if (plant == QLatin1String("extension 0777"))
+        if (plant == u"extension 0777"_qs)
             QCOMPARE(::chmod(QFile::encodeName(KestroPaths::extensionDirectory()).constData(), 0777), 0);
-        if (plant == QLatin1String("queue 0777"))
+        if (plant == u"queue 0777"_qs)
             QVERIFY(QDir().mkpath(queue) && ::chmod(QFile::encodeName(queue).constData(), 0777) == 0);
-        if (plant == QLatin1String("queue link"))
+        if (plant == u"queue link"_qs)
             QVERIFY(QDir(queue).removeRecursively() && QFile::link(elsewhere, queue));
-        if (plant == QLatin1String("log link")) {
+        if (plant == u"log link"_qs) {
             QFile::remove(KestroPaths::diagnosticLogPath());
             QVERIFY(QFile::link(file, KestroPaths::diagnosticLogPath()));
         }
         // Through a shell, so that a path can hold bytes that are no UTF-8.
         QStringList words;
         for (const QString& argument : arguments)
-            words.append(argument == QLatin1String("FILE")        ? "'" + file + "'"
-                         : argument == QLatin1String("FOLDER")    ? "'" + folder + "'"
-                         : argument == QLatin1String("NOT-UTF-8") ? u"\"$(printf '/tmp/a\\377')\""_qs
-                                                                  : argument);
+            words.append(argument == u"FILE"_qs        ? "'" + file + "'"
+                         : argument == u"FOLDER"_qs    ? "'" + folder + "'"
+                         : argument == u"NOT-UTF-8"_qs ? u"\"$(printf '/tmp/a\\377')\""_qs
+                                                       : argument);
         QProcess handoff;
         handoff.start(u"/bin/sh"_qs, {u"-c"_qs, "exec \"$0\" " + words.join(u' '), handoffBinary()});
         QVERIFY(handoff.waitForFinished(10000));
         QCOMPARE(handoff.exitCode(), status);
         QVERIFY(QString::fromUtf8(handoff.readAllStandardError()).contains(said));
-        const bool notice = status == 1 && !plant.startsWith(QLatin1String("queue"));
+        const bool notice = status == 1 && !plant.startsWith(u"queue"_qs);
         QCOMPARE(queuedFiles().size(), notice ? 1 : 0);
         if (notice)
             QVERIFY(onlyQueuedAction().handoffError.value_or(QString()).contains(said));
         QVERIFY(QDir(elsewhere).isEmpty() && QFileInfo::exists(folder) && readAll(file).isEmpty());
-        if (arguments.constFirst() == QLatin1String("removeEverything"))
+        if (arguments.constFirst() == u"removeEverything"_qs)
             QVERIFY((environment.logText() + readAll(KestroPaths::privateLogPath()))
                         .contains(u"file manager hand-off failed: no menu item removeEverything"_qs));
     }

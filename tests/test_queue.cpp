@@ -97,7 +97,7 @@ private slots:
               request("failing", {"/f", "/g"},
                       R"(,"targetedPath":"/x","destinationPath":"/d/","presetID":"p")"));
         KestroQueueDrain drain([](const KestroQueuedAction& action) {
-            if (action.actionID == QLatin1String("failing"))
+            if (action.actionID == u"failing"_qs)
                 throw PlatformError(u"磁盘已满"_qs);
         });
         RecordingDrain recording;
@@ -267,7 +267,7 @@ private slots:
                                         [&](const KestroQueuedAction& action) {
                                             performedOn = QThread::currentThread();
                                             busy = true;
-                                            if (action.actionID == QLatin1String("slow"))
+                                            if (action.actionID == u"slow"_qs)
                                                 QThread::msleep(400);
                                             busy = false;
                                         });
@@ -288,7 +288,7 @@ private slots:
         // Requests for a pass while one is running make one more pass, not one each.
         KestroQueuedActionRunner slow(nullptr, std::chrono::hours(1), [&](const KestroQueuedAction& action) {
             busy = true;
-            QThread::msleep(action.actionID == QLatin1String("slow") ? 400 : 0);
+            QThread::msleep(action.actionID == u"slow"_qs ? 400 : 0);
             busy = false;
         });
         passes = 0;

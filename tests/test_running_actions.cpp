@@ -408,7 +408,7 @@ private slots:
                                      host.runningActions().actions().constFirst().state.bytesDone > 0,
                                  30000);
         const QString toolTip = host.menuBar().trayIcon()->toolTip();
-        QVERIFY2(toolTip.startsWith(u"Kestro\n压缩为 ZIP "_qs) && toolTip.endsWith(QLatin1Char('%')),
+        QVERIFY2(toolTip.startsWith(u"Kestro\n压缩为 ZIP "_qs) && toolTip.endsWith(u'%'),
                  qPrintable(toolTip));
 
         // The user opens the window from the tray and stops the pack there.

@@ -51,7 +51,7 @@ class TestSettingsDrag : public QObject {
 
 private slots:
     void initTestCase() {
-        if (QGuiApplication::platformName() != QLatin1String("xcb"))
+        if (QGuiApplication::platformName() != u"xcb"_qs)
             QSKIP("drag and drop needs an X server; ctest runs this test under xvfb-run");
     }
 

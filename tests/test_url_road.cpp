@@ -205,8 +205,7 @@ private slots:
         // The dialog once showed only the start of this; the ".." run led into the queue folder.
         QTest::newRow("slashes then dots into the queue")
             << "copyFilesToFolder" << json << QString()
-            << "~/Downloads" + QString(300, QLatin1Char('/')) + "../../kestro-tmp/kestro-action-queue"
-            << protectedFolder;
+            << "~/Downloads" + QString(300, u'/') + "../../kestro-tmp/kestro-action-queue" << protectedFolder;
         QTest::newRow("through a link into the extension folder")
             << "moveFilesToFolder" << json << QString() << "~/Downloads/photos" << protectedFolder;
         QTest::newRow("applications folder") << "copyFilesToFolder" << QStringList{"~/Downloads/x.desktop"}
@@ -243,13 +242,13 @@ private slots:
         const auto expanded = [this](QString text) -> std::optional<QString> {
             if (text.isEmpty())
                 return std::nullopt;
-            return text.startsWith(QLatin1Char('~')) ? home() + text.mid(1) : text;
+            return text.startsWith(u'~') ? home() + text.mid(1) : text;
         };
         for (QString& item : items)
             item = *expanded(item);
         const QString downloads = m_environment->makeFolder(home() + u"/Downloads"_qs);
         for (const char* name : {"request.json", ".bashrc", "x.desktop"})
-            m_environment->writeFile(downloads + QLatin1Char('/') + QLatin1String(name), "{}");
+            m_environment->writeFile(downloads + u'/' + QLatin1String(name), "{}");
         m_environment->writeFile(home() + u"/.ssh/id_ed25519"_qs, "KEY");
         m_environment->writeFile(home() + u"/a.zip"_qs, "PK");
         for (const char* folder :
@@ -269,7 +268,7 @@ private slots:
                  qPrintable(log));
         // The log reads as it is: no character in it reorders or hides text, one line per entry.
         QVERIFY(std::none_of(log.cbegin(), log.cend(), [](QChar c) {
-            return c != QLatin1Char('\n') && DiagnosticLog::isHiddenOrControl(c.unicode());
+            return c != u'\n' && DiagnosticLog::isHiddenOrControl(c.unicode());
         }));
         // The user hears of it: a refusal is never only a log line.
         QTRY_COMPARE(FakePlatform::desktopNotifications().shown.size(), 1);

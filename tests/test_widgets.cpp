@@ -245,8 +245,7 @@ private slots:
             QCOMPARE(panel->labelText(QFileDialog::Accept), u"复制到这里"_qs);
             // Qt's own texts of the panel are Chinese too.
             auto* box = panel->findChild<QDialogButtonBox*>(u"buttonBox"_qs);
-            QCOMPARE(box->button(QDialogButtonBox::Cancel)->text().remove(QLatin1Char('&')).left(2),
-                     u"取消"_qs);
+            QCOMPARE(box->button(QDialogButtonBox::Cancel)->text().remove(u'&').left(2), u"取消"_qs);
             typeIntoFilePanel(dialog, folder);
         });
         QCOMPARE(prompts.chooseDirectory(u"复制到这里"_qs), std::optional(folder));
@@ -265,7 +264,7 @@ private slots:
             QCOMPARE(QDir(panel->directory()).canonicalPath(), QDir(environment.root()).canonicalPath());
             QCOMPARE(panel->fileMode(), QFileDialog::Directory);
             QVERIFY(!panel->testOption(QFileDialog::ReadOnly));
-            typeIntoFilePanel(dialog, folder + QLatin1Char('/'));
+            typeIntoFilePanel(dialog, folder + u'/');
         });
         QCOMPARE(prompts.chooseItem(request), std::optional(folder));
         QCOMPARE(add.answered(), 1);
@@ -349,7 +348,7 @@ private slots:
         QCOMPARE(refuse.answered(), 1);
         QCOMPARE(warning->answered(), 1);
         QCOMPARE(message, u"“%1”不是应用：请选择 .desktop 文件或可执行文件。"_qs.arg(text));
-        QCOMPARE(buttonText.remove(QLatin1Char('&')).left(2), u"确定"_qs);
+        QCOMPARE(buttonText.remove(u'&').left(2), u"确定"_qs);
     }
 
     void shortcutPickerListsCompletesAndTakesTypedNames() {
@@ -778,7 +777,7 @@ private slots:
         });
         QVERIFY(consent.model.handleIncomingURL(
             kestroActionURL(u"copyFilesToFolder"_qs, items, std::nullopt,
-                            consent.destination + QString(300, QLatin1Char('/')) + u"../shared/."_qs),
+                            consent.destination + QString(300, u'/') + u"../shared/."_qs),
             RequestOrigin::link));
         QVERIFY(sawEverything);
         QVERIFY(consent.copied());
