@@ -901,6 +901,10 @@ private slots:
         }
         QTest::newRow("trailer cut short") << QByteArray("bplist00\xa0", 9) << QVariant();
         QTest::newRow("reference past the objects") << binaryList({container({7})}) << QVariant();
+        // Two objects in the table, one declared, the top the second.
+        QByteArray topPastTheObjects = binaryList({container({}), ascii("x")});
+        topPastTheObjects.replace(topPastTheObjects.size() - 24, 16, bigEndian(1, 8) + bigEndian(1, 8));
+        QTest::newRow("top object past the objects") << topPastTheObjects << QVariant();
         QTest::newRow("array holding itself") << binaryList({container({0})}) << QVariant();
         QTest::newRow("binary nested 100,000 deep") << nestedBinary(100000) << QVariant();
         QTest::newRow("binary nested as deep as allowed")
@@ -939,6 +943,8 @@ private slots:
         QFETCH(QByteArray, bytes);
         QFETCH(QVariant, expected);
         const std::optional<QVariant> parsed = PropertyListFile::parse(bytes);
+        // Refused before the parser sees it, not by the parser's own luck.
+        QCOMPARE(PropertyListShape::isWithinLimits(bytes), expected.isValid());
         QCOMPARE(parsed.has_value(), expected.isValid());
         if (parsed && expected != anyValue)
             QCOMPARE(*parsed, expected);

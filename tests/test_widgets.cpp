@@ -593,6 +593,7 @@ private slots:
         const QList<KestroFeature> before = window.featureSettings.orderedFeatures();
         const KestroFeature selected = before.at(2);
         window.view.showPage(SettingsPage::of(selected));
+        QVERIFY(!model->feature(-1) && !model->feature(model->rowCount()));
         QVERIFY(model->moveRows({}, 5, 1, {}, 0));
         QCOMPARE(window.featureSettings.orderedFeatures().constFirst(), before.at(5));
         QCOMPARE(storedList("featureOrder").at(0), before.at(5).id());
