@@ -425,6 +425,9 @@ private slots:
         QCOMPARE(dragsStartedBy(list), 0);
         drag(list, handleOf(rowRect(list, 0)), handleOf(rowRect(list, 2)), false);
         QCOMPARE(dragsStartedBy(list), 1);
+        // Data a drop carries for other roles switches nothing either.
+        QVERIFY(
+            !section->model()->setData(section->model()->index(0, 0), int(Qt::Unchecked), Qt::DisplayRole));
         QCOMPARE(readAll(FeatureSettingsPersistence::applicationFileURL()), before);
 
         // The switch flips it, on both copies; so does the space bar on the current row.
