@@ -296,6 +296,9 @@ private slots:
         unpacking.itemsDone = 12;
         unpacking.currentItem = u"docs/read\nme.txt"_qs;
         QCOMPARE(ActionProgressWindow::detailText(unpacking), u"12 项 · read\uFFFDme.txt"_qs);
+        // One item of one needs no count.
+        unpacking.itemsTotal = 1;
+        QCOMPARE(ActionProgressWindow::detailText(unpacking), u"read\uFFFDme.txt"_qs);
         // Every input read, the result being written to an unknown size: not "100 %".
         ActionProgressState writing;
         writing.itemsDone = writing.itemsTotal = 3;
