@@ -12,6 +12,8 @@
 #include <pwd.h>
 #include <unistd.h>
 
+using namespace Qt::Literals::StringLiterals;
+
 int main(int argc, char** argv) {
     QCoreApplication application(argc, argv);
     // Only ever inside a test's private home: refuse the real one.
@@ -28,7 +30,7 @@ int main(int argc, char** argv) {
 
     // "--rounds N" saves N times and reports how long that took, instead of saving until killed.
     const QStringList arguments = application.arguments();
-    const qint64 rounds = arguments.size() == 3 && arguments.at(1) == QLatin1String("--rounds")
+    const qint64 rounds = arguments.size() == 3 && arguments.at(1) == u"--rounds"_qs
                               ? arguments.at(2).toLongLong()
                               : std::numeric_limits<qint64>::max();
     const QList<KestroFeature> features = KestroFeature::allCases();

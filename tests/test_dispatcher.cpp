@@ -1,149 +1,131 @@
+// The dispatcher's shared rules on every road (which paths a request may carry, what they mean on the file
+// system, where results are revealed, how typed path text becomes a file), running tools (arguments exact,
+// failures in the tool's own words) and the diagnostic log (one line per entry, nothing hidden in it, never
+// written through what someone else planted in its place).
 #include "actions/FinderActionExecutor.h"
+#include "actions/ProcessRunner.h"
+#include "actions/StagingDirectory.h"
 #include "catalogue/AppPreferencesPersistence.h"
+#include "platform/DiagnosticLog.h"
 #include "platform/FinderActionExecutionError.h"
+#include "platform/KestroPaths.h"
+#include "stores/ScheduledDeletionStore.h"
+#include "support/Failures.h"
 #include "support/FakePlatform.h"
+#include "support/FolderListing.h"
 #include "support/TestEnvironment.h"
 
 #include <QDir>
+#include <QRegularExpression>
 #include <QtTest>
 
+#include <sys/stat.h>
+#include <unistd.h>
+
+using namespace Qt::Literals::StringLiterals;
+
 using Error = FinderActionExecutionError;
+
+namespace {
+QStringList perform(const QString& actionID, const QStringList& paths,
+                    const std::optional<QString>& target = {}) {
+    return FinderActionExecutor::perform(actionID, paths, target, std::nullopt, std::nullopt);
+}
+} // namespace
 
 class DispatcherTest : public QObject {
     Q_OBJECT
 
     std::unique_ptr<TestEnvironment> m_environment;
-
-    static QString messageOf(const std::function<void()>& action) {
-        try {
-            action();
-        } catch (const KestroError& error) {
-            return error.errorDescription();
-        }
-        return QStringLiteral("<no error>");
+    QString home() const { return m_environment->home(); }
+    QString script(const QString& name, const QByteArray& body) {
+        const QString path = m_environment->writeFile(u"bin/"_qs + name, "#!/bin/sh\n" + body);
+        QFile::setPermissions(path, QFileDevice::ReadOwner | QFileDevice::WriteOwner | QFileDevice::ExeOwner);
+        return path;
     }
+    QString logPath() const { return m_environment->kestroTmp() + u"/kestro-app-action.log"_qs; }
 
 private slots:
     void init() { m_environment = std::make_unique<TestEnvironment>(); }
     void cleanup() { m_environment.reset(); }
 
-    void errorsReadAsTheUserSeesThem() {
-        QCOMPARE(Error::applicationNotFound(QStringLiteral("Cursor")).errorDescription(),
-                 QStringLiteral("没有找到 Cursor 应用。"));
-        QCOMPARE(Error::destinationDirectoryUnavailable(QStringLiteral("12")).errorDescription(),
-                 QStringLiteral("目标文件夹不可用：12"));
-        QCOMPARE(Error::invalidPath(QStringLiteral("~/x")).errorDescription(),
-                 QStringLiteral("路径不可用：~/x"));
-        QCOMPARE(Error::sourceItemMissing(QStringLiteral("/a")).errorDescription(),
-                 QStringLiteral("所选文件不存在或无法访问：/a"));
-        QCOMPARE(Error::commandFailed(QString()).errorDescription(), QStringLiteral("系统命令执行失败。"));
-        QCOMPARE(Error::commandFailed(QStringLiteral("zip: 磁盘已满")).errorDescription(),
-                 QStringLiteral("zip: 磁盘已满"));
-        QCOMPARE(Error::unsupportedAction(QStringLiteral("x")).errorDescription(),
-                 QStringLiteral("暂不支持这个右键动作：x。"));
-        QCOMPARE(Error::noSelection().errorDescription(), QStringLiteral("请先在文件管理器中选择文件。"));
-        QCOMPARE(Error::noTargetDirectory().errorDescription(),
-                 QStringLiteral("没有找到可以执行操作的文件管理器目录。"));
-        QCOMPARE(Error::noClipboardPath().errorDescription(), QStringLiteral("剪贴板里没有可打开的路径。"));
-        QCOMPARE(Error::pasteboardWriteFailed().errorDescription(), QStringLiteral("写入剪贴板失败。"));
-        // A payload that looks like a placeholder stays text.
-        QCOMPARE(Error::sourceItemMissing(QStringLiteral("/x %1 %2")).errorDescription(),
-                 QStringLiteral("所选文件不存在或无法访问：/x %1 %2"));
-    }
-
     void completedReturnsTheSelectionAndUnknownIDsFail() {
-        const QStringList selection{QStringLiteral("/does/not/exist"), QStringLiteral("/tmp")};
-        QCOMPARE(FinderActionExecutor::perform(QStringLiteral("completed"), selection, std::nullopt,
-                                               std::nullopt, std::nullopt),
-                 selection);
-        QCOMPARE(
-            messageOf([] { FinderActionExecutor::perform(QStringLiteral("Completed"), {}, {}, {}, {}); }),
-            QStringLiteral("暂不支持这个右键动作：Completed。"));
-        QCOMPARE(messageOf([] { FinderActionExecutor::perform(QString(), {}, {}, {}, {}); }),
-                 QStringLiteral("暂不支持这个右键动作：。"));
+        const QStringList selection{u"/does/not/exist"_qs, u"/tmp"_qs};
+        QCOMPARE(perform(u"completed"_qs, selection), selection);
+        for (const QString& id : {u"Completed"_qs, QString()}) {
+            const auto error = failureOf<Error>([&] { perform(id, {}); });
+            QVERIFY(error && error->errorCase() == Error::Case::unsupportedAction);
+        }
+        // A payload that looks like a placeholder stays text.
+        QVERIFY(names(Error::sourceItemMissing(u"/x %1 %2"_qs).errorDescription(), {"/x %1 %2"}));
+        QCOMPARE(FinderActionExecutor::finderViewPresetID(u"finderViewPreset__abc"_qs), u"abc"_qs);
+        QCOMPARE(FinderActionExecutor::finderViewPresetID(u"finderViewPreset__"_qs), QString());
+        QVERIFY(!FinderActionExecutor::finderViewPresetID(u"finderViewPreset"_qs));
         QVERIFY(FakePlatform::workspace().openedUrls.isEmpty());
     }
 
-    void viewPresetIDsComeFromThePrefix() {
-        QCOMPARE(FinderActionExecutor::finderViewPresetID(QStringLiteral("finderViewPreset__abc")),
-                 QStringLiteral("abc"));
-        QCOMPARE(FinderActionExecutor::finderViewPresetID(QStringLiteral("finderViewPreset__")), QString());
-        QVERIFY(!FinderActionExecutor::finderViewPresetID(QStringLiteral("finderViewPreset")));
-    }
-
-    void targetDirectoryPrefersTheSelection() {
-        const QString folder = m_environment->makeFolder(QStringLiteral("folder"));
-        const QString file = m_environment->writeFile(QStringLiteral("folder/file.txt"));
-        const QString other = m_environment->makeFolder(QStringLiteral("other"));
+    void targetsAndSources() {
+        const QString folder = m_environment->makeFolder(u"a b"_qs);
+        const QString file = m_environment->writeFile(u"a b/one.txt"_qs);
+        const QString other = m_environment->makeFolder(u"other"_qs);
         QCOMPARE(FinderActionExecutor::targetDirectory({file}, other), folder);
         QCOMPARE(FinderActionExecutor::targetDirectory({folder}, other), folder);
         QCOMPARE(FinderActionExecutor::targetDirectory({}, other), other);
         QCOMPARE(FinderActionExecutor::targetDirectory({}, file), folder);
-        // A missing item still names its parent.
-        QCOMPARE(FinderActionExecutor::targetDirectory({folder + QStringLiteral("/gone.txt")}, std::nullopt),
-                 folder);
-        QCOMPARE(messageOf([] { FinderActionExecutor::targetDirectory({}, std::nullopt); }),
-                 Error::noTargetDirectory().errorDescription());
-    }
-
-    void effectiveAndValidatedSources() {
-        QCOMPARE(FinderActionExecutor::effectiveURLs({}, QStringLiteral("/t")),
-                 QStringList{QStringLiteral("/t")});
-        QCOMPARE(FinderActionExecutor::effectiveURLs({QStringLiteral("/a")}, QStringLiteral("/t")),
-                 QStringList{QStringLiteral("/a")});
+        QCOMPARE(FinderActionExecutor::targetDirectory({folder + u"/gone.txt"_qs}, std::nullopt), folder);
+        QCOMPARE(
+            failureOf<Error>([] { FinderActionExecutor::targetDirectory({}, std::nullopt); })->errorCase(),
+            Error::Case::noTargetDirectory);
+        QCOMPARE(FinderActionExecutor::effectiveURLs({}, u"/t"_qs), QStringList{"/t"});
+        QCOMPARE(FinderActionExecutor::effectiveURLs({u"/a"_qs}, u"/t"_qs), QStringList{"/a"});
         QVERIFY(FinderActionExecutor::effectiveURLs({}, std::nullopt).isEmpty());
-
-        const QString first = m_environment->writeFile(QStringLiteral("a b/one.txt"));
-        const QString second = m_environment->root() + QStringLiteral("/a b/two.txt");
-        QCOMPARE(messageOf([] { FinderActionExecutor::validatedSourceURLs({}); }),
-                 Error::noSelection().errorDescription());
-        QCOMPARE(messageOf([&] {
-                     FinderActionExecutor::validatedSourceURLs({first, second});
-                 }),
-                 Error::sourceItemMissing(second).errorDescription());
-        const QString messy = m_environment->root() + QStringLiteral("/a b/./../a b//one.txt");
-        QCOMPARE(FinderActionExecutor::validatedSourceURLs({messy}), QStringList{first});
+        QCOMPARE(failureOf<Error>([] { FinderActionExecutor::validatedSourceURLs({}); })->errorCase(),
+                 Error::Case::noSelection);
+        const QString missing = folder + u"/two.txt"_qs;
+        const auto error = failureOf<Error>([&] {
+            FinderActionExecutor::validatedSourceURLs({file, missing});
+        });
+        QVERIFY(error && error->errorCase() == Error::Case::sourceItemMissing);
+        QVERIFY(names(error->errorDescription(), {missing}));
+        QCOMPARE(FinderActionExecutor::validatedSourceURLs({folder + u"/./../a b//one.txt"_qs}),
+                 QStringList{file});
     }
 
-    void resultsAreSelectedOnceEachNeverOpened() {
-        const QString b = m_environment->writeFile(QStringLiteral("b/x.txt"));
-        const QString b2 = m_environment->writeFile(QStringLiteral("b/y.txt"));
-        const QString a = m_environment->makeFolder(QStringLiteral("a"));
-        FinderActionExecutor::selectResults({b, QStringLiteral("/no/such/file"), b2, a, b});
+    void resultsAreSelectedOnceEachWhenThePreferencesSaySo() {
+        const QString b = m_environment->writeFile(u"b/x.txt"_qs);
+        const QString b2 = m_environment->writeFile(u"b/y.txt"_qs);
+        const QString a = m_environment->makeFolder(u"a"_qs);
+        FinderActionExecutor::selectResults({b, u"/no/such/file"_qs, b2, a, b});
         QCOMPARE(FakePlatform::workspace().selections, (QList<QStringList>{{b, b2, a}}));
         QVERIFY(FakePlatform::workspace().openedUrls.isEmpty());
-    }
-
-    void revealingNeedsASelection() {
-        QCOMPARE(messageOf([] { FinderActionExecutor::revealInFinder({}); }),
-                 Error::noSelection().errorDescription());
-        FinderActionExecutor::perform(QStringLiteral("revealInFinder"), {QStringLiteral("/x/y")}, {}, {}, {});
-        QCOMPARE(FakePlatform::workspace().selections, QList<QStringList>{{QStringLiteral("/x/y")}});
-    }
-
-    void theRevealRuleReadsThePreferencesFromDisk() {
-        const QString folder = m_environment->makeFolder(QStringLiteral("target"));
-        FinderActionExecutor::perform(QStringLiteral("createFolder"), {}, folder, {}, {});
+        QCOMPARE(failureOf<Error>([] { FinderActionExecutor::revealInFinder({}); })->errorCase(),
+                 Error::Case::noSelection);
+        perform(u"revealInFinder"_qs, {u"/x/y"_qs});
+        QCOMPARE(FakePlatform::workspace().selections.last(), QStringList{"/x/y"});
+        // Created items are revealed only when the preferences on disk say so, read at every action.
+        FakePlatform::workspace().selections.clear();
+        perform(u"createFolder"_qs, {}, a);
         QVERIFY(FakePlatform::workspace().selections.isEmpty());
-
         AppPreferencesPersistence::save({true, true, false});
-        const QStringList made =
-            FinderActionExecutor::perform(QStringLiteral("createTextFile"), {}, folder, {}, {});
-        QCOMPARE(made, QStringList{folder + QStringLiteral("/Untitled.txt")});
+        const QStringList made = perform(u"createTextFile"_qs, {}, a);
+        QCOMPARE(made, QStringList{a + u"/Untitled.txt"_qs});
         QCOMPARE(FakePlatform::workspace().selections, QList<QStringList>{made});
     }
 
     void pathTextIsNormalised_data() {
         QTest::addColumn<QString>("text");
         QTest::addColumn<QString>("expected");
-        QTest::newRow("blanks and single quotes")
-            << QStringLiteral("  '/Users/me/My\\ Files'\n") << QStringLiteral("/Users/me/My Files");
-        QTest::newRow("double quotes") << QStringLiteral("\"/a b/c\"") << QStringLiteral("/a b/c");
-        QTest::newRow("one quote") << QStringLiteral("'") << QStringLiteral("'");
-        QTest::newRow("mismatched quotes") << QStringLiteral("'/a\"") << QStringLiteral("'/a\"");
-        QTest::newRow("empty quotes") << QStringLiteral("''") << QString();
+        QTest::newRow("blanks and single quotes") << "  '/Users/me/My\\ Files'\n"
+                                                  << "/Users/me/My Files";
+        QTest::newRow("double quotes") << "\"/a b/c\""
+                                       << "/a b/c";
+        QTest::newRow("one quote") << "'"
+                                   << "'";
+        QTest::newRow("mismatched quotes") << "'/a\""
+                                           << "'/a\"";
+        QTest::newRow("empty quotes") << "''"
+                                      << "";
     }
-
     void pathTextIsNormalised() {
         QFETCH(QString, text);
         QFETCH(QString, expected);
@@ -151,13 +133,202 @@ private slots:
     }
 
     void pathTextBecomesAnExistingFile() {
-        const QString file = m_environment->writeFile(m_environment->home() + QStringLiteral("/报告 1.txt"));
-        QCOMPARE(FinderActionExecutor::fileURL(QStringLiteral("~/报告\\ 1.txt")), file);
+        const QString file = m_environment->writeFile(home() + u"/报告 1.txt"_qs);
+        QCOMPARE(FinderActionExecutor::fileURL(u"~/报告\\ 1.txt"_qs), file);
         QCOMPARE(FinderActionExecutor::fileURL(QUrl::fromLocalFile(file).toString(QUrl::FullyEncoded)), file);
-        QCOMPARE(FinderActionExecutor::fileURL(QStringLiteral(" '") + file + QStringLiteral("' ")), file);
-        QVERIFY(!FinderActionExecutor::fileURL(file + QStringLiteral(".missing")));
-        QVERIFY(!FinderActionExecutor::fileURL(QStringLiteral("relative/path")));
-        QVERIFY(!FinderActionExecutor::fileURL(QString()));
+        QCOMPARE(FinderActionExecutor::fileURL(u" '"_qs + file + u"' "_qs), file);
+        for (const QString& text : {file + u".missing"_qs, u"relative/path"_qs, QString()})
+            QVERIFY2(!FinderActionExecutor::fileURL(text), qPrintable(text));
+    }
+
+    void everyRoadRefusesPathsThatAreNotAbsoluteOrHoldNul() {
+        // A relative path would resolve against the host's working folder (the home).
+        const QString folder = m_environment->makeFolder(u"home/work"_qs);
+        m_environment->writeFile(folder + u"/victim"_qs, "v");
+        const QString previous = QDir::currentPath();
+        const auto restore = qScopeGuard([&] { QDir::setCurrent(previous); });
+        QVERIFY(QDir::setCurrent(folder));
+        for (const QString& path : {u"victim"_qs, u"./victim"_qs, QString()}) {
+            const auto error = failureOf<Error>([&] { perform(u"renameUppercase"_qs, {path}); });
+            QVERIFY2(error && error->errorCase() == Error::Case::invalidPath, qPrintable(path));
+        }
+        const auto error = failureOf<Error>([&] { perform(u"copyFullPath"_qs, {folder + QChar(0) + "x"}); });
+        QVERIFY(error && names(error->errorDescription(), {folder + u"\\0x"_qs}));
+        QCOMPARE(namesIn(folder), QStringList{"victim"});
+        QCOMPARE(FakePlatform::clipboard().writes, 0);
+    }
+
+    void dotDotAfterALinkMeansWhatTheFileSystemSays() {
+        // link -> deep/inner, so "link/.." is "deep", not the folder that holds the link.
+        const QString deep = m_environment->makeFolder(u"home/deep/inner"_qs);
+        m_environment->writeFile(u"home/deep/target.txt"_qs, "deep");
+        m_environment->writeFile(u"home/target.txt"_qs, "top");
+        QVERIFY(QFile::link(deep, home() + u"/link"_qs));
+        perform(u"copyFullPath"_qs, {home() + u"/link/../target.txt"_qs});
+        QCOMPARE(FakePlatform::clipboard().contents, home() + u"/deep/target.txt"_qs);
+        // A path without dots is left as the user sees it, links and all.
+        perform(u"copyFullPath"_qs, {home() + u"/link//"_qs});
+        QCOMPARE(FakePlatform::clipboard().contents, home() + u"/link"_qs);
+        QCOMPARE(FinderActionExecutor::checkedRequestPath(home() + u"/link/.."_qs), home() + "/deep");
+        QVERIFY(
+            failureOf<Error>([&] { FinderActionExecutor::checkedRequestPath(home() + u"/gone/../x"_qs); }));
+        // "link/../alink" names alink in the folder the link leads to, and alink, itself a link, is never
+        // followed: renaming and scheduling act on it, not on what it names.
+        QVERIFY(QFile::link(u"target.txt"_qs, home() + u"/deep/alink"_qs));
+        const QString dotted = home() + u"/link/../alink"_qs;
+        ScheduledDeletionStore::schedule({dotted}, 3600, QDateTime::currentDateTimeUtc());
+        QCOMPARE(ScheduledDeletionStore::items().constFirst().path, home() + u"/deep/alink"_qs);
+        perform(u"renameUppercase"_qs, {dotted});
+        QVERIFY(QFileInfo(home() + u"/deep/ALINK"_qs).isSymLink());
+        QCOMPARE(readAll(home() + u"/deep/target.txt"_qs), QByteArray("deep"));
+    }
+
+    void specialFilesAreRefusedBeforeAnythingIsRead_data() {
+        QTest::addColumn<QString>("actionID");
+        QTest::addColumn<QString>("name"); // the special file, or a link to it under a name the action takes
+        for (const char* action : {"copySHA256", "copyMD5", "mergePDFs", "compressPDF"})
+            for (const char* name : {"pipe", "zero"})
+                QTest::addRow("%s %s", action, name) << action << QString::fromLatin1(name);
+    }
+    void specialFilesAreRefusedBeforeAnythingIsRead() {
+        QFETCH(QString, actionID);
+        QFETCH(QString, name);
+        const QString fifo = home() + u"/pipe"_qs;
+        QCOMPARE(::mkfifo(QFile::encodeName(fifo).constData(), 0600), 0);
+        const QString special = name == u"pipe"_qs ? fifo : u"/dev/zero"_qs;
+        // The PDF tools pick their inputs by name: links named .pdf lead to the same special files.
+        const QString path = actionID.contains(u"PDF"_qs) ? home() + "/" + name + ".pdf" : special;
+        if (path != special)
+            QVERIFY(QFile::link(special, path));
+        const auto error = failureOf<Error>([&] { perform(actionID, {path}); });
+        QVERIFY(error && names(error->errorDescription(), {path}));
+        QCOMPARE(FakePlatform::clipboard().writes, 0);
+    }
+
+    void toolsGetTheirArgumentsExactlyAndFailInTheirOwnWords() {
+        const QString echo = script(u"echo-args"_qs, "for a in \"$@\"; do printf '[%s]' \"$a\"; done\npwd\n");
+        const QString output = ProcessRunner::runProcessOutput(
+            echo, {"-n", "a b", "it's \"quoted\"", "line\nbreak", "文件 ü", "$HOME"});
+        QVERIFY(output.startsWith(u"[-n][a b][it's \"quoted\"][line\nbreak][文件 ü][$HOME]"_qs));
+        QVERIFY(output.endsWith(u'\n')); // untrimmed
+        const QString folder = m_environment->makeFolder(u"work dir"_qs);
+        ProcessRunner::runProcess(script(u"touch-here"_qs, "touch made-here\n"), {}, folder);
+        QVERIFY(QFile::exists(folder + u"/made-here"_qs));
+
+        const QString word = script(u"word"_qs, "printf 'word\\n' >&2\nexit 1\n");
+        QCOMPARE(failureText([&] { ProcessRunner::runProcess(word, {}); }), u"word"_qs);
+        QCOMPARE(failureText([&] { ProcessRunner::runProcessOutput(word, {}); }), u"word"_qs);
+        const auto silent = failureOf<FinderActionExecutionError>(
+            [&] { ProcessRunner::runProcess(script(u"silent"_qs, "exit 3\n"), {}); });
+        QVERIFY(silent && silent->errorCase() == FinderActionExecutionError::Case::commandFailed);
+        // Standard error that is not UTF-8 is replaced by the tool's own name.
+        const QString noise = script(u"binary-noise"_qs, "printf '\\377\\376' >&2\nexit 1\n");
+        QCOMPARE(failureText([&] { ProcessRunner::runProcess(noise, {}); }), u"binary-noise"_qs);
+        QVERIFY(failureOf<PlatformError>([] { ProcessRunner::runProcess(u"/nonexistent/tool"_qs, {}); }));
+    }
+
+    void logLinesAreAppendedInTheFixedFormatToAPrivateFile() {
+        QVERIFY(!QFile::exists(logPath()));
+        DiagnosticLog::append(u"first 行"_qs);
+        DiagnosticLog::append(u"second"_qs);
+        const QStringList lines = m_environment->logText().split(u'\n');
+        QCOMPARE(lines.size(), 3);
+        const QRegularExpression format(
+            QStringLiteral(R"(^\[\d{4}-\d\d-\d\d \d\d:\d\d:\d\d \+0000\] (.*)$)"));
+        QCOMPARE(format.match(lines.at(0)).captured(1), u"first 行"_qs);
+        QCOMPARE(format.match(lines.at(1)).captured(1), u"second"_qs);
+        struct stat status {};
+        QCOMPARE(::stat(QFile::encodeName(logPath()).constData(), &status), 0);
+        QCOMPARE(status.st_mode & 0777, mode_t(0600));
+        QCOMPARE(DiagnosticLog::formatLine(u"m"_qs,
+                                           QDateTime(QDate(2026, 1, 2), QTime(3, 4, 5), QTimeZone::utc())),
+                 QByteArray("[2026-01-02 03:04:05 +0000] m\n"));
+    }
+
+    // Each character's class at the edges of every range: control, C1 control, bidi, zero-width.
+    void hiddenAndControlCharactersAreEscaped_data() {
+        QTest::addColumn<int>("code");
+        QTest::addColumn<bool>("hidden");
+        const std::pair<int, bool> rows[] = {
+            {0x00, true},    {0x1f, true},    {0x20, false},   {0x7e, false},   {0x7f, true},
+            {0x80, true},    {0x9b, true},    {0x9f, true},    {0xa0, false},   {0x061b, false},
+            {0x061c, true},  {0x200a, false}, {0x200b, true},  {0x200f, true},  {0x2010, false},
+            {0x2027, false}, {0x2028, true},  {0x2029, true},  {0x202a, true},  {0x202e, true},
+            {0x202f, false}, {0x2060, true},  {0x2061, false}, {0x2065, false}, {0x2066, true},
+            {0x2069, true},  {0x206a, false}, {0xfeff, true},  {0x6587, false}};
+        for (const auto& [code, hidden] : rows)
+            QTest::addRow("U+%04X", code) << code << hidden;
+    }
+    void hiddenAndControlCharactersAreEscaped() {
+        QFETCH(int, code);
+        QFETCH(bool, hidden);
+        QCOMPARE(DiagnosticLog::isHiddenOrControl(char16_t(code)), hidden);
+        const QString text = u"a"_qs + QChar(code) + u"b"_qs;
+        QCOMPARE(DiagnosticLog::escapedText(text) == text, !hidden);
+    }
+
+    void logLinesCannotBeForgedAndTheLogStaysSmall() {
+        DiagnosticLog::append(
+            u"path=/a\n[2026-01-01 00:00:00 +0000] action succeeded: x\t\x1b[2J\u2028\u009b"_qs);
+        QCOMPARE(m_environment->logText().count(u'\n'), 1);
+        QVERIFY(m_environment->logText().contains(QStringLiteral(
+            "path=/a\\n[2026-01-01 00:00:00 +0000] action succeeded: x\\t\\x1b[2J\\u2028\\x9b\n")));
+        // Past the limit the older half goes, at a line boundary, and the new line is there.
+        QByteArray filler;
+        for (int index = 0; filler.size() <= DiagnosticLog::sizeLimit; ++index)
+            filler += QByteArray("[2026-01-01 00:00:00 +0000] line ") + QByteArray::number(index) + '\n';
+        m_environment->writeFile(logPath(), filler);
+        DiagnosticLog::append(u"newest"_qs);
+        const QByteArray after = readAll(logPath());
+        QVERIFY(after.size() < DiagnosticLog::sizeLimit * 3 / 4 &&
+                after.size() > DiagnosticLog::sizeLimit / 4);
+        QVERIFY(after.startsWith("[2026-01-01 00:00:00 +0000] line ") && after.endsWith(" +0000] newest\n"));
+        QVERIFY(filler.endsWith(after.left(after.size() - after.mid(after.lastIndexOf("\n[") + 1).size())));
+    }
+
+    void aLogThatIsNotOursIsNeverWrittenAndLoggingGoesOn_data() {
+        QTest::addColumn<QString>("planted");
+        for (const char* planted : {"link", "second name", "pipe", "another account's file"})
+            QTest::newRow(planted) << planted;
+    }
+    void aLogThatIsNotOursIsNeverWrittenAndLoggingGoesOn() {
+        QFETCH(QString, planted);
+        const QByteArray path = QFile::encodeName(logPath());
+        const QString victim = m_environment->writeFile(u"victim.txt"_qs, "untouched");
+        if (planted == u"link"_qs) {
+            QCOMPARE(::symlink(QFile::encodeName(victim).constData(), path.constData()), 0);
+        } else if (planted == u"second name"_qs) { // a hard link an attacker made to read along
+            QVERIFY(QFile::copy(victim, logPath()));
+            QCOMPARE(
+                ::link(path.constData(), QFile::encodeName(m_environment->root() + "/second").constData()),
+                0);
+        } else if (planted == u"pipe"_qs) { // nobody reads it: a write would block for ever
+            QCOMPARE(::mkfifo(path.constData(), 0600), 0);
+        } else {
+            if (::geteuid() != 0)
+                QSKIP("needs root to give the log to another account");
+            QVERIFY(QFile::copy(victim, logPath()));
+            QCOMPARE(::chown(path.constData(), 65534, 65534), 0);
+        }
+        DiagnosticLog::append(u"refusal that must be recorded"_qs);
+        QCOMPARE(readAll(victim), QByteArray("untouched"));
+        if (planted != u"pipe"_qs && planted != u"link"_qs)
+            QCOMPARE(readAll(logPath()), QByteArray("untouched"));
+        QVERIFY(readAll(KestroPaths::privateLogPath()).endsWith(" +0000] refusal that must be recorded\n"));
+        QVERIFY(!(QFileInfo(QFileInfo(KestroPaths::privateLogPath()).path()).permissions() & 0x0077));
+    }
+
+    void stagingFoldersArePrivateAndGo() {
+        QString path;
+        {
+            const StagingDirectory staging(u"kestro-test-"_qs);
+            path = staging.path();
+            struct stat status {};
+            QCOMPARE(::lstat(QFile::encodeName(path).constData(), &status), 0);
+            QVERIFY(S_ISDIR(status.st_mode));
+            QCOMPARE(status.st_mode & 07777, mode_t(0700));
+        }
+        QVERIFY(!QFileInfo::exists(path));
     }
 };
 

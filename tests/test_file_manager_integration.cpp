@@ -1,12 +1,14 @@
-// What Kestro gives the file managers and what comes back from a click: Thunar's merged uca.xml, the
-// quoting of every command line, the files written and removed, the real kestro-handoff and the host's
-// rewrite after a settings change.
+// The file-manager integration: the one Kestro menu the file managers render (layouts, grouping, the user's
+// lists, what each place offers), what each file manager is given (Thunar's merged uca.xml, the quoting of
+// every command line, the files written and removed), the real kestro-handoff, and the host's rewrite after
+// a settings change.
 #include "app/KestroHost.h"
 #include "app/SingleInstance.h"
 #include "catalogue/FeatureSettingsDefaults.h"
 #include "catalogue/FeatureSettingsPersistence.h"
 #include "catalogue/FeatureSettingsStore.h"
 #include "catalogue/KestroFeature.h"
+#include "intake/FailureNotifier.h"
 #include "intake/KestroQueuedAction.h"
 #include "integration/FileManagerCommands.h"
 #include "integration/FileManagerIntegration.h"
@@ -15,15 +17,17 @@
 #include "integration/ThunarActions.h"
 #include "platform/KestroPaths.h"
 #include "settings-ui/FileManagerIntegrationSection.h"
+#include "support/FakePlatform.h"
 #include "support/KestroProcess.h"
 #include "support/TestEnvironment.h"
 
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
+#include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
-#include <QLockFile>
+#include <QLabel>
 #include <QProcess>
 #include <QPushButton>
 #include <QScopeGuard>
@@ -36,19 +40,70 @@
 #undef signals
 #include <gio/gdesktopappinfo.h>
 #pragma pop_macro("signals")
-#include <signal.h>
 #include <sys/stat.h>
+
+using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
+QStringList titles(const QList<KestroMenuItem>& items) {
+    QStringList result;
+    for (const KestroMenuItem& item : items)
+        result.append(item.title);
+    return result;
+}
+
+QStringList actionIDs(const QList<KestroMenuItem>& items) {
+    QStringList result;
+    for (const KestroMenuItem& item : KestroMenuModel::actions(items))
+        result.append(item.actionID);
+    return result;
+}
+
+// Two features with a few children, nothing of the user's lists.
+KestroMenuInput smallInput() {
+    KestroMenuInput input;
+    input.settings.featureOrder = {"copyPath", "createFile"};
+    input.settings.enabledFeatureIDs = {"createFile", "copyPath"};
+    input.settings.enabledChildIDs = {"createTextFile", "createFolder", "copyFileName"};
+    input.settings.childOrderByFeatureID = {{"createFile", {"createTextFile", "createFolder"}}};
+    return input;
+}
+
+// Every feature and child on, an entry in each of the user's lists, a script and a shortcut.
+KestroMenuInput everything() {
+    KestroMenuInput input;
+    input.settings = FeatureSettingsDefaults::settings();
+    input.settings.groupsFeaturesUnderKestro = false;
+    for (const KestroFeature& feature : KestroFeature::allCases()) {
+        input.settings.enabledFeatureIDs.insert(feature.id());
+        for (const QString& id : feature.childIDs())
+            input.settings.enabledChildIDs.insert(id);
+    }
+    // Entries without an id or a path lead nowhere.
+    input.destinations["copy"] = {{"d1", "备份", "/srv/back up"}, {"d2", "空", ""}, {"", "无名", "/srv/x"}};
+    input.destinations["quickOpen"] = {{"q1", "工作", "/srv/work"}};
+    input.destinations["openApplication"] = {{"a1", "看图", "/usr/share/applications/viewer.desktop"}};
+    CustomShortcutAction script;
+    script.id = "s1";
+    script.name = "我的脚本";
+    script.kind = CustomShortcutAction::Kind::script;
+    script.scriptPath = "/usr/local/bin/x.sh";
+    CustomShortcutAction shortcut;
+    shortcut.id = "s2";
+    shortcut.name = "快捷指令";
+    input.customActions = {shortcut, script};
+    return input;
+}
+
 // Names a user or an attacker would pick: blanks, both quotes, "$", ";", "&", "%", a newline, a leading
 // dash, non-Latin text.
-const QStringList awkwardNames = {QStringLiteral("with blank.txt"),
-                                  QStringLiteral("quote'single\"double.txt"),
-                                  QStringLiteral("dollar$HOME;semi&amp%F.txt"),
-                                  QStringLiteral("new\nline.txt"),
-                                  QStringLiteral("-rf"),
-                                  QStringLiteral("ünïcødé — 日本.txt")};
+const QStringList awkwardNames = {u"with blank.txt"_qs,
+                                  u"quote'single\"double.txt"_qs,
+                                  u"dollar$HOME;semi&amp%F.txt"_qs,
+                                  u"new\nline.txt"_qs,
+                                  u"-rf"_qs,
+                                  u"ünïcødé — 日本.txt"_qs};
 
 const QByteArray userActions =
     "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n"
@@ -70,16 +125,16 @@ const QByteArray userActions =
 
 QList<KestroMenuItem> sampleMenu() {
     KestroMenuInput input;
-    input.settings.featureOrder = {QStringLiteral("createFile"), QStringLiteral("imageTools")};
-    input.settings.enabledFeatureIDs = {QStringLiteral("createFile"), QStringLiteral("imageTools")};
-    input.settings.enabledChildIDs = {QStringLiteral("createTextFile"), QStringLiteral("resizeImages")};
+    input.settings.featureOrder = {u"createFile"_qs, u"imageTools"_qs};
+    input.settings.enabledFeatureIDs = {u"createFile"_qs, u"imageTools"_qs};
+    input.settings.enabledChildIDs = {u"createTextFile"_qs, u"resizeImages"_qs};
     input.settings.groupsFeaturesUnderKestro = true;
     return KestroMenuModel::build(input);
 }
 
 // A program that writes its arguments, NUL-terminated, into the file named by RECORD_TO.
 QString writeRecorder(const QString& folder, const QString& name) {
-    const QString path = folder + QLatin1Char('/') + name;
+    const QString path = folder + u'/' + name;
     QFile file(path);
     file.open(QIODevice::WriteOnly);
     file.write("#!/bin/sh\nfor argument in \"$@\"; do printf '%s\\0' \"$argument\"; done > \"$RECORD_TO\"\n");
@@ -104,7 +159,7 @@ class InstalledFileManagers {
 public:
     InstalledFileManagers(const TestEnvironment& environment, const QStringList& programs)
         : m_saved(qgetenv("PATH")) {
-        const QString folder = environment.makeFolder(QStringLiteral("bin"));
+        const QString folder = environment.makeFolder(u"bin"_qs);
         for (const QString& program : programs)
             writeRecorder(folder, program);
         qputenv("PATH", folder.toUtf8());
@@ -116,7 +171,7 @@ private:
 };
 
 QString handoffBinary() {
-    return QFileInfo(KestroProcess::binary()).absolutePath() + QStringLiteral("/kestro-handoff");
+    return QFileInfo(KestroProcess::binary()).absolutePath() + u"/kestro-handoff"_qs;
 }
 
 struct Handoff {
@@ -136,19 +191,41 @@ Handoff runHandoff(const QStringList& arguments, const QString& workingDirectory
 }
 
 QStringList queuedFiles() {
-    return QDir(KestroPaths::extensionQueueDirectory()).entryList({QStringLiteral("*.json")}, QDir::Files);
+    return QDir(KestroPaths::extensionQueueDirectory()).entryList({u"*.json"_qs}, QDir::Files);
 }
 
 KestroQueuedAction onlyQueuedAction() {
     const QStringList files = queuedFiles();
     if (files.size() != 1)
         qFatal("expected one queued request, found %d", int(files.size()));
-    const QString path = KestroPaths::extensionQueueDirectory() + QLatin1Char('/') + files.first();
+    const QString path = KestroPaths::extensionQueueDirectory() + u'/' + files.first();
     const std::optional<KestroQueuedAction> action = KestroQueuedAction::decode(readAll(path));
     QFile::remove(path);
     if (!action)
         qFatal("the queued request does not decode");
     return *action;
+}
+
+// A desktop file's groups and keys as GLib reads them (the freedesktop.org rules the file managers follow).
+QMap<QString, QMap<QString, QString>> keyFileGroups(const QByteArray& bytes) {
+    QMap<QString, QMap<QString, QString>> groups;
+    GKeyFile* keyFile = g_key_file_new();
+    if (g_key_file_load_from_data(keyFile, bytes.constData(), gsize(bytes.size()), G_KEY_FILE_NONE,
+                                  nullptr)) {
+        gchar** names = g_key_file_get_groups(keyFile, nullptr);
+        for (gchar** group = names; *group; ++group) {
+            gchar** keys = g_key_file_get_keys(keyFile, *group, nullptr, nullptr);
+            for (gchar** key = keys; key && *key; ++key) {
+                gchar* value = g_key_file_get_string(keyFile, *group, *key, nullptr);
+                groups[QString::fromUtf8(*group)].insert(QString::fromUtf8(*key), QString::fromUtf8(value));
+                g_free(value);
+            }
+            g_strfreev(keys);
+        }
+        g_strfreev(names);
+    }
+    g_key_file_unref(keyFile);
+    return groups;
 }
 
 } // namespace
@@ -157,10 +234,170 @@ class TestFileManagerIntegration : public QObject {
     Q_OBJECT
 
 private slots:
+    void layoutsAndGrouping() {
+        // Collapsed: a submenu per feature in the user's order, its children in the user's order.
+        const QList<KestroMenuItem> menu = KestroMenuModel::build(smallInput());
+        QCOMPARE(titles(menu), QStringList({"复制名称与路径", "新建"}));
+        QCOMPARE(titles(menu.at(1).children), QStringList({"新建文本文件", "新建文件夹"}));
+        QVERIFY(menu.at(1).isSubmenu());
+        // Disabled features and children stay out.
+        KestroMenuInput input = smallInput();
+        input.settings.enabledFeatureIDs.remove("copyPath");
+        input.settings.enabledChildIDs.remove("createFolder");
+        QCOMPARE(actionIDs(KestroMenuModel::build(input)), QStringList{"createTextFile"});
+        // Expanded: every action directly; grouped: all of it under one "Kestro" entry, in either layout.
+        for (FinderMenuLayout layout : {FinderMenuLayout::collapsed, FinderMenuLayout::expanded}) {
+            input = smallInput();
+            input.settings.menuLayout = layout;
+            const QList<KestroMenuItem> plain = KestroMenuModel::build(input);
+            if (layout == FinderMenuLayout::expanded)
+                QCOMPARE(titles(plain), QStringList({"复制文件名", "新建文本文件", "新建文件夹"}));
+            input.settings.groupsFeaturesUnderKestro = true;
+            const QList<KestroMenuItem> grouped = KestroMenuModel::build(input);
+            QCOMPARE(grouped.size(), 1);
+            QCOMPARE(grouped.at(0).title, u"Kestro"_qs);
+            QCOMPARE(grouped.at(0).children, plain);
+        }
+        KestroMenuInput empty;
+        empty.settings.groupsFeaturesUnderKestro = true;
+        QVERIFY(KestroMenuModel::build(empty).isEmpty());
+        // The defaults: one Kestro entry; without grouping every default feature that has items.
+        input.settings = FeatureSettingsDefaults::settings();
+        QCOMPARE(titles(KestroMenuModel::build(input)), QStringList{"Kestro"});
+        input.settings.groupsFeaturesUnderKestro = false;
+        QCOMPARE(KestroMenuModel::build(input).size(), 11);
+    }
+
+    void usersListsBecomeItems() {
+        KestroMenuInput input = everything();
+        // The desktop listed by the user: "复制到桌面" would offer the same place a second time.
+        input.destinations["copy"].append(
+            {"d3", "桌面", QStandardPaths::writableLocation(QStandardPaths::DesktopLocation) + "/"});
+        input.destinations["copy"].append({"d1", "repeated id", "/elsewhere"});
+        const QList<KestroMenuItem> menu = KestroMenuModel::build(input);
+        const auto submenu = [&](const QString& title) {
+            for (const KestroMenuItem& item : menu)
+                if (item.title == title)
+                    return item.children;
+            return QList<KestroMenuItem>();
+        };
+        // Entries first, then the children; a repeated id keeps its first entry only.
+        QCOMPARE(titles(submenu("复制到")),
+                 QStringList({"备份", "桌面", "复制到下载", "复制到文档", "在旁边创建副本"}));
+        const KestroMenuItem copy = submenu("复制到").at(0);
+        QCOMPARE(copy.actionID, u"copyFilesToFolder"_qs);
+        QCOMPARE(copy.id, u"copyFilesToFolder@d1"_qs);
+        QCOMPARE(copy.destinationPath, std::optional<QString>("/srv/back up"));
+        // Scripts only (no Shortcuts here); no view presets either, so that feature has nothing.
+        QCOMPARE(titles(submenu("自定义动作")), QStringList{"我的脚本"});
+        QCOMPARE(submenu("自定义动作").at(0).actionID, u"runScript__s1"_qs);
+        QVERIFY(submenu("显示方式").isEmpty());
+        // Flat, a destination says what it does; item ids stay unique throughout.
+        input.settings.menuLayout = FinderMenuLayout::expanded;
+        const QList<KestroMenuItem> flat = KestroMenuModel::actions(KestroMenuModel::build(input));
+        QSet<QString> ids;
+        for (const KestroMenuItem& item : flat) {
+            ids.insert(item.id);
+            if (item.actionID == u"copyFilesToFolder"_qs)
+                QCOMPARE(item.title, u"复制到 "_qs + (item.id.endsWith("d1") ? "备份" : "桌面"));
+        }
+        QCOMPARE(ids.size(), flat.size());
+    }
+
+    // What each place's menu offers, from a probe of actions: the background never acts on the folder in
+    // view (that would need a selection), file-kind tools only for their kind, and what no file manager
+    // here can do nowhere.
+    void whatEachPlaceShows_data() {
+        QTest::addColumn<QString>("fileManager");
+        QTest::addColumn<QStringList>("selection"); // empty: the folder background
+        QTest::addColumn<QString>("shown");
+        QTest::newRow("Thunar, background")
+            << "thunar" << QStringList()
+            << "createTextFile createFolder quickOpenPath quickOpenDesktop copyFullPath openInTerminal";
+        QTest::newRow("GNOME Files, background")
+            << "nautilus" << QStringList()
+            << "createTextFile createFolder quickOpenPath quickOpenDesktop copyFullPath openInTerminal "
+               "toggleHiddenFiles";
+        QTest::newRow("Nemo, background") << "nemo" << QStringList()
+                                          << "createTextFile createFolder quickOpenPath quickOpenDesktop "
+                                             "copyFullPath openInTerminal toggleNemoHiddenFiles";
+        // On a selection: what works on any file, what only fits this kind, then the tail of every menu.
+        const auto selected = [](const QString& kind) {
+            return QStringLiteral(
+                       "createTextFile createFolder quickOpenPath quickOpenDesktop copyFullPath "
+                       "copyFilesToFolder copyFilesToDesktop openWithApplicationPath compressToZIP ") +
+                   kind + u" openInTerminal revealInFinder runScript__s1"_qs;
+        };
+        const QString any = u"renameAddPrefix scheduleDelete1Hour"_qs;
+        QTest::newRow("a text file") << "dolphin" << QStringList{"/x/notes.txt"} << selected(any);
+        QTest::newRow("images of every kind")
+            << "dolphin" << QStringList{"/x/A.PNG", "/x/b.jpeg", "/x/IMG_1.HEIC", "/x/c.avif"}
+            << selected(any + " resizeImages imagesToPDF");
+        QTest::newRow("an image among other files")
+            << "dolphin" << QStringList{"/x/a.png", "/x/b.txt"} << selected(any);
+        QTest::newRow("a PDF") << "dolphin" << QStringList{"/x/report.pdf"}
+                               << selected(any + " mergePDFs splitPDFs");
+        for (const char* archive : {"a.zip", "a.tar", "a.tar.gz", "a.TGZ", "a.tar.xz", "a.tar.bz2", "a.7z"})
+            QTest::addRow("archive %s", archive)
+                << "dolphin" << QStringList{archive} << selected("extractZIPHere " + any);
+        for (const char* notArchive : {"a.gz", "zip", ".tar.gz", "/x/.tar.gz", "a.zip.txt", "tar.gz"})
+            QTest::addRow("no archive: %s", notArchive)
+                << "dolphin" << QStringList{notArchive} << selected(any);
+    }
+    void whatEachPlaceShows() {
+        QFETCH(QString, fileManager);
+        QFETCH(QStringList, selection);
+        QFETCH(QString, shown);
+        static const QStringList probe{
+            "createTextFile",        "createFolder",      "quickOpenPath",      "quickOpenDesktop",
+            "copyFullPath",          "copyFilesToFolder", "copyFilesToDesktop", "openWithApplicationPath",
+            "compressToZIP",         "extractZIPHere",    "renameAddPrefix",    "scheduleDelete1Hour",
+            "resizeImages",          "imagesToPDF",       "mergePDFs",          "splitPDFs",
+            "openInTerminal",        "revealInFinder",    "finderViewPreset",   "toggleHiddenFiles",
+            "toggleNemoHiddenFiles", "runScript__s1",     "runScript__s2"};
+        const QList<KestroMenuItem> menu =
+            KestroMenuModel::shownIn(KestroMenuModel::build(everything()), fileManager);
+        const QList<KestroMenuItem> offered = KestroMenuModel::shownOn(
+            menu,
+            selection.isEmpty() ? KestroMenuModel::Context::background : KestroMenuModel::Context::selection,
+            selection);
+        const QStringList ids = actionIDs(offered);
+        QStringList found;
+        for (const QString& id : probe)
+            if (ids.contains(id))
+                found.append(id);
+        QCOMPARE(found.join(u' '), shown);
+        // Only entries that lead somewhere: the copy list's entry without a path or an id is no item.
+        QCOMPARE(ids.count("copyFilesToFolder"), shown.contains("copyFilesToFolder") ? 1 : 0);
+        for (const KestroMenuItem& item : KestroMenuModel::actions(offered))
+            QVERIFY2(!item.destinationPath || !item.destinationPath->isEmpty(), qPrintable(item.id));
+    }
+
+    void descriptionCarriesWhatTheExtensionNeeds() {
+        KestroMenuInput input = smallInput();
+        input.settings.groupsFeaturesUnderKestro = true;
+        input.settings.enabledFeatureIDs.insert("imageTools");
+        input.settings.featureOrder.append("imageTools");
+        input.settings.enabledChildIDs.insert("resizeImages");
+        const QJsonObject root =
+            QJsonDocument::fromJson(KestroMenuModel::toJson(KestroMenuModel::build(input))).object();
+        QCOMPARE(root.value("version").toInt(), 1);
+        const QJsonObject kestro = root.value("items").toArray().at(0).toObject();
+        QCOMPARE(kestro.value("title").toString(), u"Kestro"_qs);
+        const QJsonArray features = kestro.value("children").toArray();
+        QCOMPARE(features.size(), 3);
+        const auto first = [&](int feature) {
+            return features.at(feature).toObject().value("children").toArray().at(0).toObject();
+        };
+        QCOMPARE(first(1).value("actionID").toString(), u"createTextFile"_qs);
+        QVERIFY(first(1).value("background").toBool() && first(1).value("suffixes").toArray().isEmpty());
+        QVERIFY(!first(2).value("background").toBool());
+        QVERIFY(first(2).value("suffixes").toArray().contains(".png"));
+    }
     void thunarMergeKeepsTheUsersActionsByteForByte() {
         QString error;
-        const std::optional<QByteArray> merged = ThunarActions::merged(
-            userActions, sampleMenu(), QStringLiteral("/opt/kestro/kestro-handoff"), error);
+        const std::optional<QByteArray> merged =
+            ThunarActions::merged(userActions, sampleMenu(), u"/opt/kestro/kestro-handoff"_qs, error);
         QVERIFY2(merged, qPrintable(error));
         // The user's text is all there, in one piece, ahead of Kestro's actions.
         const QByteArray userPart = userActions.left(userActions.indexOf("</actions>"));
@@ -175,16 +412,14 @@ private slots:
         QVERIFY(!resizeAction.contains("<directories/>"));
 
         // Rewriting is stable, and taking Kestro's actions out gives the user's file back exactly.
-        QCOMPARE(
-            ThunarActions::merged(*merged, sampleMenu(), QStringLiteral("/opt/kestro/kestro-handoff"), error),
-            merged);
+        QCOMPARE(ThunarActions::merged(*merged, sampleMenu(), u"/opt/kestro/kestro-handoff"_qs, error),
+                 merged);
         QCOMPARE(ThunarActions::merged(*merged, {}, {}, error), std::optional<QByteArray>(userActions));
         QVERIFY(ThunarActions::containsKestroActions(*merged));
         QVERIFY(!ThunarActions::containsKestroActions(userActions));
 
         // A missing file becomes a fresh one that Thunar can read back.
-        const std::optional<QByteArray> fresh =
-            ThunarActions::merged({}, sampleMenu(), QStringLiteral("/h"), error);
+        const std::optional<QByteArray> fresh = ThunarActions::merged({}, sampleMenu(), u"/h"_qs, error);
         QVERIFY(fresh && fresh->startsWith("<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<actions>\n"));
     }
 
@@ -194,21 +429,19 @@ private slots:
                                          QByteArray("<menu></menu>"), QByteArray("not xml at all"),
                                          QByteArray("<?xml version=\"1.0\"?><actions>\xff\xfe</actions>")}) {
             error.clear();
-            QVERIFY2(!ThunarActions::merged(broken, sampleMenu(), QStringLiteral("/h"), error),
-                     broken.constData());
+            QVERIFY2(!ThunarActions::merged(broken, sampleMenu(), u"/h"_qs, error), broken.constData());
             QVERIFY(!error.isEmpty());
         }
 
         // Through the integration: the file stays as it was and the log says why.
         TestEnvironment environment;
-        InstalledFileManagers installed(environment, {QStringLiteral("thunar")});
+        InstalledFileManagers installed(environment, {u"thunar"_qs});
         const QString path = FileManagerIntegration::thunarActionsPath();
         const QByteArray broken = "<actions><action><name>mine, half typed";
         environment.writeFile(path, broken);
         FileManagerIntegration::refresh();
         QCOMPARE(readAll(path), broken);
-        QVERIFY(environment.logText().contains(
-            QStringLiteral("file manager integration: left %1 alone").arg(path)));
+        QVERIFY(environment.logText().contains(u"file manager integration: left %1 alone"_qs.arg(path)));
         QVERIFY(!FileManagerIntegration::isIntegrated(FileManagerIntegration::FileManager::thunar));
     }
 
@@ -218,13 +451,13 @@ private slots:
         TestEnvironment environment;
         // Plain local files: no GIO daemon is started on the test's session bus.
         qputenv("GIO_USE_VFS", "local");
-        const QString recorder = writeRecorder(environment.makeFolder(QStringLiteral("bin $x 'q' \"d\"")),
-                                               QStringLiteral("hand off"));
-        const QString record = environment.root() + QStringLiteral("/record");
+        const QString recorder =
+            writeRecorder(environment.makeFolder(u"bin $x 'q' \"d\""_qs), u"hand off"_qs);
+        const QString record = environment.root() + u"/record"_qs;
         qputenv("RECORD_TO", record.toUtf8());
-        const QString itemID = QStringLiteral("copyFilesToFolder@id with 'quotes' $and %percent");
+        const QString itemID = u"copyFilesToFolder@id with 'quotes' $and %percent"_qs;
         const QString exec = FileManagerCommands::desktopExec(
-            QStringList{recorder} + FileManagerCommands::handoffArguments(itemID), QStringLiteral("%F"));
+            QStringList{recorder} + FileManagerCommands::handoffArguments(itemID), u"%F"_qs);
         const QByteArray entry = "[Desktop Entry]\nType=Application\nName=t\nExec=" + exec.toUtf8() + "\n";
         GKeyFile* keyFile = g_key_file_new();
         QVERIFY(g_key_file_load_from_data(keyFile, entry.constData(), gsize(entry.size()), G_KEY_FILE_NONE,
@@ -234,13 +467,13 @@ private slots:
         GList* files = nullptr;
         QStringList paths;
         for (const QString& name : awkwardNames) {
-            paths.append(environment.writeFile(QStringLiteral("files/") + name));
+            paths.append(environment.writeFile(u"files/"_qs + name));
             files = g_list_append(files, g_file_new_for_path(QFile::encodeName(paths.last()).constData()));
         }
         GError* error = nullptr;
         QVERIFY(g_app_info_launch(G_APP_INFO(application), files, nullptr, &error));
         QTRY_VERIFY(QFileInfo::exists(record));
-        QTRY_COMPARE(recorded(record), QStringList({itemID, QStringLiteral("--")}) + paths);
+        QTRY_COMPARE(recorded(record), QStringList({itemID, u"--"_qs}) + paths);
         g_list_free_full(files, g_object_unref);
         g_object_unref(application);
         g_key_file_unref(keyFile);
@@ -251,65 +484,47 @@ private slots:
         // A newline in a name cannot start a key of its own, and Qt menus show "&" instead of taking it for
         // a shortcut mark.
         KestroMenuInput input;
-        input.settings.featureOrder = {QStringLiteral("copyFile")};
-        input.settings.enabledFeatureIDs = {QStringLiteral("copyFile")};
-        input.destinations[QStringLiteral("copy")] = {
-            {QStringLiteral("d"), QStringLiteral("A & B\nExec=rm -rf ~"), QStringLiteral("/srv/a")}};
+        input.settings.featureOrder = {u"copyFile"_qs};
+        input.settings.enabledFeatureIDs = {u"copyFile"_qs};
+        input.destinations[u"copy"_qs] = {{u"d"_qs, u"A & B\nExec=rm -rf ~"_qs, u"/srv/a"_qs}};
         const QList<KestroMenuItem> menu = KestroMenuModel::build(input);
+        int named = 0;
         for (const FileManagerMenuFiles::GeneratedFile& file :
-             FileManagerMenuFiles::dolphinServiceMenus(menu, QStringLiteral("/h")) +
-                 FileManagerMenuFiles::pcmanfmActions(menu, QStringLiteral("/h"))) {
-            GKeyFile* keyFile = g_key_file_new();
-            QVERIFY(g_key_file_load_from_data(keyFile, file.bytes.constData(), gsize(file.bytes.size()),
-                                              G_KEY_FILE_NONE, nullptr));
-            gsize count = 0;
-            gchar** groups = g_key_file_get_groups(keyFile, &count);
-            for (gsize index = 0; index < count; ++index) {
-                gchar* name = g_key_file_get_string(keyFile, groups[index], "Name", nullptr);
-                if (name && QString::fromUtf8(name).startsWith(QStringLiteral("A ")))
-                    QCOMPARE(QString::fromUtf8(name), QStringLiteral("A && B\nExec=rm -rf ~"));
-                g_free(name);
-                gchar* exec = g_key_file_get_string(keyFile, groups[index], "Exec", nullptr);
-                QVERIFY(!exec || !QByteArray(exec).contains("rm -rf"));
-                g_free(exec);
+             FileManagerMenuFiles::dolphinServiceMenus(menu, u"/h"_qs) +
+                 FileManagerMenuFiles::pcmanfmActions(menu, u"/h"_qs)) {
+            for (const QMap<QString, QString>& keys : keyFileGroups(file.bytes)) {
+                if (keys.value("Name").startsWith(u"A "_qs)) {
+                    QCOMPARE(keys.value("Name"), u"A && B\nExec=rm -rf ~"_qs);
+                    ++named;
+                }
+                QVERIFY(!keys.value("Exec").contains(u"rm -rf"_qs));
             }
-            g_strfreev(groups);
-            g_key_file_unref(keyFile);
         }
+        QVERIFY(named >= 2); // in both file managers' files
     }
 
     void dolphinKeepsTheMenuOrder() {
         // Dolphin sorts a submenu's entries by action key as text, across files: the keys must sort in the
         // menu's order, twelve entries (past "9" and "10") included.
         KestroMenuInput input;
-        input.settings.featureOrder = {QStringLiteral("createFile")};
-        input.settings.enabledFeatureIDs = {QStringLiteral("createFile")};
+        input.settings.featureOrder = {u"createFile"_qs};
+        input.settings.enabledFeatureIDs = {u"createFile"_qs};
         input.settings.groupsFeaturesUnderKestro = true;
         const QStringList children = KestroFeature(KestroFeature::createFile).childIDs().mid(0, 12);
         input.settings.enabledChildIDs = QSet<QString>(children.begin(), children.end());
         const QList<KestroMenuItem> menu = KestroMenuModel::build(input);
         QMap<QString, QString> titleByKey;
         for (const FileManagerMenuFiles::GeneratedFile& file :
-             FileManagerMenuFiles::dolphinServiceMenus(menu, QStringLiteral("/h"))) {
-            GKeyFile* keyFile = g_key_file_new();
-            QVERIFY(g_key_file_load_from_data(keyFile, file.bytes.constData(), gsize(file.bytes.size()),
-                                              G_KEY_FILE_NONE, nullptr));
-            gchar* submenu = g_key_file_get_string(keyFile, "Desktop Entry", "X-KDE-Submenu", nullptr);
-            QCOMPARE(QString::fromUtf8(submenu), QStringLiteral("Kestro"));
-            g_free(submenu);
-            gchar** keys = g_key_file_get_string_list(keyFile, "Desktop Entry", "Actions", nullptr, nullptr);
-            for (gchar** key = keys; key && *key; ++key) {
-                gchar* name = g_key_file_get_string(
-                    keyFile, QByteArray("Desktop Action " + QByteArray(*key)).constData(), "Name", nullptr);
-                titleByKey.insert(QString::fromUtf8(*key), QString::fromUtf8(name));
-                g_free(name);
-            }
-            g_strfreev(keys);
-            g_key_file_unref(keyFile);
+             FileManagerMenuFiles::dolphinServiceMenus(menu, u"/h"_qs)) {
+            const auto groups = keyFileGroups(file.bytes);
+            QCOMPARE(groups.value("Desktop Entry").value("X-KDE-Submenu"), u"Kestro"_qs);
+            for (const QString& key :
+                 groups.value("Desktop Entry").value("Actions").split(u';', Qt::SkipEmptyParts))
+                titleByKey.insert(key, groups.value("Desktop Action " + key).value("Name"));
         }
         QStringList expected;
         for (const KestroMenuItem& item : KestroMenuModel::actions(menu))
-            expected.append(QStringLiteral("新建 › ") + item.title);
+            expected.append(u"新建 › "_qs + item.title);
         QCOMPARE(expected.size(), 12);
         // QMap orders its keys as text, as Dolphin does.
         QCOMPARE(titleByKey.values(), expected);
@@ -318,44 +533,41 @@ private slots:
     void thunarCommandsReachTheHandoffExactly() {
         // Thunar puts each path in shell quotes for %F and runs the line through sh -c.
         TestEnvironment environment;
-        const QString recorder =
-            writeRecorder(environment.makeFolder(QStringLiteral("it's $here")), QStringLiteral("h"));
-        const QString record = environment.root() + QStringLiteral("/record");
-        const QString itemID = QStringLiteral("runScript__a'b\"c$d;e&f");
+        const QString recorder = writeRecorder(environment.makeFolder(u"it's $here"_qs), u"h"_qs);
+        const QString record = environment.root() + u"/record"_qs;
+        const QString itemID = u"runScript__a'b\"c$d;e&f"_qs;
         QString command = FileManagerCommands::thunarCommand(
-            QStringList{recorder} + FileManagerCommands::handoffArguments(itemID), QStringLiteral("%F"));
+            QStringList{recorder} + FileManagerCommands::handoffArguments(itemID), u"%F"_qs);
         QStringList quotedPaths;
         for (const QString& name : awkwardNames) {
-            gchar* quoted = g_shell_quote(QFile::encodeName(QStringLiteral("/x/") + name).constData());
+            gchar* quoted = g_shell_quote(QFile::encodeName(u"/x/"_qs + name).constData());
             quotedPaths.append(QString::fromUtf8(quoted));
             g_free(quoted);
         }
-        command.replace(QStringLiteral("%F"), quotedPaths.join(QLatin1Char(' ')));
-        command.replace(QStringLiteral("%%"), QStringLiteral("%"));
+        command.replace(u"%F"_qs, quotedPaths.join(u' '));
+        command.replace(u"%%"_qs, u"%"_qs);
         QProcess shell;
         QProcessEnvironment shellEnvironment = QProcessEnvironment::systemEnvironment();
-        shellEnvironment.insert(QStringLiteral("RECORD_TO"), record);
+        shellEnvironment.insert(u"RECORD_TO"_qs, record);
         shell.setProcessEnvironment(shellEnvironment);
-        shell.start(QStringLiteral("/bin/sh"), {QStringLiteral("-c"), command});
+        shell.start(u"/bin/sh"_qs, {u"-c"_qs, command});
         QVERIFY(shell.waitForFinished());
-        QStringList expected{itemID, QStringLiteral("--")};
+        QStringList expected{itemID, u"--"_qs};
         for (const QString& name : awkwardNames)
-            expected.append(QStringLiteral("/x/") + name);
+            expected.append(u"/x/"_qs + name);
         QCOMPARE(recorded(record), expected);
     }
 
     void integrationWritesAndRemovesExactlyKestrosFiles() {
         TestEnvironment environment;
-        InstalledFileManagers installed(environment, {QStringLiteral("nautilus"), QStringLiteral("nemo"),
-                                                      QStringLiteral("dolphin"), QStringLiteral("thunar"),
-                                                      QStringLiteral("pcmanfm-qt")});
+        InstalledFileManagers installed(
+            environment, {u"nautilus"_qs, u"nemo"_qs, u"dolphin"_qs, u"thunar"_qs, u"pcmanfm-qt"_qs});
         // The user's own service menu, PCManFM-Qt action and Thunar actions.
-        const QString usersServiceMenu =
-            environment.writeFile(FileManagerIntegration::dolphinFolder() + QStringLiteral("/mine.desktop"),
-                                  "[Desktop Entry]\nType=Service\n");
-        const QString usersAction = environment.writeFile(
-            FileManagerIntegration::pcmanfmFolder() + QStringLiteral("/kestro-000.desktop"),
-            "[Desktop Entry]\nType=Action\nName=mine under a name Kestro might use\n");
+        const QString usersServiceMenu = environment.writeFile(
+            FileManagerIntegration::dolphinFolder() + u"/mine.desktop"_qs, "[Desktop Entry]\nType=Service\n");
+        const QString usersAction =
+            environment.writeFile(FileManagerIntegration::pcmanfmFolder() + u"/kestro-000.desktop"_qs,
+                                  "[Desktop Entry]\nType=Action\nName=mine under a name Kestro might use\n");
         environment.writeFile(FileManagerIntegration::thunarActionsPath(), userActions);
 
         FileManagerIntegration::install();
@@ -363,10 +575,10 @@ private slots:
             QVERIFY2(status.installed && status.integrated, qPrintable(status.name));
         QVERIFY(readAll(FileManagerIntegration::iconPath()).contains("<svg"));
         const QStringList serviceMenus =
-            QDir(FileManagerIntegration::dolphinFolder()).entryList({QStringLiteral("kestro-*.desktop")});
+            QDir(FileManagerIntegration::dolphinFolder()).entryList({u"kestro-*.desktop"_qs});
         QVERIFY(!serviceMenus.isEmpty());
         for (const QString& name : serviceMenus) {
-            const QFileInfo info(FileManagerIntegration::dolphinFolder() + QLatin1Char('/') + name);
+            const QFileInfo info(FileManagerIntegration::dolphinFolder() + u'/' + name);
             // Dolphin refuses a service menu that is not executable; nobody else may change it.
             QVERIFY(info.permissions() & QFileDevice::ExeOwner);
             QVERIFY(!(info.permissions() & (QFileDevice::WriteGroup | QFileDevice::WriteOther)));
@@ -395,15 +607,13 @@ private slots:
         FileManagerIntegration::uninstall();
         for (const FileManagerIntegration::Status& status : FileManagerIntegration::status())
             QVERIFY2(!status.integrated, qPrintable(status.name));
-        QVERIFY(
-            QDir(FileManagerIntegration::dolphinFolder()).entryList({QStringLiteral("kestro-*")}).isEmpty());
+        QVERIFY(QDir(FileManagerIntegration::dolphinFolder()).entryList({u"kestro-*"_qs}).isEmpty());
         QCOMPARE(readAll(usersServiceMenu), QByteArray("[Desktop Entry]\nType=Service\n"));
         QVERIFY(QFileInfo::exists(usersAction));
         QCOMPARE(readAll(FileManagerIntegration::thunarActionsPath()), userActions);
         // The folders Kestro made go when they are empty; one holding the user's own file stays.
         for (const char* folder : {"nautilus-python", "nemo-python", "icons"})
-            QVERIFY2(!QFileInfo::exists(KestroPaths::dataHome() + QLatin1Char('/') + QLatin1String(folder)),
-                     folder);
+            QVERIFY2(!QFileInfo::exists(KestroPaths::dataHome() + u'/' + QLatin1String(folder)), folder);
         QVERIFY(QFileInfo::exists(usersServiceMenu));
         // Removed stays removed through later settings changes, until installed again.
         FileManagerIntegration::refresh();
@@ -455,7 +665,7 @@ private slots:
 
     void onlyInstalledFileManagersGetFiles() {
         TestEnvironment environment;
-        InstalledFileManagers installed(environment, {QStringLiteral("thunar")});
+        InstalledFileManagers installed(environment, {u"thunar"_qs});
         FileManagerIntegration::refresh();
         QVERIFY(QFileInfo::exists(FileManagerIntegration::thunarActionsPath()));
         QVERIFY(QFileInfo::exists(FileManagerIntegration::menuDescriptionPath()));
@@ -475,122 +685,113 @@ private slots:
         QVERIFY(host.listen());
         QStringList paths;
         for (const QString& name : awkwardNames)
-            paths.append(environment.writeFile(QStringLiteral("files/") + name));
+            paths.append(environment.writeFile(u"files/"_qs + name));
 
-        Handoff handoff =
-            runHandoff(QStringList{QStringLiteral("copyFullPath"), QStringLiteral("--")} + paths);
+        Handoff handoff = runHandoff(QStringList{u"copyFullPath"_qs, u"--"_qs} + paths);
         QCOMPARE(handoff.exitCode, 0);
         KestroQueuedAction action = onlyQueuedAction();
-        QCOMPARE(action.actionID, QStringLiteral("copyFullPath"));
+        QCOMPARE(action.actionID, u"copyFullPath"_qs);
         QCOMPARE(action.selectedURLs, paths);
         QVERIFY(!action.targetedURL);
 
         // The background: nothing selected, the folder is the target.
-        handoff = runHandoff({QStringLiteral("--folder"), QStringLiteral("createTextFile"),
-                              QStringLiteral("--"), environment.root() + QStringLiteral("/files")});
+        handoff =
+            runHandoff({u"--folder"_qs, u"createTextFile"_qs, u"--"_qs, environment.root() + u"/files"_qs});
         QCOMPARE(handoff.exitCode, 0);
         action = onlyQueuedAction();
         QVERIFY(action.selectedURLs.isEmpty());
-        QCOMPARE(action.targetedURL, std::optional<QString>(environment.root() + QStringLiteral("/files")));
+        QCOMPARE(action.targetedURL, std::optional<QString>(environment.root() + u"/files"_qs));
 
         // A destination comes from the menu Kestro wrote, not from the command line.
         QVERIFY(readAll(FileManagerIntegration::menuDescriptionPath()).contains("\"copyFilesToFolder@"));
         KestroMenuInput input = KestroMenuInput::saved();
-        const CustomDestination destination = input.destinations.value(QStringLiteral("copy")).first();
-        handoff = runHandoff(
-            {QStringLiteral("copyFilesToFolder@") + destination.id, QStringLiteral("--"), paths.first()});
+        const CustomDestination destination = input.destinations.value(u"copy"_qs).first();
+        handoff = runHandoff({u"copyFilesToFolder@"_qs + destination.id, u"--"_qs, paths.first()});
         QCOMPARE(handoff.exitCode, 0);
         action = onlyQueuedAction();
-        QCOMPARE(action.actionID, QStringLiteral("copyFilesToFolder"));
+        QCOMPARE(action.actionID, u"copyFilesToFolder"_qs);
         QCOMPARE(action.destinationURL, std::optional<QString>(destination.path));
 
         // A relative path is taken from where the file manager ran the command.
-        handoff = runHandoff({QStringLiteral("copyFileName"), QStringLiteral("--"), QStringLiteral("-rf")},
-                             environment.root() + QStringLiteral("/files"));
+        handoff = runHandoff({u"copyFileName"_qs, u"--"_qs, u"-rf"_qs}, environment.root() + u"/files"_qs);
         QCOMPARE(handoff.exitCode, 0);
-        QCOMPARE(onlyQueuedAction().selectedURLs,
-                 QStringList{environment.root() + QStringLiteral("/files/-rf")});
+        QCOMPARE(onlyQueuedAction().selectedURLs, QStringList{environment.root() + u"/files/-rf"_qs});
     }
 
+    // Each refusal reaches the user as the host's failure notice, queued as a request that runs nothing; a
+    // malformed command line (status 2) and an unsafe queue folder queue nothing at all.
+    void handoffRefusesWhatItCannotTrust_data() {
+        QTest::addColumn<QString>("plant");         // what is changed before the hand-off runs
+        QTest::addColumn<QStringList>("arguments"); // "FILE" and "FOLDER" stand for a file and a folder
+        QTest::addColumn<int>("status");
+        QTest::addColumn<QString>("said"); // on standard error, and in the notice when one is queued
+        const QStringList copyName{"copyFileName", "--", "FILE"};
+        QTest::newRow("an item not in the menu")
+            << "" << QStringList{"removeEverything", "--", "FILE"} << 1 << "这个菜单项已不存在";
+        QTest::newRow("a selection item on the background")
+            << "" << QStringList{"--folder", "renameAddPrefix", "--", "FOLDER"} << 1
+            << "在文件夹的空白处不能使用";
+        QTest::newRow("two folders for the background")
+            << "" << QStringList{"--folder", "createTextFile", "--", "FOLDER", "FOLDER"} << 1
+            << "一次只能用于一个文件夹";
+        QTest::newRow("bytes that are no UTF-8")
+            << "" << QStringList{"copyFileName", "--", "NOT-UTF-8"} << 1 << "不是有效的 UTF-8";
+        QTest::newRow("no paths") << "" << QStringList{"copyFileName"} << 2 << "";
+        QTest::newRow("no folder") << "" << QStringList{"--folder", "createTextFile", "--"} << 2 << "";
+        QTest::newRow("a menu description others may write") << "description 0666" << copyName << 1 << "";
+        QTest::newRow("an extension folder others may write") << "extension 0777" << copyName << 1 << "";
+        QTest::newRow("a queue folder others may write") << "queue 0777" << copyName << 1 << "";
+        QTest::newRow("a link for the queue folder") << "queue link" << copyName << 1 << "";
+        QTest::newRow("a link for the shared log")
+            << "log link" << QStringList{"removeEverything", "--", "FILE"} << 1 << "";
+    }
     void handoffRefusesWhatItCannotTrust() {
+        QFETCH(QString, plant);
+        QFETCH(QStringList, arguments);
+        QFETCH(int, status);
+        QFETCH(QString, said);
         TestEnvironment environment;
         FileManagerIntegration::refresh();
         SingleInstance host;
         QVERIFY(host.listen());
-        const QString file = environment.writeFile(QStringLiteral("a.txt"));
-
-        // Each refusal reaches the user as the host's failure notice, queued as a request that runs nothing:
-        // an item that is not in the menu (a stale menu, a made-up command line), an item that needs a
-        // selection clicked on a folder (the background), several folders for one folder to act in.
-        const QString folder = environment.makeFolder(QStringLiteral("in view"));
-        const struct {
-            QStringList arguments;
-            QString message;
-        } refused[] = {
-            {{QStringLiteral("removeEverything"), QStringLiteral("--"), file},
-             QStringLiteral("这个菜单项已不存在")},
-            {{QStringLiteral("--folder"), QStringLiteral("renameAddPrefix"), QStringLiteral("--"), folder},
-             QStringLiteral("在文件夹的空白处不能使用")},
-            {{QStringLiteral("--folder"), QStringLiteral("createTextFile"), QStringLiteral("--"), folder,
-              folder},
-             QStringLiteral("一次只能用于一个文件夹")},
-        };
-        for (const auto& [arguments, message] : refused) {
-            const Handoff handoff = runHandoff(arguments);
-            QCOMPARE(handoff.exitCode, 1);
-            QVERIFY2(QString::fromUtf8(handoff.standardError).contains(message), qPrintable(message));
-            const KestroQueuedAction notice = onlyQueuedAction();
-            QVERIFY(notice.handoffError && notice.handoffError->contains(message));
+        const QString file = environment.writeFile(u"a.txt"_qs);
+        const QString folder = environment.makeFolder(u"in view"_qs);
+        const QString elsewhere = environment.makeFolder(u"elsewhere"_qs);
+        const QString queue = KestroPaths::extensionQueueDirectory();
+        if (plant == u"description 0666"_qs)
+            QCOMPARE(
+                ::chmod(QFile::encodeName(FileManagerIntegration::menuDescriptionPath()).constData(), 0666),
+                0);
+        if (plant == u"extension 0777"_qs)
+            QCOMPARE(::chmod(QFile::encodeName(KestroPaths::extensionDirectory()).constData(), 0777), 0);
+        if (plant == u"queue 0777"_qs)
+            QVERIFY(QDir().mkpath(queue) && ::chmod(QFile::encodeName(queue).constData(), 0777) == 0);
+        if (plant == u"queue link"_qs)
+            QVERIFY(QDir(queue).removeRecursively() && QFile::link(elsewhere, queue));
+        if (plant == u"log link"_qs) {
+            QFile::remove(KestroPaths::diagnosticLogPath());
+            QVERIFY(QFile::link(file, KestroPaths::diagnosticLogPath()));
         }
-        QVERIFY(environment.logText().contains(
-            QStringLiteral("file manager hand-off failed: no menu item removeEverything")));
-        QVERIFY(QFileInfo::exists(folder));
-        // Bytes that are no UTF-8 cannot be handed on exactly.
-        QProcess raw;
-        raw.start(QStringLiteral("/bin/sh"),
-                  {QStringLiteral("-c"),
-                   QStringLiteral("exec \"$0\" copyFileName -- \"$(printf '/tmp/a\\377')\""),
-                   handoffBinary()});
-        QVERIFY(raw.waitForFinished());
-        QCOMPARE(raw.exitCode(), 1);
-        QVERIFY(QString::fromUtf8(raw.readAllStandardError()).contains(QStringLiteral("不是有效的 UTF-8")));
-        QVERIFY(onlyQueuedAction().handoffError);
-        // Malformed command lines.
-        QCOMPARE(runHandoff({QStringLiteral("copyFileName")}).exitCode, 2);
-        QCOMPARE(
-            runHandoff({QStringLiteral("--folder"), QStringLiteral("createTextFile"), QStringLiteral("--")})
-                .exitCode,
-            2);
-        QVERIFY(queuedFiles().isEmpty());
-
-        // A menu description or queue folder others could write to is no request of the user's.
-        const QString description = FileManagerIntegration::menuDescriptionPath();
-        QVERIFY(::chmod(QFile::encodeName(description).constData(), 0666) == 0);
-        QCOMPARE(runHandoff({QStringLiteral("copyFileName"), QStringLiteral("--"), file}).exitCode, 1);
-        QVERIFY(onlyQueuedAction().handoffError);
-        QVERIFY(::chmod(QFile::encodeName(description).constData(), 0600) == 0);
-        QVERIFY(::chmod(QFile::encodeName(KestroPaths::extensionDirectory()).constData(), 0777) == 0);
-        QCOMPARE(runHandoff({QStringLiteral("copyFileName"), QStringLiteral("--"), file}).exitCode, 1);
-        QVERIFY(::chmod(QFile::encodeName(KestroPaths::extensionDirectory()).constData(), 0700) == 0);
-        QVERIFY(onlyQueuedAction().handoffError);
-        QDir().mkpath(KestroPaths::extensionQueueDirectory());
-        QVERIFY(::chmod(QFile::encodeName(KestroPaths::extensionQueueDirectory()).constData(), 0777) == 0);
-        const Handoff handoff = runHandoff({QStringLiteral("copyFileName"), QStringLiteral("--"), file});
-        QCOMPARE(handoff.exitCode, 1);
-        QVERIFY(environment.logText().contains(QStringLiteral("writable by group or others")));
-        QVERIFY(queuedFiles().isEmpty());
-        // A link planted for the queue folder is not followed.
-        QDir(KestroPaths::extensionQueueDirectory()).removeRecursively();
-        const QString elsewhere = environment.makeFolder(QStringLiteral("elsewhere"));
-        QVERIFY(QFile::link(elsewhere, KestroPaths::extensionQueueDirectory()));
-        QCOMPARE(runHandoff({QStringLiteral("copyFileName"), QStringLiteral("--"), file}).exitCode, 1);
-        QVERIFY(QDir(elsewhere).isEmpty());
-        // With the shared log's name taken by a link, the refusal still lands in the user's own log.
-        const QString sharedLog = KestroPaths::diagnosticLogPath();
-        QVERIFY(QFile::remove(sharedLog) && QFile::link(file, sharedLog));
-        QCOMPARE(runHandoff({QStringLiteral("removeEverything"), QStringLiteral("--"), file}).exitCode, 1);
-        QVERIFY(readAll(KestroPaths::privateLogPath()).contains("no menu item removeEverything"));
-        QVERIFY(readAll(file).isEmpty());
+        // Through a shell, so that a path can hold bytes that are no UTF-8.
+        QStringList words;
+        for (const QString& argument : arguments)
+            words.append(argument == u"FILE"_qs        ? "'" + file + "'"
+                         : argument == u"FOLDER"_qs    ? "'" + folder + "'"
+                         : argument == u"NOT-UTF-8"_qs ? u"\"$(printf '/tmp/a\\377')\""_qs
+                                                       : argument);
+        QProcess handoff;
+        handoff.start(u"/bin/sh"_qs, {u"-c"_qs, "exec \"$0\" " + words.join(u' '), handoffBinary()});
+        QVERIFY(handoff.waitForFinished(10000));
+        QCOMPARE(handoff.exitCode(), status);
+        QVERIFY(QString::fromUtf8(handoff.readAllStandardError()).contains(said));
+        const bool notice = status == 1 && !plant.startsWith(u"queue"_qs);
+        QCOMPARE(queuedFiles().size(), notice ? 1 : 0);
+        if (notice)
+            QVERIFY(onlyQueuedAction().handoffError.value_or(QString()).contains(said));
+        QVERIFY(QDir(elsewhere).isEmpty() && QFileInfo::exists(folder) && readAll(file).isEmpty());
+        if (arguments.constFirst() == u"removeEverything"_qs)
+            QVERIFY((environment.logText() + readAll(KestroPaths::privateLogPath()))
+                        .contains(u"file manager hand-off failed: no menu item removeEverything"_qs));
     }
 
     void handoffTellsTheRunningHost() {
@@ -600,55 +801,26 @@ private slots:
         QVERIFY(host.listen());
         QSignalSpy messages(&host, &SingleInstance::messageReceived);
         QProcess handoff;
-        handoff.start(handoffBinary(), {QStringLiteral("copyFileName"), QStringLiteral("--"),
-                                        environment.writeFile(QStringLiteral("a.txt"))});
+        handoff.start(handoffBinary(), {u"copyFileName"_qs, u"--"_qs, environment.writeFile(u"a.txt"_qs)});
         QTRY_COMPARE(messages.size(), 1);
-        QCOMPARE(messages.first().first().toStringList(), QStringList{QStringLiteral("drain")});
+        QCOMPARE(messages.first().first().toStringList(), QStringList{u"drain"_qs});
         QTRY_COMPARE(handoff.state(), QProcess::NotRunning);
         QCOMPARE(handoff.exitCode(), 0);
         QCOMPARE(queuedFiles().size(), 1);
     }
 
-    void handoffStartsAHostWhenNoneRuns_data() {
-        QTest::addColumn<bool>("menuWritten");
-        QTest::newRow("menu of an earlier run") << true;
-        // The menus installed for every user, clicked by someone who never started Kestro.
-        QTest::newRow("never started") << false;
-    }
-
-    void handoffStartsAHostWhenNoneRuns() {
-        QFETCH(bool, menuWritten);
-        TestEnvironment environment;
-        if (menuWritten)
-            FileManagerIntegration::refresh();
-        const QString folder = environment.makeFolder(QStringLiteral("sub folder"));
-        qputenv("QT_QPA_PLATFORM", "offscreen");
-        const Handoff handoff = runHandoff(
-            {QStringLiteral("--folder"), QStringLiteral("createTextFile"), QStringLiteral("--"), folder});
-        QCOMPARE(handoff.exitCode, 0);
-        // The host it started ran the queue as it started.
-        QTRY_VERIFY_WITH_TIMEOUT(QFileInfo::exists(folder + QStringLiteral("/Untitled.txt")), 30000);
-        // End that host: its pid is in the single-instance lock.
-        qint64 pid = 0;
-        QString hostName, application;
-        QLockFile lock(SingleInstance::lockPath());
-        QTRY_VERIFY(lock.getLockInfo(&pid, &hostName, &application) && pid > 0);
-        QVERIFY(::kill(pid_t(pid), SIGTERM) == 0);
-        QTRY_VERIFY(::kill(pid_t(pid), 0) != 0);
-    }
-
     void preferencesShowEachFileManagerAndReintegrate() {
         TestEnvironment environment;
-        InstalledFileManagers installed(environment, {QStringLiteral("dolphin"), QStringLiteral("thunar")});
+        InstalledFileManagers installed(environment, {u"dolphin"_qs, u"thunar"_qs});
         FileManagerIntegration::uninstall();
         FileManagerIntegrationSection section;
         section.resize(600, 400);
         section.show();
         QVERIFY(QTest::qWaitForWindowExposed(&section));
         // GNOME Files, Nemo, Dolphin, Thunar, PCManFM-Qt.
-        const QString missing = QStringLiteral("未安装");
-        const QString found = QStringLiteral("已找到，未集成");
-        const QString integrated = QStringLiteral("已集成");
+        const QString missing = u"未安装"_qs;
+        const QString found = u"已找到，未集成"_qs;
+        const QString integrated = u"已集成"_qs;
         QCOMPARE(section.statusTexts(), (QStringList{missing, missing, found, found, missing}));
         QTest::mouseClick(section.reintegrateButton(), Qt::LeftButton);
         QCOMPARE(section.statusTexts(), (QStringList{missing, missing, integrated, integrated, missing}));
@@ -658,14 +830,25 @@ private slots:
         // The page follows what others do meanwhile: "kestro --uninstall-integration", a new file manager.
         FileManagerIntegration::uninstall();
         QTRY_COMPARE(section.statusTexts(), (QStringList{missing, missing, found, found, missing}));
-        writeRecorder(QFileInfo(QStandardPaths::findExecutable(QStringLiteral("dolphin"))).absolutePath(),
-                      QStringLiteral("pcmanfm-qt"));
+        writeRecorder(QFileInfo(QStandardPaths::findExecutable(u"dolphin"_qs)).absolutePath(),
+                      u"pcmanfm-qt"_qs);
         QTRY_COMPARE(section.statusTexts(), (QStringList{missing, missing, found, found, found}));
+
+        // A menu that cannot be written is named under the button, until a click that writes everything.
+        const QString dolphin = FileManagerIntegration::dolphinFolder();
+        QVERIFY(QDir(dolphin).removeRecursively());
+        environment.writeFile(dolphin, "not a folder");
+        QTest::mouseClick(section.reintegrateButton(), Qt::LeftButton);
+        const auto* problems = section.findChild<QLabel*>(u"integrationProblems"_qs);
+        QVERIFY(problems->isVisible() && problems->text().contains(dolphin));
+        QVERIFY(QFile::remove(dolphin));
+        QTest::mouseClick(section.reintegrateButton(), Qt::LeftButton);
+        QVERIFY(problems->isHidden());
     }
 
     void hostRewritesTheMenusAtEverySettingsChange() {
         TestEnvironment environment;
-        InstalledFileManagers installed(environment, {QStringLiteral("dolphin")});
+        InstalledFileManagers installed(environment, {u"dolphin"_qs});
         KestroHost host(true);
         const auto description = [] {
             return readAll(FileManagerIntegration::menuDescriptionPath());
@@ -677,14 +860,27 @@ private slots:
         QVERIFY(written.wait(10000));
         QVERIFY(description().contains("\"createTextFile\""));
         const QByteArray serviceMenusBefore =
-            readAll(FileManagerIntegration::dolphinFolder() + QStringLiteral("/kestro-000.desktop"));
+            readAll(FileManagerIntegration::dolphinFolder() + u"/kestro-000.desktop"_qs);
         QVERIFY(!serviceMenusBefore.isEmpty());
 
+        // A menu that cannot be written is told once, not at every change while it stays unwritable.
+        FakePlatform::install();
+        FailureNotifier::startNewBurst();
+        QVERIFY(QDir(FileManagerIntegration::dolphinFolder()).removeRecursively());
+        environment.writeFile(FileManagerIntegration::dolphinFolder(), "not a folder");
         host.featureSettings().setEnabled(false, KestroFeature::createFile);
         QVERIFY(!description().contains("\"createTextFile\""));
+        QTRY_COMPARE(FakePlatform::desktopNotifications().shown.size(), 1);
+        QVERIFY(FakePlatform::desktopNotifications().shown.constFirst().body.contains(
+            FileManagerIntegration::dolphinFolder()));
+        host.featureSettings().setEnabled(true, KestroFeature::createFile);
+        QTest::qWait(int(FailureNotifier::gatherTime.count()) * 2);
+        QCOMPARE(FakePlatform::desktopNotifications().shown.size(), 1);
+        QVERIFY(QFile::remove(FileManagerIntegration::dolphinFolder()));
+        host.featureSettings().setEnabled(false, KestroFeature::createFile);
         host.featureSettings().setGroupsFeaturesUnderKestro(true);
         QVERIFY(description().contains("\"title\": \"Kestro\""));
-        QVERIFY(readAll(FileManagerIntegration::dolphinFolder() + QStringLiteral("/kestro-000.desktop"))
+        QVERIFY(readAll(FileManagerIntegration::dolphinFolder() + u"/kestro-000.desktop"_qs)
                     .contains("X-KDE-Submenu=Kestro\n"));
     }
 };

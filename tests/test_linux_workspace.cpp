@@ -11,6 +11,8 @@
 #include <QTest>
 #include <QUrl>
 
+using namespace Qt::Literals::StringLiterals;
+
 namespace {
 
 // Sets an environment variable for one scope.
@@ -54,7 +56,7 @@ QStringList awkwardFiles(const TestEnvironment& environment) {
     QStringList files;
     for (const char* name :
          {"plain.txt", "a b.txt", "it's \"quoted\".md", "-rf", "two\nlines", "报告 ü.pdf", "100%.txt"})
-        files << environment.writeFile(QStringLiteral("docs/") + QString::fromUtf8(name), "x");
+        files << environment.writeFile(u"docs/"_qs + QString::fromUtf8(name), "x");
     return files;
 }
 
@@ -75,47 +77,41 @@ private slots:
 
     void findsEditorsOnThePathOrByDesktopEntry() {
         TestEnvironment environment;
-        const QString bin = environment.makeFolder(QStringLiteral("bin"));
+        const QString bin = environment.makeFolder(u"bin"_qs);
         const ScopedVariable path("PATH", bin.toUtf8());
         LinuxWorkspace workspace;
-        QCOMPARE(workspace.applicationPath(QStringLiteral("code")), QString());
+        QCOMPARE(workspace.applicationPath(u"code"_qs), QString());
 
         const QString entry =
-            environment.writeFile(QStringLiteral("home/.local/share/applications/code.desktop"),
+            environment.writeFile(u"home/.local/share/applications/code.desktop"_qs,
                                   "[Desktop Entry]\nType=Application\nName=Code\nExec=code %F\n");
-        QCOMPARE(workspace.applicationPath(QStringLiteral("code")), entry);
-        const QString command = executable(environment, bin + QStringLiteral("/code"), "#!/bin/sh\n");
-        QCOMPARE(workspace.applicationPath(QStringLiteral("code")), command);
-        QCOMPARE(workspace.applicationPath(QStringLiteral("code.desktop")), entry);
-        QCOMPARE(workspace.applicationPath(QStringLiteral("com.todesktop.230313mzl4w4u92")), QString());
-        QCOMPARE(workspace.applicationPath(QStringLiteral("../bin/code")), QString());
+        QCOMPARE(workspace.applicationPath(u"code"_qs), entry);
+        const QString command = executable(environment, bin + u"/code"_qs, "#!/bin/sh\n");
+        QCOMPARE(workspace.applicationPath(u"code"_qs), command);
+        QCOMPARE(workspace.applicationPath(u"code.desktop"_qs), entry);
+        QCOMPARE(workspace.applicationPath(u"com.todesktop.230313mzl4w4u92"_qs), QString());
+        QCOMPARE(workspace.applicationPath(u"../bin/code"_qs), QString());
     }
 
-    void launchesADesktopEntryWithEveryName() {
-        TestEnvironment environment;
-        const QString record = environment.root() + QStringLiteral("/record");
-        const ScopedVariable recordVariable("KESTRO_TEST_RECORD", record.toUtf8());
-        const QString script = executable(environment, QStringLiteral("apps/recorder.sh"), recorder);
-        const QString entry = environment.writeFile(
-            QStringLiteral("apps/recorder.desktop"),
-            "[Desktop Entry]\nType=Application\nName=Recorder\nExec=" + QFile::encodeName(script) + " %F\n");
-        const QStringList files = awkwardFiles(environment);
-
-        LinuxWorkspace().openWithApplication(entry, files);
-
-        QTRY_VERIFY_WITH_TIMEOUT(QFileInfo::exists(record), 10000);
-        QCOMPARE(recordedArguments(record), files);
+    void launchesWithEveryName_data() {
+        QTest::addColumn<bool>("throughADesktopEntry");
+        QTest::newRow("a desktop entry") << true;
+        QTest::newRow("an executable") << false;
     }
-
-    void launchesAnExecutableWithEveryName() {
+    void launchesWithEveryName() {
+        QFETCH(bool, throughADesktopEntry);
         TestEnvironment environment;
-        const QString record = environment.root() + QStringLiteral("/record");
+        const QString record = environment.root() + u"/record"_qs;
         const ScopedVariable recordVariable("KESTRO_TEST_RECORD", record.toUtf8());
-        const QString script = executable(environment, QStringLiteral("apps/my recorder"), recorder);
+        const QString script = executable(environment, u"apps/my recorder"_qs, recorder);
         const QStringList files = awkwardFiles(environment);
-
-        LinuxWorkspace().openWithApplication(script, files);
-
+        LinuxWorkspace().openWithApplication(
+            throughADesktopEntry
+                ? environment.writeFile(u"apps/recorder.desktop"_qs,
+                                        "[Desktop Entry]\nType=Application\nName=Recorder\nExec=\"" +
+                                            QFile::encodeName(script) + "\" %F\n")
+                : script,
+            files);
         QTRY_VERIFY_WITH_TIMEOUT(QFileInfo::exists(record), 10000);
         QCOMPARE(recordedArguments(record), files);
     }
@@ -123,24 +119,23 @@ private slots:
     void refusesWhatCannotBeLaunched() {
         TestEnvironment environment;
         LinuxWorkspace workspace;
-        const QString folder = environment.makeFolder(QStringLiteral("Some.app"));
-        const QString text = environment.writeFile(QStringLiteral("notes.txt"), "x");
-        const QString broken =
-            environment.writeFile(QStringLiteral("broken.desktop"), "[Desktop Entry]\nName=Broken\n");
+        const QString folder = environment.makeFolder(u"Some.app"_qs);
+        const QString text = environment.writeFile(u"notes.txt"_qs, "x");
+        const QString broken = environment.writeFile(u"broken.desktop"_qs, "[Desktop Entry]\nName=Broken\n");
         QVERIFY_THROWS_EXCEPTION(PlatformError, workspace.openWithApplication(folder, {text}));
         QVERIFY_THROWS_EXCEPTION(PlatformError, workspace.openWithApplication(text, {text}));
         QVERIFY_THROWS_EXCEPTION(PlatformError, workspace.openWithApplication(broken, {text}));
-        QVERIFY_THROWS_EXCEPTION(PlatformError, workspace.openWithApplication(
-                                                    environment.root() + QStringLiteral("/gone"), {text}));
+        QVERIFY_THROWS_EXCEPTION(PlatformError,
+                                 workspace.openWithApplication(environment.root() + u"/gone"_qs, {text}));
         // A mail link with no mail program installed is not opened, and says so.
         const ScopedVariable noSystemEntries("XDG_DATA_DIRS",
                                              QFile::encodeName(environment.makeFolder("none")));
-        QVERIFY(!workspace.openUrl(QUrl(QStringLiteral("mailto:support@tandry.app?subject=x"))));
+        QVERIFY(!workspace.openUrl(QUrl(u"mailto:support@tandry.app?subject=x"_qs)));
 
         // Without a desktop nothing is started at all: no application, no terminal, no file manager.
-        const QString record = environment.root() + QStringLiteral("/record");
+        const QString record = environment.root() + u"/record"_qs;
         const ScopedVariable recordVariable("KESTRO_TEST_RECORD", record.toUtf8());
-        const QString script = executable(environment, QStringLiteral("apps/recorder"), recorder);
+        const QString script = executable(environment, u"apps/recorder"_qs, recorder);
         const ScopedVariable noX("DISPLAY", QByteArray());
         const ScopedVariable noWayland("WAYLAND_DISPLAY", QByteArray());
         const ScopedVariable terminal("TERMINAL", script.toUtf8());
@@ -153,12 +148,12 @@ private slots:
 
     void startsATerminalInTheFolder() {
         TestEnvironment environment;
-        const QString record = environment.root() + QStringLiteral("/record");
+        const QString record = environment.root() + u"/record"_qs;
         const ScopedVariable recordVariable("KESTRO_TEST_RECORD", record.toUtf8());
-        const QString bin = environment.makeFolder(QStringLiteral("bin"));
+        const QString bin = environment.makeFolder(u"bin"_qs);
         const ScopedVariable path("PATH", bin.toUtf8());
         const ScopedVariable terminal("TERMINAL", QByteArray());
-        const QString folder = environment.makeFolder(QStringLiteral("it's a -folder 文件夹"));
+        const QString folder = environment.makeFolder(u"it's a -folder 文件夹"_qs);
         LinuxWorkspace workspace;
 
         QVERIFY(!workspace.openTerminal(folder));
@@ -166,16 +161,16 @@ private slots:
         const QByteArray printsFolder =
             "#!/bin/sh\nprintf '%s\\0' \"$(pwd)\" \"$#\" > \"$KESTRO_TEST_RECORD.part\"\n"
             "/bin/mv \"$KESTRO_TEST_RECORD.part\" \"$KESTRO_TEST_RECORD\"\n";
-        executable(environment, bin + QStringLiteral("/xterm"), printsFolder);
+        executable(environment, bin + u"/xterm"_qs, printsFolder);
         QVERIFY(workspace.openTerminal(folder));
         QTRY_VERIFY_WITH_TIMEOUT(QFileInfo::exists(record), 10000);
-        QCOMPARE(recordedArguments(record), (QStringList{folder, QStringLiteral("0")}));
+        QCOMPARE(recordedArguments(record), (QStringList{folder, u"0"_qs}));
 
         // $TERMINAL comes first.
         QFile::remove(record);
-        const QString preferred = executable(environment, QStringLiteral("mine/term"), printsFolder);
+        const QString preferred = executable(environment, u"mine/term"_qs, printsFolder);
         const ScopedVariable chosen("TERMINAL", preferred.toUtf8());
-        QFile::remove(bin + QStringLiteral("/xterm"));
+        QFile::remove(bin + u"/xterm"_qs);
         QVERIFY(workspace.openTerminal(folder));
         QTRY_VERIFY_WITH_TIMEOUT(QFileInfo::exists(record), 10000);
         QCOMPARE(recordedArguments(record).first(), folder);

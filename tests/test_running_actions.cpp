@@ -1,31 +1,80 @@
-// The board of running actions between real threads, and both roads running a real pack that the user stops.
+// Running and failed actions as the user sees them: the board between real threads, the progress window and
+// the tray's progress entries driven with the mouse, a real pack the user stops on each road (queued, and in
+// a running host from the window), and failures told on the desktop: through both roads, gathered into one
+// notice in a burst, never when the user turned them off, and really reaching a notification service.
+#include "app/ActionProgressWindow.h"
+#include "app/KestroHost.h"
+#include "app/KestroMainWindow.h"
+#include "app/MenuBarController.h"
+#include "catalogue/AppPreferencesPersistence.h"
+#include "catalogue/FeatureSettingsStore.h"
 #include "intake/FailureNotifier.h"
 #include "intake/FinderSelectionModel.h"
 #include "intake/KestroQueueDrain.h"
 #include "intake/RunningActions.h"
 #include "platform/KestroPaths.h"
+#include "platform/linux/FreedesktopNotifications.h"
+#include "platform/PropertyListFile.h"
+#include "stores/CustomDestinationStore.h"
+#include "support/Failures.h"
 #include "support/FakePlatform.h"
 #include "support/FolderListing.h"
 #include "support/KestroProcess.h"
+#include "support/ModalAnswer.h"
 #include "support/ProgressDrivers.h"
+#include "support/QuietPreferences.h"
 #include "support/TestEnvironment.h"
 
+#include <QDBusConnection>
+#include <QDBusConnectionInterface>
 #include <QDir>
 #include <QElapsedTimer>
 #include <QFileInfo>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
+#include <QLabel>
+#include <QMenu>
+#include <QProgressBar>
+#include <QPushButton>
 #include <QSignalSpy>
+#include <QStandardPaths>
+#include <QSystemTrayIcon>
 #include <QTest>
-#include <QThreadPool>
+#include <QtTest>
+
+using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
+// What a notification service on the session bus is told: a stand-in that answers like one.
+class NotificationServiceStandIn : public QObject {
+    Q_OBJECT
+    Q_CLASSINFO("D-Bus Interface", "org.freedesktop.Notifications")
+public:
+    QList<QVariantList> calls;
+
+public slots:
+    quint32 Notify(const QString& application, quint32 replaces, const QString& icon, const QString& summary,
+                   const QString& body, const QStringList&, const QVariantMap& hints, qint32) {
+        calls.append({application, replaces, icon, summary, body, hints.value(u"desktop-entry"_qs)});
+        return replaces != 0 ? replaces : quint32(40 + calls.size());
+    }
+};
+
+void writeQueueFile(const QString& name, const QByteArray& json) {
+    const QString folder = KestroPaths::extensionQueueDirectory();
+    QDir().mkpath(folder);
+    QFile::setPermissions(folder, QFileDevice::ReadOwner | QFileDevice::WriteOwner | QFileDevice::ExeOwner);
+    QFile file(folder + u'/' + name);
+    QVERIFY(file.open(QIODevice::WriteOnly));
+    file.write(json);
+}
+
 // A folder holding one file that takes seconds to pack.
 QString bigFolder(const TestEnvironment& environment) {
-    const QString folder = environment.makeFolder(QStringLiteral("大 folder 'to pack'"));
-    if (!writeRandomFile(folder + QStringLiteral("/data.bin"), 160))
+    const QString folder = environment.makeFolder(u"大 folder 'to pack'"_qs);
+    if (!writeRandomFile(folder + u"/data.bin"_qs, 160))
         return {};
     return folder;
 }
@@ -39,10 +88,31 @@ quint64 firstMovingAction(const RunningActions& board) {
     return board.actions().constFirst().id;
 }
 
+QWidget* rowOf(const ActionProgressWindow& window, const QString& title) {
+    for (QWidget* row : window.findChildren<QWidget*>(u"actionRow"_qs)) {
+        if (row->findChild<QLabel*>(u"titleLabel"_qs)->text() == title)
+            return row;
+    }
+    return nullptr;
+}
+
+QString detailOf(QWidget* row) {
+    return row->findChild<QLabel*>(u"detailLabel"_qs)->text();
+}
+
+void clickCancel(QWidget* row) {
+    Modal::click(row->findChild<QPushButton*>(u"cancelButton"_qs));
+}
+
 } // namespace
 
 class TestRunningActions : public QObject {
     Q_OBJECT
+
+    QList<FakeDesktopNotifications::Notice>& shown() { return FakePlatform::desktopNotifications().shown; }
+    bool fail(const QString& actionID) {
+        return FinderSelectionModel().handleIncomingURL(kestroActionURL(actionID, {u"/"_qs}));
+    }
 
 private slots:
     void init() {
@@ -58,9 +128,9 @@ private slots:
         QElapsedTimer burstTime;
         std::thread action([&] {
             board.track([&] {
-                ActionProgressFeed feed(QStringLiteral("计算 SHA-256"));
+                ActionProgressFeed feed(u"计算 SHA-256"_qs);
                 feed.state().bytesTotal = burst;
-                feed.state().currentItem = QStringLiteral("/data/first.iso");
+                feed.state().currentItem = u"/data/first.iso"_qs;
                 feed.report();
                 // An action that then works for long without a word: its last report must still show.
                 stalled.release();
@@ -76,8 +146,8 @@ private slots:
         });
         stalled.acquire();
         QTRY_COMPARE(board.actions().size(), 1);
-        QTRY_COMPARE(board.actions().constFirst().state.currentItem, QStringLiteral("/data/first.iso"));
-        QCOMPARE(board.actions().constFirst().title, QStringLiteral("计算 SHA-256"));
+        QTRY_COMPARE(board.actions().constFirst().state.currentItem, u"/data/first.iso"_qs);
+        QCOMPARE(board.actions().constFirst().title, u"计算 SHA-256"_qs);
         QCOMPARE(board.actions().constFirst().state.percent(), 0);
 
         const qsizetype before = changes.size();
@@ -86,10 +156,10 @@ private slots:
         const qint64 burstMilliseconds = burstTime.elapsed();
         QTRY_COMPARE(board.actions().constFirst().state.bytesDone, qint64(burst - 1));
         // One update per collection at most, not one per report.
-        QVERIFY2(changes.size() - before <= burstMilliseconds / RunningActions::updateInterval.count() + 3,
-                 qPrintable(QStringLiteral("%1 updates for a burst of %2 ms")
-                                .arg(changes.size() - before)
-                                .arg(burstMilliseconds)));
+        QVERIFY2(
+            changes.size() - before <= burstMilliseconds / RunningActions::updateInterval.count() + 3,
+            qPrintable(
+                u"%1 updates for a burst of %2 ms"_qs.arg(changes.size() - before).arg(burstMilliseconds)));
         goOn.release();
         action.join();
         QTRY_VERIFY(board.actions().isEmpty());
@@ -102,12 +172,12 @@ private slots:
         std::thread action([&] {
             board.track([] { /* a quick action that reports nothing */ });
             board.track([&] {
-                ActionProgressFeed outer(QStringLiteral("复制"));
+                ActionProgressFeed outer(u"复制"_qs);
                 outer.state().itemsTotal = 4;
                 outer.state().itemsDone = 1;
                 outer.report();
                 {
-                    ActionProgressFeed inner(QStringLiteral("校验"));
+                    ActionProgressFeed inner(u"校验"_qs);
                     inner.state().itemsTotal = 1;
                     inner.state().itemsDone = 1;
                     inner.report();
@@ -120,7 +190,7 @@ private slots:
         QTRY_COMPARE(board.actions().size(), 1);
         QTest::qWait(int(RunningActions::updateInterval.count()) * 2);
         QCOMPARE(started.size(), 1);
-        QCOMPARE(board.actions().constFirst().title, QStringLiteral("复制"));
+        QCOMPARE(board.actions().constFirst().title, u"复制"_qs);
         QCOMPARE(board.actions().constFirst().state.itemsTotal, qint64(4));
         QCOMPARE(board.actions().constFirst().state.percent(), 25);
         goOn.release();
@@ -131,7 +201,7 @@ private slots:
         std::thread failing([&] {
             try {
                 board.track([] {
-                    ActionProgressFeed feed(QStringLiteral("解压"));
+                    ActionProgressFeed feed(u"解压"_qs);
                     throw std::runtime_error("broken archive");
                 });
             } catch (const std::runtime_error&) {
@@ -144,12 +214,12 @@ private slots:
 
     void cancelStopsAtTheNextBoundaryAndOthersGoOn() {
         RunningActions board;
-        SteppedAction first(board, QStringLiteral("复制"), 10);
-        SteppedAction second(board, QStringLiteral("移动"), 3);
+        SteppedAction first(board, u"复制"_qs, 10);
+        SteppedAction second(board, u"移动"_qs, 3);
         first.step(2);
         QTRY_COMPARE(board.actions().size(), 2);
         // The two threads started in either order.
-        const quint64 firstID = board.actions().constFirst().title == QStringLiteral("复制")
+        const quint64 firstID = board.actions().constFirst().title == u"复制"_qs
                                     ? board.actions().constFirst().id
                                     : board.actions().constLast().id;
         QTRY_COMPARE(board.find(firstID)->state.itemsDone, qint64(2));
@@ -171,40 +241,6 @@ private slots:
         QTRY_VERIFY(board.actions().isEmpty());
     }
 
-    void aLinkOrMenuRequestTheUserStopsIsNotAFailure() {
-        TestEnvironment environment;
-        const QString folder = bigFolder(environment);
-        QVERIFY(!folder.isEmpty());
-        const QString parent = QFileInfo(folder).absolutePath();
-        const QStringList before = namesIn(parent);
-
-        RunningActions board;
-        QThreadPool threads;
-        FinderSelectionModel road;
-        road.setRunner([&threads](std::function<void()> work) { threads.start(std::move(work)); });
-        road.setProgressTracker(board.tracker());
-        QSignalSpy finished(&road, &FinderSelectionModel::requestFinished);
-        QVERIFY(road.handleIncomingURL(kestroActionURL(QStringLiteral("compressToZIP"), {folder})));
-
-        const quint64 id = firstMovingAction(board);
-        QVERIFY(id != 0);
-        QCOMPARE(board.actions().constFirst().title, QStringLiteral("压缩为 ZIP"));
-        board.cancel(id);
-        QTRY_COMPARE_WITH_TIMEOUT(finished.size(), 1, 30000);
-        QCOMPARE(finished.constFirst().at(0).toString(), QStringLiteral("compressToZIP"));
-        QCOMPARE(finished.constFirst().at(1).toBool(), false);
-        QTRY_VERIFY(board.actions().isEmpty());
-
-        // No archive, not even the hidden one it was being written to.
-        QCOMPARE(namesIn(parent), before);
-        const QString log = environment.logText();
-        QVERIFY(log.contains(QStringLiteral("action cancelled: compressToZIP")));
-        QVERIFY(!log.contains(QStringLiteral("action=compressToZIP error=")));
-        QVERIFY(road.lastErrorDescription().isEmpty());
-        QTest::qWait(int(FailureNotifier::gatherTime.count()) + 300);
-        QCOMPARE(FakePlatform::desktopNotifications().shown.size(), 0);
-    }
-
     void aQueuedRequestTheUserStopsIsNotAFailure() {
         TestEnvironment environment;
         const QString folder = bigFolder(environment);
@@ -214,7 +250,7 @@ private slots:
         const QByteArray request =
             QJsonDocument(QJsonObject{{"actionID", "compressToZIP"}, {"selectedPaths", QJsonArray{folder}}})
                 .toJson();
-        environment.writeFile(KestroPaths::sharedQueueDirectory() + QStringLiteral("/request.json"), request);
+        environment.writeFile(KestroPaths::sharedQueueDirectory() + u"/request.json"_qs, request);
 
         RunningActions board;
         KestroQueueDrain drain;
@@ -234,12 +270,289 @@ private slots:
         QCOMPARE(namesIn(parent), before);
         QVERIFY(QDir(KestroPaths::sharedQueueDirectory()).isEmpty());
         const QString log = environment.logText();
-        QVERIFY(log.contains(QStringLiteral("app delegate queued action cancelled: ")));
-        QVERIFY(!log.contains(QStringLiteral("app delegate queued action failed: ")));
+        QVERIFY(log.contains(u"app delegate queued action cancelled: "_qs));
+        QVERIFY(!log.contains(u"app delegate queued action failed: "_qs));
         QTest::qWait(int(FailureNotifier::gatherTime.count()) + 300);
         QCOMPARE(FakePlatform::desktopNotifications().shown.size(), 0);
     }
+
+    void rowsFollowTheActionsAndCancelStopsOnlyTheOneClicked() {
+        RunningActions board;
+        ActionProgressWindow window(board);
+        window.present();
+        QVERIFY(QTest::qWaitForWindowExposed(&window));
+        QVERIFY(window.findChild<QLabel*>(u"emptyLabel"_qs)->isVisible());
+
+        SteppedAction copying(board, u"复制"_qs, 10);
+        SteppedAction hashing(board, u"计算 SHA-256"_qs, 4);
+        copying.step(3);
+        QTRY_VERIFY(rowOf(window, u"复制"_qs) && rowOf(window, u"计算 SHA-256"_qs));
+        QWidget* copyRow = rowOf(window, u"复制"_qs);
+        QTRY_COMPARE(copyRow->findChild<QProgressBar*>()->value(), 30);
+        QCOMPARE(detailOf(copyRow), u"3 / 10 项 · item 3"_qs);
+        QVERIFY(!window.findChild<QLabel*>(u"emptyLabel"_qs)->isVisible());
+        // Unknown totals and names with line breaks still make one line.
+        ActionProgressState unpacking;
+        unpacking.itemsDone = 12;
+        unpacking.currentItem = u"docs/read\nme.txt"_qs;
+        QCOMPARE(ActionProgressWindow::detailText(unpacking), u"12 项 · read\uFFFDme.txt"_qs);
+        // One item of one needs no count.
+        unpacking.itemsTotal = 1;
+        QCOMPARE(ActionProgressWindow::detailText(unpacking), u"read\uFFFDme.txt"_qs);
+        // Every input read, the result being written to an unknown size: not "100 %".
+        ActionProgressState writing;
+        writing.itemsDone = writing.itemsTotal = 3;
+        writing.bytesDone = 4096;
+        QCOMPARE(writing.percent(), -1);
+
+        clickCancel(copyRow);
+        QCOMPARE(detailOf(copyRow), u"正在取消……"_qs);
+        QVERIFY(!copyRow->findChild<QPushButton*>(u"cancelButton"_qs)->isEnabled());
+        copying.step();
+        QTRY_VERIFY(copying.isDone());
+        QVERIFY(copying.wasCancelled());
+        QTRY_VERIFY(!rowOf(window, u"复制"_qs));
+
+        // The other one was not touched, and the window goes once the last action has ended.
+        QVERIFY(window.isVisible());
+        hashing.step(4);
+        QTRY_VERIFY(hashing.isDone());
+        QVERIFY(!hashing.wasCancelled());
+        QTRY_VERIFY(!window.isVisible());
+    }
+
+    void opensByItselfOnlyForLongActionsAndNotAgainOnceClosed() {
+        RunningActions board;
+        const std::chrono::milliseconds openAfter{200};
+        ActionProgressWindow window(board, openAfter);
+        {
+            SteppedAction quick(board, u"复制"_qs, 1);
+            quick.step();
+            QTRY_VERIFY(quick.isDone());
+        }
+        QTest::qWait(int(openAfter.count()) * 3);
+        QVERIFY(!window.isVisible());
+
+        auto slow = std::make_unique<SteppedAction>(board, u"压缩为 ZIP"_qs, 5);
+        QTRY_VERIFY(window.isVisible());
+        QVERIFY(rowOf(window, u"压缩为 ZIP"_qs));
+        window.close();
+        QTest::qWait(int(openAfter.count()) * 3);
+        QVERIFY(!window.isVisible());
+
+        // A new action may open it again; the one the user saw and closed may not.
+        SteppedAction another(board, u"解压"_qs, 5);
+        QTRY_VERIFY(window.isVisible());
+        window.close();
+        slow.reset();
+        another.step(5);
+        QTRY_VERIFY(another.isDone());
+        QTRY_VERIFY(board.actions().isEmpty());
+        // Opened from the tray with nothing running it says so, and stays.
+        window.present();
+        QVERIFY(window.findChild<QLabel*>(u"emptyLabel"_qs)->isVisible());
+        QTest::qWait(int(RunningActions::updateInterval.count()) * 2);
+        QVERIFY(window.isVisible());
+    }
+
+    void trayShowsTheRunningActionsAndOpensTheWindow() {
+        TestEnvironment environment;
+        FeatureSettingsStore featureSettings;
+        CustomDestinationStore destinations;
+        MenuBarController controller(featureSettings, destinations,
+                                     [] { return new KestroMainWindow(new QLabel(u"settings"_qs)); });
+        RunningActions board;
+        ActionProgressWindow window(board);
+        controller.setRunningActions(&board, [&window] { window.present(); });
+        controller.install();
+        QCOMPARE(controller.trayIcon()->toolTip(), u"Kestro"_qs);
+
+        SteppedAction copying(board, u"复制"_qs, 4);
+        copying.step(2);
+        QTRY_COMPARE(controller.trayIcon()->toolTip(), u"Kestro\n复制 50%"_qs);
+
+        // The entry's text moves on while the menu is open.
+        QMenu* menu = controller.menu();
+        menu->popup(QPoint(40, 40));
+        QVERIFY(QTest::qWaitForWindowExposed(menu));
+        QCOMPARE(menu->actions().constFirst()->text(), u"复制 50%"_qs);
+        copying.step();
+        QTRY_COMPARE(menu->actions().constFirst()->text(), u"复制 75%"_qs);
+        QTest::mouseClick(menu, Qt::LeftButton, {},
+                          menu->actionGeometry(menu->actions().constFirst()).center());
+        QTRY_VERIFY(window.isVisible());
+        QVERIFY(rowOf(window, u"复制"_qs));
+
+        copying.step();
+        QTRY_VERIFY(copying.isDone());
+        QTRY_COMPARE(controller.trayIcon()->toolTip(), u"Kestro"_qs);
+        // Nothing running: the menu starts with the window's item again.
+        controller.buildMenu(menu);
+        QCOMPARE(menu->actions().constFirst()->text(), u"打开 Kestro"_qs);
+        delete controller.mainWindow();
+    }
+
+    void packingABigFolderShowsProgressAndTheUserCanStopIt() {
+        TestEnvironment environment;
+        QVERIFY(saveQuietPreferences(QuietReveal::actionResultsAndCreatedItems));
+        FailureNotifier::startNewBurst();
+        const QString folder = environment.makeFolder(u"照片 2026 'backup'"_qs);
+        QVERIFY(writeRandomFile(folder + u"/a.bin"_qs, 96));
+        QVERIFY(writeRandomFile(folder + u"/b.bin"_qs, 96));
+        const QString parent = QFileInfo(folder).absolutePath();
+        const QStringList before = namesIn(parent);
+
+        KestroHost host(true);
+        host.finishLaunching();
+        host.openURL(kestroActionURL(u"compressToZIP"_qs, {folder}));
+
+        // The tray says what runs and how far it is.
+        QTRY_VERIFY_WITH_TIMEOUT(!host.runningActions().actions().isEmpty() &&
+                                     host.runningActions().actions().constFirst().state.bytesDone > 0,
+                                 30000);
+        const QString toolTip = host.menuBar().trayIcon()->toolTip();
+        QVERIFY2(toolTip.startsWith(u"Kestro\n压缩为 ZIP "_qs) && toolTip.endsWith(u'%'),
+                 qPrintable(toolTip));
+
+        // The user opens the window from the tray and stops the pack there.
+        host.menuBar().menu()->popup(QPoint(40, 40));
+        QVERIFY(QTest::qWaitForWindowExposed(host.menuBar().menu()));
+        QAction* first = host.menuBar().menu()->actions().constFirst();
+        QVERIFY2(first->text().startsWith(u"压缩为 ZIP "_qs), qPrintable(first->text()));
+        QTest::mouseClick(host.menuBar().menu(), Qt::LeftButton, {},
+                          host.menuBar().menu()->actionGeometry(first).center());
+        ActionProgressWindow* window = host.progressWindow();
+        QTRY_VERIFY(window->isVisible());
+        QWidget* row = rowOf(*window, u"压缩为 ZIP"_qs);
+        QVERIFY(row);
+        QTRY_VERIFY(row->findChild<QProgressBar*>()->value() < 100);
+        clickCancel(row);
+
+        QTRY_VERIFY_WITH_TIMEOUT(host.runningActions().actions().isEmpty(), 30000);
+        QTRY_VERIFY(!window->isVisible());
+        QTRY_VERIFY(environment.logText().contains(u"action cancelled: compressToZIP"_qs));
+        // Nothing was left beside the folder: no archive, no hidden half of one; the folder is as it was.
+        QCOMPARE(namesIn(parent), before);
+        QCOMPARE(namesIn(folder), (QStringList{u"a.bin"_qs, u"b.bin"_qs}));
+        QTest::qWait(int(FailureNotifier::gatherTime.count()) + 300);
+        QCOMPARE(FakePlatform::desktopNotifications().shown.size(), 0);
+    }
+
+    void aFailedRequestSaysWhyOnceABurstIsOver() {
+        TestEnvironment environment;
+        QVERIFY(!fail(u"noSuchAction"_qs));
+        QTRY_COMPARE(shown().size(), 1);
+        QCOMPARE(shown().constFirst().summary, u"Kestro 操作失败"_qs);
+        QVERIFY(names(shown().constFirst().body, {u"noSuchAction"_qs}));
+        QVERIFY(!shown().constFirst().replacesPrevious);
+        QVERIFY(environment.logText().contains(u"suppressed error alert: "_qs));
+        // A burst through the queue is one notice that counts, and a failure soon after updates it.
+        FailureNotifier::startNewBurst();
+        shown().clear();
+        for (int index = 0; index < 200; ++index)
+            writeQueueFile(u"%1.json"_qs.arg(index, 3, 10, QLatin1Char('0')),
+                           QStringLiteral(R"({"actionID":"bad%1","selectedPaths":[]})").arg(index).toUtf8());
+        QCOMPARE(KestroQueueDrain().run().failed, 200);
+        QTRY_COMPARE(shown().size(), 1);
+        QVERIFY(names(shown().constFirst().body, {u"200"_qs, u"bad199"_qs}));
+        QTest::qWait(int(FailureNotifier::gatherTime.count()) * 2);
+        QCOMPARE(shown().size(), 1);
+        fail(u"late"_qs);
+        QTRY_COMPARE(shown().size(), 2);
+        QVERIFY(shown().at(1).replacesPrevious && names(shown().at(1).body, {u"201"_qs, u"late"_qs}));
+    }
+
+    void aClickTheFileManagerSideRefusedIsToldAndRunsNothing() {
+        TestEnvironment environment;
+        writeQueueFile(
+            u"1.json"_qs,
+            R"({"actionID":"createTextFile","selectedPaths":[],"handoffError":"这个菜单项已不存在。"})");
+        bool ran = false;
+        QCOMPARE(KestroQueueDrain([&](const KestroQueuedAction&) { ran = true; }).run().failed, 1);
+        QVERIFY(!ran);
+        QTRY_COMPARE(shown().size(), 1);
+        QCOMPARE(shown().constFirst().body, u"这个菜单项已不存在。"_qs);
+    }
+
+    void aSettingsChangeThatCannotBeSavedSaysSo() {
+        TestEnvironment environment;
+        FailureNotifier::reportSettingsSaveFailures();
+        // The folder for the settings is a file: nothing can be saved there, not even by root.
+        environment.writeFile(KestroPaths::applicationSupportDirectory(), "x");
+        QVERIFY(!PropertyListFile::writeBothCopies(u"FeatureSettings.plist"_qs, QVariantMap()));
+        PropertyListFile::setWriteFailureObserver({});
+        QTRY_COMPARE(shown().size(), 1);
+        QVERIFY(names(shown().constFirst().body, {KestroPaths::applicationSupportDirectory()}));
+    }
+
+    void theUserCanTurnThemOff() {
+        TestEnvironment environment;
+        AppPreferences preferences;
+        preferences.showsFailureNotifications = false;
+        QVERIFY(AppPreferencesPersistence::save(preferences));
+        fail(u"noSuchAction"_qs);
+        QTest::qWait(int(FailureNotifier::gatherTime.count()) * 2);
+        QVERIFY(shown().isEmpty());
+        QVERIFY(environment.logText().contains(u"suppressed error alert: "_qs));
+    }
+
+    void noticesReachTheNotificationService() {
+        TestEnvironment environment;
+        QDBusConnection bus = QDBusConnection::sessionBus();
+        if (!bus.isConnected())
+            QSKIP("no session bus (the test command runs the tests inside dbus-run-session)");
+        NotificationServiceStandIn service;
+        QVERIFY(bus.registerObject(u"/org/freedesktop/Notifications"_qs, &service,
+                                   QDBusConnection::ExportAllSlots));
+        QVERIFY(bus.registerService(u"org.freedesktop.Notifications"_qs));
+        FreedesktopNotifications notices;
+        notices.show(u"Kestro 操作失败"_qs, u"所选文件不存在或无法访问：/x"_qs, false);
+        QTRY_COMPARE(notices.lastNoticeId(), quint32(41));
+        notices.show(u"Kestro 操作失败"_qs, u"2 个操作失败"_qs, true);
+        QTRY_COMPARE(service.calls.size(), 2);
+        QCOMPARE(service.calls.at(0), (QVariantList{"Kestro", 0u, "kestro", "Kestro 操作失败",
+                                                    "所选文件不存在或无法访问：/x", "kestro"}));
+        QCOMPARE(service.calls.at(1).at(1), QVariant(41u));
+        bus.unregisterService(u"org.freedesktop.Notifications"_qs);
+        bus.unregisterObject(u"/org/freedesktop/Notifications"_qs);
+        notices.show(u"Kestro 操作失败"_qs, u"nobody listens"_qs, false); // harmless
+        QTest::qWait(200);
+    }
+
+    void theRealNotificationDaemonAcceptsThem() {
+        TestEnvironment environment;
+        const QString daemon = u"/usr/lib/notification-daemon/notification-daemon"_qs;
+        const QString xvfb = QStandardPaths::findExecutable(u"Xvfb"_qs);
+        if (!QFileInfo(daemon).isExecutable() || xvfb.isEmpty() ||
+            !QDBusConnection::sessionBus().isConnected())
+            QSKIP("notification-daemon, Xvfb or a session bus is missing (scripts/install-dependencies, "
+                  "dbus-run-session)");
+        QProcess display;
+        display.start(xvfb, {"-displayfd", "1", "-nolisten", "tcp", "-screen", "0", "640x480x24"});
+        QVERIFY(display.waitForReadyRead(15000));
+        QProcess server;
+        QProcessEnvironment onDisplay = QProcessEnvironment::systemEnvironment();
+        onDisplay.insert(u"DISPLAY"_qs, ":" + QString::fromLatin1(display.readAllStandardOutput().trimmed()));
+        server.setProcessEnvironment(onDisplay);
+        server.start(daemon, {});
+        const auto stop = qScopeGuard([&] {
+            server.kill();
+            server.waitForFinished(5000);
+            display.terminate();
+            display.waitForFinished(5000);
+        });
+        QTRY_VERIFY_WITH_TIMEOUT(QDBusConnection::sessionBus().interface()->isServiceRegistered(
+                                     u"org.freedesktop.Notifications"_qs),
+                                 15000);
+        FreedesktopNotifications notices;
+        notices.show(u"Kestro 操作失败"_qs, u"所选文件不存在或无法访问：/x"_qs, false);
+        QTRY_VERIFY_WITH_TIMEOUT(notices.lastNoticeId() != 0, 10000);
+        const quint32 first = notices.lastNoticeId();
+        notices.show(u"Kestro 操作失败"_qs, u"2 个操作失败"_qs, true);
+        QTest::qWait(500);
+        QCOMPARE(notices.lastNoticeId(), first); // replaced, not a second notice
+    }
 };
 
-QTEST_GUILESS_MAIN(TestRunningActions)
+QTEST_MAIN(TestRunningActions)
 #include "test_running_actions.moc"

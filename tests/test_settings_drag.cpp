@@ -14,6 +14,7 @@
 #include "stores/CustomShortcutActionStore.h"
 #include "stores/FinderViewPresetStore.h"
 #include "stores/ScheduledDeletionListStore.h"
+#include "support/ModalAnswer.h"
 #include "support/TestEnvironment.h"
 
 #include <QApplication>
@@ -24,33 +25,9 @@
 
 #include <memory>
 
+using namespace Qt::Literals::StringLiterals;
+
 namespace {
-
-void sendMove(QWidget* viewport, QPoint at, Qt::MouseButtons buttons) {
-    QMouseEvent move(QEvent::MouseMove, at, viewport->mapToGlobal(at), Qt::NoButton, buttons, Qt::NoModifier);
-    QApplication::sendEvent(viewport, &move);
-}
-
-// Presses at from and moves; the rest of the gesture runs from the event loop, because the drag that the
-// moves start has its own loop until the button is released.
-void dragRow(QListView* list, QPoint from, QPoint to) {
-    QWidget* viewport = list->viewport();
-    QTest::mousePress(viewport, Qt::LeftButton, {}, from);
-    QTimer::singleShot(100, viewport, [=] {
-        const QPoint step = (to - from) / 6;
-        for (int index = 3; index <= 6; ++index) {
-            sendMove(viewport, from + step * index, Qt::LeftButton);
-            QTest::qWait(30);
-        }
-        QMouseEvent release(QEvent::MouseButtonRelease, to, viewport->mapToGlobal(to), Qt::LeftButton,
-                            Qt::NoButton, Qt::NoModifier);
-        QApplication::sendEvent(viewport, &release);
-    });
-    // The first moves start the drag, which returns when the release above ends it.
-    for (int index = 1; index <= 2; ++index)
-        sendMove(viewport, from + (to - from) / 6 * index, Qt::LeftButton);
-    QTest::qWait(300);
-}
 
 // The settings window over fresh stores in a private home.
 struct Window {
@@ -74,7 +51,7 @@ class TestSettingsDrag : public QObject {
 
 private slots:
     void initTestCase() {
-        if (QGuiApplication::platformName() != QLatin1String("xcb"))
+        if (QGuiApplication::platformName() != u"xcb"_qs)
             QSKIP("drag and drop needs an X server; ctest runs this test under xvfb-run");
     }
 
@@ -88,11 +65,11 @@ private slots:
             QPainter painter(&image);
             font.setPixelSize(40);
             painter.setFont(font);
-            painter.drawText(image.rect(), Qt::AlignCenter, QStringLiteral("直"));
+            painter.drawText(image.rect(), Qt::AlignCenter, u"直"_qs);
             return image;
         };
-        QCOMPARE(glyph(QApplication::font()), glyph(QFont(QStringLiteral("Noto Sans CJK SC"))));
-        QVERIFY(glyph(QApplication::font()) != glyph(QFont(QStringLiteral("Noto Sans CJK JP"))));
+        QCOMPARE(glyph(QApplication::font()), glyph(QFont(u"Noto Sans CJK SC"_qs)));
+        QVERIFY(glyph(QApplication::font()) != glyph(QFont(u"Noto Sans CJK JP"_qs)));
 
         // Each line of every row, drawn in its rect as the row draws it, loses nothing to the rect's edges.
         Window window;
@@ -147,7 +124,7 @@ private slots:
 
         const QRect from = list->visualRect(list->model()->index(5, 0));
         const QRect top = list->visualRect(list->model()->index(0, 0));
-        dragRow(list, from.center(), QPoint(top.center().x(), top.top() + 2));
+        Modal::drag(list, from.center(), QPoint(top.center().x(), top.top() + 2));
         QCOMPARE(featureSettings.orderedFeatures().constFirst(), dragged);
         QCOMPARE(featureSettings.orderedFeatures().mid(1, 5), before.mid(0, 5));
         QCOMPARE(view.currentPage(), SettingsPage::of(dragged));
@@ -163,26 +140,23 @@ private slots:
         FeatureChildrenSection* section = view.featurePage(KestroFeature::createFile)->childrenSection();
         QListView* list = section->listView();
         const QSet<QString> enabled = featureSettings.settings().enabledChildIDs;
-        QStringList before;
-        for (const KestroFeatureChild& child : featureSettings.orderedChildren(KestroFeature::createFile))
-            before.append(child.actionID);
-
         const auto order = [&] {
             QStringList ids;
             for (const KestroFeatureChild& child : featureSettings.orderedChildren(KestroFeature::createFile))
                 ids.append(child.actionID);
             return ids;
         };
+        const QStringList before = order();
         const QRect first = list->visualRect(list->model()->index(0, 0));
         const QRect third = list->visualRect(list->model()->index(2, 0));
         const QPoint target(first.center().x(), third.center().y() + third.height() / 4);
 
         // Pulled by its title, the row stays where it is.
-        dragRow(list, QPoint(first.center().x(), first.center().y()), target);
+        Modal::drag(list, QPoint(first.center().x(), first.center().y()), target);
         QCOMPARE(order(), before);
 
         // By its handle, to just below the middle of the third row: it is third now.
-        dragRow(list, SettingsRowDelegate::handleRect(first).center(), target);
+        Modal::drag(list, SettingsRowDelegate::handleRect(first).center(), target);
         QStringList expected = before;
         expected.move(0, 2);
         QCOMPARE(order(), expected);

@@ -1,7 +1,5 @@
 #include "support/FakePlatform.h"
 
-#include "platform/KestroError.h"
-
 namespace {
 struct Fakes {
     std::shared_ptr<FakeWorkspace> workspace;
@@ -19,100 +17,7 @@ Fakes& fakes() {
     return instance;
 }
 
-template <typename T> std::optional<T> takeFirst(QList<std::optional<T>>& answers) {
-    return answers.isEmpty() ? std::nullopt : answers.takeFirst();
-}
 } // namespace
-
-bool FakeWorkspace::openUrl(const QUrl& url) {
-    openedUrls.append(url);
-    return openUrlSucceeds;
-}
-
-bool FakeClipboard::setText(const QString& text) {
-    ++writes;
-    if (refuses)
-        return false;
-    contents = text;
-    return true;
-}
-
-std::optional<QString> FakePrompts::promptText(const QString& title, const QString& message) {
-    asked << title << message;
-    return takeFirst(textAnswers);
-}
-
-std::optional<std::pair<QString, QString>> FakePrompts::promptTwoTexts(const QString& title,
-                                                                       const QString& message,
-                                                                       const QString& firstHint,
-                                                                       const QString& secondHint) {
-    asked << title;
-    if (!message.isEmpty())
-        asked << message;
-    asked << firstHint << secondHint;
-    return takeFirst(twoTextAnswers);
-}
-
-std::optional<QString> FakePrompts::chooseDirectory(const QString& buttonLabel) {
-    asked << buttonLabel;
-    return takeFirst(directoryAnswers);
-}
-
-std::optional<QString> FakePrompts::chooseItem(const OpenPanelRequest& request) {
-    asked << request.title << request.buttonLabel;
-    panels.append(request);
-    return takeFirst(itemAnswers);
-}
-
-std::optional<QString> FakePrompts::chooseShortcutName(const QString& title, const QString& message,
-                                                       const QString& placeholder, const QStringList& names) {
-    asked << title << message << placeholder;
-    shortcutNameLists.append(names);
-    return takeFirst(shortcutNameAnswers);
-}
-
-bool FakePrompts::confirmRequestFromAnotherProgram(const ConsentRequest& request) {
-    asked << QStringLiteral("consent");
-    consentRequests.append(request);
-    if (whileDialogOpen)
-        whileDialogOpen();
-    return consentAnswers.isEmpty() ? false : consentAnswers.takeFirst();
-}
-
-std::optional<QString> FakePrompts::requestFeatureText() {
-    asked << QStringLiteral("feature-request");
-    if (whileDialogOpen)
-        whileDialogOpen();
-    return takeFirst(featureRequestAnswers);
-}
-
-QStringList FakeFileManagerScripting::runListScript(const QString& source) {
-    scriptsRun.append(source);
-    return selection;
-}
-
-std::optional<QString> FakeFileManagerScripting::runStringScript(const QString& source) {
-    scriptsRun.append(source);
-    return frontWindow;
-}
-
-QString FakeFileManagerScripting::runScriptOutput(const QString& source) {
-    scriptsRun.append(source);
-    return {};
-}
-
-void FakeTrash::moveToTrash(const QString& path) {
-    if (refused.contains(path))
-        throw PlatformError(QStringLiteral("trash refused %1").arg(path));
-    trashed.append(path);
-}
-
-void FakeLoginItems::setEnabled(bool value) {
-    if (refuses)
-        throw PlatformError(QStringLiteral("login item refused"));
-    value ? ++registrations : ++unregistrations;
-    enabled = value;
-}
 
 void FakePlatform::install() {
     Fakes& all = fakes();

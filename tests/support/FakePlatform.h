@@ -1,5 +1,6 @@
 #pragma once
 
+#include "platform/KestroError.h"
 #include "platform/Platform.h"
 
 #include <functional>
@@ -20,7 +21,10 @@ public:
     QHash<QString, QString> installedApplications;
     bool openUrlSucceeds = true;
 
-    bool openUrl(const QUrl& url) override;
+    bool openUrl(const QUrl& url) override {
+        openedUrls.append(url);
+        return openUrlSucceeds;
+    }
     void selectItems(const QStringList& paths) override { selections.append(paths); }
     void openWithApplication(const QString& applicationPath, const QStringList& paths) override {
         launches.append({applicationPath, paths});
@@ -44,7 +48,12 @@ public:
     bool refuses = false;
     int writes = 0;
 
-    bool setText(const QString& text) override;
+    bool setText(const QString& text) override {
+        ++writes;
+        if (!refuses)
+            contents = text;
+        return !refuses;
+    }
     QString text() override { return contents; }
     QStringList filePaths() override { return files; }
 };
@@ -65,16 +74,52 @@ public:
     QList<OpenPanelRequest> panels;        // every open panel shown, as asked
     QList<QStringList> shortcutNameLists;  // the names every shortcut picker offered
 
-    std::optional<QString> promptText(const QString& title, const QString& message) override;
+    std::optional<QString> promptText(const QString& title, const QString& message) override {
+        asked << title << message;
+        return next(textAnswers);
+    }
     std::optional<std::pair<QString, QString>> promptTwoTexts(const QString& title, const QString& message,
                                                               const QString& firstHint,
-                                                              const QString& secondHint) override;
-    std::optional<QString> chooseDirectory(const QString& buttonLabel) override;
-    std::optional<QString> chooseItem(const OpenPanelRequest& request) override;
+                                                              const QString& secondHint) override {
+        asked << title;
+        if (!message.isEmpty())
+            asked << message;
+        asked << firstHint << secondHint;
+        return next(twoTextAnswers);
+    }
+    std::optional<QString> chooseDirectory(const QString& buttonLabel) override {
+        asked << buttonLabel;
+        return next(directoryAnswers);
+    }
+    std::optional<QString> chooseItem(const OpenPanelRequest& request) override {
+        asked << request.title << request.buttonLabel;
+        panels.append(request);
+        return next(itemAnswers);
+    }
     std::optional<QString> chooseShortcutName(const QString& title, const QString& message,
-                                              const QString& placeholder, const QStringList& names) override;
-    bool confirmRequestFromAnotherProgram(const ConsentRequest& request) override;
-    std::optional<QString> requestFeatureText() override;
+                                              const QString& placeholder, const QStringList& names) override {
+        asked << title << message << placeholder;
+        shortcutNameLists.append(names);
+        return next(shortcutNameAnswers);
+    }
+    bool confirmRequestFromAnotherProgram(const ConsentRequest& request) override {
+        asked << QStringLiteral("consent");
+        consentRequests.append(request);
+        if (whileDialogOpen)
+            whileDialogOpen();
+        return !consentAnswers.isEmpty() && consentAnswers.takeFirst();
+    }
+    std::optional<QString> requestFeatureText() override {
+        asked << QStringLiteral("feature-request");
+        if (whileDialogOpen)
+            whileDialogOpen();
+        return next(featureRequestAnswers);
+    }
+
+private:
+    template <typename T> static std::optional<T> next(QList<std::optional<T>>& answers) {
+        return answers.isEmpty() ? std::nullopt : answers.takeFirst();
+    }
 };
 
 class FakeFileManagerScripting : public FileManagerScripting {
@@ -83,9 +128,18 @@ public:
     std::optional<QString> frontWindow;
     QStringList scriptsRun;
 
-    QStringList runListScript(const QString& source) override;
-    std::optional<QString> runStringScript(const QString& source) override;
-    QString runScriptOutput(const QString& source) override;
+    QStringList runListScript(const QString& source) override {
+        scriptsRun.append(source);
+        return selection;
+    }
+    std::optional<QString> runStringScript(const QString& source) override {
+        scriptsRun.append(source);
+        return frontWindow;
+    }
+    QString runScriptOutput(const QString& source) override {
+        scriptsRun.append(source);
+        return {};
+    }
 };
 
 class FakeTrash : public Trash {
@@ -93,7 +147,11 @@ public:
     QStringList trashed;
     QStringList refused; // paths that fail
 
-    void moveToTrash(const QString& path) override;
+    void moveToTrash(const QString& path) override {
+        if (refused.contains(path))
+            throw PlatformError(QStringLiteral("trash refused %1").arg(path));
+        trashed.append(path);
+    }
 };
 
 class FakeLoginItems : public LoginItems {
@@ -104,7 +162,12 @@ public:
     int unregistrations = 0;
 
     bool isEnabled() override { return enabled; }
-    void setEnabled(bool value) override;
+    void setEnabled(bool value) override {
+        if (refuses)
+            throw PlatformError(QStringLiteral("login item refused"));
+        value ? ++registrations : ++unregistrations;
+        enabled = value;
+    }
 };
 
 class FakeDesktopNotifications : public DesktopNotifications {

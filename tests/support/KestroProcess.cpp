@@ -30,8 +30,8 @@ KestroProcess KestroProcess::run(const QStringList& arguments, int timeoutMillis
             process.readAllStandardOutput(), process.readAllStandardError()};
 }
 
-bool KestroHostProcess::start(const QStringList& arguments) {
-    QProcessEnvironment environment = KestroProcess::environment();
+bool KestroHostProcess::start(const QStringList& arguments, const QProcessEnvironment& hostEnvironment) {
+    QProcessEnvironment environment = hostEnvironment;
     environment.insert(QStringLiteral("KESTRO_REPORT_READY"), QStringLiteral("1"));
     m_process.setProcessEnvironment(environment);
     m_process.setProcessChannelMode(QProcess::SeparateChannels);

@@ -32,7 +32,8 @@ class KestroHostProcess {
 public:
     KestroHostProcess() = default;
     ~KestroHostProcess() { stop(); }
-    bool start(const QStringList& arguments = {});
+    bool start(const QStringList& arguments = {},
+               const QProcessEnvironment& environment = KestroProcess::environment());
     void stop();
     QProcess& process() { return m_process; }
 

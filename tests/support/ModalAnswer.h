@@ -1,17 +1,22 @@
 #pragma once
 
-// Answering a modal dialog as a user would: the dialog is opened for real by the code under test (which
+// The one widget driver of the tests: clicks, keys and drags on real widgets at their real places, and
+// answering a modal dialog as a user would: the dialog is opened for real by the code under test (which
 // blocks in exec()), and the test's answer runs from the event loop once the dialog is up. GUI tests only.
 
 #include <QAbstractButton>
+#include <QAbstractItemView>
 #include <QApplication>
 #include <QDialog>
 #include <QDialogButtonBox>
 #include <QFileDialog>
+#include <QLabel>
 #include <QLineEdit>
 #include <QMessageBox>
+#include <QMouseEvent>
 #include <QPointer>
 #include <QPushButton>
+#include <QScrollArea>
 #include <QTest>
 #include <QTimer>
 #include <QWidget>
@@ -91,9 +96,74 @@ inline void type(QWidget* widget, const QString& text) {
     }
 }
 
-// Clicks a button with the mouse at its real place.
-inline void click(QAbstractButton* button) {
-    QTest::mouseClick(button, Qt::LeftButton, {}, button->rect().center());
+// Clicks a widget with the mouse at its middle, scrolled into view first when it sits in a scrolling page.
+inline void click(QWidget* widget) {
+    for (QWidget* parent = widget->parentWidget(); parent; parent = parent->parentWidget()) {
+        if (auto* page = qobject_cast<QScrollArea*>(parent)) {
+            page->ensureWidgetVisible(widget);
+            break;
+        }
+    }
+    QTest::mouseClick(widget, Qt::LeftButton, {}, widget->rect().center());
+}
+
+// The place of a list's row, and a click there: by default on its text, away from a handle or a switch.
+inline QRect rowRect(const QAbstractItemView* view, int row) {
+    return view->visualRect(view->model()->index(row, 0));
+}
+inline void clickRow(QAbstractItemView* view, int row, std::function<QPoint(QRect)> where = {}) {
+    const QRect rect = rowRect(view, row);
+    QTest::mouseClick(view->viewport(), Qt::LeftButton, {},
+                      where ? where(rect) : QPoint(rect.left() + rect.width() / 3, rect.center().y()));
+}
+
+// The visible push button whose text is text, anywhere under parent, or nullptr.
+inline QPushButton* visibleButton(QWidget* parent, const QString& text) {
+    for (QPushButton* candidate : parent->findChildren<QPushButton*>())
+        if (candidate->text() == text && candidate->isVisible())
+            return candidate;
+    return nullptr;
+}
+
+// The texts of the visible labels under widget.
+inline QStringList labelTexts(QWidget* widget) {
+    QStringList texts;
+    for (QLabel* label : widget->findChildren<QLabel*>())
+        if (label->isVisible())
+            texts.append(label->text());
+    return texts;
+}
+
+// Presses at from in a list, moves past the drag distance to to and releases, as a hand on the mouse would.
+// Where a drag can run (an X server), the moves go through the event loop, because a drag that starts has
+// its own loop until the release; without one, all of it is sent at once.
+inline void drag(QAbstractItemView* view, QPoint from, QPoint to, bool throughTheEventLoop = true) {
+    QWidget* viewport = view->viewport();
+    const auto move = [viewport](QPoint at) {
+        // QTest::mouseMove of this Qt sends moves without the held button.
+        QMouseEvent event(QEvent::MouseMove, at, viewport->mapToGlobal(at), Qt::NoButton, Qt::LeftButton,
+                          Qt::NoModifier);
+        QApplication::sendEvent(viewport, &event);
+    };
+    const auto finish = [=] {
+        for (int step = 3; step <= 6; ++step) {
+            move(from + (to - from) / 6 * step);
+            if (throughTheEventLoop)
+                QTest::qWait(30);
+        }
+        QMouseEvent release(QEvent::MouseButtonRelease, to, viewport->mapToGlobal(to), Qt::LeftButton,
+                            Qt::NoButton, Qt::NoModifier);
+        QApplication::sendEvent(viewport, &release);
+    };
+    QTest::mousePress(viewport, Qt::LeftButton, {}, from);
+    if (throughTheEventLoop)
+        QTimer::singleShot(100, viewport, finish);
+    for (int step = 1; step <= 2; ++step)
+        move(from + (to - from) / 6 * step);
+    if (throughTheEventLoop)
+        QTest::qWait(300);
+    else
+        finish();
 }
 
 // Types text into the file panel's name field and clicks its accept button (whatever it reads).

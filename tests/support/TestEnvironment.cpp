@@ -28,7 +28,7 @@ TestEnvironment::TestEnvironment() {
         m_saved.append({name, qgetenv(name)});
     const QString base = m_root.path();
     for (const char* folder : {"home", "kestro-tmp", "tmp", "runtime"})
-        QDir().mkpath(base + QLatin1Char('/') + QLatin1String(folder));
+        QDir().mkpath(base + u'/' + QLatin1String(folder));
     QFile::setPermissions(base + QStringLiteral("/runtime"),
                           QFileDevice::ReadOwner | QFileDevice::WriteOwner | QFileDevice::ExeOwner);
     qputenv("HOME", (base + QStringLiteral("/home")).toUtf8());
@@ -71,13 +71,13 @@ QString TestEnvironment::kestroTmp() const {
 }
 
 QString TestEnvironment::makeFolder(const QString& name) const {
-    const QString path = QDir::isAbsolutePath(name) ? name : m_root.path() + QLatin1Char('/') + name;
+    const QString path = QDir::isAbsolutePath(name) ? name : m_root.path() + u'/' + name;
     QDir().mkpath(path);
     return path;
 }
 
 QString TestEnvironment::writeFile(const QString& path, const QByteArray& bytes) const {
-    const QString full = QDir::isAbsolutePath(path) ? path : m_root.path() + QLatin1Char('/') + path;
+    const QString full = QDir::isAbsolutePath(path) ? path : m_root.path() + u'/' + path;
     QDir().mkpath(QFileInfo(full).absolutePath());
     QFile file(full);
     file.open(QIODevice::WriteOnly);

@@ -1,0 +1,1091 @@
+// The settings stores: the property-list reader, which refuses what would exhaust it, and every store
+// surviving any file, loading what it can and keeping the file aside; the compiled-in catalogue
+// (identities, dispatch, the desktop's own words); the feature settings from good, missing and bad files
+// with every operation on both copies, and how a stored record is brought in line with the catalogue at
+// start-up; the app preferences with the login item that must agree with the system; and the user's lists
+// of places and applications.
+#include "actions/ActionDispatchTable.h"
+#include "app/WidgetPrompts.h"
+#include "catalogue/AppPreferencesPersistence.h"
+#include "catalogue/AppPreferencesStore.h"
+#include "catalogue/FeatureSettingsDefaults.h"
+#include "catalogue/FeatureSettingsNormalization.h"
+#include "catalogue/FeatureSettingsPersistence.h"
+#include "catalogue/FeatureSettingsStore.h"
+#include "catalogue/ListMove.h"
+#include "platform/KestroPaths.h"
+#include "platform/linux/AutostartLoginItems.h"
+#include "platform/PlatformWords.h"
+#include "platform/PropertyListFile.h"
+#include "platform/PropertyListShape.h"
+#include "stores/CustomDestinationPersistence.h"
+#include "stores/CustomDestinationStore.h"
+#include "stores/CustomShortcutActionStore.h"
+#include "stores/FinderViewPresetStore.h"
+#include "stores/ScheduledDeletionListStore.h"
+#include "stores/ScheduledDeletionPersistence.h"
+#include "stores/ScheduledDeletionStore.h"
+#include "support/FakePlatform.h"
+#include "support/ModalAnswer.h"
+#include "support/TestEnvironment.h"
+
+#include <plist/plist.h>
+#include <QDir>
+#include <QProcess>
+#include <QRandomGenerator>
+#include <QRegularExpression>
+#include <QSignalSpy>
+#include <QTest>
+#include <QtTest>
+#include <QUuid>
+#include <sys/stat.h>
+#include <unistd.h>
+
+using namespace Qt::Literals::StringLiterals;
+
+using N = FeatureSettingsNormalization;
+using Order = std::optional<QStringList>;
+
+namespace {
+
+QByteArray bigEndian(quint64 value, int size) {
+    QByteArray bytes(size, '\0');
+    for (int index = size - 1; index >= 0; --index, value >>= 8)
+        bytes[index] = char(value & 0xFF);
+    return bytes;
+}
+
+// A binary list of the given objects (already encoded), the first at the top, its offset table written
+// offsetSize bytes wide; the trailer declares offsetSize and referenceSize as given.
+QByteArray binaryList(const QList<QByteArray>& objects, int offsetSize = 4, int referenceSize = 4) {
+    QByteArray bytes("bplist00");
+    QList<quint64> offsets;
+    for (const QByteArray& object : objects) {
+        offsets.append(quint64(bytes.size()));
+        bytes += object;
+    }
+    const quint64 table = quint64(bytes.size());
+    for (quint64 offset : offsets)
+        bytes += bigEndian(offset, std::clamp(offsetSize, 1, 8));
+    return bytes + QByteArray(6, '\0') + char(offsetSize) + char(referenceSize) +
+           bigEndian(quint64(objects.size()), 8) + bigEndian(0, 8) + bigEndian(table, 8);
+}
+
+// An array (or with marker 0xD0, a dictionary: keys, then values) of references size bytes wide.
+QByteArray container(const QList<quint32>& refs, int size = 4, uchar marker = 0xA0) {
+    const qsizetype count = marker == 0xD0 ? refs.size() / 2 : refs.size();
+    QByteArray bytes(1, char(marker | (count < 15 ? count : 0x0F)));
+    if (count >= 15)
+        bytes += char(0x12) + bigEndian(quint64(count), 4);
+    for (quint32 ref : refs)
+        bytes += bigEndian(ref, size);
+    return bytes;
+}
+
+QByteArray ascii(const QByteArray& text) {
+    return char(0x50 | text.size()) + text;
+}
+QByteArray utf16(const QByteArray& bigEndianUnits) {
+    return char(0x60 | bigEndianUnits.size() / 2) + bigEndianUnits;
+}
+
+QByteArray nestedBinary(int depth) {
+    QList<QByteArray> objects;
+    for (int level = 0; level < depth - 1; ++level)
+        objects.append(container({quint32(level + 1)}));
+    objects.append(container({}));
+    return binaryList(objects);
+}
+
+QByteArray nestedXml(int depth, const QByteArray& open = "<array>", const QByteArray& close = "</array>") {
+    return "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<plist version=\"1.0\">" + open.repeated(depth) +
+           close.repeated(depth) + "</plist>\n";
+}
+
+// Each level an array holding the next level twice: expanded, 2^levels strings.
+QByteArray doublingBinary(int levels) {
+    QList<QByteArray> objects;
+    for (int level = 0; level < levels; ++level)
+        objects.append(container({quint32(level + 1), quint32(level + 1)}));
+    objects.append(ascii("laugh"));
+    return binaryList(objects);
+}
+
+QList<std::pair<const char*, QByteArray>> hostileFiles() {
+    return {
+        {"XML nested 100,000 deep", nestedXml(100000)},
+        {"binary whose shared objects expand to 2^60", doublingBinary(60)},
+        {"binary array holding itself", binaryList({container({0})})},
+        {"XML cut in the middle", "<plist><dict><key>enabledFeatureIDs</key><array><string>createFile"},
+        {"NUL bytes", QByteArray(4096, '\0')},
+    };
+}
+
+const QVariant anyValue = u"(any value)"_qs;
+
+QString appCopy() {
+    return CustomDestinationPersistence::settingsFilePath();
+}
+
+QVariantMap entry(const QString& id, const QString& name, const QString& path) {
+    return {{u"id"_qs, id}, {u"name"_qs, name}, {u"path"_qs, path}};
+}
+
+QStringList field(const QList<CustomDestination>& list, QString CustomDestination::*member) {
+    QStringList result;
+    for (const CustomDestination& destination : list)
+        result.append(destination.*member);
+    return result;
+}
+
+// What a later start would read: the application's copy, which must equal the extension's byte for byte.
+CustomDestinationsByKind storedAndMirrored() {
+    const QByteArray first = readAll(appCopy());
+    if (first.isEmpty() || first != readAll(CustomDestinationPersistence::finderExtensionSettingsFilePath()))
+        return {{u"copies differ"_qs, {}}};
+    return CustomDestinationPersistence::load().value_or(CustomDestinationsByKind());
+}
+
+QByteArray binaryPlist(const QVariant& value) {
+    const QByteArray xml = PropertyListFile::toXml(value);
+    plist_t root = nullptr;
+    plist_from_xml(xml.constData(), uint32_t(xml.size()), &root);
+    char* bytes = nullptr;
+    uint32_t length = 0;
+    plist_to_bin(root, &bytes, &length);
+    QByteArray result(bytes, qsizetype(length));
+    std::free(bytes);
+    plist_free(root);
+    return result;
+}
+
+QString applicationCopy() {
+    return FeatureSettingsPersistence::applicationFileURL();
+}
+
+void writeApplicationCopy(const QByteArray& bytes) {
+    QDir().mkpath(QFileInfo(applicationCopy()).absolutePath());
+    QFile file(applicationCopy());
+    QVERIFY(file.open(QIODevice::WriteOnly | QIODevice::Truncate));
+    file.write(bytes);
+}
+
+QVariantMap storedMap(const FeatureSettings& settings) {
+    return FeatureSettingsPersistence::propertyList(settings);
+}
+
+QStringList sorted(QStringList list) {
+    list.sort();
+    return list;
+}
+
+QSet<QString> setOf(const QStringList& list) {
+    return {list.cbegin(), list.cend()};
+}
+
+// Every catalogue list complete, as a user of the previous version would have it.
+FeatureSettings storedComplete() {
+    FeatureSettings stored = FeatureSettingsDefaults::settings();
+    stored.enabledChildIDs = N::validChildIDs(stored.enabledChildIDs);
+    return stored;
+}
+
+// What every started store satisfies, whatever the file held: the defaults as they stand, or a record in
+// line with the catalogue where every enabled feature shows a child.
+void verifyNormalised(const FeatureSettings& settings) {
+    if (settings == FeatureSettingsDefaults::settings())
+        return;
+    QCOMPARE(sorted(settings.featureOrder), sorted(FeatureSettingsDefaults::featureOrder()));
+    for (const KestroFeature& feature : KestroFeature::allCases()) {
+        const QStringList order = settings.childOrderByFeatureID.value(feature.id());
+        QCOMPARE(setOf(order), setOf(feature.childIDs()));
+        if (settings.enabledFeatureIDs.contains(feature.id()) && !order.isEmpty())
+            QVERIFY2(setOf(order).intersects(settings.enabledChildIDs), qPrintable(feature.id()));
+    }
+    QCOMPARE(N::validChildIDs(settings.enabledChildIDs), settings.enabledChildIDs);
+}
+
+} // namespace
+
+class TestSettingsStores : public QObject {
+    Q_OBJECT
+    std::unique_ptr<TestEnvironment> m_environment;
+    QString m_applications; // the system's folder of application entries, the test's own
+    QByteArray m_savedDataDirs;
+
+    QString install(const QString& fileName) const {
+        return m_environment->writeFile(m_applications + u'/' + fileName, "[Desktop Entry]\nName=App\n");
+    }
+    static QVariant stored(const char* key) {
+        return PropertyListFile::read(AppPreferencesPersistence::fileURL())
+            .value_or(QVariant())
+            .toMap()
+            .value(key);
+    }
+
+private slots:
+    void init() {
+        m_environment = std::make_unique<TestEnvironment>();
+        m_applications = m_environment->makeFolder(u"system-share/applications"_qs);
+        m_savedDataDirs = qgetenv("XDG_DATA_DIRS");
+        qputenv("XDG_DATA_DIRS", QFileInfo(m_applications).absolutePath().toUtf8());
+    }
+    void cleanup() {
+        qputenv("XDG_DATA_DIRS", m_savedDataDirs);
+        m_environment.reset();
+    }
+
+    void everyIdentityIsFoundBothWaysAndDispatched() {
+        QSet<QString> featureIDs;
+        QSet<QString> actionIDs;
+        for (const KestroFeature& feature : KestroFeature::allCases()) {
+            QVERIFY2(!featureIDs.contains(feature.id()), qPrintable(feature.id()));
+            featureIDs.insert(feature.id());
+            QCOMPARE(KestroFeature::fromRawValue(feature.id()), std::optional(feature));
+            for (const KestroFeatureChild& child : feature.children()) {
+                QVERIFY2(!actionIDs.contains(child.actionID), qPrintable(child.actionID));
+                actionIDs.insert(child.actionID);
+                QCOMPARE(KestroFeature::owning(child.actionID), std::optional(feature));
+                QVERIFY2(ActionDispatchTable::find(child.actionID), qPrintable(child.actionID));
+            }
+        }
+        QCOMPARE(featureIDs.size(), 14);
+        QCOMPARE(actionIDs.size(), 73);
+        QVERIFY(!featureIDs.intersects(actionIDs));
+        // Dispatched without a switch of its own.
+        QVERIFY(ActionDispatchTable::find("quickOpenKestroProject") &&
+                !KestroFeature::owning("quickOpenKestroProject"));
+        for (const QString& text :
+             {QString(), QString("createfile"), QString(" createFile"), QString("createFolder")})
+            QVERIFY2(!KestroFeature::fromRawValue(text), qPrintable(text));
+        QVERIFY(!KestroFeature::owning("createfolder"));
+    }
+
+    void textsAreChineseInTheDesktopsOwnWords() {
+        static const QRegularExpression han("\\p{Han}");
+        static const QRegularExpression macWords("Finder|废纸篓|文稿|Terminal");
+        for (int text = 0; text <= int(PlatformText::toggleHiddenFilesSummary); ++text)
+            QVERIFY2(!platformText(PlatformText(text)).contains(macWords), qPrintable(QString::number(text)));
+        for (const KestroFeature& feature : KestroFeature::allCases()) {
+            QVERIFY2(feature.title().contains(han) && feature.summary().endsWith(u'。'),
+                     qPrintable(feature.id()));
+            QVERIFY2(!(feature.title() + feature.summary()).contains(macWords), qPrintable(feature.id()));
+            for (const KestroFeatureChild& child : feature.children())
+                QVERIFY2(child.title.contains(han) && !(child.title + child.summary).contains(macWords),
+                         qPrintable(child.actionID));
+        }
+    }
+
+    void firstStartWritesTheDefaultsThenTheNextSettles() {
+        FeatureSettingsStore store;
+        QCOMPARE(store.settings(), FeatureSettingsDefaults::settings());
+        const QByteArray application = readAll(applicationCopy());
+        QVERIFY(application.startsWith("<?xml") && applicationCopy().startsWith(m_environment->root()));
+        QCOMPARE(readAll(FeatureSettingsPersistence::extensionFileURL()), application);
+        const QVariantMap root = PropertyListFile::read(applicationCopy())->toMap();
+        QCOMPARE(root.keys(), QStringList({"childOrderByFeatureID", "enabledChildIDs", "enabledFeatureIDs",
+                                           "featureOrder", "groupsFeaturesUnderKestro", "menuLayout"}));
+        for (const char* key : {"enabledChildIDs", "enabledFeatureIDs"})
+            QCOMPARE(root.value(key).toStringList(), sorted(root.value(key).toStringList()));
+        QCOMPARE(root.value("groupsFeaturesUnderKestro").typeId(), QMetaType::Bool);
+        // The shipped list names two actions that are no catalogue children: the next start drops them.
+        QCOMPARE(FeatureSettingsDefaults::enabledChildIDs() -
+                     N::validChildIDs(FeatureSettingsDefaults::enabledChildIDs()),
+                 QSet<QString>({"copyFilesToFolder", "moveFilesToFolder"}));
+        FeatureSettingsStore second;
+        QCOMPARE(second.settings().enabledChildIDs,
+                 N::validChildIDs(FeatureSettingsDefaults::enabledChildIDs()));
+        const QByteArray validated = readAll(applicationCopy());
+        FeatureSettingsStore third;
+        QCOMPARE(readAll(applicationCopy()), validated);
+        QCOMPARE(FakePlatform::notifications().settingsReasons, QStringList(3, "feature-settings"));
+    }
+
+    void unusableFilesLoadAsDefaultsAndAreKeptAside_data() {
+        QTest::addColumn<QByteArray>("bytes");
+        const QByteArray valid = PropertyListFile::toXml(storedMap(FeatureSettingsDefaults::settings()));
+        QTest::newRow("empty file") << QByteArray();
+        QTest::newRow("truncated XML") << valid.left(valid.size() / 2);
+        QTest::newRow("random bytes") << QByteArray::fromHex("00ff13deadbeef0a0d00c3a9");
+        QTest::newRow("array at the top") << PropertyListFile::toXml(QVariantList{"createFile"});
+        QTest::newRow("no enabledFeatureIDs")
+            << PropertyListFile::toXml(QVariantMap{{"menuLayout", "expanded"}});
+        QTest::newRow("binary without enabledFeatureIDs")
+            << binaryPlist(QVariantMap{{"menuLayout", "expanded"}});
+        QTest::newRow("binary magic only") << QByteArray("bplist00");
+    }
+    void unusableFilesLoadAsDefaultsAndAreKeptAside() {
+        QFETCH(QByteArray, bytes);
+        writeApplicationCopy(bytes);
+        QVERIFY(!FeatureSettingsPersistence::loadSettings());
+        FeatureSettingsStore store;
+        QCOMPARE(store.settings(), FeatureSettingsDefaults::settings());
+        if (!bytes.isEmpty())
+            QCOMPARE(readAll(applicationCopy() + ".unreadable"), bytes);
+        QVERIFY(PropertyListFile::read(applicationCopy()));
+        QCOMPARE(readAll(FeatureSettingsPersistence::extensionFileURL()), readAll(applicationCopy()));
+    }
+
+    void wrongTypedKeysLoadAsTheirEmptyValues() {
+        QVariantMap root = storedMap(FeatureSettingsDefaults::settings());
+        root["groupsFeaturesUnderKestro"] = "true";
+        root["menuLayout"] = "Expanded";
+        root["featureOrder"] = QVariantMap{{"pdfTools", 1}};
+        root["enabledChildIDs"] = QVariantList{"createFolder", 7};
+        QVariantMap childOrder = root.value("childOrderByFeatureID").toMap();
+        childOrder["quickOpen"] = QVariantList{"quickOpenTypedPath"};
+        childOrder["pdfTools"] = "splitPDFs";
+        root["childOrderByFeatureID"] = childOrder;
+        root["enabledFeatureIDs"] = QVariantList{"pdfTools", QVariantList{"createFile"}};
+        writeApplicationCopy(binaryPlist(root));
+        const std::optional<FeatureSettings> loaded = FeatureSettingsPersistence::loadSettings();
+        QVERIFY(loaded);
+        FeatureSettings empty;
+        empty.menuLayout = FinderMenuLayout::collapsed;
+        // One bad entry spoils a whole list or map.
+        QCOMPARE(*loaded, empty);
+        FeatureSettingsStore store;
+        QCOMPARE(store.settings().enabledChildIDs,
+                 N::validChildIDs(FeatureSettingsDefaults::enabledChildIDs()));
+        QCOMPARE(store.settings().featureOrder, FeatureSettingsDefaults::featureOrder());
+        verifyNormalised(store.settings());
+    }
+
+    void binaryFilesLoadLikeXmlAndAreSavedAsXml() {
+        FeatureSettings stored = FeatureSettingsDefaults::settings();
+        stored.menuLayout = FinderMenuLayout::expanded;
+        stored.groupsFeaturesUnderKestro = true;
+        stored.enabledFeatureIDs = {"pdfTools", "copyPath", "视图"};
+        stored.enabledChildIDs = {"mergePDFs", "copyShellPath"};
+        stored.featureOrder.move(stored.featureOrder.indexOf("copyPath"), 0);
+        stored.featureOrder.move(stored.featureOrder.indexOf("pdfTools"), 0);
+        stored.childOrderByFeatureID = {{"pdfTools", {"compressPDF", "mergePDFs"}}};
+        writeApplicationCopy(binaryPlist(storedMap(stored)));
+        QCOMPARE(FeatureSettingsPersistence::loadSettings(), std::optional(stored));
+        FeatureSettingsStore store;
+        QCOMPARE(store.menuLayout(), FinderMenuLayout::expanded);
+        QVERIFY(store.groupsFeaturesUnderKestro());
+        QCOMPARE(store.orderedFeatures().mid(0, 2),
+                 QList<KestroFeature>({KestroFeature::pdfTools, KestroFeature::copyPath}));
+        QCOMPARE(store.orderedChildren(KestroFeature::pdfTools).first().actionID, u"compressPDF"_qs);
+        const QByteArray saved = readAll(applicationCopy());
+        QVERIFY(saved.startsWith("<?xml"));
+        QCOMPARE(PropertyListFile::parse(saved)->toMap().value("enabledFeatureIDs").toStringList(),
+                 QStringList({"copyPath", "pdfTools", "视图"}));
+    }
+
+    void damagedFilesNeverBreakStartUp() {
+        FeatureSettings stored = FeatureSettingsDefaults::settings();
+        stored.menuLayout = FinderMenuLayout::expanded;
+        const QByteArray binary = binaryPlist(storedMap(stored));
+        for (qsizetype length = 0; length < binary.size(); ++length) {
+            writeApplicationCopy(binary.left(length));
+            QVERIFY2(!FeatureSettingsPersistence::loadSettings(), qPrintable(QString::number(length)));
+        }
+        // Flipped bytes load as something or as nothing, and the store always starts normalised.
+        QRandomGenerator random(20240611);
+        int loaded = 0;
+        for (int round = 0; round < 200; ++round) {
+            QByteArray damaged = binary;
+            for (int flips = 0; flips < 1 + round % 4; ++flips)
+                damaged[random.bounded(int(damaged.size()))] = char(random.bounded(256));
+            writeApplicationCopy(damaged);
+            loaded += FeatureSettingsPersistence::loadSettings().has_value();
+            FeatureSettingsStore store;
+            verifyNormalised(store.settings());
+            if (QTest::currentTestFailed())
+                QFAIL(qPrintable("round " + QString::number(round) + ": " + damaged.toHex()));
+        }
+        QVERIFY(loaded > 0 && loaded < 200);
+        // Entities, control and zero-width characters where identifiers belong.
+        QByteArray odd = PropertyListFile::toXml(storedMap(stored));
+        odd.replace("<string>pdfTools</string>", "<string>pdf&#10;Tools&amp;\xe2\x80\x8b</string>");
+        odd.replace("<string>createFolder</string>", "<string>\x01</string>");
+        writeApplicationCopy(odd);
+        FeatureSettingsStore store;
+        verifyNormalised(store.settings());
+    }
+
+    void everyChangeIsOnBothCopiesAndAnnounced() {
+        FeatureSettingsStore store;
+        const KestroFeature tools = KestroFeature::developerTools;
+        QSignalSpy changed(&store, &FeatureSettingsStore::changed);
+        QSignalSpy layout(&store, &FeatureSettingsStore::menuLayoutChanged);
+        // Turned on with no child on, every child shows.
+        store.setEnabled(true, tools);
+        QCOMPARE(changed.count(), 1);
+        for (const KestroFeatureChild& child : tools.children())
+            QVERIFY2(store.isEnabled(child), qPrintable(child.actionID));
+        // With one child on, enabling changes no child; disabling keeps the children's switches.
+        store.setAllChildrenEnabled(false, tools);
+        QVERIFY(store.isEnabled(tools));
+        store.setEnabled(true, tools.children().at(1));
+        store.setEnabled(false, tools);
+        QVERIFY(!store.isEnabled(tools) && store.isEnabled(tools.children().at(1)));
+        store.setEnabled(true, tools);
+        QCOMPARE(store.settings().enabledChildIDs & setOf(tools.childIDs()),
+                 QSet<QString>({tools.childIDs().at(1)}));
+        store.setMenuLayout(FinderMenuLayout::expanded);
+        store.setGroupsFeaturesUnderKestro(true);
+        QCOMPARE(layout.count(), 1);
+        QCOMPARE(FeatureSettingsPersistence::loadSettings(), std::optional(store.settings()));
+        QCOMPARE(readAll(FeatureSettingsPersistence::extensionFileURL()), readAll(applicationCopy()));
+        const QStringList reasons = FakePlatform::notifications().settingsReasons;
+        QVERIFY(reasons.size() >= 8 && reasons == QStringList(reasons.size(), "feature-settings"));
+        // All children off survives only until the next start.
+        store.setAllChildrenEnabled(false, KestroFeature::batchRename);
+        QVERIFY(store.isEnabled(KestroFeature::batchRename) && !store.isChildEnabled("renameAddPrefix"));
+        FeatureSettingsStore restarted;
+        QCOMPARE(restarted.menuLayout(), FinderMenuLayout::expanded);
+        QVERIFY(restarted.groupsFeaturesUnderKestro());
+        for (const QString& id : KestroFeature(KestroFeature::batchRename).childIDs())
+            QVERIFY2(restarted.isChildEnabled(id), qPrintable(id));
+    }
+
+    void movingFeaturesAndChildren() {
+        {
+            FeatureSettingsStore store;
+            // quickOpen, createFile, organizeFile, copyFile, ...: the first and third go before copyFile.
+            store.moveFeatures({0, 2}, 3);
+            QCOMPARE(store.settings().featureOrder.mid(0, 5),
+                     QStringList({"createFile", "quickOpen", "organizeFile", "copyFile", "batchRename"}));
+            store.moveFeatures({0}, 99);
+            QCOMPARE(store.settings().featureOrder.last(), u"createFile"_qs);
+            store.moveChildren(KestroFeature::scheduledDeletion, {0}, 4);
+        }
+        // The order older versions wrote: the next start puts one hour back on top.
+        FeatureSettingsStore restarted;
+        QCOMPARE(restarted.orderedChildren(KestroFeature::scheduledDeletion).first().actionID,
+                 u"scheduleDelete1Hour"_qs);
+        QCOMPARE(restarted.orderedFeatures().last(), KestroFeature(KestroFeature::createFile));
+        restarted.moveChildren(KestroFeature::archiveTools, {2}, 0);
+        QCOMPARE(FeatureSettingsPersistence::loadSettings()->childOrderByFeatureID.value("archiveTools"),
+                 QStringList({"extractZIPToFolder", "compressToZIP", "extractZIPHere"}));
+        // Repeats in a stored order: a feature shows once, a child as often as listed.
+        FeatureSettings stored = FeatureSettingsDefaults::settings();
+        stored.childOrderByFeatureID["copyFile"] = {"copyBesideOriginal", "copyBesideOriginal"};
+        stored.featureOrder = {"copyFile", "copyFile", "pdfTools"};
+        writeApplicationCopy(PropertyListFile::toXml(storedMap(stored)));
+        FeatureSettingsStore repeated;
+        QCOMPARE(repeated.orderedFeatures().mid(0, 3),
+                 QList<KestroFeature>(
+                     {KestroFeature::copyFile, KestroFeature::pdfTools, KestroFeature::quickOpen}));
+        QCOMPARE(repeated.orderedFeatures().size(), 14);
+        QCOMPARE(repeated.orderedChildren(KestroFeature::copyFile).size(), 5);
+    }
+
+    void aBlockedFolderStopsTheAnnouncement_data() {
+        QTest::addColumn<bool>("application");
+        QTest::newRow("extension folder") << false;
+        QTest::newRow("application folder") << true;
+    }
+    void aBlockedFolderStopsTheAnnouncement() {
+        QFETCH(bool, application);
+        // A plain file where the folder should be: even root cannot create the folder.
+        const QString blocked =
+            application ? applicationCopy() : FeatureSettingsPersistence::extensionFileURL();
+        m_environment->writeFile(QFileInfo(blocked).absolutePath(), "x");
+        FeatureSettingsStore store;
+        store.setMenuLayout(FinderMenuLayout::expanded);
+        QCOMPARE(store.menuLayout(), FinderMenuLayout::expanded);
+        QVERIFY(FakePlatform::notifications().settingsReasons.isEmpty());
+        // Without the application's copy the extension's is not written either.
+        QCOMPARE(QFile::exists(FeatureSettingsPersistence::extensionFileURL()), false);
+        if (application)
+            QVERIFY(!FeatureSettingsPersistence::save(store.settings()));
+        else
+            QCOMPARE(FeatureSettingsPersistence::loadSettings()->menuLayout, FinderMenuLayout::expanded);
+    }
+
+    void listMoveRule_data() {
+        QTest::addColumn<QList<qsizetype>>("offsets");
+        QTest::addColumn<qsizetype>("destination");
+        QTest::addColumn<QString>("expected");
+        QTest::newRow("one down") << QList<qsizetype>{0} << qsizetype(2) << "bacde";
+        QTest::newRow("one up") << QList<qsizetype>{3} << qsizetype(1) << "adbce";
+        QTest::newRow("to the end") << QList<qsizetype>{1} << qsizetype(5) << "acdeb";
+        QTest::newRow("past the end") << QList<qsizetype>{0, 1} << qsizetype(50) << "cdeab";
+        QTest::newRow("scattered block keeps its order")
+            << QList<qsizetype>{4, 0, 2} << qsizetype(1) << "acebd";
+        QTest::newRow("destination inside the block") << QList<qsizetype>{1, 2} << qsizetype(2) << "abcde";
+        QTest::newRow("nothing to move") << QList<qsizetype>{} << qsizetype(0) << "abcde";
+        QTest::newRow("offsets out of range are ignored")
+            << QList<qsizetype>{-1, 9, 4} << qsizetype(0) << "eabcd";
+    }
+    void listMoveRule() {
+        QFETCH(QList<qsizetype>, offsets);
+        QFETCH(qsizetype, destination);
+        QFETCH(QString, expected);
+        const QStringList moved = movedList(QStringList{"a", "b", "c", "d", "e"},
+                                            QSet<qsizetype>(offsets.cbegin(), offsets.cend()), destination);
+        QCOMPARE(moved.join(QString()), expected);
+    }
+
+    void ordersKeepWhatIsKnownAndComplete_data() {
+        QTest::addColumn<QString>("feature");
+        QTest::addColumn<Order>("stored");
+        QTest::addColumn<QStringList>("expected");
+        const QStringList schedule = KestroFeature(KestroFeature::scheduledDeletion).childIDs();
+        QTest::newRow("missing") << "copyFile" << Order()
+                                 << KestroFeature(KestroFeature::copyFile).childIDs();
+        QTest::newRow("repeats kept, strangers dropped")
+            << "copyFile"
+            << Order(QStringList{"copyBesideOriginal", "copyBesideOriginal", "createFolder",
+                                 "copyFilesToFolder", "copyFilesToDocuments"})
+            << QStringList({"copyBesideOriginal", "copyBesideOriginal", "copyFilesToDocuments",
+                            "copyFilesToDesktop", "copyFilesToDownloads"});
+        QTest::newRow("no children") << "customActions" << Order(QStringList{"anything"}) << QStringList();
+        QTest::newRow("the order before one hour moved")
+            << "scheduledDeletion"
+            << Order(QStringList{"scheduleDelete7Days", "scheduleDelete30Days", "scheduleDelete90Days",
+                                 "scheduleDelete1Hour"})
+            << schedule;
+        QTest::newRow("kept and completed")
+            << "scheduledDeletion" << Order(QStringList{"scheduleDelete90Days", "scheduleDelete1Hour"})
+            << QStringList({"scheduleDelete90Days", "scheduleDelete1Hour", "scheduleDelete7Days",
+                            "scheduleDelete30Days"});
+        QTest::newRow("no one-hour entry")
+            << "scheduledDeletion" << Order(QStringList{"scheduleDelete90Days", "scheduleDelete7Days"})
+            << schedule;
+        QTest::newRow("that order plus a stranger is no longer it")
+            << "scheduledDeletion"
+            << Order(QStringList{"scheduleDelete7Days", "scheduleDelete30Days", "scheduleDelete90Days",
+                                 "scheduleDelete1Hour", "createFolder"})
+            << QStringList({"scheduleDelete7Days", "scheduleDelete30Days", "scheduleDelete90Days",
+                            "scheduleDelete1Hour"});
+        QTest::newRow("one hour twice")
+            << "scheduledDeletion" << Order(QStringList{"scheduleDelete1Hour", "scheduleDelete1Hour"})
+            << QStringList({"scheduleDelete1Hour", "scheduleDelete1Hour", "scheduleDelete7Days",
+                            "scheduleDelete30Days", "scheduleDelete90Days"});
+        QStringList others = FeatureSettingsDefaults::featureOrder();
+        others.removeAll("pdfTools");
+        QTest::newRow("features: repeats and strangers go, the rest follow")
+            << QString() << Order(QStringList{"pdfTools", "pdfTools", "retired", "", "PDFTOOLS"})
+            << QStringList({"pdfTools"}) + others;
+        const QStringList order = FeatureSettingsDefaults::featureOrder();
+        QTest::newRow("features: reversed") << QString() << Order(QStringList(order.crbegin(), order.crend()))
+                                            << QStringList(order.crbegin(), order.crend());
+    }
+    void ordersKeepWhatIsKnownAndComplete() {
+        QFETCH(QString, feature);
+        QFETCH(Order, stored);
+        QFETCH(QStringList, expected);
+        if (feature.isEmpty())
+            QCOMPARE(N::normalizedFeatureOrder(*stored), expected);
+        else
+            QCOMPARE(N::normalizedChildOrder(stored, *KestroFeature::fromRawValue(feature)), expected);
+    }
+
+    void whatIsNewAndWhatIsValid() {
+        const QMap<QString, QStringList> map = N::normalizedChildOrderByFeatureID(
+            {{"retired", {"createFolder"}}, {"quickOpen", {"quickOpenTypedPath"}}});
+        QCOMPARE(map.size(), 14);
+        QCOMPARE(map.value("quickOpen").first(), u"quickOpenTypedPath"_qs);
+        QCOMPARE(map.value("quickOpen").size(), 7);
+        QCOMPARE(N::newFeatureIDs({}), QSet<QString>());
+        QStringList withoutTwo = FeatureSettingsDefaults::featureOrder();
+        withoutTwo.removeAll("imageTools");
+        withoutTwo.removeAll("developerTools");
+        // developerTools is off by default, so an update never switches it on.
+        QCOMPARE(N::newFeatureIDs(withoutTwo), QSet<QString>({"imageTools"}));
+        QCOMPARE(N::newChildIDs({}), QSet<QString>());
+        QMap<QString, QStringList> stored = FeatureSettingsDefaults::childOrderByFeatureID();
+        stored["createFile"].removeAll("createReadmeFile");
+        stored["createFile"].removeAll("createSwiftFile");
+        QCOMPARE(N::newChildIDs(stored),
+                 QSet<QString>({"createReadmeFile", "copyFilesToFolder", "moveFilesToFolder"}));
+        // A child listed under the wrong feature still counts as known.
+        stored["quickOpen"].append("createReadmeFile");
+        QCOMPARE(N::newChildIDs(stored), QSet<QString>({"copyFilesToFolder", "moveFilesToFolder"}));
+        QCOMPARE(N::validChildIDs({"createFolder", "copyFilesToFolder", "quickOpenKestroProject", "",
+                                   "createfolder", "toggleHiddenFiles"}),
+                 QSet<QString>({"createFolder", "toggleHiddenFiles"}));
+        // Enabled features show a child: all come on where none is, from the stored order or the catalogue.
+        const QMap<QString, QStringList> order = FeatureSettingsDefaults::childOrderByFeatureID();
+        const QSet<QString> pdf = setOf(KestroFeature(KestroFeature::pdfTools).childIDs());
+        QCOMPARE(
+            N::enabledChildIDsWithVisibleEnabledFeatures({"createFolder"}, {"createFile", "pdfTools"}, order),
+            pdf | QSet<QString>({"createFolder"}));
+        QCOMPARE(N::enabledChildIDsWithVisibleEnabledFeatures({"mergePDFs"}, {"pdfTools"}, order),
+                 QSet<QString>({"mergePDFs"}));
+        QCOMPARE(N::enabledChildIDsWithVisibleEnabledFeatures({}, {"customActions", "retired"}, order),
+                 QSet<QString>());
+        QCOMPARE(N::enabledChildIDsWithVisibleEnabledFeatures({}, {"pdfTools"}, {}), pdf);
+        QCOMPARE(
+            N::enabledChildIDsWithVisibleEnabledFeatures({}, {"pdfTools"}, {{"pdfTools", {"splitPDFs"}}}),
+            QSet<QString>({"splitPDFs"}));
+    }
+
+    void startUpAddsWhatIsNewAndKeepsTheUsersChoices() {
+        FeatureSettings stored = storedComplete();
+        stored.groupsFeaturesUnderKestro = true;
+        stored.menuLayout = FinderMenuLayout::expanded;
+        stored.childOrderByFeatureID["createFile"].removeAll("createReadmeFile");
+        stored.childOrderByFeatureID["createFile"].removeAll("createSwiftFile");
+        stored.childOrderByFeatureID["createFile"].prepend("createTextFile");
+        stored.enabledChildIDs -= {"createReadmeFile", "createSwiftFile", "createFolder"};
+        stored.enabledChildIDs -= setOf(KestroFeature(KestroFeature::batchRename).childIDs());
+        stored.enabledChildIDs -= setOf(KestroFeature(KestroFeature::imageTools).childIDs());
+        stored.enabledFeatureIDs.remove("imageTools");
+        const FeatureSettings settings = N::atStartUp(stored);
+        // New default children come on; one the user switched off stays off; strangers never come.
+        QVERIFY(settings.enabledChildIDs.contains("createReadmeFile"));
+        for (const char* off : {"createSwiftFile", "createFolder", "copyFilesToFolder"})
+            QVERIFY2(!settings.enabledChildIDs.contains(off), off);
+        // An enabled feature shows its children again; a disabled one may keep them all off.
+        QVERIFY(setOf(KestroFeature(KestroFeature::batchRename).childIDs())
+                    .subtract(settings.enabledChildIDs)
+                    .isEmpty());
+        QVERIFY(
+            !setOf(KestroFeature(KestroFeature::imageTools).childIDs()).intersects(settings.enabledChildIDs));
+        QVERIFY(settings.groupsFeaturesUnderKestro && settings.menuLayout == FinderMenuLayout::expanded);
+        QCOMPARE(settings.childOrderByFeatureID.value("createFile").count("createTextFile"), 2);
+        QCOMPARE(N::atStartUp(settings), settings);
+
+        // An empty child set was never configured: the defaults.
+        stored = storedComplete();
+        stored.enabledChildIDs.clear();
+        stored.childOrderByFeatureID = {{"createFile", {"createSwiftFile"}}};
+        QCOMPARE(N::atStartUp(stored).enabledChildIDs,
+                 N::validChildIDs(FeatureSettingsDefaults::enabledChildIDs()));
+        QCOMPARE(N::atStartUp(stored).childOrderByFeatureID.value("createFile").first(),
+                 u"createSwiftFile"_qs);
+
+        // Features of a later version come on; a listed one the user had off stays off.
+        stored = storedComplete();
+        stored.featureOrder = {"pdfTools", "quickOpen"};
+        stored.enabledFeatureIDs = {"pdfTools"};
+        const FeatureSettings later = N::atStartUp(stored);
+        QCOMPARE(later.enabledFeatureIDs,
+                 FeatureSettingsDefaults::enabledFeatureIDs() - QSet<QString>({"quickOpen"}));
+        QCOMPARE(later.featureOrder.mid(0, 3), QStringList({"pdfTools", "quickOpen", "createFile"}));
+        stored.featureOrder.clear();
+        QCOMPARE(N::atStartUp(stored).enabledFeatureIDs, QSet<QString>({"pdfTools"}));
+    }
+
+    void missingOrBrokenFilesLoadAsDefaultsKeyByKey() {
+        QCOMPARE(AppPreferencesPersistence::load(), AppPreferences({false, true, false}));
+        for (const QByteArray& junk :
+             {QByteArray("not a plist"), QByteArray("bplist00\x01\x02"), QByteArray(),
+              QByteArray("<?xml version=\"1.0\"?><plist><array><true/></array></plist>")}) {
+            m_environment->writeFile(AppPreferencesPersistence::fileURL(), junk);
+            QCOMPARE(AppPreferencesPersistence::load(), AppPreferences({false, true, false}));
+        }
+        PropertyListFile::write(
+            AppPreferencesPersistence::fileURL(),
+            QVariantMap{{"revealCreatedItems", true}, {"revealActionResults", "no"}, {"launchAtLogin", 1}});
+        QCOMPARE(AppPreferencesPersistence::load(), AppPreferences({true, true, false}));
+        AppPreferencesStore store;
+        store.setRevealActionResults(false);
+        QCOMPARE(AppPreferencesPersistence::load(), AppPreferences({true, false, false}));
+    }
+
+    void theLoginItemFollowsTheSystem() {
+        // At start-up the file is rewritten to agree with the system.
+        AppPreferencesPersistence::save({true, false, true});
+        {
+            AppPreferencesStore store;
+            QVERIFY(store.revealCreatedItems() && !store.revealActionResults() && !store.launchAtLogin());
+            QCOMPARE(stored("launchAtLogin"), QVariant(false));
+        }
+        QFile::remove(AppPreferencesPersistence::fileURL());
+        // A refused registration is rolled back, and the user is told why.
+        AppPreferencesStore store;
+        QSignalSpy changes(&store, &AppPreferencesStore::launchAtLoginChanged);
+        QSignalSpy refusals(&store, &AppPreferencesStore::launchAtLoginRefused);
+        FakePlatform::loginItems().refuses = true;
+        store.setLaunchAtLogin(true);
+        QVERIFY(!store.launchAtLogin());
+        QCOMPARE(changes.size(), 2); // on, then back off for the switch to follow
+        QCOMPARE(refusals.size(), 1);
+        QVERIFY(!refusals.constFirst().constFirst().toString().isEmpty());
+        QVERIFY(!QFile::exists(AppPreferencesPersistence::fileURL()));
+        FakePlatform::loginItems().refuses = false;
+        store.setLaunchAtLogin(true);
+        QVERIFY(store.launchAtLogin() && FakePlatform::loginItems().registrations == 1);
+        QCOMPARE(stored("launchAtLogin"), QVariant(true));
+        // Turned off behind our back: turning it off asks the system nothing and still saves.
+        FakePlatform::loginItems().enabled = false;
+        store.setLaunchAtLogin(false);
+        QCOMPARE(FakePlatform::loginItems().unregistrations, 0);
+        QCOMPARE(stored("launchAtLogin"), QVariant(false));
+    }
+
+    void autostartEntryStartsKestroAsALoginItem() {
+        AutostartLoginItems items;
+        QVERIFY(!items.isEnabled());
+        items.setEnabled(true);
+        QVERIFY(items.isEnabled());
+        const QByteArray entry = readAll(AutostartLoginItems::entryPath());
+        QVERIFY(entry.startsWith("[Desktop Entry]\n") && entry.contains("\" --login-item\n") &&
+                entry.contains("\nType=Application\n"));
+        QProcess validate;
+        validate.start(u"desktop-file-validate"_qs, {AutostartLoginItems::entryPath()});
+        QVERIFY(validate.waitForFinished(10000) && validate.exitCode() == 0 && validate.readAll().isEmpty());
+        QCOMPARE(AutostartLoginItems::entryPath(),
+                 m_environment->home() + u"/.config/autostart/kestro.desktop"_qs);
+        // Turned off in the desktop's own settings.
+        m_environment->writeFile(AutostartLoginItems::entryPath(), entry + "Hidden=true\n");
+        QVERIFY(!items.isEnabled());
+        items.setEnabled(false);
+        QVERIFY(!QFile::exists(AutostartLoginItems::entryPath()));
+        items.setEnabled(false);
+    }
+
+    void firstStartWritesTheDefaultsToBothCopies() {
+        const QString editor = install(u"org.gnome.TextEditor.desktop"_qs);
+        const QString calc = install(u"libreoffice-calc.desktop"_qs);
+        install(u"unrelated.desktop"_qs);
+        CustomDestinationStore store;
+        const QString home = m_environment->home();
+        const QStringList files{home + "/Desktop", home + "/Downloads", home + "/Documents"};
+        QCOMPARE(field(store.destinations(CustomDestinationKind::copy), &CustomDestination::path), files);
+        QCOMPARE(field(store.destinations(CustomDestinationKind::copy), &CustomDestination::name),
+                 QStringList({"桌面", "下载", "文档"}));
+        QCOMPARE(store.destinations(CustomDestinationKind::move),
+                 store.destinations(CustomDestinationKind::copy));
+        const QList<CustomDestination> quickOpen = store.destinations(CustomDestinationKind::quickOpen);
+        QCOMPARE(field(quickOpen, &CustomDestination::path).mid(0, 5),
+                 files + QStringList({home, home + "/Pictures"}));
+        QCOMPARE(quickOpen.at(3).name, u"用户目录"_qs);
+        // Only installed applications, in the defaults' order (text editor before spreadsheet).
+        QCOMPARE(field(store.destinations(CustomDestinationKind::openApplication), &CustomDestination::path),
+                 QStringList({editor, calc}));
+        QCOMPARE(storedAndMirrored(), store.destinationsByKind());
+        QCOMPARE(FakePlatform::notifications().settingsReasons, QStringList{"custom-destinations"});
+    }
+
+    void storedListsLoadEntryByEntry() {
+        const QString mine = m_environment->makeFolder(u"my \"projects\"\nfolder"_qs);
+        PropertyListFile::write(appCopy(), QVariantMap{{"move", QVariantList{}},
+                                                       {"copy", QVariantList{entry("a", "Mine", mine)}},
+                                                       {"future", QVariantList{entry("x", "X", "/x")}}});
+        CustomDestinationStore store;
+        QVERIFY(store.destinations(CustomDestinationKind::move).isEmpty()); // an empty list stays empty
+        QCOMPARE(field(store.destinations(CustomDestinationKind::copy), &CustomDestination::path),
+                 QStringList{mine});
+        QCOMPARE(store.destinationsByKind().value(u"future"_qs).size(), 1); // a later version's
+        QCOMPARE(storedAndMirrored(), store.destinationsByKind());
+        QVERIFY(!QFileInfo::exists(appCopy() + u".unreadable"_qs));
+
+        // Malformed entries drop one by one, a wrongly typed list falls back to its defaults, and the file
+        // is kept aside beside any earlier copy.
+        m_environment->writeFile(appCopy() + u".unreadable"_qs, "an earlier copy");
+        const QVariantList copy{entry("a", "A", "/a"), QVariantMap{{"id", "b"}, {"path", "/b"}}, u"text"_qs,
+                                QVariantMap{{"id", "c"}, {"name", "C"}, {"path", 42}}, entry("d", "D", "/d")};
+        PropertyListFile::write(appCopy(), QVariantMap{{"copy", copy}, {"move", u"not a list"_qs}});
+        const QByteArray original = readAll(appCopy());
+        CustomDestinationStore damaged;
+        QCOMPARE(field(damaged.destinations(CustomDestinationKind::copy), &CustomDestination::path),
+                 QStringList({"/a", "/d"}));
+        QCOMPARE(damaged.destinations(CustomDestinationKind::move).size(), 3);
+        QCOMPARE(readAll(appCopy() + u".unreadable"_qs), QByteArray("an earlier copy"));
+        QCOMPARE(readAll(appCopy() + u".unreadable 2"_qs), original);
+        PropertyListFile::write(appCopy(), QVariantList{entry("a", "A", "/a")});
+        QVERIFY(!CustomDestinationPersistence::load()); // no dictionary at the top
+    }
+
+    void applicationListIsMergedWithTheInstalledDefaults() {
+        const QString viewer = install(u"org.gnome.Evince.desktop"_qs);
+        const QString writer = install(u"libreoffice-writer.desktop"_qs);
+        PropertyListFile::write(
+            appCopy(),
+            QVariantMap{{"openApplication",
+                         QVariantList{entry("mine", "My viewer", viewer), // the viewer again: no second entry
+                                      entry("vscode", "VS Code", "/opt/code/code"),
+                                      entry("x1", "Cursor", "/Applications/Cursor.app"),
+                                      entry("x2", "Code", install(u"code.desktop"_qs)),
+                                      entry("gimp", "GIMP", "/usr/bin/gimp")}},
+                        {"quickOpen", QVariantList{entry("kestro-project", "Kestro", "/somewhere"),
+                                                   entry("keep", "Keep", "/keep")}}});
+        CustomDestinationStore store;
+        // The installed word processor that the list lacks goes ahead of everything stored.
+        QCOMPARE(field(store.destinations(CustomDestinationKind::openApplication), &CustomDestination::id),
+                 QStringList({"pages", "mine", "gimp"}));
+        QCOMPARE(store.destinations(CustomDestinationKind::openApplication).at(0).path, writer);
+        QCOMPARE(field(store.destinations(CustomDestinationKind::quickOpen), &CustomDestination::id),
+                 QStringList{"keep"});
+    }
+
+    void addingThroughThePanelOnceAndNamingByTheEntry() {
+        CustomDestinationStore store;
+        FakePlatform::notifications().settingsReasons.clear();
+        QSignalSpy changed(&store, &CustomDestinationStore::destinationsChanged);
+        const QString folder = m_environment->makeFolder(u"-rf 项目 'one'"_qs);
+        Platform::setPrompts(std::make_shared<WidgetPrompts>());
+        for (int attempt = 0; attempt < 2; ++attempt) { // the same path twice: listed once
+            ModalAnswer panel([&](QWidget* dialog) { Modal::typeIntoFilePanel(dialog, folder); });
+            store.addDestination(CustomDestinationKind::move);
+            QCOMPARE(panel.answered(), 1);
+        }
+        ModalAnswer cancelled([](QWidget* dialog) { Modal::cancel(dialog); });
+        store.addDestination(CustomDestinationKind::move);
+        QCOMPARE(cancelled.answered(), 1);
+        const CustomDestination added = store.destinations(CustomDestinationKind::move).last();
+        QVERIFY(added.path == folder && added.name == u"-rf 项目 'one'"_qs);
+        QVERIFY(!QUuid::fromString(added.id).isNull());
+        QCOMPARE(store.destinations(CustomDestinationKind::move).size(), 4);
+        QCOMPARE(storedAndMirrored(), store.destinationsByKind());
+        QCOMPARE(changed.size(), 1);
+        QCOMPARE(changed.at(0).at(0).value<CustomDestinationKind>(), CustomDestinationKind::move);
+        QCOMPARE(FakePlatform::notifications().settingsReasons, QStringList{"custom-destinations"});
+        // The path is compared as written: a trailing slash is another entry, named after the folder.
+        QVERIFY(store.addDestinationPath(CustomDestinationKind::move, folder + u'/'));
+        QCOMPARE(store.destinations(CustomDestinationKind::move).last().name, u"-rf 项目 'one'"_qs);
+        QVERIFY(store.addDestinationPath(CustomDestinationKind::copy, u"/"_qs));
+        QCOMPARE(store.destinations(CustomDestinationKind::copy).last().name, u"/"_qs);
+    }
+
+    void anApplicationIsNamedByItsMainGroup_data() {
+        QTest::addColumn<QByteArray>("entry");
+        QTest::addColumn<QString>("name");
+        QTest::newRow("Chinese name first")
+            << QByteArray("[Desktop Entry]\nName=Viewer\nName[zh_CN]=查看器\n") << "查看器";
+        QTest::newRow("an action's name does not count")
+            << QByteArray("[Desktop Entry]\nName=Viewer\n\n[Desktop Action new]\nName[zh_CN]=新窗口\n")
+            << "Viewer";
+        QTest::newRow("nor a group's before the main one")
+            << QByteArray("[Other]\nName[zh]=别的\n[Desktop Entry]\n# Name=comment\nName = Viewer \n")
+            << "Viewer";
+        QTest::newRow("no name: the file's") << QByteArray("x") << "nameless";
+    }
+    void anApplicationIsNamedByItsMainGroup() {
+        QFETCH(QByteArray, entry);
+        QFETCH(QString, name);
+        const QString path = m_environment->writeFile(u"apps/nameless.desktop"_qs, entry);
+        QCOMPARE(CustomDestinationStore::displayName(path, CustomDestinationKind::openApplication), name);
+        QCOMPARE(CustomDestinationStore::displayName(path, CustomDestinationKind::copy),
+                 u"nameless.desktop"_qs);
+        QCOMPARE(CustomDestinationStore::displayName(u"/Applications/Pages.app"_qs,
+                                                     CustomDestinationKind::openApplication),
+                 u"Pages"_qs);
+    }
+
+    void removingAndMovingSaveBothCopies() {
+        QVariantList five;
+        for (const char* id : {"1", "2", "3", "4", "5"})
+            five.append(entry(id, id, u"/"_qs + id));
+        PropertyListFile::write(appCopy(), QVariantMap{{"copy", five}});
+        CustomDestinationStore store;
+        FakePlatform::notifications().settingsReasons.clear();
+        const auto ids = [&] {
+            return field(store.destinations(CustomDestinationKind::copy), &CustomDestination::id);
+        };
+        // 1 and 4 go, as one block, before what stood at offset 3 ("4" itself moves, so: where it was).
+        store.moveDestinations(CustomDestinationKind::copy, {0, 3}, 3);
+        QCOMPARE(ids(), QStringList({"2", "3", "1", "4", "5"}));
+        store.moveDestinations(CustomDestinationKind::copy, {0}, 99); // past the end appends
+        QCOMPARE(ids(), QStringList({"3", "1", "4", "5", "2"}));
+        store.removeDestinations(CustomDestinationKind::copy, {1, 4, 17});
+        QCOMPARE(ids(), QStringList({"3", "4", "5"}));
+        QCOMPARE(storedAndMirrored(), store.destinationsByKind());
+        QCOMPARE(FakePlatform::notifications().settingsReasons, QStringList(3, "custom-destinations"));
+        QCOMPARE(store.destinations(CustomDestinationKind::move).size(), 3); // other lists untouched
+        for (CustomDestinationKind kind : CustomDestinationKinds::allCases())
+            QCOMPARE(CustomDestinationKinds::fromRawValue(CustomDestinationKinds::rawValue(kind)), kind);
+        QVERIFY(!CustomDestinationKinds::fromRawValue(u"Copy"_qs));
+    }
+
+    void readerTakesWhatIsSafeOnly_data() {
+        QTest::addColumn<QByteArray>("bytes");
+        QTest::addColumn<QVariant>("expected"); // invalid: refused
+        const QVariantList a{u"a"_qs};
+        for (int size : {1, 2, 8})
+            QTest::addRow("offsets and references %d bytes wide", size)
+                << binaryList({container({1}, size), ascii("a")}, size, size) << QVariant(a);
+        for (int size : {0, 9}) {
+            QTest::addRow("offsets %d bytes wide", size)
+                << binaryList({container({1}), ascii("a")}, size, 4) << QVariant();
+            QTest::addRow("references %d bytes wide", size)
+                << binaryList({container({1}), ascii("a")}, 4, size) << QVariant();
+        }
+        QTest::newRow("trailer cut short") << QByteArray("bplist00\xa0", 9) << QVariant();
+        QTest::newRow("reference past the objects") << binaryList({container({7})}) << QVariant();
+        // Two objects in the table, one declared, the top the second.
+        QByteArray topPastTheObjects = binaryList({container({}), ascii("x")});
+        topPastTheObjects.replace(topPastTheObjects.size() - 24, 16, bigEndian(1, 8) + bigEndian(1, 8));
+        QTest::newRow("top object past the objects") << topPastTheObjects << QVariant();
+        QTest::newRow("array holding itself") << binaryList({container({0})}) << QVariant();
+        QTest::newRow("binary nested 100,000 deep") << nestedBinary(100000) << QVariant();
+        QTest::newRow("binary nested as deep as allowed")
+            << nestedBinary(PropertyListShape::maximumDepth) << anyValue;
+        QTest::newRow("binary nested past it")
+            << nestedBinary(PropertyListShape::maximumDepth + 2) << QVariant();
+        QTest::newRow("shared objects expanding to 2^60") << doublingBinary(60) << QVariant();
+        QTest::newRow("shared objects expanding to 2^10") << doublingBinary(10) << anyValue;
+        // libplist would abort on a key with a NUL character; in a value it only ends the text.
+        QTest::newRow("NUL in an ASCII value")
+            << binaryList({container({1}), ascii(QByteArray("a\0b", 3))}) << QVariant(a);
+        QTest::newRow("NUL in an ASCII key")
+            << binaryList({container({1, 2}, 4, 0xD0), ascii(QByteArray("k\0", 2)), ascii("v")})
+            << QVariant();
+        QTest::newRow("NUL in a UTF-16 key")
+            << binaryList({container({1, 2}, 4, 0xD0), utf16(QByteArray("\0k\0\0", 4)), ascii("v")})
+            << QVariant();
+        QTest::newRow("UTF-16 key with zero high and low bytes")
+            << binaryList({container({1, 2}, 4, 0xD0), utf16(QByteArray("\0\xe9\x01\0", 4)), ascii("v")})
+            << QVariant(QVariantMap{{u"é\u0100"_qs, u"v"_qs}});
+        QTest::newRow("XML nested 100,000 deep") << nestedXml(100000) << QVariant();
+        QTest::newRow("XML dictionaries nested 100,000 deep")
+            << nestedXml(100000, "<dict><key>k</key>", "</dict>") << QVariant();
+        QTest::newRow("XML nested as deep as allowed")
+            << nestedXml(PropertyListShape::maximumDepth) << anyValue;
+        QTest::newRow("XML whose comment hides closing tags")
+            << nestedXml(100000).replace("<plist version=\"1.0\">",
+                                         "<plist><!--" + QByteArray("</array>").repeated(10) + "-->")
+            << QVariant();
+        QTest::newRow("comment and CDATA that look like tags")
+            << QByteArray("<plist><!-- <array><array> "
+                          "--><array><string><![CDATA[</array>]]></string></array></plist>")
+            << QVariant(QVariantList{u"</array>"_qs});
+    }
+    void readerTakesWhatIsSafeOnly() {
+        QFETCH(QByteArray, bytes);
+        QFETCH(QVariant, expected);
+        const std::optional<QVariant> parsed = PropertyListFile::parse(bytes);
+        // Refused before the parser sees it, not by the parser's own luck.
+        QCOMPARE(PropertyListShape::isWithinLimits(bytes), expected.isValid());
+        QCOMPARE(parsed.has_value(), expected.isValid());
+        if (parsed && expected != anyValue)
+            QCOMPARE(*parsed, expected);
+    }
+
+    void readerDoesNotReadHugeFilesOrPipes() {
+        TestEnvironment& environment = *m_environment;
+        // 300 MB without using the disk: a sparse file.
+        const QString huge = environment.writeFile(u"huge.plist"_qs, "<plist><array>");
+        QVERIFY(QFile::resize(huge, 300LL * 1024 * 1024));
+        QVERIFY(!PropertyListFile::read(huge));
+        const QString pipe = environment.root() + u"/pipe.plist"_qs;
+        QCOMPARE(::mkfifo(QFile::encodeName(pipe).constData(), 0600), 0);
+        QVERIFY(!PropertyListFile::read(pipe));
+    }
+
+    void aStartRewritesNoSettingsFileItLoadedUnchanged() {
+        TestEnvironment& environment = *m_environment;
+        const auto inodes = [] {
+            QMap<QString, ino_t> found;
+            for (const QString& folder :
+                 {KestroPaths::applicationSupportDirectory(), KestroPaths::extensionDirectory()}) {
+                for (const QFileInfo& file : QDir(folder).entryInfoList({u"*.plist"_qs}, QDir::Files)) {
+                    struct stat status {};
+                    if (::stat(QFile::encodeName(file.filePath()).constData(), &status) == 0)
+                        found.insert(file.filePath(), status.st_ino);
+                }
+            }
+            return found;
+        };
+        const auto start = [] {
+            FeatureSettingsStore features;
+            CustomDestinationStore destinations;
+            FinderViewPresetStore presets;
+            CustomShortcutActionStore actions;
+        };
+        // The first start writes the defaults, which the second one's normalisation still trims.
+        start();
+        start();
+        const QMap<QString, ino_t> written = inodes();
+        QVERIFY(written.size() >= 6);
+        start(); // a file replaced (even by the same bytes) would have a new inode
+        QCOMPARE(inodes(), written);
+    }
+
+    void everyStoreLoadsDefaultsAndKeepsTheBadFileAside() {
+        for (const auto& [name, bytes] : hostileFiles()) {
+            cleanup(); // a fresh private home for each file
+            init();
+            TestEnvironment& environment = *m_environment;
+            const QString folder = environment.home() + u"/.config/kestro/"_qs;
+            const QStringList names{u"FeatureSettings.plist"_qs, u"AppPreferences.plist"_qs,
+                                    u"CustomDestinations.plist"_qs, u"CustomShortcutActions.plist"_qs,
+                                    u"FinderViewPresets.plist"_qs};
+            for (const QString& file : names)
+                environment.writeFile(folder + file, bytes);
+            const QString schedule = environment.writeFile(folder + u"ScheduledDeletions.plist"_qs, bytes);
+
+            FeatureSettingsStore features;
+            AppPreferencesStore preferences;
+            CustomDestinationStore destinations;
+            CustomShortcutActionStore actions;
+            FinderViewPresetStore presets;
+            QCOMPARE(features.settings().enabledFeatureIDs,
+                     FeatureSettingsDefaults::settings().enabledFeatureIDs);
+            QVERIFY(preferences.revealActionResults() && !preferences.revealCreatedItems());
+            QVERIFY(!destinations.destinations(CustomDestinationKind::quickOpen).isEmpty());
+            QVERIFY(actions.actions().isEmpty());
+            QCOMPARE(presets.presets().size(), 3);
+            for (const QString& file : names)
+                QVERIFY2(readAll(folder + file + u".unreadable"_qs) == bytes,
+                         qPrintable(u"%1: %2"_qs.arg(QLatin1String(name), file)));
+            // A schedule that cannot be read shows as empty and is never rewritten: nothing due is lost.
+            ScheduledDeletionListStore deletions;
+            QVERIFY(deletions.items().isEmpty());
+            QCOMPARE(readAll(schedule), bytes);
+            QCOMPARE(AppPreferencesPersistence::load(), AppPreferences({false, true, false}));
+        }
+    }
+
+    // Root reads any file, so this runs again as an unprivileged account, in a process of its own.
+    void settingsFileThisAccountCannotReadIsMovedAsideNotLost() {
+        if (::geteuid() == 0) {
+            cleanup();             // the child makes a private home of its own, where it may write
+            QTemporaryDir runtime; // or Qt would make /tmp/runtime-nobody and leave it
+            QCOMPARE(::chown(QFile::encodeName(runtime.path()).constData(), 65534, 65534), 0);
+            QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+            environment.insert(u"XDG_RUNTIME_DIR"_qs, runtime.path());
+            QProcess child;
+            child.setProcessEnvironment(environment);
+            child.setProcessChannelMode(QProcess::MergedChannels);
+            child.start(u"setpriv"_qs, {u"--reuid=nobody"_qs, u"--regid=nogroup"_qs, u"--clear-groups"_qs,
+                                        QCoreApplication::applicationFilePath(),
+                                        u"settingsFileThisAccountCannotReadIsMovedAsideNotLost"_qs});
+            if (!child.waitForStarted())
+                QSKIP("setpriv is not available to drop root's rights");
+            QVERIFY(child.waitForFinished(120000));
+            const QByteArray output = child.readAll();
+            QVERIFY2(child.exitCode() == 0 && output.contains("PASS   : TestSettingsStores::settingsFile"),
+                     output.constData());
+            return;
+        }
+        TestEnvironment& environment = *m_environment;
+        const QString path = environment.home() + u"/.config/kestro/CustomShortcutActions.plist"_qs;
+        const QByteArray bytes = "<plist><array></array></plist>";
+        environment.writeFile(path, bytes);
+        QVERIFY(QFile::setPermissions(path, QFileDevice::WriteOwner));
+        QVERIFY(!QFile(path).open(QIODevice::ReadOnly));
+        CustomShortcutActionStore store;
+        QVERIFY(store.actions().isEmpty());
+        QVERIFY(store.addScript(environment.writeFile(u"tidy.sh"_qs, "#!/bin/sh\n")));
+        // The new list is written; the file that could not be read is beside it, whole.
+        const QString aside = path + u".unreadable"_qs;
+        QVERIFY(QFile::setPermissions(aside, QFileDevice::ReadOwner | QFileDevice::WriteOwner));
+        QCOMPARE(readAll(aside), bytes);
+        QVERIFY(readAll(path).contains("tidy.sh"));
+    }
+
+    void scheduleWithAMalformedEntryIsKeptAsideBeforeItIsRewritten() {
+        TestEnvironment& environment = *m_environment;
+        const QString file = environment.writeFile(u"files/a.txt"_qs, "a");
+        const QDateTime now = QDateTime::currentDateTimeUtc();
+        const QString path = ScheduledDeletionPersistence::fileURL();
+        QVERIFY(PropertyListFile::write(
+            path,
+            QVariantList{
+                QVariantMap{
+                    {"id", "good"}, {"path", file}, {"scheduledAt", now}, {"deleteAt", now.addDays(1)}},
+                QVariantMap{{"id", "bad"}, {"path", "/somewhere/else"}, {"scheduledAt", "yesterday"}}}));
+        const QByteArray original = readAll(path);
+        // Reading alone writes nothing.
+        QCOMPARE(ScheduledDeletionStore::items().size(), 1);
+        QVERIFY(!QFileInfo::exists(path + u".unreadable"_qs));
+        ScheduledDeletionStore::cancel(u"good"_qs);
+        QCOMPARE(readAll(path + u".unreadable"_qs), original);
+        QVERIFY(ScheduledDeletionStore::items().isEmpty());
+        // The next change has nothing left out, so nothing more is copied.
+        ScheduledDeletionStore::schedule({file}, 3600);
+        QVERIFY(!QFileInfo::exists(path + u".unreadable 2"_qs));
+    }
+};
+
+QTEST_MAIN(TestSettingsStores)
+#include "test_settings_stores.moc"

@@ -1,0 +1,867 @@
+// The settings window, every question of the widget prompts and the consent a link from another program
+// needs, against real stores in a private home, opened for real and driven with the mouse and keyboard:
+// every switch, button and drop must reach the files, every answer must come back as given.
+#include "app/ConsentDialog.h"
+#include "app/QtChineseTexts.h"
+#include "app/WidgetPrompts.h"
+#include "catalogue/AppPreferencesPersistence.h"
+#include "catalogue/AppPreferencesStore.h"
+#include "catalogue/FeatureSettingsDefaults.h"
+#include "catalogue/FeatureSettingsPersistence.h"
+#include "catalogue/FeatureSettingsStore.h"
+#include "catalogue/KestroFeature.h"
+#include "intake/FeatureRequestMailer.h"
+#include "intake/FinderSelectionModel.h"
+#include "platform/HeadlessPrompts.h"
+#include "platform/KestroPaths.h"
+#include "platform/Platform.h"
+#include "platform/PropertyListFile.h"
+#include "platform/ShortcutsTool.h"
+#include "settings-ui/CustomDestinationSection.h"
+#include "settings-ui/CustomShortcutActionSection.h"
+#include "settings-ui/FeatureChildListModel.h"
+#include "settings-ui/FeatureChildrenSection.h"
+#include "settings-ui/FeatureDetailView.h"
+#include "settings-ui/FeatureRequestSheet.h"
+#include "settings-ui/FeatureSidebarModel.h"
+#include "settings-ui/FinderViewPresetSection.h"
+#include "settings-ui/FittedListView.h"
+#include "settings-ui/PreferencesDetailView.h"
+#include "settings-ui/ScheduledDeletionSection.h"
+#include "settings-ui/SettingsContentView.h"
+#include "settings-ui/SettingsRowDelegate.h"
+#include "settings-ui/SettingsSidebar.h"
+#include "settings-ui/SettingsToggleRow.h"
+#include "settings-ui/ToggleSwitch.h"
+#include "stores/CustomDestinationPersistence.h"
+#include "stores/CustomDestinationStore.h"
+#include "stores/CustomShortcutActionPersistence.h"
+#include "stores/CustomShortcutActionStore.h"
+#include "stores/FinderViewPresetPersistence.h"
+#include "stores/FinderViewPresetStore.h"
+#include "stores/ScheduledDeletionListStore.h"
+#include "stores/ScheduledDeletionStore.h"
+#include "support/FakePlatform.h"
+#include "support/KestroProcess.h"
+#include "support/ModalAnswer.h"
+#include "support/QuietPreferences.h"
+#include "support/TestEnvironment.h"
+
+#include <functional>
+#include <QApplication>
+#include <QComboBox>
+#include <QDir>
+#include <QDrag>
+#include <QFile>
+#include <QImage>
+#include <QLabel>
+#include <QLineEdit>
+#include <QListWidget>
+#include <QMessageBox>
+#include <QPlainTextEdit>
+#include <QPushButton>
+#include <QTest>
+#include <QtTest>
+#include <QUrl>
+#include <QUrlQuery>
+
+using namespace Modal;
+using namespace Qt::Literals::StringLiterals;
+using namespace std::chrono_literals;
+
+namespace {
+
+// Runs what the user does once the dialog is up, from the event loop the dialog itself runs.
+ModalAnswer whenDialogShows(std::function<void(ConsentDialog&)> user) {
+    return ModalAnswer([user](QWidget* dialog) { user(*qobject_cast<ConsentDialog*>(dialog)); });
+}
+
+QPushButton* buttonOf(ConsentDialog& dialog, const char* name) {
+    return dialog.findChild<QPushButton*>(QLatin1String(name));
+}
+
+// A link's request to copy a private file into a shared folder, with the real consent dialog to answer it.
+struct Consent {
+    TestEnvironment environment;
+    FinderSelectionModel model;
+    QString source = environment.writeFile(u"home/secret.txt"_qs, "s");
+    QString destination = environment.makeFolder(u"shared"_qs);
+
+    Consent() {
+        saveQuietPreferences();
+        Platform::setPrompts(std::make_shared<WidgetPrompts>(ConsentTiming{300ms, 5s}));
+        model.setSettingsSource([] {
+            FeatureSettings settings = FeatureSettingsDefaults::settings();
+            for (const KestroFeature& feature : KestroFeature::allCases())
+                settings.enabledFeatureIDs.insert(feature.id());
+            return settings;
+        });
+    }
+    QString request() const {
+        return kestroActionURL(u"copyFilesToFolder"_qs, {source}, std::nullopt, destination);
+    }
+    bool copied() const { return QFile::exists(destination + u"/secret.txt"_qs); }
+};
+
+QString makeExecutable(const TestEnvironment& environment, const QString& name) {
+    const QString path = environment.writeFile(name, "#!/bin/sh\nexit 0\n");
+    QFile::setPermissions(path, QFile::permissions(path) | QFileDevice::ExeOwner);
+    return path;
+}
+
+// The stores and the window's content, built in the order the host builds them, in a private home.
+struct Window {
+    TestEnvironment environment;
+    FeatureSettingsStore featureSettings;
+    CustomDestinationStore destinations;
+    CustomShortcutActionStore customActions;
+    FinderViewPresetStore presets;
+    AppPreferencesStore preferences;
+    ScheduledDeletionListStore deletions;
+    SettingsContentView view{
+        SettingsStores{featureSettings, preferences, destinations, customActions, presets, deletions}};
+
+    Window() {
+        view.resize(860, 560);
+        view.show();
+    }
+    FeatureDetailView* open(KestroFeature feature) {
+        view.showPage(SettingsPage::of(feature));
+        QTest::qWaitForWindowExposed(&view);
+        return view.featurePage(feature);
+    }
+    template <typename Section> Section* section(KestroFeature feature) {
+        return qobject_cast<Section*>(open(feature)->userSection());
+    }
+};
+
+QStringList storedList(const char* key) {
+    const auto root = PropertyListFile::read(FeatureSettingsPersistence::applicationFileURL());
+    return root ? root->toMap().value(QLatin1String(key)).toStringList() : QStringList();
+}
+
+QPoint switchOf(QRect row) {
+    return SettingsRowDelegate::switchRect(row).center();
+}
+QPoint handleOf(QRect row) {
+    return SettingsRowDelegate::handleRect(row).center();
+}
+
+// The drags a view has started since the last look: Qt makes each QDrag a child of its source.
+int dragsStartedBy(QObject* view) {
+    const QList<QDrag*> drags = view->findChildren<QDrag*>(Qt::FindDirectChildrenOnly);
+    qDeleteAll(drags);
+    return int(drags.size());
+}
+
+} // namespace
+
+class TestWidgets : public QObject {
+    Q_OBJECT
+
+private slots:
+    void initTestCase() { installQtChineseTexts(*QCoreApplication::instance()); }
+
+    void textPromptAnswersWhatWasTypedOrNothing() {
+        WidgetPrompts prompts;
+        const QString typed = u"  报告 \"最终\" 版 "_qs;
+        ModalAnswer answer([&](QWidget* dialog) {
+            QVERIFY(labelTexts(dialog).contains(u"添加前缀"_qs));
+            QVERIFY(labelTexts(dialog).contains(u"输入要添加到文件名前面的文字。"_qs));
+            auto* field = dialog->findChild<QLineEdit*>();
+            QCOMPARE(QApplication::focusWidget(), field);
+            type(field, typed);
+            click(button(dialog, u"确定"_qs));
+        });
+        QCOMPARE(prompts.promptText(u"添加前缀"_qs, u"输入要添加到文件名前面的文字。"_qs),
+                 std::optional<QString>(typed));
+        QCOMPARE(answer.answered(), 1);
+
+        ModalAnswer cancelled([](QWidget* dialog) {
+            type(dialog->findChild<QLineEdit*>(), u"x"_qs);
+            cancel(dialog);
+        });
+        QCOMPARE(prompts.promptText(u"a"_qs, u"b"_qs), std::nullopt);
+        QCOMPARE(cancelled.answered(), 1);
+
+        // Escape cancels as well.
+        ModalAnswer escape([](QWidget* dialog) { QTest::keyClick(dialog, Qt::Key_Escape); });
+        QCOMPARE(prompts.promptText(u"a"_qs, u"b"_qs), std::nullopt);
+        QCOMPARE(escape.answered(), 1);
+    }
+
+    void fieldsGrowWithALargeFont() {
+        WidgetPrompts prompts;
+        const QFont saved = QApplication::font();
+        QFont large = saved;
+        large.setPixelSize(40);
+        QApplication::setFont(large);
+        int fieldHeight = 0;
+        int textHeight = 0;
+        ModalAnswer answer([&](QWidget* dialog) {
+            auto* field = dialog->findChild<QLineEdit*>();
+            fieldHeight = field->height();
+            textHeight = field->fontMetrics().height();
+            cancel(dialog);
+        });
+        prompts.promptText(u"添加前缀"_qs, u"输入要添加到文件名前面的文字。"_qs);
+        QApplication::setFont(saved);
+        QCOMPARE(answer.answered(), 1);
+        QVERIFY2(fieldHeight >= textHeight, qPrintable(u"%1 < %2"_qs.arg(fieldHeight).arg(textHeight)));
+    }
+
+    void resizePromptExplainsItselfAndHintsInsideItsFields() {
+        WidgetPrompts prompts;
+        ModalAnswer answer([](QWidget* dialog) {
+            const QStringList texts = labelTexts(dialog);
+            QVERIFY(texts.contains(u"调整图片大小"_qs));
+            QVERIFY(texts.contains(u"输入宽度和高度，例如 1024 x 768。"_qs));
+            // The hints are placeholders, not labels beside the fields.
+            QVERIFY(!texts.contains(u"宽度（像素）"_qs));
+            const QList<QLineEdit*> fields = dialog->findChildren<QLineEdit*>();
+            QCOMPARE(fields.size(), 2);
+            QCOMPARE(fields.at(0)->placeholderText(), u"宽度（像素）"_qs);
+            QCOMPARE(fields.at(1)->placeholderText(), u"高度（像素）"_qs);
+            QCOMPARE(QApplication::focusWidget(), fields.at(0));
+            type(fields.at(0), u"1024"_qs);
+            QTest::keyClick(fields.at(0), Qt::Key_Tab);
+            type(QApplication::focusWidget(), u"768"_qs);
+            QTest::keyClick(QApplication::focusWidget(), Qt::Key_Return);
+        });
+        const auto size = prompts.promptTwoTexts(u"调整图片大小"_qs, u"输入宽度和高度，例如 1024 x 768。"_qs,
+                                                 u"宽度（像素）"_qs, u"高度（像素）"_qs);
+        QCOMPARE(answer.answered(), 1);
+        QCOMPARE(size, std::optional(std::pair(u"1024"_qs, u"768"_qs)));
+    }
+
+    void folderPanelsAnswerTheChosenFolder() {
+        TestEnvironment environment;
+        WidgetPrompts prompts;
+        const QString folder = environment.makeFolder(u"目标 夹 'x'"_qs);
+        ModalAnswer answer([&](QWidget* dialog) {
+            auto* panel = qobject_cast<QFileDialog*>(dialog);
+            QVERIFY(panel);
+            QCOMPARE(panel->windowTitle(), u"选择目标文件夹"_qs);
+            QCOMPARE(panel->labelText(QFileDialog::Accept), u"复制到这里"_qs);
+            // Qt's own texts of the panel are Chinese too.
+            auto* box = panel->findChild<QDialogButtonBox*>(u"buttonBox"_qs);
+            QCOMPARE(box->button(QDialogButtonBox::Cancel)->text().remove(u'&').left(2), u"取消"_qs);
+            typeIntoFilePanel(dialog, folder);
+        });
+        QCOMPARE(prompts.chooseDirectory(u"复制到这里"_qs), std::optional(folder));
+        QCOMPARE(answer.answered(), 1);
+
+        OpenPanelRequest request;
+        request.title = u"选择要添加到“复制到文件夹”的文件夹"_qs;
+        request.buttonLabel = u"添加"_qs;
+        request.choose = OpenPanelRequest::Choose::folder;
+        request.initialDirectory = environment.root();
+        request.canCreateFolders = true;
+        ModalAnswer add([&](QWidget* dialog) {
+            auto* panel = qobject_cast<QFileDialog*>(dialog);
+            QCOMPARE(panel->windowTitle(), request.title);
+            QCOMPARE(panel->labelText(QFileDialog::Accept), u"添加"_qs);
+            QCOMPARE(QDir(panel->directory()).canonicalPath(), QDir(environment.root()).canonicalPath());
+            QCOMPARE(panel->fileMode(), QFileDialog::Directory);
+            QVERIFY(!panel->testOption(QFileDialog::ReadOnly));
+            typeIntoFilePanel(dialog, folder + u'/');
+        });
+        QCOMPARE(prompts.chooseItem(request), std::optional(folder));
+        QCOMPARE(add.answered(), 1);
+
+        ModalAnswer cancelled([](QWidget* dialog) { cancel(dialog); });
+        QCOMPARE(prompts.chooseItem(request), std::nullopt);
+        QCOMPARE(cancelled.answered(), 1);
+    }
+
+    void filePanelAnswersAnExistingFileOnly() {
+        TestEnvironment environment;
+        WidgetPrompts prompts;
+        const QString script = environment.writeFile(u"home/脚本 1.py"_qs, "print(1)\n");
+        OpenPanelRequest request;
+        request.title = u"选择扩展脚本"_qs;
+        request.buttonLabel = u"添加"_qs;
+        request.choose = OpenPanelRequest::Choose::file;
+        request.initialDirectory = environment.home();
+        ModalAnswer answer([&](QWidget* dialog) {
+            auto* panel = qobject_cast<QFileDialog*>(dialog);
+            QCOMPARE(panel->fileMode(), QFileDialog::ExistingFile);
+            QVERIFY(panel->testOption(QFileDialog::ReadOnly)); // no new folders here
+            // A relative name is taken in the panel's folder.
+            typeIntoFilePanel(dialog, u"脚本 1.py"_qs);
+        });
+        QCOMPARE(prompts.chooseItem(request), std::optional(script));
+        QCOMPARE(answer.answered(), 1);
+    }
+
+    void applicationPanelTakesDesktopEntriesAndProgramsAndRefusesOtherFiles() {
+        TestEnvironment environment;
+        WidgetPrompts prompts;
+        const QString entry =
+            environment.writeFile(u"apps/org.example.Viewer.desktop"_qs,
+                                  "[Desktop Entry]\nType=Application\nName=Viewer\nExec=true\n");
+        const QString program = makeExecutable(environment, u"apps/viewer"_qs);
+        const QString text = environment.writeFile(u"apps/notes.txt"_qs, "not an application");
+        OpenPanelRequest request;
+        request.title = u"选择常用应用"_qs;
+        request.buttonLabel = u"添加"_qs;
+        request.choose = OpenPanelRequest::Choose::application;
+        request.initialDirectory = environment.root() + u"/apps"_qs;
+
+        for (const QString& chosen : {entry, program}) {
+            ModalAnswer answer([&](QWidget* picker) {
+                QCOMPARE(picker->windowTitle(), u"选择常用应用"_qs);
+                throughOtherApplications(picker, [&](QWidget* dialog) {
+                    QCOMPARE(dialog->windowTitle(), u"选择常用应用"_qs);
+                    typeIntoFilePanel(dialog, chosen);
+                });
+            });
+            QCOMPARE(prompts.chooseItem(request), std::optional(chosen));
+            QCOMPARE(answer.answered(), 1);
+        }
+
+        // A plain file is refused with a message; the panel stays open until the user gives up.
+        QString message;
+        QString buttonText;
+        std::unique_ptr<ModalAnswer> warning;
+        ModalAnswer refuse([&](QWidget* picker) {
+            throughOtherApplications(picker, [&](QWidget* dialog) {
+                auto* panel = qobject_cast<QFileDialog*>(dialog);
+                // The panel lists folders and applications only.
+                QTRY_VERIFY(panel->proxyModel());
+                warning = std::make_unique<ModalAnswer>(
+                    [&](QWidget* box) {
+                        auto* alert = qobject_cast<QMessageBox*>(box);
+                        message = alert ? alert->text() : QString();
+                        buttonText = alert && alert->buttons().size() == 1
+                                         ? alert->buttons().constFirst()->text()
+                                         : QString();
+                        QTest::keyClick(box, Qt::Key_Return);
+                        QTimer::singleShot(50, panel, [panel] { cancel(panel); });
+                    },
+                    dialog);
+                typeIntoFilePanel(dialog, text);
+            });
+            cancel(picker); // the panel given up, the picker is too
+        });
+        QCOMPARE(prompts.chooseItem(request), std::nullopt);
+        QCOMPARE(refuse.answered(), 1);
+        QCOMPARE(warning->answered(), 1);
+        QCOMPARE(message, u"“%1”不是应用：请选择 .desktop 文件或可执行文件。"_qs.arg(text));
+        QCOMPARE(buttonText.remove(u'&').left(2), u"确定"_qs);
+    }
+
+    void shortcutPickerListsCompletesAndTakesTypedNames() {
+        WidgetPrompts prompts;
+        const QStringList names{u"压缩图片"_qs, u"Resize Photos"_qs, u"Rename All"_qs};
+        ModalAnswer preset([&](QWidget* dialog) {
+            QVERIFY(labelTexts(dialog).contains(u"添加快捷指令"_qs));
+            QVERIFY(labelTexts(dialog).contains(u"选一个"_qs));
+            auto* box = dialog->findChild<QComboBox*>();
+            QVERIFY(box && box->isEditable());
+            QCOMPARE(box->count(), 3);
+            QCOMPARE(box->currentText(), u"压缩图片"_qs); // preset to the first
+            QCOMPARE(box->lineEdit()->placeholderText(), u"快捷指令名称"_qs);
+            QCOMPARE(button(dialog, u"添加"_qs)->text(), u"添加"_qs);
+            // Typing completes from the list.
+            box->lineEdit()->selectAll();
+            type(box->lineEdit(), u"Ren"_qs);
+            QCOMPARE(box->currentText(), u"Rename All"_qs);
+            click(button(dialog, u"添加"_qs));
+        });
+        QCOMPARE(prompts.chooseShortcutName(u"添加快捷指令"_qs, u"选一个"_qs, u"快捷指令名称"_qs, names),
+                 std::optional(u"Rename All"_qs));
+        QCOMPARE(preset.answered(), 1);
+
+        // With no names the box starts empty and takes what is typed.
+        ModalAnswer typed([&](QWidget* dialog) {
+            auto* box = dialog->findChild<QComboBox*>();
+            QCOMPARE(box->count(), 0);
+            QCOMPARE(box->currentText(), QString());
+            type(box->lineEdit(), u"我的 快捷指令"_qs);
+            QTest::keyClick(box->lineEdit(), Qt::Key_Return);
+        });
+        QCOMPARE(prompts.chooseShortcutName(u"添加快捷指令"_qs, u"没有"_qs, u"快捷指令名称"_qs, {}),
+                 std::optional(u"我的 快捷指令"_qs));
+        QCOMPARE(typed.answered(), 1);
+
+        ModalAnswer cancelled([](QWidget* dialog) { cancel(dialog); });
+        QCOMPARE(prompts.chooseShortcutName(u"t"_qs, u"m"_qs, u"p"_qs, names), std::nullopt);
+        QCOMPARE(cancelled.answered(), 1);
+    }
+
+    void featureRequestDialogAnswersTheWrittenText() {
+        WidgetPrompts prompts;
+        ModalAnswer answer([](QWidget* dialog) {
+            QVERIFY(labelTexts(dialog).contains(u"请求新功能"_qs));
+            auto* editor = dialog->findChild<QPlainTextEdit*>();
+            type(editor, u"批量加水印"_qs);
+            QTest::keyClick(editor, Qt::Key_Return);
+            type(editor, u"第二行"_qs);
+            click(button(dialog, u"提交"_qs));
+        });
+        QCOMPARE(prompts.requestFeatureText(), std::optional(u"批量加水印\n第二行"_qs));
+        QCOMPARE(answer.answered(), 1);
+    }
+    void childRowsChangeAtTheirSwitchAndDragFromTheirHandleOnly() {
+        Window window;
+        FeatureChildrenSection* section = window.open(KestroFeature::createFile)->childrenSection();
+        QListView* list = section->listView();
+        const QString first = section->model()->children().constFirst().actionID;
+        const QByteArray before = readAll(FeatureSettingsPersistence::applicationFileURL());
+        // The handle, the title, the blank middle: clicked and double-clicked, nothing changes.
+        for (const auto where :
+             {handleOf, +[](QRect row) { return QPoint(row.left() + row.width() / 3, row.center().y()); },
+              +[](QRect row) {
+                  return QPoint(SettingsRowDelegate::switchRect(row).left() - 20, row.top() + 3);
+              }}) {
+            clickRow(list, 0, where);
+            QTest::mouseDClick(list->viewport(), Qt::LeftButton, {}, where(rowRect(list, 0)));
+        }
+        QCOMPARE(readAll(FeatureSettingsPersistence::applicationFileURL()), before);
+        // A drag from the middle of the row is none; from the handle it is, and switches nothing.
+        dragsStartedBy(list);
+        drag(list, rowRect(list, 0).center(), rowRect(list, 2).center(), false);
+        QCOMPARE(dragsStartedBy(list), 0);
+        drag(list, handleOf(rowRect(list, 0)), handleOf(rowRect(list, 2)), false);
+        QCOMPARE(dragsStartedBy(list), 1);
+        // Data a drop carries for other roles switches nothing either.
+        QVERIFY(
+            !section->model()->setData(section->model()->index(0, 0), int(Qt::Unchecked), Qt::DisplayRole));
+        QCOMPARE(readAll(FeatureSettingsPersistence::applicationFileURL()), before);
+
+        // The switch flips it, on both copies; so does the space bar on the current row.
+        clickRow(list, 0, switchOf);
+        QVERIFY(!storedList("enabledChildIDs").contains(first) &&
+                !window.featureSettings.isChildEnabled(first));
+        QCOMPARE(readAll(FeatureSettingsPersistence::extensionFileURL()),
+                 readAll(FeatureSettingsPersistence::applicationFileURL()));
+        list->setCurrentIndex(list->model()->index(0, 0));
+        QTest::keyClick(list, Qt::Key_Space);
+        QVERIFY(storedList("enabledChildIDs").contains(first));
+        QCOMPARE(list->model()->index(0, 0).data(Qt::CheckStateRole).toInt(), int(Qt::Checked));
+        QVERIFY(storedList("enabledFeatureIDs").contains(u"createFile"_qs));
+    }
+
+    void twoLineRowsAreAsTallAsTheirText() {
+        Window window;
+        QListView* list = window.open(KestroFeature::createFile)->childrenSection()->listView();
+        for (int pixels : {12, 40}) {
+            QFont font = list->font();
+            font.setPixelSize(pixels);
+            list->setFont(font);
+            list->doItemsLayout();
+            QFont bold = font;
+            bold.setBold(true);
+            const int text = QFontMetrics(bold).height() + QFontMetrics(font).height();
+            const int height = rowRect(list, 0).height();
+            // Chinese from a fallback face makes a line up to a third taller than the font's own metrics.
+            QVERIFY2(height >= text + 8 && height <= text * 3 / 2 + 20,
+                     qPrintable(u"%1 for %2"_qs.arg(height).arg(text)));
+        }
+    }
+
+    void everyAddButtonOpensItsPanelAndAddsTheChoice() {
+        Window window;
+        Platform::setPrompts(std::make_shared<WidgetPrompts>());
+        const auto add = [&](KestroFeature feature, const QString& button,
+                             std::function<void(QWidget*)> answer) {
+            ModalAnswer panel(std::move(answer));
+            click(visibleButton(window.open(feature)->userSection(), button));
+            return panel.answered();
+        };
+        // 添加常用路径: a folder, through the folder panel.
+        const QString folder = window.environment.makeFolder(u"常用 夹 'x'"_qs);
+        QCOMPARE(add(KestroFeature::copyFile, u"添加常用路径"_qs,
+                     [&](QWidget* dialog) { typeIntoFilePanel(dialog, folder); }),
+                 1);
+        const CustomDestination copy = CustomDestinationPersistence::load()->value(u"copy"_qs).constLast();
+        QVERIFY(copy.path == folder && copy.name == u"常用 夹 'x'"_qs);
+
+        // 添加应用: the installed applications by name and icon (hidden ones left out), named by Name.
+        const QString iconPath = window.environment.root() + u"/viewer.png"_qs;
+        QImage(16, 16, QImage::Format_RGB32).save(iconPath);
+        const QString entry = KestroPaths::applicationsDirectory() + u"/org.example.Viewer.desktop"_qs;
+        window.environment.writeFile(
+            entry, "[Desktop Entry]\nType=Application\nExec=true\nName=Viewer\nName[zh_CN]=看图\nIcon=" +
+                       iconPath.toUtf8() + '\n');
+        window.environment.writeFile(
+            entry + u".hidden.desktop"_qs,
+            "[Desktop Entry]\nType=Application\nExec=true\nName=藏起来\nNoDisplay=true\n");
+        QCOMPARE(add(KestroFeature::openWith, u"添加应用"_qs,
+                     [&](QWidget* dialog) {
+                         auto* list = dialog->findChild<QListWidget*>();
+                         const QList<QListWidgetItem*> found = list->findItems(u"看图"_qs, Qt::MatchExactly);
+                         QVERIFY(found.size() == 1 && !found.constFirst()->icon().isNull());
+                         QVERIFY(list->findItems(u"藏起来"_qs, Qt::MatchExactly).isEmpty());
+                         list->setCurrentItem(found.constFirst());
+                         click(button(dialog, u"添加"_qs));
+                     }),
+                 1);
+        const CustomDestination application =
+            CustomDestinationPersistence::load()->value(u"openApplication"_qs).constLast();
+        QVERIFY(application.path == entry && application.name == u"看图"_qs);
+
+        // 添加脚本: a file, starting in the home folder.
+        const QString script = window.environment.writeFile(u"home/整理 照片.sh"_qs, "#!/bin/sh\n");
+        QCOMPARE(add(KestroFeature::customActions, u"添加脚本"_qs,
+                     [&](QWidget* dialog) { typeIntoFilePanel(dialog, u"整理 照片.sh"_qs); }),
+                 1);
+        QCOMPARE(CustomShortcutActionPersistence::load().constLast().scriptPath, script);
+        QCOMPARE(CustomShortcutActionPersistence::load().constLast().name, u"整理 照片"_qs);
+
+        // 添加快捷指令: the picker lists what the shortcuts tool lists (a stand-in: this system has none).
+        const QString tool = window.environment.writeFile(
+            u"bin/shortcuts"_qs, "#!/bin/sh\nprintf '压缩图片\\n  Rename All \\n\\n'\n");
+        QFile::setPermissions(tool, QFile::permissions(tool) | QFileDevice::ExeOwner);
+        ShortcutsTool::setExecutablePath(tool);
+        const int picked = add(KestroFeature::customActions, u"添加快捷指令"_qs, [&](QWidget* dialog) {
+            auto* box = dialog->findChild<QComboBox*>();
+            QCOMPARE(box->count(), 2);
+            box->lineEdit()->selectAll();
+            type(box->lineEdit(), u"Ren"_qs);
+            click(button(dialog, u"添加"_qs));
+        });
+        ShortcutsTool::resetExecutablePath();
+        QCOMPARE(picked, 1);
+        const CustomShortcutAction added = CustomShortcutActionPersistence::load().constLast();
+        QVERIFY(added.kind == CustomShortcutAction::Kind::shortcut && added.shortcutName == u"Rename All"_qs);
+        // Cancelling a panel adds nothing.
+        QCOMPARE(add(KestroFeature::customActions, u"添加脚本"_qs, [](QWidget* dialog) { cancel(dialog); }),
+                 1);
+        QCOMPARE(window.customActions.actions().size(), 2);
+    }
+
+    void presetSectionAddsEditsAndRemovesThroughItsControls() {
+        Window window;
+        auto* section = window.section<FinderViewPresetSection>(KestroFeature::viewOptions);
+        QCOMPARE(window.presets.presets().size(), 3);
+        click(visibleButton(section, u"添加显示方案"_qs));
+        QCOMPARE(FinderViewPresetPersistence::load()->size(), 4);
+        const QString id = window.presets.presets().constLast().id;
+        QCOMPARE(section->nameField()->text(), u"列表 · 按修改日期"_qs);
+        // Another sort, chosen with the keyboard: the automatic name follows it.
+        section->sortBox()->setFocus();
+        QTest::keyClick(section->sortBox(), Qt::Key_Down);
+        QCOMPARE(FinderViewPresetPersistence::preset(id)->sortMode, FinderSortMode::creationDate);
+        QCOMPARE(FinderViewPresetPersistence::preset(id)->name, u"列表 · 按创建日期"_qs);
+        // A typed name is kept through later changes; an emptied one is put back.
+        const QString mine = u"我的 \"方案\""_qs;
+        section->nameField()->setFocus();
+        section->nameField()->selectAll();
+        type(section->nameField(), mine);
+        QTest::keyClick(section->nameField(), Qt::Key_Return);
+        section->viewBox()->setFocus();
+        QTest::keyClick(section->viewBox(), Qt::Key_Down);
+        QCOMPARE(FinderViewPresetPersistence::preset(id)->viewMode, FinderViewMode::column);
+        QCOMPARE(FinderViewPresetPersistence::preset(id)->name, mine);
+        section->nameField()->setFocus();
+        section->nameField()->selectAll();
+        QTest::keyClick(section->nameField(), Qt::Key_Backspace);
+        QTest::keyClick(section->nameField(), Qt::Key_Return);
+        QCOMPARE(FinderViewPresetPersistence::preset(id)->name, mine);
+        QCOMPARE(section->nameField()->text(), mine);
+        // 移除 takes the selected preset away, and only that one.
+        click(visibleButton(section, u"移除"_qs));
+        QCOMPARE(FinderViewPresetPersistence::load()->size(), 3);
+        QVERIFY(!FinderViewPresetPersistence::preset(id));
+    }
+
+    void featureSwitchesAndTheAllChildrenButton() {
+        Window window;
+        FeatureChildrenSection* section = window.open(KestroFeature::imageTools)->childrenSection();
+        const QStringList images = KestroFeature(KestroFeature::imageTools).childIDs();
+        // Not every image action is on by default, so the button offers to turn them all on, then off.
+        for (const bool on : {true, false}) {
+            QCOMPARE(section->allButton()->text(), on ? u"全部开启"_qs : u"全部关闭"_qs);
+            click(section->allButton());
+            for (const QString& id : images)
+                QVERIFY2(storedList("enabledChildIDs").contains(id) == on, qPrintable(id));
+        }
+        QVERIFY(storedList("enabledFeatureIDs").contains(u"imageTools"_qs));
+        // The feature's own switch writes, and follows the store when it changes elsewhere.
+        FeatureDetailView* page = window.open(KestroFeature::developerTools);
+        QVERIFY(!page->enableRow()->toggle()->isChecked());
+        click(page->enableRow()->toggle());
+        QVERIFY(storedList("enabledFeatureIDs").contains(u"developerTools"_qs));
+        window.featureSettings.setEnabled(false, KestroFeature::developerTools);
+        QVERIFY(!page->enableRow()->toggle()->isChecked());
+    }
+
+    // The real drags are in test_settings_drag (under Xvfb); here a drop's effect on a selection that is not
+    // the dragged row, and a drop that changes nothing.
+    void aFeatureDropKeepsTheSelectedPage() {
+        Window window;
+        FeatureSidebarModel* model = window.view.sidebar()->model();
+        const QList<KestroFeature> before = window.featureSettings.orderedFeatures();
+        const KestroFeature selected = before.at(2);
+        window.view.showPage(SettingsPage::of(selected));
+        QVERIFY(!model->feature(-1) && !model->feature(model->rowCount()));
+        QVERIFY(model->moveRows({}, 5, 1, {}, 0));
+        QCOMPARE(window.featureSettings.orderedFeatures().constFirst(), before.at(5));
+        QCOMPARE(storedList("featureOrder").at(0), before.at(5).id());
+        QCOMPARE(window.view.currentPage(), SettingsPage::of(selected));
+        QCOMPARE(window.view.sidebar()->featureList()->currentIndex().row(), 3);
+        const QByteArray file = readAll(FeatureSettingsPersistence::applicationFileURL());
+        QVERIFY(!model->moveRows({}, 3, 1, {}, 4));
+        QCOMPARE(readAll(FeatureSettingsPersistence::applicationFileURL()), file);
+        QVERIFY(model->moveRows({}, 3, 1, {}, model->rowCount()));
+        QCOMPARE(window.featureSettings.orderedFeatures().constLast(), selected);
+        QCOMPARE(window.view.sidebar()->featureList()->currentIndex().row(), model->rowCount() - 1);
+    }
+
+    void preferenceSwitchesSaveAtOnceAndARefusedLoginItemFlipsBack() {
+        Window window;
+        PreferencesDetailView* page = window.view.preferencesPage();
+        window.view.showPage(SettingsPage::preferences());
+        click(page->revealCreatedItemsRow()->toggle());
+        QVERIFY(AppPreferencesPersistence::load().revealCreatedItems);
+        click(page->revealActionResultsRow()->toggle());
+        QVERIFY(!AppPreferencesPersistence::load().revealActionResults);
+        QVERIFY(labelTexts(page->failureNotificationsRow()).contains(u"操作失败时显示通知"_qs));
+        click(page->failureNotificationsRow()->toggle());
+        QVERIFY(!AppPreferencesPersistence::load().showsFailureNotifications);
+        click(page->groupingRow()->toggle()); // on by default
+        QCOMPARE(PropertyListFile::read(FeatureSettingsPersistence::applicationFileURL())
+                     ->toMap()
+                     .value("groupsFeaturesUnderKestro"),
+                 QVariant(false));
+        click(page->collapsedLayoutRow()->toggle());
+        QCOMPARE(FeatureSettingsPersistence::loadSettings()->menuLayout, FinderMenuLayout::expanded);
+
+        SettingsToggleRow* login = page->launchAtLoginRow();
+        FakePlatform::loginItems().refuses = true;
+        click(login->toggle());
+        QVERIFY(!login->toggle()->isChecked() && !window.preferences.launchAtLogin());
+        QVERIFY2(login->note().contains(u"login item refused"_qs), qPrintable(login->note()));
+        FakePlatform::loginItems().refuses = false;
+        click(login->toggle());
+        QVERIFY(login->toggle()->isChecked() && login->note().isEmpty() &&
+                FakePlatform::loginItems().enabled);
+        QVERIFY(AppPreferencesPersistence::load().launchAtLogin);
+    }
+
+    void theWindowKeepsWhatTheStoreHoldsWhenTheFileGoes() {
+        Window window;
+        QVERIFY(QFile::remove(FeatureSettingsPersistence::applicationFileURL()));
+        FeatureChildrenSection* section = window.open(KestroFeature::copyPath)->childrenSection();
+        clickRow(section->listView(), 1, switchOf);
+        QVERIFY(!storedList("enabledChildIDs").contains(section->model()->children().at(1).actionID));
+        QCOMPARE(storedList("featureOrder").size(), 14);
+        window.environment.writeFile(FeatureSettingsPersistence::applicationFileURL(), "not a property list");
+        click(window.view.featurePage(KestroFeature::copyPath)->enableRow()->toggle());
+        QVERIFY(!storedList("enabledFeatureIDs").contains(u"copyPath"_qs));
+    }
+
+    void everyPageShowsItsOwnLists() {
+        Window window;
+        const QSet<KestroFeature> withList{KestroFeature::copyFile,         KestroFeature::organizeFile,
+                                           KestroFeature::quickOpen,        KestroFeature::openWith,
+                                           KestroFeature::customActions,    KestroFeature::viewOptions,
+                                           KestroFeature::scheduledDeletion};
+        for (KestroFeature feature : KestroFeature::allCases()) {
+            FeatureDetailView* page = window.open(feature);
+            QCOMPARE(window.view.currentDetail(), page);
+            QCOMPARE(page->userSection() != nullptr, withList.contains(feature));
+            QCOMPARE(page->childrenSection() != nullptr, !feature.children().isEmpty());
+        }
+        // The sidebar: the features in the store's order, then preferences and the feature request.
+        SettingsSidebar* sidebar = window.view.sidebar();
+        for (int row = 0; row < sidebar->model()->rowCount(); ++row)
+            QCOMPARE(*sidebar->model()->feature(row), window.featureSettings.orderedFeatures().at(row));
+        QListWidget* extras = sidebar->extraList();
+        clickRow(extras, 0);
+        QVERIFY(window.view.currentPage().isPreferences());
+        QCOMPARE(window.view.currentDetail(), window.view.preferencesPage());
+        clickRow(extras, 1);
+        // The sheet opens over the page, which stays selected.
+        QVERIFY(window.view.currentPage().isPreferences());
+        auto* sheet = window.view.window()->findChild<FeatureRequestSheet*>();
+        QTRY_VERIFY(sheet && sheet->isVisible());
+        sheet->reject();
+    }
+
+    void scheduledDeletionCanBeCancelledFromThePage() {
+        Window window;
+        const QString keep = window.environment.writeFile(u"files/keep me.txt"_qs, "a");
+        const QString gone = window.environment.writeFile(u"files/cancel me.txt"_qs, "b");
+        ScheduledDeletionStore::schedule({keep}, 3600);
+        ScheduledDeletionStore::schedule({gone}, 60);
+        auto* section = window.section<ScheduledDeletionSection>(KestroFeature::scheduledDeletion);
+        QTRY_COMPARE(section->model()->rowCount(), 2);
+        QCOMPARE(section->model()->rows().at(0).title, u"cancel me.txt"_qs); // earliest first
+        QPushButton* cancelButton = visibleButton(section, u"取消清理"_qs);
+        QVERIFY(cancelButton && !cancelButton->isEnabled()); // nothing chosen yet
+        clickRow(section->listView(), 0);
+        click(cancelButton);
+        QTRY_COMPARE(section->model()->rowCount(), 1);
+        QCOMPARE(ScheduledDeletionStore::items().size(), 1);
+        QCOMPARE(ScheduledDeletionStore::items().constFirst().path, keep);
+        QVERIFY(QFile::exists(gone)); // cancelling never touches the file
+    }
+
+    void aVanishedFolderIsShownWithAWarningAndRowsRemoveExactly() {
+        Window window;
+        const QString folder =
+            window.environment.makeFolder(u"a folder with a very long name "_qs + QString(70, QChar(0x6587)));
+        QVERIFY(window.destinations.addDestinationPath(CustomDestinationKind::copy, folder));
+        auto* section = window.section<CustomDestinationSection>(KestroFeature::copyFile);
+        const int row = section->model()->rowCount() - 1;
+        QVERIFY(!section->model()->rows().at(row).warning);
+        // The store is unchanged; the row follows the folder as it goes and comes back.
+        QVERIFY(QDir(folder).removeRecursively());
+        QTRY_VERIFY(section->model()->rows().at(row).warning);
+        QVERIFY(section->model()->rows().at(row).subtitle.contains(folder));
+        QVERIFY(QDir().mkpath(folder));
+        QTRY_VERIFY(!section->model()->rows().at(row).warning);
+        // Paths under the home folder read from "~"; a sibling that merely starts alike does not.
+        const QString home = window.environment.home();
+        QCOMPARE(UserListModel::displayPath(home + u"/Downloads/a b"_qs), u"~/Downloads/a b"_qs);
+        QCOMPARE(UserListModel::displayPath(home + u"2/x"_qs), home + u"2/x"_qs);
+        clickRow(section->listView(), row);
+        click(visibleButton(section, u"移除"_qs));
+        QCOMPARE(window.destinations.destinations(CustomDestinationKind::copy).size(), row);
+        QCOMPARE(section->model()->rowCount(), row);
+
+        // A custom action renamed in place is trimmed.
+        QVERIFY(window.customActions.addScript(
+            window.environment.writeFile(u"scripts/tidy.sh"_qs, "#!/bin/sh\n")));
+        auto* actions = window.section<CustomShortcutActionSection>(KestroFeature::customActions);
+        QVERIFY(actions->model()->setData(actions->model()->index(0), u"  整理 \n"_qs, Qt::EditRole));
+        QCOMPARE(CustomShortcutActionPersistence::load().constFirst().name, u"整理"_qs);
+    }
+
+    void featureRequestSheetOpensAPrefilledMailOrKeepsTheWish() {
+        TestEnvironment environment;
+        FeatureRequestSheet sheet;
+        sheet.show();
+        QVERIFY(QTest::qWaitForWindowExposed(&sheet));
+        type(sheet.editor(), u"  "_qs);
+        QVERIFY(!sheet.submitButton()->isEnabled());
+        sheet.editor()->clear();
+        const QString wish = u"批量加水印 & 压缩"_qs;
+        type(sheet.editor(), wish);
+        FakePlatform::workspace().openUrlSucceeds = false;
+        click(sheet.submitButton());
+        // No mail program: the sheet keeps the wish and copies it on request.
+        QVERIFY(sheet.isVisible() && sheet.editor()->toPlainText() == wish);
+        QVERIFY(sheet.notice()->text().contains(FeatureRequestMailer::supportAddress));
+        click(sheet.copyButton());
+        QCOMPARE(FakePlatform::clipboard().contents, FeatureRequestMailer::mailBody(wish));
+        FakePlatform::workspace().openUrlSucceeds = true;
+        click(sheet.submitButton());
+        QCOMPARE(FakePlatform::workspace().openedUrls.constLast(), FeatureRequestMailer::mailURL(wish));
+    }
+    void showsEverythingAndConfirmsOnlyAfterTheDelay() {
+        Consent consent;
+        // Forty items: all of them are listed, the list scrolls.
+        QStringList items{consent.source};
+        for (int index = 1; index < 40; ++index)
+            items.append(consent.environment.writeFile(u"home/item %1.txt"_qs.arg(index), "x"));
+        bool sawEverything = false;
+        const ModalAnswer answer0 = whenDialogShows([&](ConsentDialog& dialog) {
+            auto* confirm = buttonOf(dialog, "confirmButton");
+            auto* list = dialog.findChild<QListWidget*>(u"itemList"_qs);
+            auto* destination = dialog.findChild<QListWidget*>(u"destinationList"_qs);
+            QVERIFY(confirm && list && destination);
+            QVERIFY(!confirm->isEnabled());
+            QVERIFY(buttonOf(dialog, "cancelButton")->isDefault());
+            QCOMPARE(list->count(), 40);
+            QCOMPARE(list->item(39)->text(), items.at(39));
+            // The destination as the file system resolves it, not the link's text.
+            QCOMPARE(destination->item(0)->text(), QFileInfo(consent.destination).canonicalFilePath());
+            QVERIFY(Modal::labelTexts(&dialog).contains(u"另一个程序请求 Kestro 执行此操作"_qs));
+            QVERIFY(dialog.findChild<QLabel*>(u"actionLabel"_qs)->text().contains(u"复制到文件夹"_qs));
+            // A click on the sleeping button does nothing.
+            Modal::click(confirm);
+            QVERIFY(dialog.isVisible());
+            sawEverything = true;
+            QTRY_VERIFY_WITH_TIMEOUT(confirm->isEnabled(), 3000);
+            Modal::click(confirm);
+        });
+        QVERIFY(consent.model.handleIncomingURL(
+            kestroActionURL(u"copyFilesToFolder"_qs, items, std::nullopt,
+                            consent.destination + QString(300, u'/') + u"../shared/."_qs),
+            RequestOrigin::link));
+        QVERIFY(sawEverything);
+        QVERIFY(consent.copied());
+        QVERIFY(
+            consent.environment.logText().contains(u"link request confirmed: action=copyFilesToFolder"_qs));
+    }
+
+    void enterAndCancelRefuse() {
+        Consent consent;
+        // Return goes to the default button, which is Cancel, even once confirming is possible.
+        const ModalAnswer answer1 = whenDialogShows([](ConsentDialog& dialog) {
+            QTest::qWait(400);
+            QTest::keyClick(&dialog, Qt::Key_Return);
+        });
+        QVERIFY(!consent.model.handleIncomingURL(consent.request(), RequestOrigin::link));
+        // A refused request leaves the duplicate filter alone: the same link at once is asked again.
+        const ModalAnswer answer2 =
+            whenDialogShows([](ConsentDialog& dialog) { Modal::click(buttonOf(dialog, "cancelButton")); });
+        QVERIFY(!consent.model.handleIncomingURL(consent.request(), RequestOrigin::link));
+        QVERIFY(!consent.copied());
+        QCOMPARE(consent.environment.logText().count(u"reason=not confirmed"_qs), 2);
+    }
+
+    void theConfirmButtonSleepsAgainWhenTheDialogComesBack() {
+        Consent consent;
+        QWidget other;
+        other.show();
+        const ModalAnswer answer3 = whenDialogShows([&](ConsentDialog& dialog) {
+            auto* confirm = buttonOf(dialog, "confirmButton");
+            QTRY_VERIFY_WITH_TIMEOUT(confirm->isEnabled(), 3000);
+            // The user switches away and back: clicks aimed at the other window must not confirm.
+            other.activateWindow();
+            QTRY_VERIFY(!dialog.isActiveWindow());
+            dialog.activateWindow();
+            QTRY_VERIFY(dialog.isActiveWindow());
+            QVERIFY(!confirm->isEnabled());
+            Modal::click(confirm);
+            QVERIFY(dialog.isVisible());
+            QTRY_VERIFY_WITH_TIMEOUT(confirm->isEnabled(), 3000);
+            Modal::click(confirm);
+        });
+        QVERIFY(consent.model.handleIncomingURL(consent.request(), RequestOrigin::link));
+        QVERIFY(consent.copied());
+    }
+
+    void noAnswerRefusesByItself() {
+        Consent consent;
+        Platform::setPrompts(std::make_shared<WidgetPrompts>(ConsentTiming{100ms, 600ms}));
+        QElapsedTimer clock;
+        clock.start();
+        QVERIFY(!consent.model.handleIncomingURL(consent.request(), RequestOrigin::link));
+        QVERIFY(clock.elapsed() >= 500);
+        QVERIFY(!QApplication::activeModalWidget());
+        QVERIFY(!consent.copied());
+    }
+
+    void withNoDisplayNothingIsAskedAndNothingRuns() {
+        Consent consent;
+        Platform::setPrompts(std::make_shared<HeadlessPrompts>());
+        QVERIFY(!consent.model.handleIncomingURL(consent.request(), RequestOrigin::link));
+        QVERIFY(!consent.copied());
+        QVERIFY(consent.environment.logText().contains(
+            u"link request refused: action=copyFilesToFolder reason=not confirmed"_qs));
+    }
+
+    void theUsersOwnRequestAsksNothing() {
+        Consent consent;
+        QVERIFY(consent.model.handleIncomingURL(consent.request(), RequestOrigin::user));
+        QVERIFY(consent.copied());
+        QVERIFY(!consent.environment.logText().contains(u"link request"_qs));
+    }
+
+    void textsFromTheLinkAreNeverMarkup() {
+        Consent consent;
+        const QString folder = consent.environment.makeFolder(u"<b>bold</b> <a href='x'>link</a>"_qs);
+        ConsentDialog dialog({u"拷贝到"_qs, u"copyFilesToFolder"_qs, {folder}, folder});
+        for (QLabel* label : dialog.findChildren<QLabel*>())
+            QCOMPARE(label->textFormat(), Qt::PlainText);
+    }
+};
+
+QTEST_MAIN(TestWidgets)
+#include "test_widgets.moc"
