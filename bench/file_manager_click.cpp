@@ -28,17 +28,23 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-// Microseconds from the spawn of the program until a file of that name appears in folder.
-double timeUntilCreated(const std::vector<std::string>& command, const QString& folder, const QString& name) {
-    const int watch = inotify_init1(IN_CLOEXEC);
-    inotify_add_watch(watch, QFile::encodeName(folder).constData(), IN_CREATE | IN_MOVED_TO);
+// Starts the program, not through a shell.
+pid_t spawn(const std::vector<std::string>& command) {
     std::vector<char*> arguments;
     for (const std::string& argument : command)
         arguments.push_back(const_cast<char*>(argument.c_str()));
     arguments.push_back(nullptr);
-    const Clock::time_point start = Clock::now();
     pid_t child = 0;
     posix_spawn(&child, arguments[0], nullptr, nullptr, arguments.data(), environ);
+    return child;
+}
+
+// Microseconds from the spawn of the program until a file of that name appears in folder.
+double timeUntilCreated(const std::vector<std::string>& command, const QString& folder, const QString& name) {
+    const int watch = inotify_init1(IN_CLOEXEC);
+    inotify_add_watch(watch, QFile::encodeName(folder).constData(), IN_CREATE | IN_MOVED_TO);
+    const Clock::time_point start = Clock::now();
+    const pid_t child = spawn(command);
     const QByteArray wanted = QFile::encodeName(name);
     char buffer[4096];
     Clock::time_point seen = start;
@@ -63,13 +69,8 @@ double timeUntilCreated(const std::vector<std::string>& command, const QString& 
 
 // Microseconds from the spawn of the program until it has ended.
 double timeUntilExit(const std::vector<std::string>& command) {
-    std::vector<char*> arguments;
-    for (const std::string& argument : command)
-        arguments.push_back(const_cast<char*>(argument.c_str()));
-    arguments.push_back(nullptr);
     const Clock::time_point start = Clock::now();
-    pid_t child = 0;
-    posix_spawn(&child, arguments[0], nullptr, nullptr, arguments.data(), environ);
+    const pid_t child = spawn(command);
     int status = 0;
     waitpid(child, &status, 0);
     return std::chrono::duration<double, std::micro>(Clock::now() - start).count();
