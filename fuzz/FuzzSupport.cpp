@@ -12,21 +12,22 @@
 namespace FuzzSupport {
 
 void usePrivateHome() {
-    static QTemporaryDir* home = [] {
-        // In memory where there is such a folder: every input is written as a file.
-        auto* folder = QDir(QStringLiteral("/dev/shm")).exists()
-                           ? new QTemporaryDir(QStringLiteral("/dev/shm/kestro-fuzz-XXXXXX"))
-                           : new QTemporaryDir;
-        if (!folder->isValid())
+    // In memory where there is such a folder: every input is written as a file. A static object, so that
+    // the folder goes when the fuzzer exits.
+    static QTemporaryDir home(QDir(QStringLiteral("/dev/shm")).exists()
+                                  ? QStringLiteral("/dev/shm/kestro-fuzz-XXXXXX")
+                                  : QDir::tempPath() + QStringLiteral("/kestro-fuzz-XXXXXX"));
+    static const bool ready = [] {
+        if (!home.isValid())
             std::abort();
-        qputenv("HOME", folder->path().toUtf8());
+        qputenv("HOME", home.path().toUtf8());
         qunsetenv("XDG_CONFIG_HOME");
         qunsetenv("XDG_DATA_HOME");
-        qputenv("KESTRO_TMPDIR", folder->path().toUtf8());
+        qputenv("KESTRO_TMPDIR", home.path().toUtf8());
         QDir().mkpath(KestroPaths::applicationSupportDirectory());
-        return folder;
+        return true;
     }();
-    (void)home;
+    (void)ready;
 }
 
 QString writeSettingsFile(const QString& fileName, const uint8_t* data, size_t size) {
