@@ -192,7 +192,6 @@ bool KestroQueueDrain::runClaimed(const Candidate& candidate, const QByteArray& 
         m_progressTracker ? m_progressTracker(perform) : perform();
     } catch (const ActionCancelled&) {
         DiagnosticLog::append(QStringLiteral("app delegate queued action cancelled: ") + candidate.path);
-        ++summary.cancelled;
         return false;
     } catch (const std::exception& error) {
         const QString description = describeError(error);
