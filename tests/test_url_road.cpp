@@ -172,7 +172,9 @@ private slots:
 
         // A quick-open item pointed elsewhere by the link is no longer a standard folder.
         QVERIFY(!openLink(kestroActionURL(u"quickOpenDownloads"_qs, {}, std::nullopt, folder)));
-        QCOMPARE(FakePlatform::prompts().consentRequests.size(), 1);
+        // A new item with no folder named at all is no folder of the user's.
+        QVERIFY(!openLink(kestroActionURL(u"createFolder"_qs, {})));
+        QCOMPARE(FakePlatform::prompts().consentRequests.size(), 2);
         QCOMPARE(FakePlatform::workspace().openedUrls.size(), 1);
     }
 
