@@ -231,8 +231,11 @@ private slots:
         low.rlim_cur = 256;
         QCOMPARE(::setrlimit(RLIMIT_NOFILE, &low), 0);
         const auto restore = qScopeGuard([&] { ::setrlimit(RLIMIT_NOFILE, &saved); });
+        KestroPaths::ensurePrivateDirectory(KestroPaths::runtimeDirectory());
+        QVERIFY(!SingleInstance::sendToRunningInstance({u"show"_qs}, 1000)); // nobody listens yet
         SingleInstance host;
         QVERIFY(host.listen());
+        QVERIFY(!SingleInstance().listen()); // one host at a time
         QSignalSpy messages(&host, &SingleInstance::messageReceived);
         QList<int> flood;
         const auto closeAll = qScopeGuard([&] {

@@ -160,7 +160,11 @@ private slots:
         // Another name is set aside only once no writer has touched it for a minute; until then, and for
         // hidden names (a hand-off's file in progress), nothing happens.
         queue(extension() + "/being written.part", "{");
-        for (const char* name : {"/upper.JSON", "/note.txt", "/left.processing"}) {
+        // A name too long to take the set-aside prefix stays where it is, logged once.
+        const QString longName = QString(250, u'n');
+        queue(extension() + "/" + longName, "x");
+        for (const QString& name :
+             QStringList{"/upper.JSON", "/note.txt", "/left.processing", "/" + longName}) {
             const timespec old[2] = {{::time(nullptr) - 120, 0}, {::time(nullptr) - 120, 0}};
             QCOMPARE(::utimensat(AT_FDCWD, QFile::encodeName(extension() + name).constData(), old, 0), 0);
         }
@@ -171,10 +175,11 @@ private slots:
         for (const char* name : {"folder.json", "left.processing", "link.json", "linked.json", "note.txt",
                                  "upper.JSON", "writable.json"})
             expected.append(u".kestro-set-aside-"_qs + name);
-        expected.append("being written.part");
+        expected << "being written.part" << longName;
         QCOMPARE(namesIn(extension()), expected);
         QCOMPARE(readAll(extension() + "/.kestro-set-aside-note.txt"), QByteArray("keep me"));
         QVERIFY(QFileInfo::exists(m_environment->root() + "/secret.json"));
+        QCOMPARE(m_environment->logText().count(u" (left in place: "_qs), 1);
         QVERIFY(logged(u"set aside: %1/linked.json reason=has 2 names (renamed)"_qs.arg(extension())));
         QVERIFY(
             logged(u"] queue entry set aside: %1/link.json reason=not a regular file"_qs.arg(extension())));

@@ -10,6 +10,7 @@
 #include "catalogue/FeatureSettingsStore.h"
 #include "intake/FailureNotifier.h"
 #include "intake/FinderSelectionModel.h"
+#include "intake/KestroQueuedActionRunner.h"
 #include "intake/KestroQueueDrain.h"
 #include "intake/RunningActions.h"
 #include "platform/KestroPaths.h"
@@ -324,6 +325,29 @@ private slots:
         QVERIFY(namesIn(KestroPaths::extensionQueueDirectory()).isEmpty());
         QTest::qWait(int(FailureNotifier::gatherTime.count()) + 300);
         QCOMPARE(FakePlatform::desktopNotifications().shown.size(), 0);
+    }
+
+    // A later launch asks for a queue pass with "drain" (polling would find the request only a second later);
+    // no other message does.
+    void aDrainMessageRunsAQueuePass() {
+        TestEnvironment environment;
+        KestroHost host(true);
+        std::atomic<int> passes = 0;
+        connect(
+            &host.queueRunner(), &KestroQueuedActionRunner::passFinished, this, [&] { ++passes; },
+            Qt::DirectConnection);
+        QTRY_VERIFY(passes > 0);
+        const auto passesFor = [&](const QStringList& message) {
+            const int before = passes;
+            for (int index = 0; index < 20; ++index) {
+                host.handleMessage(message);
+                QTest::qWait(25);
+            }
+            QTest::qWait(100);
+            return passes - before;
+        };
+        QVERIFY(passesFor({u"drain"_qs}) >= 10);
+        QVERIFY(passesFor({u"open-url"_qs}) <= 3);
     }
 
     void aFailedRequestSaysWhyOnceABurstIsOver() {
