@@ -5,6 +5,7 @@
 #include "platform/KestroError.h"
 #include "platform/KestroPaths.h"
 #include "support/FolderListing.h"
+#include "support/KestroProcess.h"
 #include "support/TestEnvironment.h"
 
 #include <QDBusConnection>
@@ -346,8 +347,10 @@ private slots:
                 u"%1/%2.json"_qs.arg(index % 2 ? shared() : extension()).arg(index, 4, 10, QLatin1Char('0')),
                 request("completed", {u"/item %1"_qs.arg(index)}));
         QProcess processes[2];
-        for (QProcess& process : processes)
-            process.start(QStringLiteral(QUEUE_DRAIN_HELPER), {});
+        for (QProcess& process : processes) {
+            process.setProcessEnvironment(KestroProcess::environment());
+            process.start(KestroProcess::binary(), {u"--drain"_qs});
+        }
         for (QProcess& process : processes) {
             QVERIFY(process.waitForFinished(120000));
             QCOMPARE(process.exitStatus(), QProcess::NormalExit);
