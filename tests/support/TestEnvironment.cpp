@@ -58,13 +58,6 @@ TestEnvironment::~TestEnvironment() {
     }
 }
 
-QString TestEnvironment::home() const {
-    return m_root.path() + QStringLiteral("/home");
-}
-QString TestEnvironment::kestroTmp() const {
-    return m_root.path() + QStringLiteral("/kestro-tmp");
-}
-
 QString TestEnvironment::makeFolder(const QString& name) const {
     const QString path = QDir::isAbsolutePath(name) ? name : m_root.path() + u'/' + name;
     QDir().mkpath(path);
