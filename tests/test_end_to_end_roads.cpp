@@ -129,12 +129,16 @@ private slots:
         m_environment->writeFile(queue + u"/b.json"_qs, "not json");
         QFile::setPermissions(queue,
                               QFileDevice::ReadOwner | QFileDevice::WriteOwner | QFileDevice::ExeOwner);
-        QCOMPARE(KestroProcess::run({u"--drain"_qs}).exitCode,
-                 1); // the invalid file counts as a failure
+        // The invalid file counts as a failure, told on standard error.
+        const KestroProcess drain = KestroProcess::run({u"--drain"_qs});
+        QVERIFY2(drain.exitCode == 1 && drain.standardError.contains("/b.json"), drain.standardError);
         QVERIFY(QFileInfo(folder + u"/Untitled Folder"_qs).isDir());
         QVERIFY(namesIn(queue).isEmpty());
         QCOMPARE(KestroProcess::run({u"--drain"_qs}).exitCode, 0);
         QVERIFY(!QFileInfo::exists(folder + u"/Untitled Folder 2"_qs));
+        // So is a queue folder others may write to, which is skipped.
+        QVERIFY(QFile::setPermissions(queue, QFile::permissions(queue) | QFileDevice::WriteOther));
+        QCOMPARE(KestroProcess::run({u"--drain"_qs}).exitCode, 1);
     }
 
     void theHandOffRoadStartsAHostWhenNoneRuns_data() {
