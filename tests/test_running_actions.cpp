@@ -28,7 +28,6 @@
 
 #include <QDBusConnection>
 #include <QDir>
-#include <QElapsedTimer>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
@@ -100,20 +99,16 @@ private slots:
         FailureNotifier::startNewBurst();
     }
 
-    // An action of nested feeds that then works for long without a word, then reports in a burst, then
-    // one that throws past its feed.
-    void theBoardListsTheOutermostFeedItsLatestReportAndNoFlood() {
+    // An action of nested feeds that then works for long without a word, then one that throws past its feed.
+    void theBoardListsTheOutermostFeedAndItsLatestReport() {
         RunningActions board;
-        QSignalSpy changes(&board, &RunningActions::actionsChanged);
         QSignalSpy started(&board, &RunningActions::actionStarted);
         QSemaphore stalled, goOn;
-        constexpr int burst = 20000;
-        QElapsedTimer burstTime;
         std::thread action([&] {
             board.track([] { /* a quick action that reports nothing */ });
             board.track([&] {
                 ActionProgressFeed feed(u"计算 SHA-256"_qs);
-                feed.state().bytesTotal = burst;
+                feed.state().bytesTotal = 4;
                 feed.state().currentItem = u"/data/first.iso"_qs;
                 feed.report();
                 {
@@ -123,11 +118,8 @@ private slots:
                 }
                 stalled.release();
                 goOn.acquire();
-                burstTime.start();
-                for (int done = 1; done <= burst / 4; ++done) {
-                    feed.state().bytesDone = done;
-                    feed.report();
-                }
+                feed.state().bytesDone = 1;
+                feed.report();
                 stalled.release();
                 goOn.acquire();
             });
@@ -147,16 +139,9 @@ private slots:
         QCOMPARE(board.actions().constFirst().title, u"计算 SHA-256"_qs);
         QCOMPARE(board.actions().constFirst().state.percent(), 0);
 
-        const qsizetype before = changes.size();
         goOn.release();
         stalled.acquire();
-        const qint64 burstMilliseconds = burstTime.elapsed();
         QTRY_COMPARE(board.actions().constFirst().state.percent(), 25);
-        // One update per collection at most, not one per report.
-        QVERIFY2(
-            changes.size() - before <= burstMilliseconds / RunningActions::updateInterval.count() + 3,
-            qPrintable(
-                u"%1 updates for a burst of %2 ms"_qs.arg(changes.size() - before).arg(burstMilliseconds)));
         goOn.release();
         action.join();
         QTRY_COMPARE(started.size(), 2);
