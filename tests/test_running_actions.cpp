@@ -28,9 +28,6 @@
 
 #include <QDBusConnection>
 #include <QDir>
-#include <QJsonArray>
-#include <QJsonDocument>
-#include <QJsonObject>
 #include <QLabel>
 #include <QMenu>
 #include <QProgressBar>
@@ -267,8 +264,8 @@ private slots:
         const QString queued = environment.makeFolder(u"大 folder 'to pack'"_qs);
         QVERIFY(writeRandomFile(queued + u"/data.bin"_qs, 160));
         const QStringList before = namesIn(environment.root());
-        const QJsonObject request{{"actionID", "compressToZIP"}, {"selectedPaths", QJsonArray{queued}}};
-        writeQueueFile(u"r.json"_qs, QJsonDocument(request).toJson());
+        writeQueueFile(u"r.json"_qs,
+                       "{\"actionID\":\"compressToZIP\",\"selectedPaths\":[\"" + queued.toUtf8() + "\"]}");
 
         KestroHost host(true);
         host.finishLaunching();
