@@ -222,7 +222,7 @@ private slots:
         QTRY_VERIFY(board.actions().isEmpty());
     }
 
-    void trayShowsTheRunningActionsAndOpensTheWindow() {
+    void trayShowsTheRunningActions() {
         TestEnvironment environment;
         FeatureSettingsStore featureSettings;
         CustomDestinationStore destinations;
