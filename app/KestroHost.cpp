@@ -27,7 +27,7 @@
 #include <QPointer>
 #include <QTimer>
 
-KestroHost::KestroHost(bool launchedAtLogin, QObject* parent)
+KestroHost::KestroHost(bool launchedAtLogin, QObject* parent, std::chrono::milliseconds queuePollInterval)
     : QObject(parent)
     , m_shouldPresentMainWindow(!launchedAtLogin)
     , m_selectionModel(new FinderSelectionModel(this))
@@ -50,7 +50,7 @@ KestroHost::KestroHost(bool launchedAtLogin, QObject* parent)
     // writing them was most of the start-up.
     KestroSettingsChangeNotifier::setObserver([this](const QString&) { writeFileManagerMenus(); });
     connect(this, &KestroHost::ready, this, &KestroHost::writeFileManagerMenus, Qt::QueuedConnection);
-    m_queueRunner = new KestroQueuedActionRunner(this);
+    m_queueRunner = new KestroQueuedActionRunner(this, queuePollInterval);
     connect(
         m_queueRunner, &KestroQueuedActionRunner::passFinished, this,
         [this] {

@@ -2,6 +2,7 @@
 
 #include "intake/KestroActionURL.h"
 
+#include <chrono>
 #include <QObject>
 #include <QStringList>
 #include <QThreadPool>
@@ -28,7 +29,9 @@ class SettingsContentView;
 class KestroHost : public QObject {
     Q_OBJECT
 public:
-    explicit KestroHost(bool launchedAtLogin, QObject* parent = nullptr);
+    // queuePollInterval: how often the queue folders are looked at between the passes that are asked for.
+    explicit KestroHost(bool launchedAtLogin, QObject* parent = nullptr,
+                        std::chrono::milliseconds queuePollInterval = std::chrono::seconds(1));
     ~KestroHost() override;
 
     void finishLaunching();

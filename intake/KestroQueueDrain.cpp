@@ -59,6 +59,8 @@ KestroQueueDrain::Summary KestroQueueDrain::run() {
             if (entry.fileName.startsWith('.'))
                 continue;
             const QString path = directory->path() + QLatin1Char('/') + entry.name;
+            if (m_unmovable.contains(path))
+                continue;
             // Exactly ".json" after a non-empty name, and a file only the user's own channel can have
             // written. Anything else is set aside once, never read and never logged again; another name
             // only once nothing has changed it for a while, as a writer may still be busy with it.
@@ -129,9 +131,7 @@ void KestroQueueDrain::setAside(const KestroQueueDirectory& directory, const QBy
     try {
         directory.rename(fileName, setAsidePrefix + fileName);
     } catch (const std::exception& error) {
-        // A name too long for the prefix, say: remembered here, so that it is logged once all the same.
-        if (m_unmovable.contains(path))
-            return;
+        // A name too long for the prefix, say: remembered, so that later passes pass over it in silence too.
         m_unmovable.insert(path);
         outcome = QStringLiteral("left in place: ") + describeError(error);
     }
@@ -192,7 +192,6 @@ bool KestroQueueDrain::runClaimed(const Candidate& candidate, const QByteArray& 
         m_progressTracker ? m_progressTracker(perform) : perform();
     } catch (const ActionCancelled&) {
         DiagnosticLog::append(QStringLiteral("app delegate queued action cancelled: ") + candidate.path);
-        ++summary.cancelled;
         return false;
     } catch (const std::exception& error) {
         const QString description = describeError(error);

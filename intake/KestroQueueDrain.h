@@ -24,8 +24,7 @@ public:
     struct Summary {
         int entriesFound = 0;
         int succeeded = 0;
-        int failed = 0;    // the action threw, or the file could not be read or decoded
-        int cancelled = 0; // the user stopped the action
+        int failed = 0; // the action threw, or the file could not be read or decoded
         int skippedFolders = 0;
         QStringList problems; // one line per failure or skipped folder, as logged
     };

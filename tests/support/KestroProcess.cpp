@@ -5,9 +5,16 @@
 #include <QFile>
 #include <QStandardPaths>
 #include <QUrl>
-#include <QUrlQuery>
 
 #include <unistd.h>
+
+namespace {
+KestroProcess outcome(QProcess& process, int timeoutMilliseconds) {
+    process.waitForFinished(timeoutMilliseconds);
+    return {process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -1,
+            process.readAllStandardOutput(), process.readAllStandardError()};
+}
+} // namespace
 
 QString KestroProcess::binary() {
     return qEnvironmentVariable("KESTRO_BINARY");
@@ -25,9 +32,7 @@ KestroProcess KestroProcess::run(const QStringList& arguments, int timeoutMillis
     QProcess process;
     process.setProcessEnvironment(environment());
     process.start(binary(), arguments);
-    process.waitForFinished(timeoutMilliseconds);
-    return {process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -1,
-            process.readAllStandardOutput(), process.readAllStandardError()};
+    return outcome(process, timeoutMilliseconds);
 }
 
 bool KestroHostProcess::start(const QStringList& arguments, const QProcessEnvironment& hostEnvironment) {
@@ -63,22 +68,17 @@ void KestroHostProcess::stop() {
 
 QString kestroActionURL(const QString& actionID, const QStringList& paths,
                         const std::optional<QString>& target, const std::optional<QString>& destination) {
-    const auto encoded = [](const QString& text) {
-        return QString::fromLatin1(QUrl::toPercentEncoding(text));
+    QString url = QStringLiteral("kestro://finder-action?actionID=") + QUrl::toPercentEncoding(actionID);
+    const auto add = [&url](const char* key, const QString& value) {
+        url += u'&' + QLatin1String(key) + u'=' + QString::fromLatin1(QUrl::toPercentEncoding(value));
     };
-    QUrlQuery query;
-    query.addQueryItem(QStringLiteral("actionID"), actionID);
     for (const QString& path : paths)
-        query.addQueryItem(QStringLiteral("path"), encoded(path));
+        add("path", path);
     if (target)
-        query.addQueryItem(QStringLiteral("target"), encoded(*target));
+        add("target", *target);
     if (destination)
-        query.addQueryItem(QStringLiteral("destination"), encoded(*destination));
-    QUrl url;
-    url.setScheme(QStringLiteral("kestro"));
-    url.setHost(QStringLiteral("finder-action"));
-    url.setQuery(query);
-    return url.toString(QUrl::FullyEncoded);
+        add("destination", *destination);
+    return url;
 }
 
 std::optional<KestroProcess> KestroProcess::runUnprivileged(const QStringList& arguments, const QString& tree,
@@ -109,9 +109,7 @@ std::optional<KestroProcess> KestroProcess::runUnprivileged(const QStringList& a
     process.start(setpriv, QStringList{QStringLiteral("--reuid=nobody"), QStringLiteral("--regid=nogroup"),
                                        QStringLiteral("--clear-groups"), QStringLiteral("--"), binary()} +
                                arguments);
-    process.waitForFinished(120000);
-    return KestroProcess{process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -1,
-                         process.readAllStandardOutput(), process.readAllStandardError()};
+    return outcome(process, 120000);
 }
 
 QString KestroProcess::requestURL(const QString& actionID, const QStringList& paths, const QString& target) {

@@ -3,10 +3,6 @@
 #include <optional>
 #include <QProcess>
 
-#include <optional>
-#include <QString>
-#include <QStringList>
-
 // The real build/kestro, run with the test's private environment.
 struct KestroProcess {
     int exitCode = -1;

@@ -22,12 +22,9 @@ public:
 
     // Done counts never go down from one report to the next.
     bool isMonotonic() const {
-        for (qsizetype index = 1; index < states.size(); ++index) {
-            if (states[index].itemsDone < states[index - 1].itemsDone ||
-                states[index].bytesDone < states[index - 1].bytesDone)
-                return false;
-        }
-        return true;
+        return std::adjacent_find(states.cbegin(), states.cend(), [](const auto& before, const auto& after) {
+                   return after.itemsDone < before.itemsDone || after.bytesDone < before.bytesDone;
+               }) == states.cend();
     }
 
     // The percentage shown never goes down (reports without one, a bar that only runs, aside).

@@ -14,9 +14,6 @@
 namespace {
 const char* const variables[] = {"HOME",           "XDG_CONFIG_HOME", "XDG_DATA_HOME", "XDG_CACHE_HOME",
                                  "XDG_STATE_HOME", "XDG_RUNTIME_DIR", "TMPDIR",        "KESTRO_TMPDIR"};
-}
-
-namespace {
 // Two at once would let the older one's destructor put the real HOME back under the newer one's feet.
 int liveEnvironments = 0;
 } // namespace
@@ -24,18 +21,16 @@ int liveEnvironments = 0;
 TestEnvironment::TestEnvironment() {
     if (liveEnvironments++ != 0)
         qFatal("TestEnvironment: reset the previous environment before making a new one");
-    for (const char* name : variables)
+    for (const char* name : variables) {
         m_saved.append({name, qgetenv(name)});
+        qunsetenv(name);
+    }
     const QString base = m_root.path();
     for (const char* folder : {"home", "kestro-tmp", "tmp", "runtime"})
         QDir().mkpath(base + u'/' + QLatin1String(folder));
     QFile::setPermissions(base + QStringLiteral("/runtime"),
                           QFileDevice::ReadOwner | QFileDevice::WriteOwner | QFileDevice::ExeOwner);
     qputenv("HOME", (base + QStringLiteral("/home")).toUtf8());
-    qunsetenv("XDG_CONFIG_HOME");
-    qunsetenv("XDG_DATA_HOME");
-    qunsetenv("XDG_CACHE_HOME");
-    qunsetenv("XDG_STATE_HOME");
     qputenv("XDG_RUNTIME_DIR", (base + QStringLiteral("/runtime")).toUtf8());
     qputenv("TMPDIR", (base + QStringLiteral("/tmp")).toUtf8());
     qputenv("KESTRO_TMPDIR", (base + QStringLiteral("/kestro-tmp")).toUtf8());
@@ -61,13 +56,6 @@ TestEnvironment::~TestEnvironment() {
         else
             qputenv(name.constData(), value);
     }
-}
-
-QString TestEnvironment::home() const {
-    return m_root.path() + QStringLiteral("/home");
-}
-QString TestEnvironment::kestroTmp() const {
-    return m_root.path() + QStringLiteral("/kestro-tmp");
 }
 
 QString TestEnvironment::makeFolder(const QString& name) const {

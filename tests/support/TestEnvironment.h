@@ -11,8 +11,8 @@ public:
     ~TestEnvironment();
 
     QString root() const { return m_root.path(); }
-    QString home() const;
-    QString kestroTmp() const;
+    QString home() const { return root() + QStringLiteral("/home"); }
+    QString kestroTmp() const { return root() + QStringLiteral("/kestro-tmp"); }
     // A fresh empty folder under the root for the test's own files.
     QString makeFolder(const QString& name) const;
     // Writes bytes to a file (creating folders); returns its path.
