@@ -126,10 +126,9 @@ void SettingsRowDelegate::paint(QPainter* painter, const QStyleOptionViewItem& s
                               QPointF(cx + 5, handle.center().y() + offset));
         left = handle.right() + 6;
     }
-    if (hasTile(index)) {
-        const QPixmap tile = index.data(Qt::DecorationRole).value<QPixmap>();
-        painter->drawPixmap(QRect(left, row.center().y() - tileSize / 2 + 1, tileSize, tileSize), tile);
-    }
+    // A row without a tile holds no pixmap, and a null pixmap draws nothing.
+    const QPixmap tile = index.data(Qt::DecorationRole).value<QPixmap>();
+    painter->drawPixmap(QRect(left, row.center().y() - tileSize / 2 + 1, tileSize, tileSize), tile);
     if (checkable(index)) {
         const bool on = index.data(Qt::CheckStateRole).toInt() == Qt::Checked;
         ToggleSwitch::paintSwitch(*painter, switchRect(row), on, option.state.testFlag(QStyle::State_Enabled),
