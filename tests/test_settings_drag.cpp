@@ -137,8 +137,7 @@ private slots:
         view.show();
         view.showPage(SettingsPage::of(KestroFeature::createFile));
         QVERIFY(QTest::qWaitForWindowExposed(&view));
-        FeatureChildrenSection* section = view.featurePage(KestroFeature::createFile)->childrenSection();
-        QListView* list = section->listView();
+        QListView* list = view.featurePage(KestroFeature::createFile)->childrenSection()->listView();
         const QSet<QString> enabled = featureSettings.settings().enabledChildIDs;
         const auto order = [&] {
             QStringList ids;
@@ -150,12 +149,8 @@ private slots:
         const QRect first = list->visualRect(list->model()->index(0, 0));
         const QRect third = list->visualRect(list->model()->index(2, 0));
         const QPoint target(first.center().x(), third.center().y() + third.height() / 4);
-
-        // Pulled by its title, the row stays where it is.
-        Modal::drag(list, QPoint(first.center().x(), first.center().y()), target);
-        QCOMPARE(order(), before);
-
-        // By its handle, to just below the middle of the third row: it is third now.
+        // Dragged by its handle to just below the middle of the third row, it is third now. (A drag from
+        // anywhere else starts none: test_widgets.)
         Modal::drag(list, SettingsRowDelegate::handleRect(first).center(), target);
         QStringList expected = before;
         expected.move(0, 2);

@@ -4,22 +4,18 @@
 // answering a modal dialog as a user would: the dialog is opened for real by the code under test (which
 // blocks in exec()), and the test's answer runs from the event loop once the dialog is up. GUI tests only.
 
-#include <QAbstractButton>
 #include <QAbstractItemView>
 #include <QApplication>
-#include <QDialog>
 #include <QDialogButtonBox>
 #include <QFileDialog>
 #include <QLabel>
 #include <QLineEdit>
-#include <QMessageBox>
 #include <QMouseEvent>
 #include <QPointer>
 #include <QPushButton>
 #include <QScrollArea>
 #include <QTest>
 #include <QTimer>
-#include <QWidget>
 
 #include <functional>
 #include <memory>
@@ -29,9 +25,7 @@ public:
     // Runs answer on the next modal widget that is shown and is not `after` (a dialog already open).
     // How many answers ran is answered(); a test checks it so that a dialog that never opened fails.
     explicit ModalAnswer(std::function<void(QWidget*)> answer, QWidget* after = nullptr)
-        : m_state(std::make_shared<State>()) {
-        m_state->answer = std::move(answer);
-        m_state->after = after;
+        : m_state(std::make_shared<State>(State{std::move(answer), after})) {
         auto* timer = new QTimer;
         m_state->timer = timer;
         timer->setInterval(20);
@@ -47,10 +41,9 @@ public:
             state->answer(modal);
             ++state->answered;
             // A failed check inside the answer must not leave the code under test waiting forever.
-            if (QTest::currentTestFailed() && dialog && dialog->isVisible()) {
-                if (auto* modalDialog = qobject_cast<QDialog*>(dialog.data()))
-                    modalDialog->reject();
-            }
+            if (auto* modalDialog = qobject_cast<QDialog*>(dialog.data());
+                QTest::currentTestFailed() && modalDialog && modalDialog->isVisible())
+                modalDialog->reject();
         });
         timer->start();
     }
@@ -181,10 +174,8 @@ inline void typeIntoFilePanel(QWidget* dialog, const QString& text) {
         popup->close();
     auto* box = panel->findChild<QDialogButtonBox*>(QStringLiteral("buttonBox"));
     Q_ASSERT(box);
-    QAbstractButton* accept = box->button(QDialogButtonBox::Open);
-    if (!accept)
-        accept = box->buttons().constFirst();
-    click(accept);
+    click(box->button(QDialogButtonBox::Open) ? box->button(QDialogButtonBox::Open)
+                                              : box->buttons().constFirst());
 }
 
 inline void cancel(QWidget* dialog) {
@@ -193,9 +184,8 @@ inline void cancel(QWidget* dialog) {
         click(box->button(QDialogButtonBox::Cancel));
         return;
     }
-    QAbstractButton* cancelButton = button(dialog, QStringLiteral("取消"));
-    Q_ASSERT(cancelButton);
-    click(cancelButton);
+    Q_ASSERT(button(dialog, QStringLiteral("取消")));
+    click(button(dialog, QStringLiteral("取消")));
 }
 
 // In the application picker: "其他应用…", and panel answers the file panel it opens (returns how many times).
