@@ -104,9 +104,8 @@ public:
 
 protected:
     bool filterAcceptsRow(int row, const QModelIndex& parent) const override {
-        auto* files = qobject_cast<QFileSystemModel*>(sourceModel());
-        if (!files)
-            return true;
+        // The file panel's own model is always the source.
+        const auto* files = static_cast<QFileSystemModel*>(sourceModel());
         const QFileInfo info = files->fileInfo(files->index(row, 0, parent));
         return info.isDir() || isApplication(info);
     }

@@ -154,9 +154,8 @@ bool SettingsRowDelegate::editorEvent(QEvent* event, QAbstractItemModel* model,
     if (!checkable(index))
         return QStyledItemDelegate::editorEvent(event, model, option, index);
     // Qt's own handling would flip the row on its invisible check box, which sits where the drag handle is
-    // drawn: the switch is the only place that flips, so the base class never sees a checkable row.
-    if (!index.flags().testFlag(Qt::ItemIsEnabled))
-        return false;
+    // drawn: the switch is the only place that flips, so the base class never sees a checkable row. (No
+    // model here has rows that are checkable yet disabled.)
     bool flip = false;
     switch (event->type()) {
     case QEvent::MouseButtonPress:
