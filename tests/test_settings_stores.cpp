@@ -796,6 +796,13 @@ private slots:
         QTest::newRow("trailer cut short") << QByteArray("bplist00\xa0", 9) << QVariant();
         QTest::newRow("reference past the objects") << binaryList({container({7})}) << QVariant();
         QTest::newRow("object of no known type") << binaryList({QByteArray(1, '\x70')}) << QVariant();
+        QTest::newRow("count wider than the objects")
+            << binaryList({QByteArray("\x5F\x13", 2)}) << QVariant();
+        QTest::newRow("array count past the objects") << binaryList({QByteArray("\xAF", 1)}) << QVariant();
+        QTest::newRow("text longer than the objects") << binaryList({QByteArray("\x5A"
+                                                                                "ab",
+                                                                                3)})
+                                                      << QVariant();
         // Two objects in the table, one declared, the top the second.
         QByteArray topPastTheObjects = binaryList({container({}), ascii("x")});
         topPastTheObjects.replace(topPastTheObjects.size() - 24, 16, bigEndian(1, 8) + bigEndian(1, 8));

@@ -477,7 +477,7 @@ private slots:
         QCOMPARE(window.view.currentPage(), SettingsPage::of(selected));
         QCOMPARE(window.view.sidebar()->featureList()->currentIndex().row(), 3);
         const QByteArray file = readAll(FeatureSettingsPersistence::applicationFileURL());
-        QVERIFY(!model->moveRows({}, 3, 1, {}, 4));
+        QVERIFY(!model->moveRows({}, 3, 1, {}, 4) && !model->moveRows({}, 0, 1, {}, model->rowCount() + 1));
         QCOMPARE(readAll(FeatureSettingsPersistence::applicationFileURL()), file);
         QVERIFY(model->moveRows({}, 3, 1, {}, model->rowCount()));
         QCOMPARE(window.featureSettings.orderedFeatures().constLast(), selected);
@@ -597,6 +597,8 @@ private slots:
         const QString home = window.environment.home();
         QCOMPARE(UserListModel::displayPath(home + u"/Downloads/a b"_qs), u"~/Downloads/a b"_qs);
         QCOMPARE(UserListModel::displayPath(home + u"2/x"_qs), home + u"2/x"_qs);
+        QVERIFY(
+            !section->model()->setData(section->model()->index(row), folder, Qt::EditRole)); // no renaming
         clickRow(section->listView(), row);
         click(visibleButton(section, u"移除"_qs));
         QCOMPARE(window.destinations.destinations(CustomDestinationKind::copy).size(), row);
