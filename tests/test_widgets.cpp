@@ -174,21 +174,6 @@ private slots:
         QCOMPARE(answer.answered() + cancelled.answered(), 2);
     }
 
-    void fieldsGrowWithALargeFont() {
-        const QFont saved = QApplication::font();
-        QFont large = saved;
-        large.setPixelSize(40);
-        QApplication::setFont(large);
-        ModalAnswer answer([&](QWidget* dialog) {
-            auto* field = dialog->findChild<QLineEdit*>();
-            QVERIFY(field->height() >= field->fontMetrics().height());
-            cancel(dialog);
-        });
-        WidgetPrompts().promptText(u"添加前缀"_qs, u"输入要添加到文件名前面的文字。"_qs);
-        QApplication::setFont(saved);
-        QCOMPARE(answer.answered(), 1);
-    }
-
     void resizePromptHintsInsideItsFields() {
         ModalAnswer answer([](QWidget* dialog) {
             const QList<QLineEdit*> fields = dialog->findChildren<QLineEdit*>();
