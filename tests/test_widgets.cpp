@@ -581,9 +581,11 @@ private slots:
         // Paths under the home folder read from "~"; a sibling that merely starts alike does not.
         const QString home = window.environment.home();
         QCOMPARE(UserListModel::displayPath(home + u"/Downloads/a b"_qs), u"~/Downloads/a b"_qs);
+        QCOMPARE(UserListModel::displayPath(home), u"~"_qs);
         QCOMPARE(UserListModel::displayPath(home + u"2/x"_qs), home + u"2/x"_qs);
-        QVERIFY(
-            !section->model()->setData(section->model()->index(row), folder, Qt::EditRole)); // no renaming
+        // A place is named by its folder: its row takes no new name (a custom action's does, below).
+        QVERIFY(!section->model()->setData(section->model()->index(row), folder, Qt::EditRole));
+        QVERIFY(!section->model()->flags(section->model()->index(row)).testFlag(Qt::ItemIsEditable));
         clickRow(section->listView(), row);
         click(visibleButton(section, u"移除"_qs));
         QCOMPARE(window.destinations.destinations(CustomDestinationKind::copy).size(), row);
@@ -593,6 +595,7 @@ private slots:
         QVERIFY(window.customActions.addScript(
             window.environment.writeFile(u"scripts/tidy.sh"_qs, "#!/bin/sh\n")));
         auto* actions = window.section<CustomShortcutActionSection>(KestroFeature::customActions);
+        QVERIFY(actions->model()->flags(actions->model()->index(0)).testFlag(Qt::ItemIsEditable));
         QVERIFY(actions->model()->setData(actions->model()->index(0), u"  整理 \n"_qs, Qt::EditRole));
         QCOMPARE(CustomShortcutActionPersistence::load().constFirst().name, u"整理"_qs);
     }
