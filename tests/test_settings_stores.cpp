@@ -786,6 +786,8 @@ private slots:
             QTest::addRow("references %d bytes wide", size)
                 << binaryList({container({1}), ascii("a")}, 4, size) << QVariant();
         }
+        QTest::newRow("larger than any settings file")
+            << QByteArray(PropertyListShape::maximumFileSize + 1, ' ') << QVariant();
         QTest::newRow("trailer cut short") << QByteArray("bplist00\xa0", 9) << QVariant();
         QTest::newRow("reference past the objects") << binaryList({container({7})}) << QVariant();
         QTest::newRow("object of no known type") << binaryList({QByteArray(1, '\x70')}) << QVariant();
