@@ -61,6 +61,7 @@
 #include <QPlainTextEdit>
 #include <QPushButton>
 #include <QTest>
+#include <QToolTip>
 #include <QtTest>
 #include <QUrl>
 #include <QUrlQuery>
@@ -288,6 +289,10 @@ private slots:
             QTest::mouseDClick(list->viewport(), Qt::LeftButton, {}, where(rowRect(list, 0)));
         }
         QCOMPARE(readAll(FeatureSettingsPersistence::applicationFileURL()), before);
+        // Resting on the handle tells what it is for.
+        QHelpEvent help(QEvent::ToolTip, handleOf(rowRect(list, 0)), list->viewport()->mapToGlobal(QPoint()));
+        QApplication::sendEvent(list->viewport(), &help);
+        QTRY_COMPARE(QToolTip::text(), SettingsRowDelegate::handleHelpText());
         // A drag from the middle of the row is none; from the handle it is, and switches nothing.
         dragsStartedBy(list);
         drag(list, rowRect(list, 0).center(), rowRect(list, 2).center(), false);
