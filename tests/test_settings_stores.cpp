@@ -621,7 +621,10 @@ private slots:
         QVERIFY(validate.waitForFinished(10000) && validate.exitCode() == 0 && validate.readAll().isEmpty());
         QCOMPARE(AutostartLoginItems::entryPath(),
                  m_environment->home() + u"/.config/autostart/kestro.desktop"_qs);
-        // Turned off in the desktop's own settings.
+        // Turned off in the desktop's own settings, in either of their words.
+        m_environment->writeFile(AutostartLoginItems::entryPath(),
+                                 entry + "X-GNOME-Autostart-enabled=false\n");
+        QVERIFY(!items.isEnabled());
         m_environment->writeFile(AutostartLoginItems::entryPath(), entry + "Hidden=true\n");
         QVERIFY(!items.isEnabled());
         items.setEnabled(false);
