@@ -573,6 +573,9 @@ private slots:
              {QByteArray("not a plist"), QByteArray("<?xml version=\"1.0\"?><plist><array/></plist>")}) {
             m_environment->writeFile(AppPreferencesPersistence::fileURL(), junk);
             QCOMPARE(AppPreferencesPersistence::load(), AppPreferences({false, true, false}));
+            AppPreferencesStore start; // which keeps such a file aside
+            QCOMPARE(readAll(AppPreferencesPersistence::fileURL() + u".unreadable"_qs), junk);
+            QFile::remove(AppPreferencesPersistence::fileURL() + u".unreadable"_qs);
         }
         PropertyListFile::write(
             AppPreferencesPersistence::fileURL(),
