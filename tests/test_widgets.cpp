@@ -156,7 +156,7 @@ class TestWidgets : public QObject {
 private slots:
     void initTestCase() { installQtChineseTexts(*QCoreApplication::instance()); }
 
-    void textPromptAnswersWhatWasTypedOrNothing() {
+    void promptsAnswerWhatWasTypedOrNothing() {
         WidgetPrompts prompts;
         const QString typed = u"  报告 \"最终\" 版 "_qs;
         ModalAnswer answer([&](QWidget* dialog) {
@@ -171,11 +171,8 @@ private slots:
             cancel(dialog);
         });
         QCOMPARE(prompts.promptText(u"a"_qs, u"b"_qs), std::nullopt);
-        QCOMPARE(answer.answered() + cancelled.answered(), 2);
-    }
-
-    void resizePromptHintsInsideItsFields() {
-        ModalAnswer answer([](QWidget* dialog) {
+        // Two fields, hinted inside, Tab between them.
+        ModalAnswer resize([](QWidget* dialog) {
             const QList<QLineEdit*> fields = dialog->findChildren<QLineEdit*>();
             QCOMPARE(fields.size(), 2);
             QCOMPARE(fields.at(0)->placeholderText() + fields.at(1)->placeholderText(), u"宽高"_qs);
@@ -185,10 +182,19 @@ private slots:
             type(QApplication::focusWidget(), u"768"_qs);
             QTest::keyClick(QApplication::focusWidget(), Qt::Key_Return);
         });
-        QCOMPARE(
-            WidgetPrompts().promptTwoTexts(u"调整图片大小"_qs, u"例如 1024 x 768。"_qs, u"宽"_qs, u"高"_qs),
-            std::optional(std::pair(u"1024"_qs, u"768"_qs)));
-        QCOMPARE(answer.answered(), 1);
+        QCOMPARE(prompts.promptTwoTexts(u"调整图片大小"_qs, u"例如 1024 x 768。"_qs, u"宽"_qs, u"高"_qs),
+                 std::optional(std::pair(u"1024"_qs, u"768"_qs)));
+        // Several lines of a wish.
+        ModalAnswer request([](QWidget* dialog) {
+            QVERIFY(labelTexts(dialog).contains(u"请求新功能"_qs));
+            auto* editor = dialog->findChild<QPlainTextEdit*>();
+            type(editor, u"批量加水印"_qs);
+            QTest::keyClick(editor, Qt::Key_Return);
+            type(editor, u"第二行"_qs);
+            click(button(dialog, u"提交"_qs));
+        });
+        QCOMPARE(prompts.requestFeatureText(), std::optional(u"批量加水印\n第二行"_qs));
+        QCOMPARE(answer.answered() + cancelled.answered() + resize.answered() + request.answered(), 4);
     }
 
     void folderPanelsAnswerTheChosenFolder() {
@@ -259,19 +265,6 @@ private slots:
         QCOMPARE(message, u"“%1”不是应用：请选择 .desktop 文件或可执行文件。确定"_qs.arg(text));
     }
 
-    void featureRequestDialogAnswersTheWrittenText() {
-        WidgetPrompts prompts;
-        ModalAnswer answer([](QWidget* dialog) {
-            QVERIFY(labelTexts(dialog).contains(u"请求新功能"_qs));
-            auto* editor = dialog->findChild<QPlainTextEdit*>();
-            type(editor, u"批量加水印"_qs);
-            QTest::keyClick(editor, Qt::Key_Return);
-            type(editor, u"第二行"_qs);
-            click(button(dialog, u"提交"_qs));
-        });
-        QCOMPARE(prompts.requestFeatureText(), std::optional(u"批量加水印\n第二行"_qs));
-        QCOMPARE(answer.answered(), 1);
-    }
     void childRowsChangeAtTheirSwitchAndDragFromTheirHandleOnly() {
         Window window;
         FeatureChildrenSection* section = window.open(KestroFeature::createFile)->childrenSection();
