@@ -161,10 +161,9 @@ inline void drag(QAbstractItemView* view, QPoint from, QPoint to, bool throughTh
 
 // Types text into the file panel's name field and clicks its accept button (whatever it reads).
 inline void typeIntoFilePanel(QWidget* dialog, const QString& text) {
+    // A missing panel or field crashes the test, which fails it as surely.
     auto* panel = qobject_cast<QFileDialog*>(dialog);
-    Q_ASSERT(panel);
     auto* field = panel->findChild<QLineEdit*>(QStringLiteral("fileNameEdit"));
-    Q_ASSERT(field);
     field->clear();
     type(field, text);
     // The name field's completion list, which typing may open once the folder is read, closes as a click
@@ -173,7 +172,6 @@ inline void typeIntoFilePanel(QWidget* dialog, const QString& text) {
     while (QWidget* popup = QApplication::activePopupWidget())
         popup->close();
     auto* box = panel->findChild<QDialogButtonBox*>(QStringLiteral("buttonBox"));
-    Q_ASSERT(box);
     click(box->button(QDialogButtonBox::Open) ? box->button(QDialogButtonBox::Open)
                                               : box->buttons().constFirst());
 }
@@ -184,7 +182,6 @@ inline void cancel(QWidget* dialog) {
         click(box->button(QDialogButtonBox::Cancel));
         return;
     }
-    Q_ASSERT(button(dialog, QStringLiteral("取消")));
     click(button(dialog, QStringLiteral("取消")));
 }
 
