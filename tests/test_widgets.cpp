@@ -362,42 +362,7 @@ private slots:
         QVERIFY(added.kind == CustomShortcutAction::Kind::shortcut && added.shortcutName == u"Rename All"_qs);
     }
 
-    void presetSectionAddsEditsAndRemovesThroughItsControls() {
-        Window window;
-        auto* section = window.section<FinderViewPresetSection>(KestroFeature::viewOptions);
-        QCOMPARE(window.presets.presets().size(), 3);
-        click(visibleButton(section, u"添加显示方案"_qs));
-        QCOMPARE(FinderViewPresetPersistence::load()->size(), 4);
-        const QString id = window.presets.presets().constLast().id;
-        QCOMPARE(section->nameField()->text(), u"列表 · 按修改日期"_qs);
-        // Another sort, chosen with the keyboard: the automatic name follows it.
-        section->sortBox()->setFocus();
-        QTest::keyClick(section->sortBox(), Qt::Key_Down);
-        QCOMPARE(FinderViewPresetPersistence::preset(id)->sortMode, FinderSortMode::creationDate);
-        QCOMPARE(FinderViewPresetPersistence::preset(id)->name, u"列表 · 按创建日期"_qs);
-        // A typed name is kept through later changes; an emptied one is put back.
-        const QString mine = u"我的 \"方案\""_qs;
-        section->nameField()->setFocus();
-        section->nameField()->selectAll();
-        type(section->nameField(), mine);
-        QTest::keyClick(section->nameField(), Qt::Key_Return);
-        section->viewBox()->setFocus();
-        QTest::keyClick(section->viewBox(), Qt::Key_Down);
-        QCOMPARE(FinderViewPresetPersistence::preset(id)->viewMode, FinderViewMode::column);
-        QCOMPARE(FinderViewPresetPersistence::preset(id)->name, mine);
-        section->nameField()->setFocus();
-        section->nameField()->selectAll();
-        QTest::keyClick(section->nameField(), Qt::Key_Backspace);
-        QTest::keyClick(section->nameField(), Qt::Key_Return);
-        QCOMPARE(FinderViewPresetPersistence::preset(id)->name, mine);
-        QCOMPARE(section->nameField()->text(), mine);
-        // 移除 takes the selected preset away, and only that one.
-        click(visibleButton(section, u"移除"_qs));
-        QCOMPARE(FinderViewPresetPersistence::load()->size(), 3);
-        QVERIFY(!FinderViewPresetPersistence::preset(id));
-    }
-
-    void featureSwitchesWriteWhatTheStoreHolds() {
+    void switchesWriteWhatTheStoreHolds() {
         Window window;
         FeatureChildrenSection* section = window.open(KestroFeature::imageTools)->childrenSection();
         const QStringList images = KestroFeature(KestroFeature::imageTools).childIDs();
@@ -425,30 +390,24 @@ private slots:
         window.environment.writeFile(FeatureSettingsPersistence::applicationFileURL(), "not a property list");
         click(window.view.featurePage(KestroFeature::copyPath)->enableRow()->toggle());
         QVERIFY(!storedList("enabledFeatureIDs").contains(u"copyPath"_qs));
-    }
-
-    void preferenceSwitchesSaveAtOnceAndARefusedLoginItemFlipsBack() {
-        Window window;
-        PreferencesDetailView* page = window.view.preferencesPage();
+        // Preferences save at once; a refused login item flips back.
+        PreferencesDetailView* preferences = window.view.preferencesPage();
         window.view.showPage(SettingsPage::preferences());
-        click(page->revealCreatedItemsRow()->toggle());
+        click(preferences->revealCreatedItemsRow()->toggle());
         QVERIFY(AppPreferencesPersistence::load().revealCreatedItems);
-        click(page->revealActionResultsRow()->toggle());
+        click(preferences->revealActionResultsRow()->toggle());
         QVERIFY(!AppPreferencesPersistence::load().revealActionResults);
         QCOMPARE(
-            labelTexts(page->failureNotificationsRow()).join(u'|'),
+            labelTexts(preferences->failureNotificationsRow()).join(u'|'),
             u"|操作失败时显示通知|右键操作没能完成时，在桌面通知里说明原因。"_qs); // the tile, then the texts
-        click(page->failureNotificationsRow()->toggle());
+        click(preferences->failureNotificationsRow()->toggle());
         QVERIFY(!AppPreferencesPersistence::load().showsFailureNotifications);
-        click(page->groupingRow()->toggle()); // on by default
-        QCOMPARE(PropertyListFile::read(FeatureSettingsPersistence::applicationFileURL())
-                     ->toMap()
-                     .value("groupsFeaturesUnderKestro"),
-                 QVariant(false));
-        click(page->collapsedLayoutRow()->toggle());
+        click(preferences->groupingRow()->toggle()); // on by default
+        QVERIFY(!FeatureSettingsPersistence::loadSettings()->groupsFeaturesUnderKestro);
+        click(preferences->collapsedLayoutRow()->toggle());
         QCOMPARE(FeatureSettingsPersistence::loadSettings()->menuLayout, FinderMenuLayout::expanded);
 
-        SettingsToggleRow* login = page->launchAtLoginRow();
+        SettingsToggleRow* login = preferences->launchAtLoginRow();
         FakePlatform::loginItems().refuses = true;
         click(login->toggle());
         QVERIFY(!login->toggle()->isChecked() && !window.preferences.launchAtLogin());
@@ -557,6 +516,38 @@ private slots:
         QVERIFY(actions->model()->flags(actions->model()->index(0)).testFlag(Qt::ItemIsEditable));
         QVERIFY(actions->model()->setData(actions->model()->index(0), u"  整理 \n"_qs, Qt::EditRole));
         QCOMPARE(CustomShortcutActionPersistence::load().constFirst().name, u"整理"_qs);
+        // The view presets through their controls.
+        auto* presets = window.section<FinderViewPresetSection>(KestroFeature::viewOptions);
+        QCOMPARE(window.presets.presets().size(), 3);
+        click(visibleButton(presets, u"添加显示方案"_qs));
+        QCOMPARE(FinderViewPresetPersistence::load()->size(), 4);
+        const QString id = window.presets.presets().constLast().id;
+        QCOMPARE(presets->nameField()->text(), u"列表 · 按修改日期"_qs);
+        // Another sort, chosen with the keyboard: the automatic name follows it.
+        presets->sortBox()->setFocus();
+        QTest::keyClick(presets->sortBox(), Qt::Key_Down);
+        QCOMPARE(FinderViewPresetPersistence::preset(id)->sortMode, FinderSortMode::creationDate);
+        QCOMPARE(FinderViewPresetPersistence::preset(id)->name, u"列表 · 按创建日期"_qs);
+        // A typed name is kept through later changes; an emptied one is put back.
+        const QString mine = u"我的 \"方案\""_qs;
+        presets->nameField()->setFocus();
+        presets->nameField()->selectAll();
+        type(presets->nameField(), mine);
+        QTest::keyClick(presets->nameField(), Qt::Key_Return);
+        presets->viewBox()->setFocus();
+        QTest::keyClick(presets->viewBox(), Qt::Key_Down);
+        QCOMPARE(FinderViewPresetPersistence::preset(id)->viewMode, FinderViewMode::column);
+        QCOMPARE(FinderViewPresetPersistence::preset(id)->name, mine);
+        presets->nameField()->setFocus();
+        presets->nameField()->selectAll();
+        QTest::keyClick(presets->nameField(), Qt::Key_Backspace);
+        QTest::keyClick(presets->nameField(), Qt::Key_Return);
+        QCOMPARE(FinderViewPresetPersistence::preset(id)->name, mine);
+        QCOMPARE(presets->nameField()->text(), mine);
+        // 移除 takes the selected preset away, and only that one.
+        click(visibleButton(presets, u"移除"_qs));
+        QCOMPARE(FinderViewPresetPersistence::load()->size(), 3);
+        QVERIFY(!FinderViewPresetPersistence::preset(id));
     }
 
     void featureRequestSheetOpensAPrefilledMailOrKeepsTheWish() {
