@@ -14,7 +14,6 @@
 #include "catalogue/FeatureSettingsStore.h"
 #include "catalogue/ListMove.h"
 #include "platform/linux/AutostartLoginItems.h"
-#include "platform/PlatformWords.h"
 #include "platform/PropertyListFile.h"
 #include "platform/PropertyListShape.h"
 #include "stores/CustomDestinationPersistence.h"
@@ -29,12 +28,9 @@
 #include "support/TestEnvironment.h"
 
 #include <plist/plist.h>
-#include <QDir>
 #include <QProcess>
 #include <QSignalSpy>
 #include <QTest>
-#include <QtTest>
-#include <QUuid>
 #include <sys/stat.h>
 #include <unistd.h>
 

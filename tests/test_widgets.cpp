@@ -23,8 +23,8 @@
 #include "settings-ui/FeatureDetailView.h"
 #include "settings-ui/FeatureRequestSheet.h"
 #include "settings-ui/FeatureSidebarModel.h"
-#include "settings-ui/FinderViewPresetSection.h"
 #include "settings-ui/FittedListView.h"
+#include "settings-ui/FinderViewPresetSection.h"
 #include "settings-ui/PreferencesDetailView.h"
 #include "settings-ui/ScheduledDeletionSection.h"
 #include "settings-ui/SettingsContentView.h"
@@ -46,7 +46,6 @@
 #include "support/QuietPreferences.h"
 #include "support/TestEnvironment.h"
 
-#include <functional>
 #include <QApplication>
 #include <QComboBox>
 #include <QDir>
@@ -61,9 +60,7 @@
 #include <QPushButton>
 #include <QTest>
 #include <QToolTip>
-#include <QtTest>
 #include <QUrl>
-#include <QUrlQuery>
 
 using namespace Modal;
 using namespace Qt::Literals::StringLiterals;
