@@ -307,10 +307,10 @@ private slots:
     void everyAddButtonOpensItsPanelAndAddsTheChoice() {
         Window window;
         Platform::setPrompts(std::make_shared<WidgetPrompts>());
-        const auto add = [&](KestroFeature feature, const QString& button,
+        const auto add = [&](KestroFeature feature, const QString& text,
                              std::function<void(QWidget*)> answer) {
             ModalAnswer panel(std::move(answer));
-            click(visibleButton(window.open(feature)->userSection(), button));
+            click(button(window.open(feature)->userSection(), text));
             QCOMPARE(panel.answered(), 1);
         };
         // 添加常用路径: a folder, through the folder panel; the list grows to show the new row.
@@ -472,7 +472,7 @@ private slots:
         auto* section = window.section<ScheduledDeletionSection>(KestroFeature::scheduledDeletion);
         QTRY_COMPARE(section->model()->rowCount(), 2);
         QCOMPARE(section->model()->rows().at(0).title, u"cancel me.txt"_qs); // earliest first
-        QPushButton* cancelButton = visibleButton(section, u"取消清理"_qs);
+        QAbstractButton* cancelButton = button(section, u"取消清理"_qs);
         QVERIFY(cancelButton && !cancelButton->isEnabled()); // nothing chosen yet
         clickRow(section->listView(), 0);
         click(cancelButton);
@@ -502,7 +502,7 @@ private slots:
         QVERIFY(!copies->model()->setData(copies->model()->index(row), folder, Qt::EditRole));
         QVERIFY(!copies->model()->flags(copies->model()->index(row)).testFlag(Qt::ItemIsEditable));
         clickRow(copies->listView(), row);
-        click(visibleButton(copies, u"移除"_qs));
+        click(button(copies, u"移除"_qs));
         QCOMPARE(window.destinations.destinations(CustomDestinationKind::copy).size(), row);
         QCOMPARE(copies->model()->rowCount(), row);
 
@@ -516,7 +516,7 @@ private slots:
         // The view presets through their controls.
         auto* presets = window.section<FinderViewPresetSection>(KestroFeature::viewOptions);
         QCOMPARE(window.presets.presets().size(), 3);
-        click(visibleButton(presets, u"添加显示方案"_qs));
+        click(button(presets, u"添加显示方案"_qs));
         QCOMPARE(FinderViewPresetPersistence::load()->size(), 4);
         const QString id = window.presets.presets().constLast().id;
         QCOMPARE(presets->nameField()->text(), u"列表 · 按修改日期"_qs);
@@ -542,7 +542,7 @@ private slots:
         QCOMPARE(FinderViewPresetPersistence::preset(id)->name, mine);
         QCOMPARE(presets->nameField()->text(), mine);
         // 移除 takes the selected preset away, and only that one.
-        click(visibleButton(presets, u"移除"_qs));
+        click(button(presets, u"移除"_qs));
         QCOMPARE(FinderViewPresetPersistence::load()->size(), 3);
         QVERIFY(!FinderViewPresetPersistence::preset(id));
     }

@@ -65,14 +65,11 @@ private:
 
 namespace Modal {
 
-// The button of the dialog's button box whose text is text, or nullptr.
-inline QAbstractButton* button(QWidget* dialog, const QString& text) {
-    for (QDialogButtonBox* box : dialog->findChildren<QDialogButtonBox*>()) {
-        for (QAbstractButton* candidate : box->buttons()) {
-            if (candidate->text().remove(QLatin1Char('&')) == text)
-                return candidate;
-        }
-    }
+// The visible button whose text (less its shortcut mark) is text, anywhere under parent, or nullptr.
+inline QAbstractButton* button(QWidget* parent, const QString& text) {
+    for (QAbstractButton* candidate : parent->findChildren<QAbstractButton*>())
+        if (candidate->isVisible() && candidate->text().remove(QLatin1Char('&')) == text)
+            return candidate;
     return nullptr;
 }
 
@@ -108,14 +105,6 @@ inline void clickRow(QAbstractItemView* view, int row, std::function<QPoint(QRec
     const QRect rect = rowRect(view, row);
     QTest::mouseClick(view->viewport(), Qt::LeftButton, {},
                       where ? where(rect) : QPoint(rect.left() + rect.width() / 3, rect.center().y()));
-}
-
-// The visible push button whose text is text, anywhere under parent, or nullptr.
-inline QPushButton* visibleButton(QWidget* parent, const QString& text) {
-    for (QPushButton* candidate : parent->findChildren<QPushButton*>())
-        if (candidate->text() == text && candidate->isVisible())
-            return candidate;
-    return nullptr;
 }
 
 // The texts of the visible labels under widget.
