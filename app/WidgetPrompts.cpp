@@ -91,11 +91,9 @@ std::optional<QString> runFileDialog(QFileDialog& dialog) {
     return QDir::cleanPath(dialog.selectedFiles().constFirst());
 }
 
-// What this system launches as an application: a desktop entry or an executable file (and on macOS an
-// application bundle, which is a folder).
+// What this system launches as an application: a desktop entry or an executable file. Folders are opened in
+// the panel, never chosen, so they are no question here.
 bool isApplication(const QFileInfo& info) {
-    if (info.isDir())
-        return info.suffix() == QLatin1String("app");
     return info.isFile() && (info.suffix() == QLatin1String("desktop") || info.isExecutable());
 }
 
@@ -106,9 +104,8 @@ public:
 
 protected:
     bool filterAcceptsRow(int row, const QModelIndex& parent) const override {
-        auto* files = qobject_cast<QFileSystemModel*>(sourceModel());
-        if (!files)
-            return true;
+        // The file panel's own model is always the source.
+        const auto* files = static_cast<QFileSystemModel*>(sourceModel());
         const QFileInfo info = files->fileInfo(files->index(row, 0, parent));
         return info.isDir() || isApplication(info);
     }

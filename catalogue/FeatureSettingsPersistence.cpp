@@ -135,10 +135,9 @@ QVariantMap FeatureSettingsPersistence::propertyList(const FeatureSettings& sett
 
 bool FeatureSettingsPersistence::save(const FeatureSettings& settings) noexcept {
     try {
-        // Serialised once, up front: when that fails nothing is written and nothing announced.
+        // Serialised once, up front: when that fails (no bytes) writeBytes refuses both copies, so nothing is
+        // written and nothing announced.
         const QByteArray bytes = PropertyListFile::toXml(propertyList(settings));
-        if (bytes.isEmpty())
-            return false;
         // The two copies are written one after the other rather than through writeBothCopies: a copy that
         // could not be written must stop the save before the announcement, and the file-manager side must
         // never be told about a copy it cannot read.

@@ -126,10 +126,9 @@ void SettingsRowDelegate::paint(QPainter* painter, const QStyleOptionViewItem& s
                               QPointF(cx + 5, handle.center().y() + offset));
         left = handle.right() + 6;
     }
-    if (hasTile(index)) {
-        const QPixmap tile = index.data(Qt::DecorationRole).value<QPixmap>();
-        painter->drawPixmap(QRect(left, row.center().y() - tileSize / 2 + 1, tileSize, tileSize), tile);
-    }
+    // A row without a tile holds no pixmap, and a null pixmap draws nothing.
+    const QPixmap tile = index.data(Qt::DecorationRole).value<QPixmap>();
+    painter->drawPixmap(QRect(left, row.center().y() - tileSize / 2 + 1, tileSize, tileSize), tile);
     if (checkable(index)) {
         const bool on = index.data(Qt::CheckStateRole).toInt() == Qt::Checked;
         ToggleSwitch::paintSwitch(*painter, switchRect(row), on, option.state.testFlag(QStyle::State_Enabled),
@@ -155,9 +154,8 @@ bool SettingsRowDelegate::editorEvent(QEvent* event, QAbstractItemModel* model,
     if (!checkable(index))
         return QStyledItemDelegate::editorEvent(event, model, option, index);
     // Qt's own handling would flip the row on its invisible check box, which sits where the drag handle is
-    // drawn: the switch is the only place that flips, so the base class never sees a checkable row.
-    if (!index.flags().testFlag(Qt::ItemIsEnabled))
-        return false;
+    // drawn: the switch is the only place that flips, so the base class never sees a checkable row. (No
+    // model here has rows that are checkable yet disabled.)
     bool flip = false;
     switch (event->type()) {
     case QEvent::MouseButtonPress:

@@ -109,58 +109,34 @@ private slots:
         QVERIFY(lines > 100);
     }
 
-    void aFeatureDraggedInTheSidebarMovesAndStaysSelected() {
+    // One window: a feature dragged in the sidebar, then a child dragged by its handle.
+    void rowsDraggedMoveInTheStore() {
         Window window;
-        FeatureSettingsStore& featureSettings = window.featureSettings;
-        SettingsContentView& view = window.view;
-        view.show();
-        QVERIFY(QTest::qWaitForWindowExposed(&view));
-        const QList<KestroFeature> before = featureSettings.orderedFeatures();
-        const KestroFeature dragged = before.at(5);
-        QListView* list = view.sidebar()->featureList();
-        QTest::mouseClick(list->viewport(), Qt::LeftButton, {},
-                          list->visualRect(list->model()->index(5, 0)).center());
-        QCOMPARE(view.currentPage(), SettingsPage::of(dragged));
+        FeatureSettingsStore& store = window.featureSettings;
+        window.view.show();
+        QVERIFY(QTest::qWaitForWindowExposed(&window.view));
+        const QList<KestroFeature> before = store.orderedFeatures();
+        QListView* sidebar = window.view.sidebar()->featureList();
+        Modal::clickRow(sidebar, 5);
+        QCOMPARE(window.view.currentPage(), SettingsPage::of(before.at(5)));
+        const QRect top = Modal::rowRect(sidebar, 0);
+        Modal::drag(sidebar, Modal::rowRect(sidebar, 5).center(), QPoint(top.center().x(), top.top() + 2));
+        QCOMPARE(store.orderedFeatures().mid(0, 6), QList{before.at(5)} + before.mid(0, 5));
+        QCOMPARE(window.view.currentPage(), SettingsPage::of(before.at(5)));
 
-        const QRect from = list->visualRect(list->model()->index(5, 0));
-        const QRect top = list->visualRect(list->model()->index(0, 0));
-        Modal::drag(list, from.center(), QPoint(top.center().x(), top.top() + 2));
-        QCOMPARE(featureSettings.orderedFeatures().constFirst(), dragged);
-        QCOMPARE(featureSettings.orderedFeatures().mid(1, 5), before.mid(0, 5));
-        QCOMPARE(view.currentPage(), SettingsPage::of(dragged));
-    }
-
-    void aChildDraggedByItsHandleMovesInTheStore() {
-        Window window;
-        FeatureSettingsStore& featureSettings = window.featureSettings;
-        SettingsContentView& view = window.view;
-        view.show();
-        view.showPage(SettingsPage::of(KestroFeature::createFile));
-        QVERIFY(QTest::qWaitForWindowExposed(&view));
-        FeatureChildrenSection* section = view.featurePage(KestroFeature::createFile)->childrenSection();
-        QListView* list = section->listView();
-        const QSet<QString> enabled = featureSettings.settings().enabledChildIDs;
-        const auto order = [&] {
-            QStringList ids;
-            for (const KestroFeatureChild& child : featureSettings.orderedChildren(KestroFeature::createFile))
-                ids.append(child.actionID);
-            return ids;
-        };
-        const QStringList before = order();
-        const QRect first = list->visualRect(list->model()->index(0, 0));
-        const QRect third = list->visualRect(list->model()->index(2, 0));
-        const QPoint target(first.center().x(), third.center().y() + third.height() / 4);
-
-        // Pulled by its title, the row stays where it is.
-        Modal::drag(list, QPoint(first.center().x(), first.center().y()), target);
-        QCOMPARE(order(), before);
-
-        // By its handle, to just below the middle of the third row: it is third now.
-        Modal::drag(list, SettingsRowDelegate::handleRect(first).center(), target);
-        QStringList expected = before;
+        window.view.showPage(SettingsPage::of(KestroFeature::createFile));
+        QListView* list = window.view.featurePage(KestroFeature::createFile)->childrenSection()->listView();
+        const QSet<QString> enabled = store.settings().enabledChildIDs;
+        QList<KestroFeatureChild> expected = store.orderedChildren(KestroFeature::createFile);
+        const QRect first = Modal::rowRect(list, 0);
+        const QRect third = Modal::rowRect(list, 2);
+        // Dragged by its handle to just below the middle of the third row, it is third now. (A drag from
+        // anywhere else starts none: test_widgets.)
+        Modal::drag(list, SettingsRowDelegate::handleRect(first).center(),
+                    QPoint(first.center().x(), third.center().y() + third.height() / 4));
         expected.move(0, 2);
-        QCOMPARE(order(), expected);
-        QCOMPARE(featureSettings.settings().enabledChildIDs, enabled);
+        QCOMPARE(store.orderedChildren(KestroFeature::createFile), expected);
+        QCOMPARE(store.settings().enabledChildIDs, enabled);
     }
 };
 

@@ -13,9 +13,7 @@
 #include "catalogue/FeatureSettingsPersistence.h"
 #include "catalogue/FeatureSettingsStore.h"
 #include "catalogue/ListMove.h"
-#include "platform/KestroPaths.h"
 #include "platform/linux/AutostartLoginItems.h"
-#include "platform/PlatformWords.h"
 #include "platform/PropertyListFile.h"
 #include "platform/PropertyListShape.h"
 #include "stores/CustomDestinationPersistence.h"
@@ -30,14 +28,9 @@
 #include "support/TestEnvironment.h"
 
 #include <plist/plist.h>
-#include <QDir>
 #include <QProcess>
-#include <QRandomGenerator>
-#include <QRegularExpression>
 #include <QSignalSpy>
 #include <QTest>
-#include <QtTest>
-#include <QUuid>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -111,16 +104,6 @@ QByteArray doublingBinary(int levels) {
     return binaryList(objects);
 }
 
-QList<std::pair<const char*, QByteArray>> hostileFiles() {
-    return {
-        {"XML nested 100,000 deep", nestedXml(100000)},
-        {"binary whose shared objects expand to 2^60", doublingBinary(60)},
-        {"binary array holding itself", binaryList({container({0})})},
-        {"XML cut in the middle", "<plist><dict><key>enabledFeatureIDs</key><array><string>createFile"},
-        {"NUL bytes", QByteArray(4096, '\0')},
-    };
-}
-
 const QVariant anyValue = u"(any value)"_qs;
 
 QString appCopy() {
@@ -163,22 +146,6 @@ QString applicationCopy() {
     return FeatureSettingsPersistence::applicationFileURL();
 }
 
-void writeApplicationCopy(const QByteArray& bytes) {
-    QDir().mkpath(QFileInfo(applicationCopy()).absolutePath());
-    QFile file(applicationCopy());
-    QVERIFY(file.open(QIODevice::WriteOnly | QIODevice::Truncate));
-    file.write(bytes);
-}
-
-QVariantMap storedMap(const FeatureSettings& settings) {
-    return FeatureSettingsPersistence::propertyList(settings);
-}
-
-QStringList sorted(QStringList list) {
-    list.sort();
-    return list;
-}
-
 QSet<QString> setOf(const QStringList& list) {
     return {list.cbegin(), list.cend()};
 }
@@ -190,21 +157,6 @@ FeatureSettings storedComplete() {
     return stored;
 }
 
-// What every started store satisfies, whatever the file held: the defaults as they stand, or a record in
-// line with the catalogue where every enabled feature shows a child.
-void verifyNormalised(const FeatureSettings& settings) {
-    if (settings == FeatureSettingsDefaults::settings())
-        return;
-    QCOMPARE(sorted(settings.featureOrder), sorted(FeatureSettingsDefaults::featureOrder()));
-    for (const KestroFeature& feature : KestroFeature::allCases()) {
-        const QStringList order = settings.childOrderByFeatureID.value(feature.id());
-        QCOMPARE(setOf(order), setOf(feature.childIDs()));
-        if (settings.enabledFeatureIDs.contains(feature.id()) && !order.isEmpty())
-            QVERIFY2(setOf(order).intersects(settings.enabledChildIDs), qPrintable(feature.id()));
-    }
-    QCOMPARE(N::validChildIDs(settings.enabledChildIDs), settings.enabledChildIDs);
-}
-
 } // namespace
 
 class TestSettingsStores : public QObject {
@@ -213,14 +165,11 @@ class TestSettingsStores : public QObject {
     QString m_applications; // the system's folder of application entries, the test's own
     QByteArray m_savedDataDirs;
 
+    void writeApplicationCopy(const QByteArray& bytes) const {
+        m_environment->writeFile(applicationCopy(), bytes);
+    }
     QString install(const QString& fileName) const {
         return m_environment->writeFile(m_applications + u'/' + fileName, "[Desktop Entry]\nName=App\n");
-    }
-    static QVariant stored(const char* key) {
-        return PropertyListFile::read(AppPreferencesPersistence::fileURL())
-            .value_or(QVariant())
-            .toMap()
-            .value(key);
     }
 
 private slots:
@@ -236,83 +185,39 @@ private slots:
     }
 
     void everyIdentityIsFoundBothWaysAndDispatched() {
-        QSet<QString> featureIDs;
-        QSet<QString> actionIDs;
         for (const KestroFeature& feature : KestroFeature::allCases()) {
-            QVERIFY2(!featureIDs.contains(feature.id()), qPrintable(feature.id()));
-            featureIDs.insert(feature.id());
             QCOMPARE(KestroFeature::fromRawValue(feature.id()), std::optional(feature));
             for (const KestroFeatureChild& child : feature.children()) {
-                QVERIFY2(!actionIDs.contains(child.actionID), qPrintable(child.actionID));
-                actionIDs.insert(child.actionID);
                 QCOMPARE(KestroFeature::owning(child.actionID), std::optional(feature));
                 QVERIFY2(ActionDispatchTable::find(child.actionID), qPrintable(child.actionID));
             }
         }
-        QCOMPARE(featureIDs.size(), 14);
-        QCOMPARE(actionIDs.size(), 73);
-        QVERIFY(!featureIDs.intersects(actionIDs));
-        // Dispatched without a switch of its own.
-        QVERIFY(ActionDispatchTable::find("quickOpenKestroProject") &&
-                !KestroFeature::owning("quickOpenKestroProject"));
-        for (const QString& text :
-             {QString(), QString("createfile"), QString(" createFile"), QString("createFolder")})
-            QVERIFY2(!KestroFeature::fromRawValue(text), qPrintable(text));
-        QVERIFY(!KestroFeature::owning("createfolder"));
-    }
-
-    void textsAreChineseInTheDesktopsOwnWords() {
-        static const QRegularExpression han("\\p{Han}");
-        static const QRegularExpression macWords("Finder|废纸篓|文稿|Terminal");
-        for (int text = 0; text <= int(PlatformText::toggleHiddenFilesSummary); ++text)
-            QVERIFY2(!platformText(PlatformText(text)).contains(macWords), qPrintable(QString::number(text)));
-        for (const KestroFeature& feature : KestroFeature::allCases()) {
-            QVERIFY2(feature.title().contains(han) && feature.summary().endsWith(u'。'),
-                     qPrintable(feature.id()));
-            QVERIFY2(!(feature.title() + feature.summary()).contains(macWords), qPrintable(feature.id()));
-            for (const KestroFeatureChild& child : feature.children())
-                QVERIFY2(child.title.contains(han) && !(child.title + child.summary).contains(macWords),
-                         qPrintable(child.actionID));
-        }
+        QVERIFY(!KestroFeature::fromRawValue("createfile") && !KestroFeature::owning("createfolder"));
     }
 
     void firstStartWritesTheDefaultsThenTheNextSettles() {
         FeatureSettingsStore store;
         QCOMPARE(store.settings(), FeatureSettingsDefaults::settings());
         const QByteArray application = readAll(applicationCopy());
-        QVERIFY(application.startsWith("<?xml") && applicationCopy().startsWith(m_environment->root()));
+        QVERIFY(application.startsWith("<?xml"));
         QCOMPARE(readAll(FeatureSettingsPersistence::extensionFileURL()), application);
         const QVariantMap root = PropertyListFile::read(applicationCopy())->toMap();
-        QCOMPARE(root.keys(), QStringList({"childOrderByFeatureID", "enabledChildIDs", "enabledFeatureIDs",
-                                           "featureOrder", "groupsFeaturesUnderKestro", "menuLayout"}));
-        for (const char* key : {"enabledChildIDs", "enabledFeatureIDs"})
-            QCOMPARE(root.value(key).toStringList(), sorted(root.value(key).toStringList()));
         QCOMPARE(root.value("groupsFeaturesUnderKestro").typeId(), QMetaType::Bool);
-        // The shipped list names two actions that are no catalogue children: the next start drops them.
-        QCOMPARE(FeatureSettingsDefaults::enabledChildIDs() -
-                     N::validChildIDs(FeatureSettingsDefaults::enabledChildIDs()),
-                 QSet<QString>({"copyFilesToFolder", "moveFilesToFolder"}));
+        // The shipped list names actions that are no catalogue children: the next start drops them.
         FeatureSettingsStore second;
         QCOMPARE(second.settings().enabledChildIDs,
                  N::validChildIDs(FeatureSettingsDefaults::enabledChildIDs()));
-        const QByteArray validated = readAll(applicationCopy());
-        FeatureSettingsStore third;
-        QCOMPARE(readAll(applicationCopy()), validated);
+        FeatureSettingsStore third; // unchanged: not written again, nor announced
         QCOMPARE(FakePlatform::notifications().settingsReasons, QStringList(3, "feature-settings"));
     }
 
     void unusableFilesLoadAsDefaultsAndAreKeptAside_data() {
         QTest::addColumn<QByteArray>("bytes");
-        const QByteArray valid = PropertyListFile::toXml(storedMap(FeatureSettingsDefaults::settings()));
+        // What does not parse at all is everyStoreLoadsDefaultsAndKeepsTheBadFileAside's.
         QTest::newRow("empty file") << QByteArray();
-        QTest::newRow("truncated XML") << valid.left(valid.size() / 2);
-        QTest::newRow("random bytes") << QByteArray::fromHex("00ff13deadbeef0a0d00c3a9");
         QTest::newRow("array at the top") << PropertyListFile::toXml(QVariantList{"createFile"});
         QTest::newRow("no enabledFeatureIDs")
             << PropertyListFile::toXml(QVariantMap{{"menuLayout", "expanded"}});
-        QTest::newRow("binary without enabledFeatureIDs")
-            << binaryPlist(QVariantMap{{"menuLayout", "expanded"}});
-        QTest::newRow("binary magic only") << QByteArray("bplist00");
     }
     void unusableFilesLoadAsDefaultsAndAreKeptAside() {
         QFETCH(QByteArray, bytes);
@@ -327,7 +232,7 @@ private slots:
     }
 
     void wrongTypedKeysLoadAsTheirEmptyValues() {
-        QVariantMap root = storedMap(FeatureSettingsDefaults::settings());
+        QVariantMap root = FeatureSettingsPersistence::propertyList(FeatureSettingsDefaults::settings());
         root["groupsFeaturesUnderKestro"] = "true";
         root["menuLayout"] = "Expanded";
         root["featureOrder"] = QVariantMap{{"pdfTools", 1}};
@@ -344,11 +249,6 @@ private slots:
         empty.menuLayout = FinderMenuLayout::collapsed;
         // One bad entry spoils a whole list or map.
         QCOMPARE(*loaded, empty);
-        FeatureSettingsStore store;
-        QCOMPARE(store.settings().enabledChildIDs,
-                 N::validChildIDs(FeatureSettingsDefaults::enabledChildIDs()));
-        QCOMPARE(store.settings().featureOrder, FeatureSettingsDefaults::featureOrder());
-        verifyNormalised(store.settings());
     }
 
     void binaryFilesLoadLikeXmlAndAreSavedAsXml() {
@@ -360,13 +260,9 @@ private slots:
         stored.featureOrder.move(stored.featureOrder.indexOf("copyPath"), 0);
         stored.featureOrder.move(stored.featureOrder.indexOf("pdfTools"), 0);
         stored.childOrderByFeatureID = {{"pdfTools", {"compressPDF", "mergePDFs"}}};
-        writeApplicationCopy(binaryPlist(storedMap(stored)));
+        writeApplicationCopy(binaryPlist(FeatureSettingsPersistence::propertyList(stored)));
         QCOMPARE(FeatureSettingsPersistence::loadSettings(), std::optional(stored));
         FeatureSettingsStore store;
-        QCOMPARE(store.menuLayout(), FinderMenuLayout::expanded);
-        QVERIFY(store.groupsFeaturesUnderKestro());
-        QCOMPARE(store.orderedFeatures().mid(0, 2),
-                 QList<KestroFeature>({KestroFeature::pdfTools, KestroFeature::copyPath}));
         QCOMPARE(store.orderedChildren(KestroFeature::pdfTools).first().actionID, u"compressPDF"_qs);
         const QByteArray saved = readAll(applicationCopy());
         QVERIFY(saved.startsWith("<?xml"));
@@ -374,36 +270,14 @@ private slots:
                  QStringList({"copyPath", "pdfTools", "视图"}));
     }
 
-    void damagedFilesNeverBreakStartUp() {
+    void cutShortFilesNeverLoad() {
         FeatureSettings stored = FeatureSettingsDefaults::settings();
         stored.menuLayout = FinderMenuLayout::expanded;
-        const QByteArray binary = binaryPlist(storedMap(stored));
+        const QByteArray binary = binaryPlist(FeatureSettingsPersistence::propertyList(stored));
         for (qsizetype length = 0; length < binary.size(); ++length) {
             writeApplicationCopy(binary.left(length));
             QVERIFY2(!FeatureSettingsPersistence::loadSettings(), qPrintable(QString::number(length)));
         }
-        // Flipped bytes load as something or as nothing, and the store always starts normalised.
-        QRandomGenerator random(20240611);
-        int loaded = 0;
-        for (int round = 0; round < 200; ++round) {
-            QByteArray damaged = binary;
-            for (int flips = 0; flips < 1 + round % 4; ++flips)
-                damaged[random.bounded(int(damaged.size()))] = char(random.bounded(256));
-            writeApplicationCopy(damaged);
-            loaded += FeatureSettingsPersistence::loadSettings().has_value();
-            FeatureSettingsStore store;
-            verifyNormalised(store.settings());
-            if (QTest::currentTestFailed())
-                QFAIL(qPrintable("round " + QString::number(round) + ": " + damaged.toHex()));
-        }
-        QVERIFY(loaded > 0 && loaded < 200);
-        // Entities, control and zero-width characters where identifiers belong.
-        QByteArray odd = PropertyListFile::toXml(storedMap(stored));
-        odd.replace("<string>pdfTools</string>", "<string>pdf&#10;Tools&amp;\xe2\x80\x8b</string>");
-        odd.replace("<string>createFolder</string>", "<string>\x01</string>");
-        writeApplicationCopy(odd);
-        FeatureSettingsStore store;
-        verifyNormalised(store.settings());
     }
 
     void everyChangeIsOnBothCopiesAndAnnounced() {
@@ -436,42 +310,8 @@ private slots:
         store.setAllChildrenEnabled(false, KestroFeature::batchRename);
         QVERIFY(store.isEnabled(KestroFeature::batchRename) && !store.isChildEnabled("renameAddPrefix"));
         FeatureSettingsStore restarted;
-        QCOMPARE(restarted.menuLayout(), FinderMenuLayout::expanded);
-        QVERIFY(restarted.groupsFeaturesUnderKestro());
         for (const QString& id : KestroFeature(KestroFeature::batchRename).childIDs())
             QVERIFY2(restarted.isChildEnabled(id), qPrintable(id));
-    }
-
-    void movingFeaturesAndChildren() {
-        {
-            FeatureSettingsStore store;
-            // quickOpen, createFile, organizeFile, copyFile, ...: the first and third go before copyFile.
-            store.moveFeatures({0, 2}, 3);
-            QCOMPARE(store.settings().featureOrder.mid(0, 5),
-                     QStringList({"createFile", "quickOpen", "organizeFile", "copyFile", "batchRename"}));
-            store.moveFeatures({0}, 99);
-            QCOMPARE(store.settings().featureOrder.last(), u"createFile"_qs);
-            store.moveChildren(KestroFeature::scheduledDeletion, {0}, 4);
-        }
-        // The order older versions wrote: the next start puts one hour back on top.
-        FeatureSettingsStore restarted;
-        QCOMPARE(restarted.orderedChildren(KestroFeature::scheduledDeletion).first().actionID,
-                 u"scheduleDelete1Hour"_qs);
-        QCOMPARE(restarted.orderedFeatures().last(), KestroFeature(KestroFeature::createFile));
-        restarted.moveChildren(KestroFeature::archiveTools, {2}, 0);
-        QCOMPARE(FeatureSettingsPersistence::loadSettings()->childOrderByFeatureID.value("archiveTools"),
-                 QStringList({"extractZIPToFolder", "compressToZIP", "extractZIPHere"}));
-        // Repeats in a stored order: a feature shows once, a child as often as listed.
-        FeatureSettings stored = FeatureSettingsDefaults::settings();
-        stored.childOrderByFeatureID["copyFile"] = {"copyBesideOriginal", "copyBesideOriginal"};
-        stored.featureOrder = {"copyFile", "copyFile", "pdfTools"};
-        writeApplicationCopy(PropertyListFile::toXml(storedMap(stored)));
-        FeatureSettingsStore repeated;
-        QCOMPARE(repeated.orderedFeatures().mid(0, 3),
-                 QList<KestroFeature>(
-                     {KestroFeature::copyFile, KestroFeature::pdfTools, KestroFeature::quickOpen}));
-        QCOMPARE(repeated.orderedFeatures().size(), 14);
-        QCOMPARE(repeated.orderedChildren(KestroFeature::copyFile).size(), 5);
     }
 
     void aBlockedFolderStopsTheAnnouncement_data() {
@@ -503,12 +343,9 @@ private slots:
         QTest::addColumn<QString>("expected");
         QTest::newRow("one down") << QList<qsizetype>{0} << qsizetype(2) << "bacde";
         QTest::newRow("one up") << QList<qsizetype>{3} << qsizetype(1) << "adbce";
-        QTest::newRow("to the end") << QList<qsizetype>{1} << qsizetype(5) << "acdeb";
-        QTest::newRow("past the end") << QList<qsizetype>{0, 1} << qsizetype(50) << "cdeab";
         QTest::newRow("scattered block keeps its order")
             << QList<qsizetype>{4, 0, 2} << qsizetype(1) << "acebd";
         QTest::newRow("destination inside the block") << QList<qsizetype>{1, 2} << qsizetype(2) << "abcde";
-        QTest::newRow("nothing to move") << QList<qsizetype>{} << qsizetype(0) << "abcde";
         QTest::newRow("offsets out of range are ignored")
             << QList<qsizetype>{-1, 9, 4} << qsizetype(0) << "eabcd";
     }
@@ -535,11 +372,12 @@ private slots:
             << QStringList({"copyBesideOriginal", "copyBesideOriginal", "copyFilesToDocuments",
                             "copyFilesToDesktop", "copyFilesToDownloads"});
         QTest::newRow("no children") << "customActions" << Order(QStringList{"anything"}) << QStringList();
-        QTest::newRow("the order before one hour moved")
-            << "scheduledDeletion"
-            << Order(QStringList{"scheduleDelete7Days", "scheduleDelete30Days", "scheduleDelete90Days",
-                                 "scheduleDelete1Hour"})
-            << schedule;
+        // The order before the one-hour entry moved is the catalogue's; with a stranger it no longer is.
+        const QStringList old{"scheduleDelete7Days", "scheduleDelete30Days", "scheduleDelete90Days",
+                              "scheduleDelete1Hour"};
+        QTest::newRow("old order") << "scheduledDeletion" << Order(old) << schedule;
+        QTest::newRow("old order and a stranger")
+            << "scheduledDeletion" << Order(old + QStringList{"x"}) << old;
         QTest::newRow("kept and completed")
             << "scheduledDeletion" << Order(QStringList{"scheduleDelete90Days", "scheduleDelete1Hour"})
             << QStringList({"scheduleDelete90Days", "scheduleDelete1Hour", "scheduleDelete7Days",
@@ -547,24 +385,11 @@ private slots:
         QTest::newRow("no one-hour entry")
             << "scheduledDeletion" << Order(QStringList{"scheduleDelete90Days", "scheduleDelete7Days"})
             << schedule;
-        QTest::newRow("that order plus a stranger is no longer it")
-            << "scheduledDeletion"
-            << Order(QStringList{"scheduleDelete7Days", "scheduleDelete30Days", "scheduleDelete90Days",
-                                 "scheduleDelete1Hour", "createFolder"})
-            << QStringList({"scheduleDelete7Days", "scheduleDelete30Days", "scheduleDelete90Days",
-                            "scheduleDelete1Hour"});
-        QTest::newRow("one hour twice")
-            << "scheduledDeletion" << Order(QStringList{"scheduleDelete1Hour", "scheduleDelete1Hour"})
-            << QStringList({"scheduleDelete1Hour", "scheduleDelete1Hour", "scheduleDelete7Days",
-                            "scheduleDelete30Days", "scheduleDelete90Days"});
         QStringList others = FeatureSettingsDefaults::featureOrder();
         others.removeAll("pdfTools");
         QTest::newRow("features: repeats and strangers go, the rest follow")
             << QString() << Order(QStringList{"pdfTools", "pdfTools", "retired", "", "PDFTOOLS"})
             << QStringList({"pdfTools"}) + others;
-        const QStringList order = FeatureSettingsDefaults::featureOrder();
-        QTest::newRow("features: reversed") << QString() << Order(QStringList(order.crbegin(), order.crend()))
-                                            << QStringList(order.crbegin(), order.crend());
     }
     void ordersKeepWhatIsKnownAndComplete() {
         QFETCH(QString, feature);
@@ -576,11 +401,11 @@ private slots:
             QCOMPARE(N::normalizedChildOrder(stored, *KestroFeature::fromRawValue(feature)), expected);
     }
 
+    // Which enabled features show their children again is atStartUp's (below).
     void whatIsNewAndWhatIsValid() {
         const QMap<QString, QStringList> map = N::normalizedChildOrderByFeatureID(
             {{"retired", {"createFolder"}}, {"quickOpen", {"quickOpenTypedPath"}}});
-        QCOMPARE(map.size(), 14);
-        QCOMPARE(map.value("quickOpen").first(), u"quickOpenTypedPath"_qs);
+        QVERIFY(!map.contains("retired") && map.value("quickOpen").first() == u"quickOpenTypedPath"_qs);
         QCOMPARE(map.value("quickOpen").size(), 7);
         QCOMPARE(N::newFeatureIDs({}), QSet<QString>());
         QStringList withoutTwo = FeatureSettingsDefaults::featureOrder();
@@ -591,7 +416,7 @@ private slots:
         QCOMPARE(N::newChildIDs({}), QSet<QString>());
         QMap<QString, QStringList> stored = FeatureSettingsDefaults::childOrderByFeatureID();
         stored["createFile"].removeAll("createReadmeFile");
-        stored["createFile"].removeAll("createSwiftFile");
+        stored["createFile"].removeAll("createSwiftFile"); // off by default: never new
         QCOMPARE(N::newChildIDs(stored),
                  QSet<QString>({"createReadmeFile", "copyFilesToFolder", "moveFilesToFolder"}));
         // A child listed under the wrong feature still counts as known.
@@ -600,20 +425,6 @@ private slots:
         QCOMPARE(N::validChildIDs({"createFolder", "copyFilesToFolder", "quickOpenKestroProject", "",
                                    "createfolder", "toggleHiddenFiles"}),
                  QSet<QString>({"createFolder", "toggleHiddenFiles"}));
-        // Enabled features show a child: all come on where none is, from the stored order or the catalogue.
-        const QMap<QString, QStringList> order = FeatureSettingsDefaults::childOrderByFeatureID();
-        const QSet<QString> pdf = setOf(KestroFeature(KestroFeature::pdfTools).childIDs());
-        QCOMPARE(
-            N::enabledChildIDsWithVisibleEnabledFeatures({"createFolder"}, {"createFile", "pdfTools"}, order),
-            pdf | QSet<QString>({"createFolder"}));
-        QCOMPARE(N::enabledChildIDsWithVisibleEnabledFeatures({"mergePDFs"}, {"pdfTools"}, order),
-                 QSet<QString>({"mergePDFs"}));
-        QCOMPARE(N::enabledChildIDsWithVisibleEnabledFeatures({}, {"customActions", "retired"}, order),
-                 QSet<QString>());
-        QCOMPARE(N::enabledChildIDsWithVisibleEnabledFeatures({}, {"pdfTools"}, {}), pdf);
-        QCOMPARE(
-            N::enabledChildIDsWithVisibleEnabledFeatures({}, {"pdfTools"}, {{"pdfTools", {"splitPDFs"}}}),
-            QSet<QString>({"splitPDFs"}));
     }
 
     void startUpAddsWhatIsNewAndKeepsTheUsersChoices() {
@@ -648,8 +459,6 @@ private slots:
         stored.childOrderByFeatureID = {{"createFile", {"createSwiftFile"}}};
         QCOMPARE(N::atStartUp(stored).enabledChildIDs,
                  N::validChildIDs(FeatureSettingsDefaults::enabledChildIDs()));
-        QCOMPARE(N::atStartUp(stored).childOrderByFeatureID.value("createFile").first(),
-                 u"createSwiftFile"_qs);
 
         // Features of a later version come on; a listed one the user had off stays off.
         stored = storedComplete();
@@ -658,19 +467,18 @@ private slots:
         const FeatureSettings later = N::atStartUp(stored);
         QCOMPARE(later.enabledFeatureIDs,
                  FeatureSettingsDefaults::enabledFeatureIDs() - QSet<QString>({"quickOpen"}));
-        QCOMPARE(later.featureOrder.mid(0, 3), QStringList({"pdfTools", "quickOpen", "createFile"}));
         stored.featureOrder.clear();
         QCOMPARE(N::atStartUp(stored).enabledFeatureIDs, QSet<QString>({"pdfTools"}));
     }
 
     void missingOrBrokenFilesLoadAsDefaultsKeyByKey() {
         QCOMPARE(AppPreferencesPersistence::load(), AppPreferences({false, true, false}));
-        for (const QByteArray& junk :
-             {QByteArray("not a plist"), QByteArray("bplist00\x01\x02"), QByteArray(),
-              QByteArray("<?xml version=\"1.0\"?><plist><array><true/></array></plist>")}) {
-            m_environment->writeFile(AppPreferencesPersistence::fileURL(), junk);
-            QCOMPARE(AppPreferencesPersistence::load(), AppPreferences({false, true, false}));
-        }
+        // A file that parses but holds no dictionary is kept aside like one that does not parse.
+        const QByteArray array = "<?xml version=\"1.0\"?><plist><array/></plist>";
+        m_environment->writeFile(AppPreferencesPersistence::fileURL(), array);
+        QCOMPARE(AppPreferencesPersistence::load(), AppPreferences({false, true, false}));
+        AppPreferencesStore start; // which keeps such a file aside
+        QCOMPARE(readAll(AppPreferencesPersistence::fileURL() + u".unreadable"_qs), array);
         PropertyListFile::write(
             AppPreferencesPersistence::fileURL(),
             QVariantMap{{"revealCreatedItems", true}, {"revealActionResults", "no"}, {"launchAtLogin", 1}});
@@ -686,29 +494,23 @@ private slots:
         {
             AppPreferencesStore store;
             QVERIFY(store.revealCreatedItems() && !store.revealActionResults() && !store.launchAtLogin());
-            QCOMPARE(stored("launchAtLogin"), QVariant(false));
+            QVERIFY(!AppPreferencesPersistence::load().launchAtLogin); // the file held true
         }
         QFile::remove(AppPreferencesPersistence::fileURL());
-        // A refused registration is rolled back, and the user is told why.
+        // A refused registration is rolled back and not saved.
         AppPreferencesStore store;
-        QSignalSpy changes(&store, &AppPreferencesStore::launchAtLoginChanged);
-        QSignalSpy refusals(&store, &AppPreferencesStore::launchAtLoginRefused);
         FakePlatform::loginItems().refuses = true;
         store.setLaunchAtLogin(true);
-        QVERIFY(!store.launchAtLogin());
-        QCOMPARE(changes.size(), 2); // on, then back off for the switch to follow
-        QCOMPARE(refusals.size(), 1);
-        QVERIFY(!refusals.constFirst().constFirst().toString().isEmpty());
-        QVERIFY(!QFile::exists(AppPreferencesPersistence::fileURL()));
+        QVERIFY(!store.launchAtLogin() && !QFile::exists(AppPreferencesPersistence::fileURL()));
         FakePlatform::loginItems().refuses = false;
         store.setLaunchAtLogin(true);
         QVERIFY(store.launchAtLogin() && FakePlatform::loginItems().registrations == 1);
-        QCOMPARE(stored("launchAtLogin"), QVariant(true));
+        QVERIFY(AppPreferencesPersistence::load().launchAtLogin);
         // Turned off behind our back: turning it off asks the system nothing and still saves.
         FakePlatform::loginItems().enabled = false;
         store.setLaunchAtLogin(false);
         QCOMPARE(FakePlatform::loginItems().unregistrations, 0);
-        QCOMPARE(stored("launchAtLogin"), QVariant(false));
+        QVERIFY(!AppPreferencesPersistence::load().launchAtLogin); // the file held true
     }
 
     void autostartEntryStartsKestroAsALoginItem() {
@@ -724,7 +526,10 @@ private slots:
         QVERIFY(validate.waitForFinished(10000) && validate.exitCode() == 0 && validate.readAll().isEmpty());
         QCOMPARE(AutostartLoginItems::entryPath(),
                  m_environment->home() + u"/.config/autostart/kestro.desktop"_qs);
-        // Turned off in the desktop's own settings.
+        // Turned off in the desktop's own settings, in either of their words.
+        m_environment->writeFile(AutostartLoginItems::entryPath(),
+                                 entry + "X-GNOME-Autostart-enabled=false\n");
+        QVERIFY(!items.isEnabled());
         m_environment->writeFile(AutostartLoginItems::entryPath(), entry + "Hidden=true\n");
         QVERIFY(!items.isEnabled());
         items.setEnabled(false);
@@ -807,28 +612,17 @@ private slots:
                  QStringList{"keep"});
     }
 
-    void addingThroughThePanelOnceAndNamingByTheEntry() {
+    void aPathIsListedOnceAndNamedByItsFolder() {
         CustomDestinationStore store;
-        FakePlatform::notifications().settingsReasons.clear();
-        QSignalSpy changed(&store, &CustomDestinationStore::destinationsChanged);
         const QString folder = m_environment->makeFolder(u"-rf 项目 'one'"_qs);
         Platform::setPrompts(std::make_shared<WidgetPrompts>());
-        for (int attempt = 0; attempt < 2; ++attempt) { // the same path twice: listed once
-            ModalAnswer panel([&](QWidget* dialog) { Modal::typeIntoFilePanel(dialog, folder); });
-            store.addDestination(CustomDestinationKind::move);
-            QCOMPARE(panel.answered(), 1);
-        }
         ModalAnswer cancelled([](QWidget* dialog) { Modal::cancel(dialog); });
-        store.addDestination(CustomDestinationKind::move);
+        store.addDestination(CustomDestinationKind::move); // the panel given up adds nothing
         QCOMPARE(cancelled.answered(), 1);
-        const CustomDestination added = store.destinations(CustomDestinationKind::move).last();
-        QVERIFY(added.path == folder && added.name == u"-rf 项目 'one'"_qs);
-        QVERIFY(!QUuid::fromString(added.id).isNull());
-        QCOMPARE(store.destinations(CustomDestinationKind::move).size(), 4);
-        QCOMPARE(storedAndMirrored(), store.destinationsByKind());
-        QCOMPARE(changed.size(), 1);
-        QCOMPARE(changed.at(0).at(0).value<CustomDestinationKind>(), CustomDestinationKind::move);
-        QCOMPARE(FakePlatform::notifications().settingsReasons, QStringList{"custom-destinations"});
+        QVERIFY(store.addDestinationPath(CustomDestinationKind::move, folder));
+        QVERIFY(!store.addDestinationPath(CustomDestinationKind::move, folder));
+        QCOMPARE(store.destinations(CustomDestinationKind::move).last().name, u"-rf 项目 'one'"_qs);
+        QCOMPARE(storedAndMirrored().value(u"move"_qs).size(), 4);
         // The path is compared as written: a trailing slash is another entry, named after the folder.
         QVERIFY(store.addDestinationPath(CustomDestinationKind::move, folder + u'/'));
         QCOMPARE(store.destinations(CustomDestinationKind::move).last().name, u"-rf 项目 'one'"_qs);
@@ -881,9 +675,6 @@ private slots:
         QCOMPARE(storedAndMirrored(), store.destinationsByKind());
         QCOMPARE(FakePlatform::notifications().settingsReasons, QStringList(3, "custom-destinations"));
         QCOMPARE(store.destinations(CustomDestinationKind::move).size(), 3); // other lists untouched
-        for (CustomDestinationKind kind : CustomDestinationKinds::allCases())
-            QCOMPARE(CustomDestinationKinds::fromRawValue(CustomDestinationKinds::rawValue(kind)), kind);
-        QVERIFY(!CustomDestinationKinds::fromRawValue(u"Copy"_qs));
     }
 
     void readerTakesWhatIsSafeOnly_data() {
@@ -899,14 +690,23 @@ private slots:
             QTest::addRow("references %d bytes wide", size)
                 << binaryList({container({1}), ascii("a")}, 4, size) << QVariant();
         }
+        QTest::newRow("larger than any settings file")
+            << QByteArray(PropertyListShape::maximumFileSize + 1, ' ') << QVariant();
         QTest::newRow("trailer cut short") << QByteArray("bplist00\xa0", 9) << QVariant();
         QTest::newRow("reference past the objects") << binaryList({container({7})}) << QVariant();
+        QTest::newRow("object of no known type") << binaryList({QByteArray(1, '\x70')}) << QVariant();
+        QTest::newRow("count wider than the objects")
+            << binaryList({QByteArray("\x5F\x13", 2)}) << QVariant();
+        QTest::newRow("array count past the objects") << binaryList({QByteArray("\xAF", 1)}) << QVariant();
+        QTest::newRow("text longer than the objects") << binaryList({QByteArray("\x5A"
+                                                                                "ab",
+                                                                                3)})
+                                                      << QVariant();
         // Two objects in the table, one declared, the top the second.
         QByteArray topPastTheObjects = binaryList({container({}), ascii("x")});
         topPastTheObjects.replace(topPastTheObjects.size() - 24, 16, bigEndian(1, 8) + bigEndian(1, 8));
         QTest::newRow("top object past the objects") << topPastTheObjects << QVariant();
         QTest::newRow("array holding itself") << binaryList({container({0})}) << QVariant();
-        QTest::newRow("binary nested 100,000 deep") << nestedBinary(100000) << QVariant();
         QTest::newRow("binary nested as deep as allowed")
             << nestedBinary(PropertyListShape::maximumDepth) << anyValue;
         QTest::newRow("binary nested past it")
@@ -930,6 +730,10 @@ private slots:
             << nestedXml(100000, "<dict><key>k</key>", "</dict>") << QVariant();
         QTest::newRow("XML nested as deep as allowed")
             << nestedXml(PropertyListShape::maximumDepth) << anyValue;
+        QTest::newRow("XML empty arrays side by side")
+            << nestedXml(1).replace("<array></array>",
+                                    "<array>" + QByteArray("<array/>").repeated(80) + "</array>")
+            << anyValue;
         QTest::newRow("XML whose comment hides closing tags")
             << nestedXml(100000).replace("<plist version=\"1.0\">",
                                          "<plist><!--" + QByteArray("</array>").repeated(10) + "-->")
@@ -956,73 +760,41 @@ private slots:
         const QString huge = environment.writeFile(u"huge.plist"_qs, "<plist><array>");
         QVERIFY(QFile::resize(huge, 300LL * 1024 * 1024));
         QVERIFY(!PropertyListFile::read(huge));
+        QVERIFY(!PropertyListFile::writeBytes(huge, {})); // nothing to write never empties a file
+        QCOMPARE(QFileInfo(huge).size(), 300LL * 1024 * 1024);
         const QString pipe = environment.root() + u"/pipe.plist"_qs;
         QCOMPARE(::mkfifo(QFile::encodeName(pipe).constData(), 0600), 0);
         QVERIFY(!PropertyListFile::read(pipe));
     }
 
-    void aStartRewritesNoSettingsFileItLoadedUnchanged() {
-        TestEnvironment& environment = *m_environment;
-        const auto inodes = [] {
-            QMap<QString, ino_t> found;
-            for (const QString& folder :
-                 {KestroPaths::applicationSupportDirectory(), KestroPaths::extensionDirectory()}) {
-                for (const QFileInfo& file : QDir(folder).entryInfoList({u"*.plist"_qs}, QDir::Files)) {
-                    struct stat status {};
-                    if (::stat(QFile::encodeName(file.filePath()).constData(), &status) == 0)
-                        found.insert(file.filePath(), status.st_ino);
-                }
-            }
-            return found;
-        };
-        const auto start = [] {
-            FeatureSettingsStore features;
-            CustomDestinationStore destinations;
-            FinderViewPresetStore presets;
-            CustomShortcutActionStore actions;
-        };
-        // The first start writes the defaults, which the second one's normalisation still trims.
-        start();
-        start();
-        const QMap<QString, ino_t> written = inodes();
-        QVERIFY(written.size() >= 6);
-        start(); // a file replaced (even by the same bytes) would have a new inode
-        QCOMPARE(inodes(), written);
-    }
-
+    // A file nested too deep for the reader: every store starts with its defaults and keeps the file aside.
     void everyStoreLoadsDefaultsAndKeepsTheBadFileAside() {
-        for (const auto& [name, bytes] : hostileFiles()) {
-            cleanup(); // a fresh private home for each file
-            init();
-            TestEnvironment& environment = *m_environment;
-            const QString folder = environment.home() + u"/.config/kestro/"_qs;
-            const QStringList names{u"FeatureSettings.plist"_qs, u"AppPreferences.plist"_qs,
-                                    u"CustomDestinations.plist"_qs, u"CustomShortcutActions.plist"_qs,
-                                    u"FinderViewPresets.plist"_qs};
-            for (const QString& file : names)
-                environment.writeFile(folder + file, bytes);
-            const QString schedule = environment.writeFile(folder + u"ScheduledDeletions.plist"_qs, bytes);
+        TestEnvironment& environment = *m_environment;
+        const QByteArray bytes = nestedXml(100000);
+        const QString folder = environment.home() + u"/.config/kestro/"_qs;
+        const QStringList names{u"FeatureSettings.plist"_qs, u"AppPreferences.plist"_qs,
+                                u"CustomDestinations.plist"_qs, u"CustomShortcutActions.plist"_qs,
+                                u"FinderViewPresets.plist"_qs};
+        for (const QString& file : names)
+            environment.writeFile(folder + file, bytes);
+        const QString schedule = environment.writeFile(folder + u"ScheduledDeletions.plist"_qs, bytes);
 
-            FeatureSettingsStore features;
-            AppPreferencesStore preferences;
-            CustomDestinationStore destinations;
-            CustomShortcutActionStore actions;
-            FinderViewPresetStore presets;
-            QCOMPARE(features.settings().enabledFeatureIDs,
-                     FeatureSettingsDefaults::settings().enabledFeatureIDs);
-            QVERIFY(preferences.revealActionResults() && !preferences.revealCreatedItems());
-            QVERIFY(!destinations.destinations(CustomDestinationKind::quickOpen).isEmpty());
-            QVERIFY(actions.actions().isEmpty());
-            QCOMPARE(presets.presets().size(), 3);
-            for (const QString& file : names)
-                QVERIFY2(readAll(folder + file + u".unreadable"_qs) == bytes,
-                         qPrintable(u"%1: %2"_qs.arg(QLatin1String(name), file)));
-            // A schedule that cannot be read shows as empty and is never rewritten: nothing due is lost.
-            ScheduledDeletionListStore deletions;
-            QVERIFY(deletions.items().isEmpty());
-            QCOMPARE(readAll(schedule), bytes);
-            QCOMPARE(AppPreferencesPersistence::load(), AppPreferences({false, true, false}));
-        }
+        FeatureSettingsStore features;
+        AppPreferencesStore preferences;
+        CustomDestinationStore destinations;
+        CustomShortcutActionStore actions;
+        FinderViewPresetStore presets;
+        QCOMPARE(features.settings(), FeatureSettingsDefaults::settings());
+        QVERIFY(preferences.revealActionResults() && !preferences.revealCreatedItems());
+        QVERIFY(!destinations.destinations(CustomDestinationKind::quickOpen).isEmpty());
+        QVERIFY(actions.actions().isEmpty());
+        QCOMPARE(presets.presets().size(), 3);
+        for (const QString& file : names)
+            QVERIFY2(readAll(folder + file + u".unreadable"_qs) == bytes, qPrintable(file));
+        // A schedule that cannot be read shows as empty and is never rewritten: nothing due is lost.
+        QVERIFY(ScheduledDeletionListStore().items().isEmpty());
+        QCOMPARE(readAll(schedule), bytes);
+        QCOMPARE(AppPreferencesPersistence::load(), AppPreferences({false, true, false}));
     }
 
     // Root reads any file, so this runs again as an unprivileged account, in a process of its own.

@@ -4,22 +4,18 @@
 // answering a modal dialog as a user would: the dialog is opened for real by the code under test (which
 // blocks in exec()), and the test's answer runs from the event loop once the dialog is up. GUI tests only.
 
-#include <QAbstractButton>
 #include <QAbstractItemView>
 #include <QApplication>
-#include <QDialog>
 #include <QDialogButtonBox>
 #include <QFileDialog>
 #include <QLabel>
 #include <QLineEdit>
-#include <QMessageBox>
 #include <QMouseEvent>
 #include <QPointer>
 #include <QPushButton>
 #include <QScrollArea>
 #include <QTest>
 #include <QTimer>
-#include <QWidget>
 
 #include <functional>
 #include <memory>
@@ -29,9 +25,7 @@ public:
     // Runs answer on the next modal widget that is shown and is not `after` (a dialog already open).
     // How many answers ran is answered(); a test checks it so that a dialog that never opened fails.
     explicit ModalAnswer(std::function<void(QWidget*)> answer, QWidget* after = nullptr)
-        : m_state(std::make_shared<State>()) {
-        m_state->answer = std::move(answer);
-        m_state->after = after;
+        : m_state(std::make_shared<State>(State{std::move(answer), after})) {
         auto* timer = new QTimer;
         m_state->timer = timer;
         timer->setInterval(20);
@@ -47,10 +41,9 @@ public:
             state->answer(modal);
             ++state->answered;
             // A failed check inside the answer must not leave the code under test waiting forever.
-            if (QTest::currentTestFailed() && dialog && dialog->isVisible()) {
-                if (auto* modalDialog = qobject_cast<QDialog*>(dialog.data()))
-                    modalDialog->reject();
-            }
+            if (auto* modalDialog = qobject_cast<QDialog*>(dialog.data());
+                QTest::currentTestFailed() && modalDialog && modalDialog->isVisible())
+                modalDialog->reject();
         });
         timer->start();
     }
@@ -72,14 +65,11 @@ private:
 
 namespace Modal {
 
-// The button of the dialog's button box whose text is text, or nullptr.
-inline QAbstractButton* button(QWidget* dialog, const QString& text) {
-    for (QDialogButtonBox* box : dialog->findChildren<QDialogButtonBox*>()) {
-        for (QAbstractButton* candidate : box->buttons()) {
-            if (candidate->text().remove(QLatin1Char('&')) == text)
-                return candidate;
-        }
-    }
+// The visible button whose text (less its shortcut mark) is text, anywhere under parent, or nullptr.
+inline QAbstractButton* button(QWidget* parent, const QString& text) {
+    for (QAbstractButton* candidate : parent->findChildren<QAbstractButton*>())
+        if (candidate->isVisible() && candidate->text().remove(QLatin1Char('&')) == text)
+            return candidate;
     return nullptr;
 }
 
@@ -115,14 +105,6 @@ inline void clickRow(QAbstractItemView* view, int row, std::function<QPoint(QRec
     const QRect rect = rowRect(view, row);
     QTest::mouseClick(view->viewport(), Qt::LeftButton, {},
                       where ? where(rect) : QPoint(rect.left() + rect.width() / 3, rect.center().y()));
-}
-
-// The visible push button whose text is text, anywhere under parent, or nullptr.
-inline QPushButton* visibleButton(QWidget* parent, const QString& text) {
-    for (QPushButton* candidate : parent->findChildren<QPushButton*>())
-        if (candidate->text() == text && candidate->isVisible())
-            return candidate;
-    return nullptr;
 }
 
 // The texts of the visible labels under widget.
@@ -168,10 +150,9 @@ inline void drag(QAbstractItemView* view, QPoint from, QPoint to, bool throughTh
 
 // Types text into the file panel's name field and clicks its accept button (whatever it reads).
 inline void typeIntoFilePanel(QWidget* dialog, const QString& text) {
+    // A missing panel or field crashes the test, which fails it as surely.
     auto* panel = qobject_cast<QFileDialog*>(dialog);
-    Q_ASSERT(panel);
     auto* field = panel->findChild<QLineEdit*>(QStringLiteral("fileNameEdit"));
-    Q_ASSERT(field);
     field->clear();
     type(field, text);
     // The name field's completion list, which typing may open once the folder is read, closes as a click
@@ -180,11 +161,8 @@ inline void typeIntoFilePanel(QWidget* dialog, const QString& text) {
     while (QWidget* popup = QApplication::activePopupWidget())
         popup->close();
     auto* box = panel->findChild<QDialogButtonBox*>(QStringLiteral("buttonBox"));
-    Q_ASSERT(box);
-    QAbstractButton* accept = box->button(QDialogButtonBox::Open);
-    if (!accept)
-        accept = box->buttons().constFirst();
-    click(accept);
+    click(box->button(QDialogButtonBox::Open) ? box->button(QDialogButtonBox::Open)
+                                              : box->buttons().constFirst());
 }
 
 inline void cancel(QWidget* dialog) {
@@ -193,9 +171,7 @@ inline void cancel(QWidget* dialog) {
         click(box->button(QDialogButtonBox::Cancel));
         return;
     }
-    QAbstractButton* cancelButton = button(dialog, QStringLiteral("取消"));
-    Q_ASSERT(cancelButton);
-    click(cancelButton);
+    click(button(dialog, QStringLiteral("取消")));
 }
 
 // In the application picker: "其他应用…", and panel answers the file panel it opens (returns how many times).
