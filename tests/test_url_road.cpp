@@ -5,6 +5,7 @@
 #include "catalogue/FeatureSettingsDefaults.h"
 #include "catalogue/KestroFeature.h"
 #include "intake/FeatureRequestMailer.h"
+#include "intake/KestroActionURL.h"
 #include "intake/FinderCurrentContext.h"
 #include "intake/FinderSelectionModel.h"
 #include "intake/LinkRequestPolicy.h"
@@ -300,6 +301,7 @@ private slots:
         const QStringList expected{u"/b c/2.txt"_qs, u"/a/文.txt"_qs, u"/line\nbreak"_qs};
         QCOMPARE(m_model->selectedFiles(), expected);
         QCOMPARE(m_model->lastActionTitle(), u"复制"_qs);
+        QCOMPARE(KestroActionURL::parse(url)->presetID, std::optional(u"p1"_qs));
         QVERIFY(FakePlatform::scripting().scriptsRun.isEmpty());
         const QStringList lines = logLines();
         // A line break in a path is escaped: one request is one line, and it cannot forge another.
