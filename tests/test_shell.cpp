@@ -19,6 +19,7 @@
 #include <cmath>
 #include <optional>
 #include <QApplication>
+#include <QDialog>
 #include <QDir>
 #include <QEventLoop>
 #include <QFile>
@@ -27,6 +28,7 @@
 #include <QMenu>
 #include <QPainter>
 #include <QSignalSpy>
+#include <QSystemTrayIcon>
 #include <QTest>
 #include <QTimer>
 
@@ -175,15 +177,29 @@ private slots:
 
     void leftClickShowsAndHidesTheWindow() {
         Tray tray;
+        tray.controller.install();
+        const auto click = [&tray](QSystemTrayIcon::ActivationReason reason) {
+            emit tray.controller.trayIcon()->activated(reason);
+        };
+        click(QSystemTrayIcon::Context); // the right button only opens the menu
         QVERIFY(!tray.controller.mainWindow());
-        tray.controller.handleStatusItemClick();
+        click(QSystemTrayIcon::Trigger);
         KestroMainWindow* window = tray.controller.mainWindow();
         QVERIFY(QTest::qWaitForWindowExposed(window));
         QApplication::setActiveWindow(window);
         QTRY_VERIFY(window->isActiveWindow());
-        tray.controller.handleStatusItemClick();
+        click(QSystemTrayIcon::Trigger);
         QVERIFY(window->isHidden());
-        tray.controller.handleStatusItemClick();
+        // "打开 Kestro" first puts away what would keep the window back: an unanswered prompt, an open menu.
+        QDialog prompt;
+        prompt.setModal(true);
+        prompt.show();
+        QMenu menu;
+        menu.popup(QPoint(10, 10));
+        tray.build();
+        QVERIFY(menu.isVisible());
+        tray.menu.actions().constFirst()->trigger();
+        QVERIFY(prompt.isHidden() && prompt.result() == QDialog::Rejected && menu.isHidden());
         QVERIFY(window->isVisible());
         QCOMPARE(tray.controller.mainWindow(), window); // the same window, not a new one
     }
