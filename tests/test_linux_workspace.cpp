@@ -140,7 +140,9 @@ private slots:
         const QString broken =
             m_environment->writeFile(u"broken.desktop"_qs, "[Desktop Entry]\nName=Broken\n");
         const QString gone = m_environment->root() + u"/gone"_qs;
-        for (const QString& application : {folder, text, broken, gone})
+        // A program that cannot start (its interpreter is missing) is told, not dropped.
+        const QString dead = executable(u"apps/dead"_qs, "#!/nonexistent/interpreter\n");
+        for (const QString& application : {folder, text, broken, gone, dead})
             QVERIFY_THROWS_EXCEPTION(PlatformError, workspace.openWithApplication(application, {text}));
         // A mail link with no mail program installed is not opened, and says so.
         const ScopedVariable noSystemEntries("XDG_DATA_DIRS",
