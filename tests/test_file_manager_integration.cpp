@@ -675,16 +675,15 @@ private slots:
         const QString folder = m_env->makeFolder(u"in view"_qs);
         const QString elsewhere = m_env->makeFolder(u"elsewhere"_qs);
         const QString queue = KestroPaths::extensionQueueDirectory();
-        const auto mode = [](const QString& path, mode_t mode) {
-            return QDir().mkpath(QFileInfo(path).absolutePath()) &&
-                   ::chmod(QFile::encodeName(path).constData(), mode) == 0;
+        const auto setMode = [](const QString& path, mode_t mode) {
+            return ::chmod(QFile::encodeName(path).constData(), mode) == 0;
         };
         if (plant == u"description 0666"_qs)
-            QVERIFY(mode(FileManagerIntegration::menuDescriptionPath(), 0666));
+            QVERIFY(setMode(FileManagerIntegration::menuDescriptionPath(), 0666));
         if (plant == u"extension 0777"_qs)
-            QVERIFY(mode(KestroPaths::extensionDirectory(), 0777));
+            QVERIFY(setMode(KestroPaths::extensionDirectory(), 0777));
         if (plant == u"queue 0777"_qs)
-            QVERIFY(QDir().mkpath(queue) && mode(queue, 0777));
+            QVERIFY(QDir().mkpath(queue) && setMode(queue, 0777));
         if (plant == u"queue link"_qs)
             QVERIFY(QDir(queue).removeRecursively() && QFile::link(elsewhere, queue));
         if (plant == u"log link"_qs) {
