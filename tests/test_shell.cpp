@@ -23,10 +23,8 @@
 #include <QDir>
 #include <QEventLoop>
 #include <QFile>
-#include <QIcon>
 #include <QLabel>
 #include <QMenu>
-#include <QPainter>
 #include <QSignalSpy>
 #include <QSystemTrayIcon>
 #include <QTest>
@@ -199,46 +197,6 @@ private slots:
         QVERIFY(prompt.isHidden() && prompt.result() == QDialog::Rejected && menu.isHidden());
         QVERIFY(window->isVisible());
         QCOMPARE(tray.controller.mainWindow(), window); // the same window, not a new one
-    }
-
-    void trayIconStandsOutOnLightAndDarkPanels_data() {
-        QTest::addColumn<QColor>("panel");
-        QTest::newRow("light panel") << QColor(0xf2, 0xf2, 0xf2);
-        QTest::newRow("dark panel") << QColor(0x1e, 0x1e, 0x1e);
-    }
-    void trayIconStandsOutOnLightAndDarkPanels() {
-        QFETCH(QColor, panel);
-        const QImage icon = QIcon(u":/kestro/kestro-tray.svg"_qs).pixmap(22, 22).toImage();
-        QImage drawn(icon.size(), QImage::Format_ARGB32);
-        drawn.fill(panel);
-        QPainter(&drawn).drawImage(0, 0, icon);
-        // WCAG's contrast ratio against the panel along the icon's outline, where its shape meets the panel.
-        const auto luminance = [](QColor colour) {
-            const auto channel = [](double value) {
-                return value <= 0.03928 ? value / 12.92 : std::pow((value + 0.055) / 1.055, 2.4);
-            };
-            return 0.2126 * channel(colour.redF()) + 0.7152 * channel(colour.greenF()) +
-                   0.0722 * channel(colour.blueF());
-        };
-        const auto covered = [&icon](int x, int y) {
-            return icon.valid(x, y) && qAlpha(icon.pixel(x, y)) >= 128;
-        };
-        const double background = luminance(panel);
-        int outline = 0;
-        int distinct = 0;
-        for (int y = 0; y < icon.height(); ++y) {
-            for (int x = 0; x < icon.width(); ++x) {
-                if (!covered(x, y) ||
-                    (covered(x - 1, y) && covered(x + 1, y) && covered(x, y - 1) && covered(x, y + 1)))
-                    continue;
-                ++outline;
-                const double pixel = luminance(drawn.pixelColor(x, y));
-                distinct +=
-                    (std::max(pixel, background) + 0.05) / (std::min(pixel, background) + 0.05) >= 3.0;
-            }
-        }
-        QVERIFY(outline > 22 * 2);
-        QVERIFY2(distinct >= outline * 9 / 10, qPrintable(u"%1 of %2"_qs.arg(distinct).arg(outline)));
     }
 
     void sizePlaceAndLoginStartRules() {
