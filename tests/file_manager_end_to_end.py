@@ -113,6 +113,7 @@ class Session:
             "NO_AT_BRIDGE": "0",
             "GTK_A11Y": "atspi",
             "LANG": "C.UTF-8",
+            "KESTRO_REPORT_READY": "1",  # the host says when it has written the menus
         })
         for key in ("HOME", "XDG_CONFIG_HOME", "XDG_DATA_HOME", "XDG_CACHE_HOME", "KESTRO_TMPDIR", "TMPDIR"):
             os.makedirs(self.env[key], exist_ok=True)
@@ -189,28 +190,12 @@ class Session:
         os.environ["DISPLAY"] = self.env["DISPLAY"]
 
     def start_host(self):
-        env_ready = dict(self.env, KESTRO_REPORT_READY="1")
-        host = subprocess.Popen([KESTRO, "--login-item"], env=env_ready, stdin=subprocess.DEVNULL,
-                                stdout=subprocess.DEVNULL, stderr=subprocess.PIPE, text=True)
-        self.processes.append(host)
-        deadline = time.monotonic() + 30
-        while time.monotonic() < deadline:
-            line = host.stderr.readline()
-            if not line:
-                raise Failure("the Kestro host ended before it was ready")
-            # The menus are written just after ready.
+        host = self.start([KESTRO, "--login-item"], stdout=subprocess.DEVNULL, stderr=subprocess.PIPE, text=True)
+        # The menus are written just after ready; ctest's time limit ends a host that never gets there.
+        for line in host.stderr:
             if line.strip() == "kestro: file managers written":
                 return
-        raise Failure("the Kestro host did not get ready and write the menus")
-
-    def logged(self, *parts):
-        """Whether a line of Kestro's log holds every part."""
-        try:
-            with open(os.path.join(self.env["KESTRO_TMPDIR"], "kestro-app-action.log"), encoding="utf-8",
-                      errors="replace") as file:
-                return any(all(part in line for part in parts) for line in file)
-        except OSError:
-            return False
+        raise Failure("the Kestro host ended before it was ready and wrote the menus")
 
     def description(self):
         return os.path.join(self.env["XDG_DATA_HOME"], "kestro", "extension", "FileManagerMenu.json")
@@ -234,11 +219,6 @@ class Session:
         self.xdotool("key", "ctrl+a")
         time.sleep(0.5)
         self.xdotool("key", "Menu")
-
-    def screenshot(self, name):
-        path = os.path.join(self.root, name + ".png")
-        subprocess.run(["import", "-window", "root", path], env=self.env, capture_output=True)
-        return path
 
     def ours(self):
         """Processes of this run: started here, or by them, or by the private bus on their behalf."""
@@ -305,35 +285,24 @@ def accessibles(root, depth=0):
             yield from accessibles(child, depth + 1)
 
 
-def is_showing(accessible):
+def matching(root, roles, showing):
+    """The accessibles of those roles below root, depth first (only those on screen if showing)."""
     import pyatspi
-    try:
-        return accessible.getState().contains(pyatspi.STATE_SHOWING)
-    except Exception:
-        return False
+    for child in accessibles(root):
+        try:
+            if child.getRoleName() in roles and (
+                    not showing or child.getState().contains(pyatspi.STATE_SHOWING)):
+                yield child
+        except Exception:
+            continue
 
 
 def find_accessible(root, label, roles, showing=True):
-    """The first accessible of that label and role below root, depth first; only one on screen if showing."""
-    for child in accessibles(root):
-        try:
-            if child.name == label and child.getRoleName() in roles and (not showing or is_showing(child)):
-                return child
-        except Exception:
-            continue
-    return None
+    return next((child for child in matching(root, roles, showing) if child.name == label), None)
 
 
 def menu_labels(root, showing=True):
-    """The labels of the menus and menu items below root (only those on screen if showing)."""
-    labels = []
-    for child in accessibles(root):
-        try:
-            if child.getRoleName() in ("menu", "menu item") and (not showing or is_showing(child)):
-                labels.append(child.name)
-        except Exception:
-            continue
-    return labels
+    return [child.name for child in matching(root, ("menu", "menu item"), showing)]
 
 
 def centre(accessible):
@@ -511,20 +480,6 @@ def check_extension_reloads(session, driver, file_manager):
         session.name)
 
 
-def check_thunar_background(session, driver):
-    """Thunar hands over the folder in view like one selected folder, so its background shows Kestro's
-    items that need no selection and none of the others."""
-    time.sleep(0.5)
-    driver.open_background_menu()
-    driver.click(driver.find("Kestro", ("menu",)))
-    driver.find("新建", ("menu",))
-    time.sleep(0.5)
-    if find_accessible(driver.app(), "复制到", ("menu",)) is not None:
-        raise Failure("Thunar's background offers 复制到, which needs a selection")
-    session.xdotool("key", "Escape", "Escape")
-    log("thunar: the background offers no selection item")
-
-
 def check_only_workable(session, driver, name):
     """On the selection 复制到 offers the Desktop once and nothing shows that cannot work here; on the
     background the hidden-files switch shows in GNOME Files and Nemo (switching their own setting) and
@@ -537,8 +492,10 @@ def check_only_workable(session, driver, name):
     driver.open_background_menu()
     switch = name in ("nemo", "nautilus")
     labels = driver.shown_labels(["Kestro", "更多工具"] if switch else ["Kestro"])
-    if ("显示/隐藏隐藏文件" in labels) != switch or "更多工具" in labels and not switch:
-        raise Failure("the background menu %s the hidden-files switch: %r" %
+    # Thunar hands over the folder in view like one selected folder: still no selection item shows.
+    if (("显示/隐藏隐藏文件" in labels) != switch or "更多工具" in labels and not switch
+            or "复制到" in labels):
+        raise Failure("the background menu shows a selection item or %s the hidden-files switch: %r" %
                       ("lacks" if switch else "shows", labels))
     log("%s: only items that can work show; the Desktop once in 复制到" % name)
 
@@ -579,8 +536,6 @@ def run(name):
             with open(copied, encoding="utf-8") as file:
                 if file.read() != "content %d of %s\n" % (index, file_name):
                     raise Failure("the copy of %r differs from the original" % file_name)
-        if not session.logged("action=copyFilesToFolder selected=[", *['"%s"' % os.path.join(session.folder, n) for n in NAMES]):
-            raise Failure("no log line of the copy names all three files")
         log("%s: selection → Kestro › 复制到 › destination copied all three files" % name)
 
         # On the background: a new text file in the folder.
@@ -589,12 +544,7 @@ def run(name):
         driver.pick(setup.get("background keys", ["Kestro", "新建", "新建文本文件"]))
         untitled = os.path.join(session.folder, "Untitled.txt")
         wait_for("Untitled.txt in the folder", lambda: os.path.exists(untitled), timeout=15)
-        # Every file manager's background click hands over the folder as the target, with nothing selected.
-        if not session.logged("action=createTextFile selected=[] target=%s destination=" % session.folder):
-            raise Failure("the background click did not hand over the folder as the target")
         log("%s: background → Kestro › 新建 › 新建文本文件 made Untitled.txt" % name)
-        if name == "thunar":
-            check_thunar_background(session, driver)
         if not isinstance(driver, KeyDriver):
             check_only_workable(session, driver, name)
         # A selection item run on the background would have copied the folder in view beside itself.
@@ -608,7 +558,8 @@ def run(name):
             raise Failure("unexpected files in the folder: %r" % sorted(os.listdir(session.folder)))
         return 0
     except Failure as failure:
-        shot = session.screenshot("failure")
+        shot = os.path.join(session.root, "failure.png")
+        subprocess.run(["import", "-window", "root", shot], env=session.env, capture_output=True)
         os.environ["KESTRO_E2E_KEEP"] = "1"
         print("FAIL: %s: %s (screen: %s)" % (name, failure, shot))
         for log_path in (os.path.join(session.env["KESTRO_TMPDIR"], "kestro-app-action.log"),
