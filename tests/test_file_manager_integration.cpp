@@ -517,7 +517,7 @@ private slots:
         QVERIFY(!QFileInfo::exists(FileManagerIntegration::dolphinFolder()));
         QVERIFY(!QFileInfo::exists(FileManagerIntegration::pythonExtensionPath(FM::nemo)));
         // Kestro made Thunar's folder for its file: uninstalling leaves neither.
-        FileManagerIntegration::uninstall();
+        QCOMPARE(KestroProcess::run({u"--uninstall-integration"_qs}).exitCode, 0);
         QVERIFY(!QFileInfo::exists(QFileInfo(path).absolutePath()));
         // The user's own empty list, though just what Kestro would start a file with, is theirs.
         QString error;
