@@ -583,8 +583,10 @@ private slots:
         QTest::newRow("two folders for the background")
             << "" << QStringList{"--folder", "createTextFile", "--", "FOLDER", "FOLDER"} << 1
             << "一次只能用于一个文件夹";
-        QTest::newRow("bytes that are no UTF-8")
-            << "" << QStringList{"copyFileName", "--", "NOT-UTF-8"} << 1 << "不是有效的 UTF-8";
+        // No lead byte, a cut-off sequence, a bad continuation, an overlong form, a surrogate.
+        for (const char* bytes : {"\\377", "\\303", "\\303A", "\\300\\200", "\\355\\240\\200"})
+            QTest::addRow("bytes that are no UTF-8: %s", bytes)
+                << "" << QStringList{"copyFileName", "--", bytes} << 1 << "不是有效的 UTF-8";
         QTest::newRow("no paths") << "" << QStringList{"copyFileName"} << 2 << "";
         QTest::newRow("no folder") << "" << QStringList{"--folder", "createTextFile", "--"} << 2 << "";
         QTest::newRow("a menu description others may write") << "description 0666" << copyName << 1 << "";
@@ -620,13 +622,13 @@ private slots:
             QFile::remove(KestroPaths::diagnosticLogPath());
             QVERIFY(QFile::link(file, KestroPaths::diagnosticLogPath()));
         }
-        // Through a shell, so that a path can hold bytes that are no UTF-8.
+        // Through a shell, so that a path can hold bytes that are no UTF-8 (given as printf escapes).
         QStringList words;
         for (const QString& argument : arguments)
-            words.append(argument == u"FILE"_qs        ? "'" + file + "'"
-                         : argument == u"FOLDER"_qs    ? "'" + folder + "'"
-                         : argument == u"NOT-UTF-8"_qs ? u"\"$(printf '/tmp/a\\377')\""_qs
-                                                       : argument);
+            words.append(argument == u"FILE"_qs       ? "'" + file + "'"
+                         : argument == u"FOLDER"_qs   ? "'" + folder + "'"
+                         : argument.startsWith(u'\\') ? "\"$(printf '/tmp/a" + argument + "')\""
+                                                      : argument);
         QProcess handoff;
         handoff.start(u"/bin/sh"_qs, {u"-c"_qs, "exec \"$0\" " + words.join(u' '), handoffBinary()});
         QVERIFY(handoff.waitForFinished(10000));
