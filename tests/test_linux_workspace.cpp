@@ -157,6 +157,8 @@ private slots:
         QVERIFY_THROWS_EXCEPTION(PlatformError, workspace.openWithApplication(script, {text}));
         QVERIFY_THROWS_EXCEPTION(PlatformError, workspace.openTerminal(m_environment->root()));
         QVERIFY(!workspace.openUrl(QUrl::fromLocalFile(m_environment->root())));
+        workspace.selectItems({m_environment->root()}); // asks no file manager, so nothing to log
+        QVERIFY(!m_environment->logText().contains(u"not revealed"_qs));
         QTest::qWait(300);
         QVERIFY(!QFileInfo::exists(m_record));
     }
