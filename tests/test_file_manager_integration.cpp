@@ -539,6 +539,7 @@ private slots:
         // Stands in for the host, so the requests stay in the queue to be read here; it is told to drain.
         SingleInstance host;
         QVERIFY(host.listen());
+        QVERIFY(!SingleInstance().listen()); // one host at a time
         QSignalSpy messages(&host, &SingleInstance::messageReceived);
         QStringList paths;
         for (const QString& name : awkwardNames)
