@@ -35,6 +35,8 @@
 #include <QStandardPaths>
 #include <QTest>
 
+#include <optional>
+
 // GLib names a field "signals", which Qt defines as a word of its own.
 #pragma push_macro("signals")
 #undef signals
@@ -45,6 +47,8 @@
 using namespace Qt::Literals::StringLiterals;
 
 namespace {
+
+using FM = FileManagerIntegration::FileManager;
 
 QStringList titles(const QList<KestroMenuItem>& items) {
     QStringList result;
@@ -70,6 +74,16 @@ KestroMenuInput smallInput() {
     return input;
 }
 
+// The small menu and image tools, all under one Kestro entry.
+QList<KestroMenuItem> groupedMenu() {
+    KestroMenuInput input = smallInput();
+    input.settings.groupsFeaturesUnderKestro = true;
+    input.settings.enabledFeatureIDs.insert("imageTools");
+    input.settings.featureOrder.append("imageTools");
+    input.settings.enabledChildIDs.insert("resizeImages");
+    return KestroMenuModel::build(input);
+}
+
 // Every feature and child on, an entry in each of the user's lists, a script and a shortcut.
 KestroMenuInput everything() {
     KestroMenuInput input;
@@ -84,53 +98,29 @@ KestroMenuInput everything() {
     input.destinations["copy"] = {{"d1", "备份", "/srv/back up"}, {"d2", "空", ""}, {"", "无名", "/srv/x"}};
     input.destinations["quickOpen"] = {{"q1", "工作", "/srv/work"}};
     input.destinations["openApplication"] = {{"a1", "看图", "/usr/share/applications/viewer.desktop"}};
-    CustomShortcutAction script;
-    script.id = "s1";
-    script.name = "我的脚本";
-    script.kind = CustomShortcutAction::Kind::script;
-    script.scriptPath = "/usr/local/bin/x.sh";
-    CustomShortcutAction shortcut;
-    shortcut.id = "s2";
-    shortcut.name = "快捷指令";
-    input.customActions = {shortcut, script};
+    input.customActions = {{.id = "s2", .name = "快捷指令"},
+                           {.id = "s1",
+                            .name = "我的脚本",
+                            .kind = CustomShortcutAction::Kind::script,
+                            .scriptPath = "/usr/local/bin/x.sh"}};
     return input;
 }
 
 // Names a user or an attacker would pick: blanks, both quotes, "$", ";", "&", "%", a newline, a leading
 // dash, non-Latin text.
-const QStringList awkwardNames = {u"with blank.txt"_qs,
-                                  u"quote'single\"double.txt"_qs,
-                                  u"dollar$HOME;semi&amp%F.txt"_qs,
-                                  u"new\nline.txt"_qs,
-                                  u"-rf"_qs,
-                                  u"ünïcødé — 日本.txt"_qs};
+const QStringList awkwardNames = {
+    "with blank.txt",    "quote'single\"double.txt", "dollar$HOME;semi&amp%F.txt", "new\nline.txt", "-rf",
+    "ünïcødé — 日本.txt"};
 
+// The user's own Thunar actions, with a comment, an entity and spacing of their own.
 const QByteArray userActions =
-    "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n"
-    "<actions>\n"
-    "<!-- my own, hand-written -->\n"
-    "<action>\n"
-    "\t<icon>utilities-terminal</icon>\n"
-    "\t<name>Open Terminal &amp; Here</name>\n"
-    "\t<unique-id>1234567890-1</unique-id>\n"
-    "\t<command>exo-open --working-directory %f --launch TerminalEmulator</command>\n"
+    "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<actions>\n<!-- my own -->\n"
+    "<action>\n\t<icon>utilities-terminal</icon>\n\t<name>Terminal &amp; Here</name>\n"
+    "\t<unique-id>1234567890-1</unique-id>\n\t<command>exo-open %f</command>\n"
     "\t<description>Example   for a custom action</description>\n"
-    "\t<patterns>*</patterns>\n"
-    "\t<startup-notify/>\n"
-    "\t<directories/>\n"
-    "</action>\n"
+    "\t<patterns>*</patterns>\n\t<startup-notify/>\n\t<directories/>\n</action>\n"
     "  <action><name>Zweite</name><unique-id>99-2</unique-id><command>true</command>"
-    "<patterns>*.md</patterns><text-files/></action>\n"
-    "</actions>\n";
-
-QList<KestroMenuItem> sampleMenu() {
-    KestroMenuInput input;
-    input.settings.featureOrder = {u"createFile"_qs, u"imageTools"_qs};
-    input.settings.enabledFeatureIDs = {u"createFile"_qs, u"imageTools"_qs};
-    input.settings.enabledChildIDs = {u"createTextFile"_qs, u"resizeImages"_qs};
-    input.settings.groupsFeaturesUnderKestro = true;
-    return KestroMenuModel::build(input);
-}
+    "<patterns>*.md</patterns><text-files/></action>\n</actions>\n";
 
 // A program that writes its arguments, NUL-terminated, into the file named by RECORD_TO.
 QString writeRecorder(const QString& folder, const QString& name) {
@@ -145,11 +135,9 @@ QString writeRecorder(const QString& folder, const QString& name) {
 
 QStringList recorded(const QString& path) {
     QStringList arguments;
-    QByteArray bytes = readAll(path);
-    for (const QByteArray& part : bytes.split('\0'))
-        arguments.append(QString::fromUtf8(part));
-    if (!arguments.isEmpty() && arguments.last().isEmpty())
-        arguments.removeLast();
+    const QList<QByteArray> parts = readAll(path).split('\0');
+    for (qsizetype i = 0; i + 1 < parts.size(); ++i)
+        arguments.append(QString::fromUtf8(parts[i]));
     return arguments;
 }
 
@@ -174,20 +162,12 @@ QString handoffBinary() {
     return QFileInfo(KestroProcess::binary()).absolutePath() + u"/kestro-handoff"_qs;
 }
 
-struct Handoff {
-    int exitCode = -1;
-    QByteArray standardError;
-};
-
-Handoff runHandoff(const QStringList& arguments, const QString& workingDirectory = {}) {
+int runHandoff(const QStringList& arguments, const QString& workingDirectory = {}) {
     QProcess process;
-    process.setProcessEnvironment(QProcessEnvironment::systemEnvironment());
-    if (!workingDirectory.isEmpty())
-        process.setWorkingDirectory(workingDirectory);
+    process.setWorkingDirectory(workingDirectory);
     process.start(handoffBinary(), arguments);
     process.waitForFinished(10000);
-    return {process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -1,
-            process.readAllStandardError()};
+    return process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -1;
 }
 
 QStringList queuedFiles() {
@@ -206,34 +186,17 @@ KestroQueuedAction onlyQueuedAction() {
     return *action;
 }
 
-// A desktop file's groups and keys as GLib reads them (the freedesktop.org rules the file managers follow).
-QMap<QString, QMap<QString, QString>> keyFileGroups(const QByteArray& bytes) {
-    QMap<QString, QMap<QString, QString>> groups;
-    GKeyFile* keyFile = g_key_file_new();
-    if (g_key_file_load_from_data(keyFile, bytes.constData(), gsize(bytes.size()), G_KEY_FILE_NONE,
-                                  nullptr)) {
-        gchar** names = g_key_file_get_groups(keyFile, nullptr);
-        for (gchar** group = names; *group; ++group) {
-            gchar** keys = g_key_file_get_keys(keyFile, *group, nullptr, nullptr);
-            for (gchar** key = keys; key && *key; ++key) {
-                gchar* value = g_key_file_get_string(keyFile, *group, *key, nullptr);
-                groups[QString::fromUtf8(*group)].insert(QString::fromUtf8(*key), QString::fromUtf8(value));
-                g_free(value);
-            }
-            g_strfreev(keys);
-        }
-        g_strfreev(names);
-    }
-    g_key_file_unref(keyFile);
-    return groups;
-}
-
 } // namespace
 
 class TestFileManagerIntegration : public QObject {
     Q_OBJECT
 
+    std::optional<TestEnvironment> m_env;
+
 private slots:
+    void init() { m_env.emplace(); }
+    void cleanup() { m_env.reset(); }
+
     void layoutsAndGrouping() {
         // Collapsed: a submenu per feature in the user's order, its children in the user's order.
         const QList<KestroMenuItem> menu = KestroMenuModel::build(smallInput());
@@ -254,18 +217,12 @@ private slots:
                 QCOMPARE(titles(plain), QStringList({"复制文件名", "新建文本文件", "新建文件夹"}));
             input.settings.groupsFeaturesUnderKestro = true;
             const QList<KestroMenuItem> grouped = KestroMenuModel::build(input);
-            QCOMPARE(grouped.size(), 1);
-            QCOMPARE(grouped.at(0).title, u"Kestro"_qs);
+            QCOMPARE(titles(grouped), QStringList{"Kestro"});
             QCOMPARE(grouped.at(0).children, plain);
         }
         KestroMenuInput empty;
         empty.settings.groupsFeaturesUnderKestro = true;
         QVERIFY(KestroMenuModel::build(empty).isEmpty());
-        // The defaults: one Kestro entry; without grouping every default feature that has items.
-        input.settings = FeatureSettingsDefaults::settings();
-        QCOMPARE(titles(KestroMenuModel::build(input)), QStringList{"Kestro"});
-        input.settings.groupsFeaturesUnderKestro = false;
-        QCOMPARE(KestroMenuModel::build(input).size(), 11);
     }
 
     void usersListsBecomeItems() {
@@ -281,17 +238,10 @@ private slots:
                     return item.children;
             return QList<KestroMenuItem>();
         };
-        // Entries first, then the children; a repeated id keeps its first entry only.
+        // Entries first, then the children; a repeated id keeps its first entry only (the hand-off test
+        // reads an entry's item id and path).
         QCOMPARE(titles(submenu("复制到")),
                  QStringList({"备份", "桌面", "复制到下载", "复制到文档", "在旁边创建副本"}));
-        const KestroMenuItem copy = submenu("复制到").at(0);
-        QCOMPARE(copy.actionID, u"copyFilesToFolder"_qs);
-        QCOMPARE(copy.id, u"copyFilesToFolder@d1"_qs);
-        QCOMPARE(copy.destinationPath, std::optional<QString>("/srv/back up"));
-        // Scripts only (no Shortcuts here); no view presets either, so that feature has nothing.
-        QCOMPARE(titles(submenu("自定义动作")), QStringList{"我的脚本"});
-        QCOMPARE(submenu("自定义动作").at(0).actionID, u"runScript__s1"_qs);
-        QVERIFY(submenu("显示方式").isEmpty());
         // Flat, a destination says what it does; item ids stay unique throughout.
         input.settings.menuLayout = FinderMenuLayout::expanded;
         const QList<KestroMenuItem> flat = KestroMenuModel::actions(KestroMenuModel::build(input));
@@ -311,36 +261,32 @@ private slots:
         QTest::addColumn<QString>("fileManager");
         QTest::addColumn<QStringList>("selection"); // empty: the folder background
         QTest::addColumn<QString>("shown");
-        QTest::newRow("Thunar, background")
-            << "thunar" << QStringList()
-            << "createTextFile createFolder quickOpenPath quickOpenDesktop copyFullPath openInTerminal";
+        const QString background = u"createTextFile createFolder quickOpenPath quickOpenDesktop copyFullPath "
+                                   "openInTerminal"_qs;
+        QTest::newRow("Thunar, background") << "thunar" << QStringList() << background;
         QTest::newRow("GNOME Files, background")
-            << "nautilus" << QStringList()
-            << "createTextFile createFolder quickOpenPath quickOpenDesktop copyFullPath openInTerminal "
-               "toggleHiddenFiles";
-        QTest::newRow("Nemo, background") << "nemo" << QStringList()
-                                          << "createTextFile createFolder quickOpenPath quickOpenDesktop "
-                                             "copyFullPath openInTerminal toggleNemoHiddenFiles";
+            << "nautilus" << QStringList() << background + " toggleHiddenFiles";
+        QTest::newRow("Nemo, background") << "nemo" << QStringList() << background + " toggleNemoHiddenFiles";
         // On a selection: what works on any file, what only fits this kind, then the tail of every menu.
         const auto selected = [](const QString& kind) {
-            return QStringLiteral(
-                       "createTextFile createFolder quickOpenPath quickOpenDesktop copyFullPath "
-                       "copyFilesToFolder copyFilesToDesktop openWithApplicationPath compressToZIP ") +
+            return u"createTextFile createFolder quickOpenPath quickOpenDesktop copyFullPath "
+                   u"copyFilesToFolder "
+                   "copyFilesToDesktop openWithApplicationPath compressToZIP "_qs +
                    kind + u" openInTerminal revealInFinder runScript__s1"_qs;
         };
         const QString any = u"renameAddPrefix scheduleDelete1Hour"_qs;
         QTest::newRow("a text file") << "dolphin" << QStringList{"/x/notes.txt"} << selected(any);
         QTest::newRow("images of every kind")
-            << "dolphin" << QStringList{"/x/A.PNG", "/x/b.jpeg", "/x/IMG_1.HEIC", "/x/c.avif"}
+            << "dolphin" << QStringList{"/x/A.PNG", "/x/b.jpeg", "/x/IMG_1.HEIC"}
             << selected(any + " resizeImages imagesToPDF");
         QTest::newRow("an image among other files")
             << "dolphin" << QStringList{"/x/a.png", "/x/b.txt"} << selected(any);
         QTest::newRow("a PDF") << "dolphin" << QStringList{"/x/report.pdf"}
                                << selected(any + " mergePDFs splitPDFs");
-        for (const char* archive : {"a.zip", "a.tar", "a.tar.gz", "a.TGZ", "a.tar.xz", "a.tar.bz2", "a.7z"})
+        for (const char* archive : {"a.zip", "a.TGZ", "a.tar.gz"})
             QTest::addRow("archive %s", archive)
                 << "dolphin" << QStringList{archive} << selected("extractZIPHere " + any);
-        for (const char* notArchive : {"a.gz", "zip", ".tar.gz", "/x/.tar.gz", "a.zip.txt", "tar.gz"})
+        for (const char* notArchive : {"a.gz", ".tar.gz", "/x/.tar.gz"})
             QTest::addRow("no archive: %s", notArchive)
                 << "dolphin" << QStringList{notArchive} << selected(any);
     }
@@ -357,10 +303,9 @@ private slots:
             "toggleNemoHiddenFiles", "runScript__s1",     "runScript__s2"};
         const QList<KestroMenuItem> menu =
             KestroMenuModel::shownIn(KestroMenuModel::build(everything()), fileManager);
-        const QList<KestroMenuItem> offered = KestroMenuModel::shownOn(
-            menu,
-            selection.isEmpty() ? KestroMenuModel::Context::background : KestroMenuModel::Context::selection,
-            selection);
+        const auto context =
+            selection.isEmpty() ? KestroMenuModel::Context::background : KestroMenuModel::Context::selection;
+        const QList<KestroMenuItem> offered = KestroMenuModel::shownOn(menu, context, selection);
         const QStringList ids = actionIDs(offered);
         QStringList found;
         for (const QString& id : probe)
@@ -369,114 +314,94 @@ private slots:
         QCOMPARE(found.join(u' '), shown);
         // Only entries that lead somewhere: the copy list's entry without a path or an id is no item.
         QCOMPARE(ids.count("copyFilesToFolder"), shown.contains("copyFilesToFolder") ? 1 : 0);
-        for (const KestroMenuItem& item : KestroMenuModel::actions(offered))
-            QVERIFY2(!item.destinationPath || !item.destinationPath->isEmpty(), qPrintable(item.id));
     }
 
     void descriptionCarriesWhatTheExtensionNeeds() {
-        KestroMenuInput input = smallInput();
-        input.settings.groupsFeaturesUnderKestro = true;
-        input.settings.enabledFeatureIDs.insert("imageTools");
-        input.settings.featureOrder.append("imageTools");
-        input.settings.enabledChildIDs.insert("resizeImages");
-        const QJsonObject root =
-            QJsonDocument::fromJson(KestroMenuModel::toJson(KestroMenuModel::build(input))).object();
-        QCOMPARE(root.value("version").toInt(), 1);
-        const QJsonObject kestro = root.value("items").toArray().at(0).toObject();
-        QCOMPARE(kestro.value("title").toString(), u"Kestro"_qs);
-        const QJsonArray features = kestro.value("children").toArray();
-        QCOMPARE(features.size(), 3);
-        const auto first = [&](int feature) {
-            return features.at(feature).toObject().value("children").toArray().at(0).toObject();
-        };
-        QCOMPARE(first(1).value("actionID").toString(), u"createTextFile"_qs);
-        QVERIFY(first(1).value("background").toBool() && first(1).value("suffixes").toArray().isEmpty());
-        QVERIFY(!first(2).value("background").toBool());
-        QVERIFY(first(2).value("suffixes").toArray().contains(".png"));
+        const QJsonValue features =
+            QJsonDocument::fromJson(KestroMenuModel::toJson(groupedMenu()))["items"][0]["children"];
+        QCOMPARE(features[1]["children"][0]["background"], QJsonValue(true));
+        QCOMPARE(features[2]["children"][0]["background"], QJsonValue(false));
+        QVERIFY(features[2]["children"][0]["suffixes"].toArray().contains(".png"));
     }
+
     void thunarMergeKeepsTheUsersActionsByteForByte() {
         QString error;
+        const QString handoff = u"/opt/kestro/kestro-handoff"_qs;
         const std::optional<QByteArray> merged =
-            ThunarActions::merged(userActions, sampleMenu(), u"/opt/kestro/kestro-handoff"_qs, error);
+            ThunarActions::merged(userActions, groupedMenu(), handoff, error);
         QVERIFY2(merged, qPrintable(error));
         // The user's text is all there, in one piece, ahead of Kestro's actions.
-        const QByteArray userPart = userActions.left(userActions.indexOf("</actions>"));
-        QVERIFY(merged->startsWith(userPart));
+        QVERIFY(merged->startsWith(userActions.left(userActions.indexOf("</actions>"))));
         QVERIFY(merged->contains("<unique-id>kestro-createTextFile</unique-id>"));
         QVERIFY(merged->contains("<submenu>Kestro/新建</submenu>"));
         QVERIFY(merged->endsWith("</action>\n</actions>\n"));
         // Image tools only for image names, and never on folders (the background).
         const qsizetype resize = merged->indexOf("<unique-id>kestro-resizeImages</unique-id>");
         const QByteArray resizeAction = merged->mid(resize, merged->indexOf("</action>", resize) - resize);
-        QVERIFY(resizeAction.contains("<patterns>*.png;*.PNG;"));
-        QVERIFY(!resizeAction.contains("<directories/>"));
-
+        QVERIFY(resizeAction.contains("<patterns>*.png;*.PNG;") && !resizeAction.contains("<directories/>"));
         // Rewriting is stable, and taking Kestro's actions out gives the user's file back exactly.
-        QCOMPARE(ThunarActions::merged(*merged, sampleMenu(), u"/opt/kestro/kestro-handoff"_qs, error),
-                 merged);
+        QCOMPARE(ThunarActions::merged(*merged, groupedMenu(), handoff, error), merged);
         QCOMPARE(ThunarActions::merged(*merged, {}, {}, error), std::optional<QByteArray>(userActions));
-        QVERIFY(ThunarActions::containsKestroActions(*merged));
-        QVERIFY(!ThunarActions::containsKestroActions(userActions));
-
+        QVERIFY(ThunarActions::containsKestroActions(*merged) &&
+                !ThunarActions::containsKestroActions(userActions));
         // A missing file becomes a fresh one that Thunar can read back.
-        const std::optional<QByteArray> fresh = ThunarActions::merged({}, sampleMenu(), u"/h"_qs, error);
+        const std::optional<QByteArray> fresh = ThunarActions::merged({}, groupedMenu(), u"/h"_qs, error);
         QVERIFY(fresh && fresh->startsWith("<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<actions>\n"));
-    }
-
-    void thunarFilesKestroCannotReadAreLeftAlone() {
-        QString error;
+        // What Kestro cannot read it leaves alone, and says why.
         for (const QByteArray& broken : {QByteArray("<actions><action><name>unclosed</actions>"),
                                          QByteArray("<menu></menu>"), QByteArray("not xml at all"),
                                          QByteArray("<?xml version=\"1.0\"?><actions>\xff\xfe</actions>")}) {
             error.clear();
-            QVERIFY2(!ThunarActions::merged(broken, sampleMenu(), u"/h"_qs, error), broken.constData());
+            QVERIFY2(!ThunarActions::merged(broken, groupedMenu(), u"/h"_qs, error), broken.constData());
             QVERIFY(!error.isEmpty());
         }
-
-        // Through the integration: the file stays as it was and the log says why.
-        TestEnvironment environment;
-        InstalledFileManagers installed(environment, {u"thunar"_qs});
-        const QString path = FileManagerIntegration::thunarActionsPath();
-        const QByteArray broken = "<actions><action><name>mine, half typed";
-        environment.writeFile(path, broken);
-        FileManagerIntegration::refresh();
-        QCOMPARE(readAll(path), broken);
-        QVERIFY(environment.logText().contains(u"file manager integration: left %1 alone"_qs.arg(path)));
-        QVERIFY(!FileManagerIntegration::isIntegrated(FileManagerIntegration::FileManager::thunar));
     }
 
-    void desktopEntryCommandsReachTheHandoffExactly() {
-        // GIO parses Exec by freedesktop.org's desktop-entry rules, as Dolphin and PCManFM-Qt do; the
-        // hand-off here is a recorder in a folder whose name needs quoting itself.
-        TestEnvironment environment;
-        // Plain local files: no GIO daemon is started on the test's session bus.
-        qputenv("GIO_USE_VFS", "local");
-        const QString recorder =
-            writeRecorder(environment.makeFolder(u"bin $x 'q' \"d\""_qs), u"hand off"_qs);
-        const QString record = environment.root() + u"/record"_qs;
+    // Each file manager's own rules take the command line apart: GIO parses Exec by freedesktop.org's
+    // desktop-entry rules, as Dolphin and PCManFM-Qt do; Thunar puts each path in shell quotes for %F and
+    // runs the line through sh -c. The hand-off is a recorder in a folder whose name needs quoting itself.
+    void commandLinesReachTheHandoffExactly_data() {
+        QTest::addColumn<bool>("thunar");
+        QTest::newRow("a desktop entry") << false;
+        QTest::newRow("Thunar") << true;
+    }
+    void commandLinesReachTheHandoffExactly() {
+        QFETCH(bool, thunar);
+        qputenv("GIO_USE_VFS", "local"); // plain local files: no GIO daemon on the test's session bus
+        const QString recorder = writeRecorder(m_env->makeFolder(u"bin $x 'q' \"d\""_qs), u"hand off"_qs);
+        const QString record = m_env->root() + u"/record"_qs;
         qputenv("RECORD_TO", record.toUtf8());
-        const QString itemID = u"copyFilesToFolder@id with 'quotes' $and %percent"_qs;
-        const QString exec = FileManagerCommands::desktopExec(
-            QStringList{recorder} + FileManagerCommands::handoffArguments(itemID), u"%F"_qs);
-        const QByteArray entry = "[Desktop Entry]\nType=Application\nName=t\nExec=" + exec.toUtf8() + "\n";
-        GKeyFile* keyFile = g_key_file_new();
-        QVERIFY(g_key_file_load_from_data(keyFile, entry.constData(), gsize(entry.size()), G_KEY_FILE_NONE,
-                                          nullptr));
-        GDesktopAppInfo* application = g_desktop_app_info_new_from_keyfile(keyFile);
-        QVERIFY(application);
+        const QString itemID = u"copyFilesToFolder@id with 'quotes' $and %percent;e&f"_qs;
+        const QStringList command = QStringList{recorder} + FileManagerCommands::handoffArguments(itemID);
+        QStringList expected{itemID, u"--"_qs};
         GList* files = nullptr;
-        QStringList paths;
+        QStringList quotedPaths;
         for (const QString& name : awkwardNames) {
-            paths.append(environment.writeFile(u"files/"_qs + name));
-            files = g_list_append(files, g_file_new_for_path(QFile::encodeName(paths.last()).constData()));
+            const QByteArray path = QFile::encodeName(m_env->writeFile(u"files/"_qs + name));
+            expected.append(QFile::decodeName(path));
+            files = g_list_append(files, g_file_new_for_path(path.constData()));
+            gchar* quoted = g_shell_quote(path.constData());
+            quotedPaths.append(QString::fromUtf8(quoted));
+            g_free(quoted);
         }
-        GError* error = nullptr;
-        QVERIFY(g_app_info_launch(G_APP_INFO(application), files, nullptr, &error));
-        QTRY_VERIFY(QFileInfo::exists(record));
-        QTRY_COMPARE(recorded(record), QStringList({itemID, u"--"_qs}) + paths);
+        if (thunar) {
+            QString line = FileManagerCommands::thunarCommand(command, u"%F"_qs);
+            QProcess::execute(
+                u"/bin/sh"_qs,
+                {u"-c"_qs, line.replace(u"%F"_qs, quotedPaths.join(u' ')).replace(u"%%"_qs, u"%"_qs)});
+        } else {
+            const QByteArray entry = "[Desktop Entry]\nType=Application\nName=t\nExec=" +
+                                     FileManagerCommands::desktopExec(command, u"%F"_qs).toUtf8() + "\n";
+            GKeyFile* keyFile = g_key_file_new();
+            QVERIFY(g_key_file_load_from_data(keyFile, entry.constData(), gsize(entry.size()),
+                                              G_KEY_FILE_NONE, nullptr));
+            GDesktopAppInfo* application = g_desktop_app_info_new_from_keyfile(keyFile);
+            QVERIFY(application && g_app_info_launch(G_APP_INFO(application), files, nullptr, nullptr));
+            g_object_unref(application);
+            g_key_file_unref(keyFile);
+        }
+        QTRY_COMPARE(recorded(record), expected);
         g_list_free_full(files, g_object_unref);
-        g_object_unref(application);
-        g_key_file_unref(keyFile);
         qunsetenv("RECORD_TO");
     }
 
@@ -492,153 +417,75 @@ private slots:
         for (const FileManagerMenuFiles::GeneratedFile& file :
              FileManagerMenuFiles::dolphinServiceMenus(menu, u"/h"_qs) +
                  FileManagerMenuFiles::pcmanfmActions(menu, u"/h"_qs)) {
-            for (const QMap<QString, QString>& keys : keyFileGroups(file.bytes)) {
-                if (keys.value("Name").startsWith(u"A "_qs)) {
-                    QCOMPARE(keys.value("Name"), u"A && B\nExec=rm -rf ~"_qs);
-                    ++named;
-                }
-                QVERIFY(!keys.value("Exec").contains(u"rm -rf"_qs));
-            }
+            named += file.bytes.contains("\nName=A && B\\nExec=rm -rf ~\n");
+            QVERIFY(!file.bytes.contains("\nExec=rm"));
         }
         QVERIFY(named >= 2); // in both file managers' files
     }
 
-    void dolphinKeepsTheMenuOrder() {
-        // Dolphin sorts a submenu's entries by action key as text, across files: the keys must sort in the
-        // menu's order, twelve entries (past "9" and "10") included.
-        KestroMenuInput input;
-        input.settings.featureOrder = {u"createFile"_qs};
-        input.settings.enabledFeatureIDs = {u"createFile"_qs};
-        input.settings.groupsFeaturesUnderKestro = true;
-        const QStringList children = KestroFeature(KestroFeature::createFile).childIDs().mid(0, 12);
-        input.settings.enabledChildIDs = QSet<QString>(children.begin(), children.end());
-        const QList<KestroMenuItem> menu = KestroMenuModel::build(input);
-        QMap<QString, QString> titleByKey;
-        for (const FileManagerMenuFiles::GeneratedFile& file :
-             FileManagerMenuFiles::dolphinServiceMenus(menu, u"/h"_qs)) {
-            const auto groups = keyFileGroups(file.bytes);
-            QCOMPARE(groups.value("Desktop Entry").value("X-KDE-Submenu"), u"Kestro"_qs);
-            for (const QString& key :
-                 groups.value("Desktop Entry").value("Actions").split(u';', Qt::SkipEmptyParts))
-                titleByKey.insert(key, groups.value("Desktop Action " + key).value("Name"));
-        }
-        QStringList expected;
-        for (const KestroMenuItem& item : KestroMenuModel::actions(menu))
-            expected.append(u"新建 › "_qs + item.title);
-        QCOMPARE(expected.size(), 12);
-        // QMap orders its keys as text, as Dolphin does.
-        QCOMPARE(titleByKey.values(), expected);
-    }
-
-    void thunarCommandsReachTheHandoffExactly() {
-        // Thunar puts each path in shell quotes for %F and runs the line through sh -c.
-        TestEnvironment environment;
-        const QString recorder = writeRecorder(environment.makeFolder(u"it's $here"_qs), u"h"_qs);
-        const QString record = environment.root() + u"/record"_qs;
-        const QString itemID = u"runScript__a'b\"c$d;e&f"_qs;
-        QString command = FileManagerCommands::thunarCommand(
-            QStringList{recorder} + FileManagerCommands::handoffArguments(itemID), u"%F"_qs);
-        QStringList quotedPaths;
-        for (const QString& name : awkwardNames) {
-            gchar* quoted = g_shell_quote(QFile::encodeName(u"/x/"_qs + name).constData());
-            quotedPaths.append(QString::fromUtf8(quoted));
-            g_free(quoted);
-        }
-        command.replace(u"%F"_qs, quotedPaths.join(u' '));
-        command.replace(u"%%"_qs, u"%"_qs);
-        QProcess shell;
-        QProcessEnvironment shellEnvironment = QProcessEnvironment::systemEnvironment();
-        shellEnvironment.insert(u"RECORD_TO"_qs, record);
-        shell.setProcessEnvironment(shellEnvironment);
-        shell.start(u"/bin/sh"_qs, {u"-c"_qs, command});
-        QVERIFY(shell.waitForFinished());
-        QStringList expected{itemID, u"--"_qs};
-        for (const QString& name : awkwardNames)
-            expected.append(u"/x/"_qs + name);
-        QCOMPARE(recorded(record), expected);
-    }
-
     void integrationWritesAndRemovesExactlyKestrosFiles() {
-        TestEnvironment environment;
         InstalledFileManagers installed(
-            environment, {u"nautilus"_qs, u"nemo"_qs, u"dolphin"_qs, u"thunar"_qs, u"pcmanfm-qt"_qs});
+            *m_env, {u"nautilus"_qs, u"nemo"_qs, u"dolphin"_qs, u"thunar"_qs, u"pcmanfm-qt"_qs});
         // The user's own service menu, PCManFM-Qt action and Thunar actions.
-        const QString usersServiceMenu = environment.writeFile(
-            FileManagerIntegration::dolphinFolder() + u"/mine.desktop"_qs, "[Desktop Entry]\nType=Service\n");
+        const QByteArray mine = "[Desktop Entry]\nType=Action\nName=mine under a name Kestro might use\n";
+        const QString usersServiceMenu =
+            m_env->writeFile(FileManagerIntegration::dolphinFolder() + u"/mine.desktop"_qs, mine);
         const QString usersAction =
-            environment.writeFile(FileManagerIntegration::pcmanfmFolder() + u"/kestro-000.desktop"_qs,
-                                  "[Desktop Entry]\nType=Action\nName=mine under a name Kestro might use\n");
-        environment.writeFile(FileManagerIntegration::thunarActionsPath(), userActions);
+            m_env->writeFile(FileManagerIntegration::pcmanfmFolder() + u"/kestro-000.desktop"_qs, mine);
+        m_env->writeFile(FileManagerIntegration::thunarActionsPath(), userActions);
 
         FileManagerIntegration::install();
         for (const FileManagerIntegration::Status& status : FileManagerIntegration::status())
             QVERIFY2(status.installed && status.integrated, qPrintable(status.name));
         QVERIFY(readAll(FileManagerIntegration::iconPath()).contains("<svg"));
-        const QStringList serviceMenus =
-            QDir(FileManagerIntegration::dolphinFolder()).entryList({u"kestro-*.desktop"_qs});
-        QVERIFY(!serviceMenus.isEmpty());
-        for (const QString& name : serviceMenus) {
-            const QFileInfo info(FileManagerIntegration::dolphinFolder() + u'/' + name);
-            // Dolphin refuses a service menu that is not executable; nobody else may change it.
-            QVERIFY(info.permissions() & QFileDevice::ExeOwner);
-            QVERIFY(!(info.permissions() & (QFileDevice::WriteGroup | QFileDevice::WriteOther)));
-        }
-        QCOMPARE(readAll(usersAction),
-                 QByteArray("[Desktop Entry]\nType=Action\nName=mine under a name Kestro might use\n"));
-        QVERIFY(
-            readAll(FileManagerIntegration::pythonExtensionPath(FileManagerIntegration::FileManager::nemo))
-                .contains(QFile::encodeName(FileManagerIntegration::menuDescriptionPath())));
+        // Dolphin refuses a service menu that is not executable; nobody else may change it.
+        const auto permissions =
+            QFile::permissions(FileManagerIntegration::dolphinFolder() + u"/kestro-000.desktop"_qs);
+        QVERIFY((permissions & QFileDevice::ExeOwner) &&
+                !(permissions & (QFileDevice::WriteGroup | QFileDevice::WriteOther)));
+        QVERIFY(readAll(FileManagerIntegration::pythonExtensionPath(FM::nemo))
+                    .contains(QFile::encodeName(FileManagerIntegration::menuDescriptionPath())));
         // The extension folder holds the user's requests: private.
-        QCOMPARE(QFileInfo(KestroPaths::extensionDirectory()).permissions() &
-                     (QFileDevice::ReadGroup | QFileDevice::WriteGroup | QFileDevice::ExeGroup |
-                      QFileDevice::ReadOther | QFileDevice::WriteOther | QFileDevice::ExeOther),
-                 QFileDevice::Permissions());
+        QCOMPARE(QFile::permissions(KestroPaths::extensionDirectory()) & 0x0077, QFileDevice::Permissions());
 
         // A rewrite with nothing changed leaves the files as they are (the same file, not a copy).
         const auto inode = [](const QString& path) {
             struct stat status {};
             return ::stat(QFile::encodeName(path).constData(), &status) == 0 ? status.st_ino : ino_t(0);
         };
-        const QString description = FileManagerIntegration::menuDescriptionPath();
-        const ino_t before = inode(description);
+        const ino_t before = inode(FileManagerIntegration::menuDescriptionPath());
         FileManagerIntegration::refresh();
-        QCOMPARE(inode(description), before);
+        QCOMPARE(inode(FileManagerIntegration::menuDescriptionPath()), before);
 
         FileManagerIntegration::uninstall();
         for (const FileManagerIntegration::Status& status : FileManagerIntegration::status())
             QVERIFY2(!status.integrated, qPrintable(status.name));
         QVERIFY(QDir(FileManagerIntegration::dolphinFolder()).entryList({u"kestro-*"_qs}).isEmpty());
-        QCOMPARE(readAll(usersServiceMenu), QByteArray("[Desktop Entry]\nType=Service\n"));
-        QVERIFY(QFileInfo::exists(usersAction));
+        QCOMPARE(readAll(usersServiceMenu), mine); // so its folder stays
+        QCOMPARE(readAll(usersAction), mine);
         QCOMPARE(readAll(FileManagerIntegration::thunarActionsPath()), userActions);
-        // The folders Kestro made go when they are empty; one holding the user's own file stays.
+        // The folders Kestro made go when they are empty.
         for (const char* folder : {"nautilus-python", "nemo-python", "icons"})
             QVERIFY2(!QFileInfo::exists(KestroPaths::dataHome() + u'/' + QLatin1String(folder)), folder);
-        QVERIFY(QFileInfo::exists(usersServiceMenu));
         // Removed stays removed through later settings changes, until installed again.
         FileManagerIntegration::refresh();
-        QVERIFY(!FileManagerIntegration::isIntegrated(FileManagerIntegration::FileManager::dolphin));
+        QVERIFY(!FileManagerIntegration::isIntegrated(FM::dolphin));
         FileManagerIntegration::install();
-        QVERIFY(FileManagerIntegration::isIntegrated(FileManagerIntegration::FileManager::dolphin));
+        QVERIFY(FileManagerIntegration::isIntegrated(FM::dolphin));
     }
 
     // The package's menus for every user: the user's own files replace or hide each system service menu, and
     // no user copy of the module sits beside the system one, so nothing shows twice or against the settings.
     void systemWideMenusAreNeverShownTwice() {
-        TestEnvironment environment;
-        InstalledFileManagers installed(environment, {QStringLiteral("nemo"), QStringLiteral("dolphin")});
-        FileManagerIntegration::install();
-        const QString system = environment.makeFolder(QStringLiteral("usr/share"));
-        QVERIFY(FileManagerIntegration::writeSystemFiles(system, QStringLiteral("/usr/bin/kestro-handoff")));
-        const QByteArray module = readAll(system + QStringLiteral("/nemo-python/extensions/kestro_menu.py"));
-        // No user's paths: each user's own menu description is found as the file manager runs.
-        QVERIFY(module.contains("HANDOFF = \"/usr/bin/kestro-handoff\"") &&
-                !module.contains(QFile::encodeName(KestroPaths::homeDirectory())));
-        const QStringList systemMenus =
-            QDir(system + QStringLiteral("/kio/servicemenus")).entryList(QDir::Files);
-        QVERIFY(systemMenus.size() > 1);
+        InstalledFileManagers installed(*m_env, {u"nemo"_qs, u"dolphin"_qs});
+        FileManagerIntegration::install(); // a user copy of the module, from before the package
+        const QString system = m_env->makeFolder(u"usr/share"_qs);
+        QVERIFY(FileManagerIntegration::writeSystemFiles(system, u"/usr/bin/kestro-handoff"_qs));
+        QVERIFY(readAll(system + u"/nemo-python/extensions/kestro_menu.py"_qs)
+                    .contains("HANDOFF = \"/usr/bin/kestro-handoff\""));
+        const QStringList systemMenus = QDir(system + u"/kio/servicemenus"_qs).entryList(QDir::Files);
         FeatureSettings few = FeatureSettingsDefaults::settings();
-        few.enabledFeatureIDs = {QStringLiteral("createFile")};
+        few.enabledFeatureIDs = {u"createFile"_qs};
         QVERIFY(FeatureSettingsPersistence::save(few));
         const QByteArray dataFolders = qgetenv("XDG_DATA_DIRS");
         const auto restore = qScopeGuard([&] { qputenv("XDG_DATA_DIRS", dataFolders); });
@@ -646,76 +493,79 @@ private slots:
         const auto hidden = [&] {
             return std::count_if(systemMenus.cbegin(), systemMenus.cend(), [](const QString& name) {
                 return FileManagerMenuFiles::isDolphinHidingFile(
-                    readAll(FileManagerIntegration::dolphinFolder() + QLatin1Char('/') + name));
+                    readAll(FileManagerIntegration::dolphinFolder() + u'/' + name));
             });
         };
-        for (const bool installedAgain : {false, true}) {
-            installedAgain ? FileManagerIntegration::install() : FileManagerIntegration::refresh();
-            QVERIFY(!QFileInfo::exists(
-                FileManagerIntegration::pythonExtensionPath(FileManagerIntegration::FileManager::nemo)));
-            QVERIFY(FileManagerIntegration::isIntegrated(FileManagerIntegration::FileManager::nemo));
-            QCOMPARE(QDir(FileManagerIntegration::dolphinFolder()).entryList(QDir::Files), systemMenus);
-            QVERIFY(hidden() > 0 && hidden() < systemMenus.size());
-            FileManagerIntegration::uninstall();
-            QCOMPARE(hidden(), systemMenus.size());
-            QVERIFY(!FileManagerIntegration::isIntegrated(FileManagerIntegration::FileManager::dolphin));
-            QVERIFY(!FileManagerIntegration::isIntegrated(FileManagerIntegration::FileManager::nemo));
-        }
+        FileManagerIntegration::refresh();
+        QVERIFY(!QFileInfo::exists(FileManagerIntegration::pythonExtensionPath(FM::nemo)));
+        QVERIFY(FileManagerIntegration::isIntegrated(FM::nemo));
+        QCOMPARE(QDir(FileManagerIntegration::dolphinFolder()).entryList(QDir::Files), systemMenus);
+        QVERIFY(hidden() > 0 && hidden() < systemMenus.size());
+        FileManagerIntegration::uninstall();
+        QCOMPARE(hidden(), systemMenus.size());
     }
 
-    void onlyInstalledFileManagersGetFiles() {
-        TestEnvironment environment;
-        InstalledFileManagers installed(environment, {u"thunar"_qs});
-        FileManagerIntegration::refresh();
-        QVERIFY(QFileInfo::exists(FileManagerIntegration::thunarActionsPath()));
-        QVERIFY(QFileInfo::exists(FileManagerIntegration::menuDescriptionPath()));
+    void onlyInstalledFileManagersGetFilesAndThunarsOwnAreLeftAlone() {
+        InstalledFileManagers installed(*m_env, {u"thunar"_qs});
+        const QString path = FileManagerIntegration::thunarActionsPath();
+        // "kestro --install-integration" says what it did in each file manager.
+        KestroProcess run = KestroProcess::run({u"--install-integration"_qs});
+        QCOMPARE(run.exitCode, 0);
+        QVERIFY(run.standardOutput.contains("Thunar：已加入 Kestro 菜单\n"));
+        QVERIFY(run.standardOutput.contains("Dolphin：未安装\n"));
+        QVERIFY(QFileInfo::exists(path) && QFileInfo::exists(FileManagerIntegration::menuDescriptionPath()));
         QVERIFY(!QFileInfo::exists(FileManagerIntegration::dolphinFolder()));
-        QVERIFY(!QFileInfo::exists(
-            FileManagerIntegration::pythonExtensionPath(FileManagerIntegration::FileManager::nemo)));
+        QVERIFY(!QFileInfo::exists(FileManagerIntegration::pythonExtensionPath(FM::nemo)));
         // Kestro made Thunar's folder for its file: uninstalling leaves neither.
+        QCOMPARE(KestroProcess::run({u"--uninstall-integration"_qs}).exitCode, 0);
+        QVERIFY(!QFileInfo::exists(QFileInfo(path).absolutePath()));
+        // The user's own empty list, though just what Kestro would start a file with, is theirs.
+        QString error;
+        const QByteArray empty = ThunarActions::merged({}, {}, {}, error).value();
+        m_env->writeFile(path, empty);
         FileManagerIntegration::uninstall();
-        QVERIFY(!QFileInfo::exists(QFileInfo(FileManagerIntegration::thunarActionsPath()).absolutePath()));
+        QCOMPARE(readAll(path), empty);
+        // A file Kestro cannot read stays as it was, and the log says why.
+        const QByteArray broken = "<actions><action><name>mine, half typed";
+        m_env->writeFile(path, broken);
+        run = KestroProcess::run({u"--install-integration"_qs});
+        QVERIFY(run.standardOutput.contains("Thunar：没有 Kestro 菜单\n"));
+        QCOMPARE(readAll(path), broken);
+        QVERIFY(m_env->logText().contains(u"file manager integration: left %1 alone"_qs.arg(path)));
     }
 
     void handoffQueuesTheClickedItemWithThePathsExactly() {
-        TestEnvironment environment;
         FileManagerIntegration::refresh();
-        // Stands in for the host, so the requests stay in the queue to be read here.
+        // Stands in for the host, so the requests stay in the queue to be read here; it is told to drain.
         SingleInstance host;
         QVERIFY(host.listen());
+        QVERIFY(!SingleInstance().listen()); // one host at a time
+        QSignalSpy messages(&host, &SingleInstance::messageReceived);
         QStringList paths;
         for (const QString& name : awkwardNames)
-            paths.append(environment.writeFile(u"files/"_qs + name));
-
-        Handoff handoff = runHandoff(QStringList{u"copyFullPath"_qs, u"--"_qs} + paths);
-        QCOMPARE(handoff.exitCode, 0);
+            paths.append(m_env->writeFile(u"files/"_qs + name));
+        QCOMPARE(runHandoff(QStringList{u"copyFullPath"_qs, u"--"_qs} + paths), 0);
+        QTRY_COMPARE(messages.size(), 1);
+        QCOMPARE(messages.first().first().toStringList(), QStringList{u"drain"_qs});
         KestroQueuedAction action = onlyQueuedAction();
         QCOMPARE(action.actionID, u"copyFullPath"_qs);
         QCOMPARE(action.selectedURLs, paths);
         QVERIFY(!action.targetedURL);
-
         // The background: nothing selected, the folder is the target.
-        handoff =
-            runHandoff({u"--folder"_qs, u"createTextFile"_qs, u"--"_qs, environment.root() + u"/files"_qs});
-        QCOMPARE(handoff.exitCode, 0);
+        QCOMPARE(runHandoff({u"--folder"_qs, u"createTextFile"_qs, u"--"_qs, m_env->root() + u"/files"_qs}),
+                 0);
         action = onlyQueuedAction();
         QVERIFY(action.selectedURLs.isEmpty());
-        QCOMPARE(action.targetedURL, std::optional<QString>(environment.root() + u"/files"_qs));
-
+        QCOMPARE(action.targetedURL, std::optional<QString>(m_env->root() + u"/files"_qs));
         // A destination comes from the menu Kestro wrote, not from the command line.
-        QVERIFY(readAll(FileManagerIntegration::menuDescriptionPath()).contains("\"copyFilesToFolder@"));
-        KestroMenuInput input = KestroMenuInput::saved();
-        const CustomDestination destination = input.destinations.value(u"copy"_qs).first();
-        handoff = runHandoff({u"copyFilesToFolder@"_qs + destination.id, u"--"_qs, paths.first()});
-        QCOMPARE(handoff.exitCode, 0);
+        const CustomDestination destination = KestroMenuInput::saved().destinations.value(u"copy"_qs).first();
+        QCOMPARE(runHandoff({u"copyFilesToFolder@"_qs + destination.id, u"--"_qs, paths.first()}), 0);
         action = onlyQueuedAction();
         QCOMPARE(action.actionID, u"copyFilesToFolder"_qs);
         QCOMPARE(action.destinationURL, std::optional<QString>(destination.path));
-
         // A relative path is taken from where the file manager ran the command.
-        handoff = runHandoff({u"copyFileName"_qs, u"--"_qs, u"-rf"_qs}, environment.root() + u"/files"_qs);
-        QCOMPARE(handoff.exitCode, 0);
-        QCOMPARE(onlyQueuedAction().selectedURLs, QStringList{environment.root() + u"/files/-rf"_qs});
+        QCOMPARE(runHandoff({u"copyFileName"_qs, u"--"_qs, u"-rf"_qs}, m_env->root() + u"/files"_qs), 0);
+        QCOMPARE(onlyQueuedAction().selectedURLs, QStringList{m_env->root() + u"/files/-rf"_qs});
     }
 
     // Each refusal reaches the user as the host's failure notice, queued as a request that runs nothing; a
@@ -726,59 +576,60 @@ private slots:
         QTest::addColumn<int>("status");
         QTest::addColumn<QString>("said"); // on standard error, and in the notice when one is queued
         const QStringList copyName{"copyFileName", "--", "FILE"};
-        QTest::newRow("an item not in the menu")
-            << "" << QStringList{"removeEverything", "--", "FILE"} << 1 << "这个菜单项已不存在";
+        const QStringList removeEverything{"removeEverything", "--", "FILE"};
+        QTest::newRow("an item not in the menu") << "" << removeEverything << 1 << "这个菜单项已不存在";
         QTest::newRow("a selection item on the background")
             << "" << QStringList{"--folder", "renameAddPrefix", "--", "FOLDER"} << 1
             << "在文件夹的空白处不能使用";
         QTest::newRow("two folders for the background")
             << "" << QStringList{"--folder", "createTextFile", "--", "FOLDER", "FOLDER"} << 1
             << "一次只能用于一个文件夹";
-        QTest::newRow("bytes that are no UTF-8")
-            << "" << QStringList{"copyFileName", "--", "NOT-UTF-8"} << 1 << "不是有效的 UTF-8";
+        // No lead byte, a cut-off sequence, a bad continuation, an overlong form, a surrogate.
+        for (const char* bytes : {"\\377", "\\303", "\\303A", "\\300\\200", "\\355\\240\\200"})
+            QTest::addRow("bytes that are no UTF-8: %s", bytes)
+                << "" << QStringList{"copyFileName", "--", bytes} << 1 << "不是有效的 UTF-8";
         QTest::newRow("no paths") << "" << QStringList{"copyFileName"} << 2 << "";
         QTest::newRow("no folder") << "" << QStringList{"--folder", "createTextFile", "--"} << 2 << "";
         QTest::newRow("a menu description others may write") << "description 0666" << copyName << 1 << "";
         QTest::newRow("an extension folder others may write") << "extension 0777" << copyName << 1 << "";
         QTest::newRow("a queue folder others may write") << "queue 0777" << copyName << 1 << "";
         QTest::newRow("a link for the queue folder") << "queue link" << copyName << 1 << "";
-        QTest::newRow("a link for the shared log")
-            << "log link" << QStringList{"removeEverything", "--", "FILE"} << 1 << "";
+        QTest::newRow("a link for the shared log") << "log link" << removeEverything << 1 << "";
     }
     void handoffRefusesWhatItCannotTrust() {
         QFETCH(QString, plant);
         QFETCH(QStringList, arguments);
         QFETCH(int, status);
         QFETCH(QString, said);
-        TestEnvironment environment;
         FileManagerIntegration::refresh();
         SingleInstance host;
         QVERIFY(host.listen());
-        const QString file = environment.writeFile(u"a.txt"_qs);
-        const QString folder = environment.makeFolder(u"in view"_qs);
-        const QString elsewhere = environment.makeFolder(u"elsewhere"_qs);
+        const QString file = m_env->writeFile(u"a.txt"_qs);
+        const QString folder = m_env->makeFolder(u"in view"_qs);
+        const QString elsewhere = m_env->makeFolder(u"elsewhere"_qs);
         const QString queue = KestroPaths::extensionQueueDirectory();
+        const auto setMode = [](const QString& path, mode_t mode) {
+            return ::chmod(QFile::encodeName(path).constData(), mode) == 0;
+        };
         if (plant == u"description 0666"_qs)
-            QCOMPARE(
-                ::chmod(QFile::encodeName(FileManagerIntegration::menuDescriptionPath()).constData(), 0666),
-                0);
+            QVERIFY(setMode(FileManagerIntegration::menuDescriptionPath(), 0666));
         if (plant == u"extension 0777"_qs)
-            QCOMPARE(::chmod(QFile::encodeName(KestroPaths::extensionDirectory()).constData(), 0777), 0);
+            QVERIFY(setMode(KestroPaths::extensionDirectory(), 0777));
         if (plant == u"queue 0777"_qs)
-            QVERIFY(QDir().mkpath(queue) && ::chmod(QFile::encodeName(queue).constData(), 0777) == 0);
+            QVERIFY(QDir().mkpath(queue) && setMode(queue, 0777));
         if (plant == u"queue link"_qs)
             QVERIFY(QDir(queue).removeRecursively() && QFile::link(elsewhere, queue));
         if (plant == u"log link"_qs) {
             QFile::remove(KestroPaths::diagnosticLogPath());
             QVERIFY(QFile::link(file, KestroPaths::diagnosticLogPath()));
         }
-        // Through a shell, so that a path can hold bytes that are no UTF-8.
+        // Through a shell, so that a path can hold bytes that are no UTF-8 (given as printf escapes).
         QStringList words;
         for (const QString& argument : arguments)
-            words.append(argument == u"FILE"_qs        ? "'" + file + "'"
-                         : argument == u"FOLDER"_qs    ? "'" + folder + "'"
-                         : argument == u"NOT-UTF-8"_qs ? u"\"$(printf '/tmp/a\\377')\""_qs
-                                                       : argument);
+            words.append(argument == u"FILE"_qs       ? "'" + file + "'"
+                         : argument == u"FOLDER"_qs   ? "'" + folder + "'"
+                         : argument.startsWith(u'\\') ? "\"$(printf '/tmp/a" + argument + "')\""
+                                                      : argument);
         QProcess handoff;
         handoff.start(u"/bin/sh"_qs, {u"-c"_qs, "exec \"$0\" " + words.join(u' '), handoffBinary()});
         QVERIFY(handoff.waitForFinished(10000));
@@ -790,28 +641,12 @@ private slots:
             QVERIFY(onlyQueuedAction().handoffError.value_or(QString()).contains(said));
         QVERIFY(QDir(elsewhere).isEmpty() && QFileInfo::exists(folder) && readAll(file).isEmpty());
         if (arguments.constFirst() == u"removeEverything"_qs)
-            QVERIFY((environment.logText() + readAll(KestroPaths::privateLogPath()))
+            QVERIFY((m_env->logText() + readAll(KestroPaths::privateLogPath()))
                         .contains(u"file manager hand-off failed: no menu item removeEverything"_qs));
     }
 
-    void handoffTellsTheRunningHost() {
-        TestEnvironment environment;
-        FileManagerIntegration::refresh();
-        SingleInstance host;
-        QVERIFY(host.listen());
-        QSignalSpy messages(&host, &SingleInstance::messageReceived);
-        QProcess handoff;
-        handoff.start(handoffBinary(), {u"copyFileName"_qs, u"--"_qs, environment.writeFile(u"a.txt"_qs)});
-        QTRY_COMPARE(messages.size(), 1);
-        QCOMPARE(messages.first().first().toStringList(), QStringList{u"drain"_qs});
-        QTRY_COMPARE(handoff.state(), QProcess::NotRunning);
-        QCOMPARE(handoff.exitCode(), 0);
-        QCOMPARE(queuedFiles().size(), 1);
-    }
-
     void preferencesShowEachFileManagerAndReintegrate() {
-        TestEnvironment environment;
-        InstalledFileManagers installed(environment, {u"dolphin"_qs, u"thunar"_qs});
+        InstalledFileManagers installed(*m_env, {u"dolphin"_qs, u"thunar"_qs});
         FileManagerIntegration::uninstall();
         FileManagerIntegrationSection section;
         section.resize(600, 400);
@@ -826,18 +661,16 @@ private slots:
         QCOMPARE(section.statusTexts(), (QStringList{missing, missing, integrated, integrated, missing}));
         QVERIFY(!FileManagerIntegration::isSwitchedOff());
         QVERIFY(readAll(FileManagerIntegration::thunarActionsPath()).contains("<unique-id>kestro-"));
-
         // The page follows what others do meanwhile: "kestro --uninstall-integration", a new file manager.
         FileManagerIntegration::uninstall();
         QTRY_COMPARE(section.statusTexts(), (QStringList{missing, missing, found, found, missing}));
         writeRecorder(QFileInfo(QStandardPaths::findExecutable(u"dolphin"_qs)).absolutePath(),
                       u"pcmanfm-qt"_qs);
         QTRY_COMPARE(section.statusTexts(), (QStringList{missing, missing, found, found, found}));
-
         // A menu that cannot be written is named under the button, until a click that writes everything.
         const QString dolphin = FileManagerIntegration::dolphinFolder();
         QVERIFY(QDir(dolphin).removeRecursively());
-        environment.writeFile(dolphin, "not a folder");
+        m_env->writeFile(dolphin, "not a folder");
         QTest::mouseClick(section.reintegrateButton(), Qt::LeftButton);
         const auto* problems = section.findChild<QLabel*>(u"integrationProblems"_qs);
         QVERIFY(problems->isVisible() && problems->text().contains(dolphin));
@@ -847,9 +680,9 @@ private slots:
     }
 
     void hostRewritesTheMenusAtEverySettingsChange() {
-        TestEnvironment environment;
-        InstalledFileManagers installed(environment, {u"dolphin"_qs});
+        InstalledFileManagers installed(*m_env, {u"dolphin"_qs});
         KestroHost host(true);
+        const QString serviceMenu = FileManagerIntegration::dolphinFolder() + u"/kestro-000.desktop"_qs;
         const auto description = [] {
             return readAll(FileManagerIntegration::menuDescriptionPath());
         };
@@ -858,16 +691,12 @@ private slots:
         QSignalSpy written(&host, &KestroHost::fileManagersWritten);
         host.finishLaunching();
         QVERIFY(written.wait(10000));
-        QVERIFY(description().contains("\"createTextFile\""));
-        const QByteArray serviceMenusBefore =
-            readAll(FileManagerIntegration::dolphinFolder() + u"/kestro-000.desktop"_qs);
-        QVERIFY(!serviceMenusBefore.isEmpty());
-
+        QVERIFY(description().contains("\"createTextFile\"") && !readAll(serviceMenu).isEmpty());
         // A menu that cannot be written is told once, not at every change while it stays unwritable.
         FakePlatform::install();
         FailureNotifier::startNewBurst();
         QVERIFY(QDir(FileManagerIntegration::dolphinFolder()).removeRecursively());
-        environment.writeFile(FileManagerIntegration::dolphinFolder(), "not a folder");
+        m_env->writeFile(FileManagerIntegration::dolphinFolder(), "not a folder");
         host.featureSettings().setEnabled(false, KestroFeature::createFile);
         QVERIFY(!description().contains("\"createTextFile\""));
         QTRY_COMPARE(FakePlatform::desktopNotifications().shown.size(), 1);
@@ -880,8 +709,7 @@ private slots:
         host.featureSettings().setEnabled(false, KestroFeature::createFile);
         host.featureSettings().setGroupsFeaturesUnderKestro(true);
         QVERIFY(description().contains("\"title\": \"Kestro\""));
-        QVERIFY(readAll(FileManagerIntegration::dolphinFolder() + u"/kestro-000.desktop"_qs)
-                    .contains("X-KDE-Submenu=Kestro\n"));
+        QVERIFY(readAll(serviceMenu).contains("X-KDE-Submenu=Kestro\n"));
     }
 };
 
