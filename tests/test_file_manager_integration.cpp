@@ -589,7 +589,8 @@ private slots:
             QTest::addRow("bytes that are no UTF-8: %s", bytes)
                 << "" << QStringList{"copyFileName", "--", bytes} << 1 << "不是有效的 UTF-8";
         QTest::newRow("no paths") << "" << QStringList{"copyFileName"} << 2 << "";
-        QTest::newRow("two items") << "" << QStringList{"copyFileName", "copyFullPath", "--", "FILE"} << 2 << "";
+        QTest::newRow("two items") << "" << QStringList{"copyFileName", "copyFullPath", "--", "FILE"} << 2
+                                   << "";
         QTest::newRow("no folder") << "" << QStringList{"--folder", "createTextFile", "--"} << 2 << "";
         QTest::newRow("a menu description others may write") << "description 0666" << copyName << 1 << "";
         QTest::newRow("an extension folder others may write") << "extension 0777" << copyName << 1 << "";
