@@ -136,13 +136,17 @@ private slots:
 
     void theHandOffRoadStartsAHostWhenNoneRuns_data() {
         QTest::addColumn<bool>("menuWritten");
-        QTest::newRow("menu of an earlier run") << true;
+        QTest::addColumn<QString>("itemID");
+        QTest::newRow("menu of an earlier run") << true << "createTextFile";
         // The menus installed for every user, clicked by someone who never started Kestro.
-        QTest::newRow("never started") << false;
+        QTest::newRow("never started") << false << "createTextFile";
+        // A refusal reaches the user as the host's notice: a host is started to show it.
+        QTest::newRow("an item not in the menu") << true << "removeEverything";
     }
 
     void theHandOffRoadStartsAHostWhenNoneRuns() {
         QFETCH(bool, menuWritten);
+        QFETCH(QString, itemID);
         if (menuWritten)
             FileManagerIntegration::refresh();
         const QString folder = m_environment->makeFolder(u"sub folder"_qs);
@@ -150,9 +154,14 @@ private slots:
         QProcessEnvironment environment = KestroProcess::environment();
         handoff.setProcessEnvironment(environment);
         handoff.start(QFileInfo(KestroProcess::binary()).absolutePath() + u"/kestro-handoff"_qs,
-                      {u"--folder"_qs, u"createTextFile"_qs, u"--"_qs, folder});
-        QVERIFY(handoff.waitForFinished(20000) && handoff.exitCode() == 0);
-        QTRY_VERIFY_WITH_TIMEOUT(QFileInfo::exists(folder + u"/Untitled.txt"_qs), 30000);
+                      {u"--folder"_qs, itemID, u"--"_qs, folder});
+        const bool refused = itemID != u"createTextFile"_qs;
+        QVERIFY(handoff.waitForFinished(20000) && handoff.exitCode() == (refused ? 1 : 0));
+        if (refused)
+            QTRY_VERIFY_WITH_TIMEOUT(m_environment->logText().contains(u"file manager hand-off failed: "_qs),
+                                     30000);
+        else
+            QTRY_VERIFY_WITH_TIMEOUT(QFileInfo::exists(folder + u"/Untitled.txt"_qs), 30000);
         // End the host it started: its pid is in the single-instance lock.
         qint64 pid = 0;
         QString hostName, application;
