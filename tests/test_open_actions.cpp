@@ -15,6 +15,14 @@ public:
     }
 };
 
+struct Refusal {
+    QString actionID;
+    bool selection;
+    QString destination; // under the root
+    Case errorCase;
+    QString named;
+};
+
 } // namespace
 
 class TestOpenActions : public QObject {
@@ -56,45 +64,35 @@ private slots:
     }
 
     void whatCannotBeOpenedFailsAndLaunchesNothing_data() {
-        QTest::addColumn<QString>("actionID");
-        QTest::addColumn<bool>("selection");
-        QTest::addColumn<QString>("destination"); // under the root
-        QTest::addColumn<Case>("errorCase");
-        QTest::addColumn<QString>("named");
-        for (const auto& [row, actionID, selection, destination, errorCase, named] : std::initializer_list<
-                 std::tuple<const char*, const char*, bool, const char*, Case, const char*>>{
-                 {"no terminal", "openInTerminal", true, "", Case::commandFailed, "TERMINAL"},
-                 {"terminal, nowhere", "openInTerminal", false, "", Case::noTargetDirectory, ""},
-                 {"no VS Code", "openInVSCode", true, "", Case::applicationNotFound, "Visual Studio Code"},
-                 {"no Cursor", "openInCursor", true, "", Case::applicationNotFound, "Cursor"},
-                 {"no application", "openWithApplicationPath", true, "", Case::applicationNotFound, ""},
-                 {"a missing entry", "openWithApplicationPath", true, "apps/Gone.desktop",
-                  Case::applicationNotFound, "Gone.desktop"},
-                 {"not a program", "openWithApplicationPath", true, "apps/plain.txt",
-                  Case::applicationNotFound, ""},
-                 {"nothing to open", "openWithApplicationPath", false, "apps/viewer.desktop",
-                  Case::noSelection, ""},
-                 {"no Documents", "quickOpenDocuments", false, "", Case::noTargetDirectory, ""},
-                 {"a file as a place", "quickOpenPath", false, "apps/plain.txt", Case::noTargetDirectory,
-                  ""}})
-            QTest::newRow(row) << actionID << selection << destination << errorCase << named;
+        rows<Refusal>({
+            {"no terminal", {"openInTerminal", true, "", Case::commandFailed, "TERMINAL"}},
+            {"terminal, nowhere", {"openInTerminal", false, "", Case::noTargetDirectory, ""}},
+            {"no VS Code", {"openInVSCode", true, "", Case::applicationNotFound, "Visual Studio Code"}},
+            {"no Cursor", {"openInCursor", true, "", Case::applicationNotFound, "Cursor"}},
+            {"no application", {"openWithApplicationPath", true, "", Case::applicationNotFound, ""}},
+            {"a missing entry",
+             {"openWithApplicationPath", true, "apps/Gone.desktop", Case::applicationNotFound,
+              "Gone.desktop"}},
+            {"not a program",
+             {"openWithApplicationPath", true, "apps/plain.txt", Case::applicationNotFound, ""}},
+            {"nothing to open",
+             {"openWithApplicationPath", false, "apps/viewer.desktop", Case::noSelection, ""}},
+            {"no Documents", {"quickOpenDocuments", false, "", Case::noTargetDirectory, ""}},
+            {"a file as a place", {"quickOpenPath", false, "apps/plain.txt", Case::noTargetDirectory, ""}},
+        });
     }
     void whatCannotBeOpenedFailsAndLaunchesNothing() {
-        QFETCH(QString, actionID);
-        QFETCH(bool, selection);
-        QFETCH(QString, destination);
-        QFETCH(Case, errorCase);
-        QFETCH(QString, named);
+        QFETCH(Refusal, row);
         FakePlatform::workspace().terminalInstalled = false;
         m_env->writeFile("apps/viewer.desktop", "[Desktop Entry]\n");
         m_env->writeFile("apps/plain.txt", "x");
         const QString file = m_env->writeFile("f.txt");
         const auto error = failureOf<FinderActionExecutionError>([&] {
-            perform(actionID, selection ? QStringList{file} : QStringList{}, {},
-                    given(destination.isEmpty() ? "" : m_env->root() + '/' + destination));
+            perform(row.actionID, row.selection ? QStringList{file} : QStringList{}, {},
+                    given(row.destination.isEmpty() ? "" : m_env->root() + '/' + row.destination));
         });
-        QVERIFY(error && error->errorCase() == errorCase);
-        QVERIFY(names(error->errorDescription(), {named}));
+        QVERIFY(error && error->errorCase() == row.errorCase &&
+                names(error->errorDescription(), {row.named}));
         QVERIFY(FakePlatform::workspace().launches.isEmpty() &&
                 FakePlatform::workspace().openedUrls.isEmpty());
     }
@@ -154,7 +152,8 @@ private slots:
     // Typed: quotes, escapes, "~" and blanks understood; a folder opened, a file selected, a cancel does
     // nothing, a path that is not there is named.
     void quickOpensATypedPath() {
-        const QString file = m_env->writeFile("home/My Files/note.txt");
+        m_env->makeFolder("home/My Files");
+        const QString file = m_env->writeFile("home/note.txt"); // a plain path reads as a URL too
         FakePlatform::prompts().textAnswers = {"  '~/My\\ Files'  \n", "\"" + file + "\"", std::nullopt,
                                                "  ~/nowhere "};
         for (int i = 0; i < 3; ++i)
