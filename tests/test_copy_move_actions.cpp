@@ -88,9 +88,11 @@ private slots:
         m_env->writeFile(photos + "/p.jpg", "jpg");
         const QString odd = m_env->writeFile("src/-it's \"odd\"\n报告", "odd");
 
-        QCOMPARE(fileNames(transfer("copyFilesToFolder", {a, tar, photos, odd}, destination)),
-                 (QStringList{"a 3.txt", "a.tar 2.gz", "Photos 2", "-it's \"odd\"\n报告"}));
+        // Selected twice, a file is copied twice: two files, not two names of one.
+        QCOMPARE(fileNames(transfer("copyFilesToFolder", {a, tar, photos, odd, a}, destination)),
+                 (QStringList{"a 3.txt", "a.tar 2.gz", "Photos 2", "-it's \"odd\"\n报告", "a 4.txt"}));
         QCOMPARE(readAll(destination + "/a 3.txt"), QByteArray("new a"));
+        QCOMPARE(statusOf(destination + "/a 4.txt").st_nlink, nlink_t(1));
         QCOMPARE(readAll(destination + "/Photos 2/p.jpg"), QByteArray("jpg"));
         QCOMPARE(readAll(destination + "/a.txt"), QByteArray("a.txt"));
         QCOMPARE(readAll(destination + "/a.tar.gz"), QByteArray("a.tar.gz"));
