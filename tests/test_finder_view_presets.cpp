@@ -47,11 +47,6 @@ private slots:
         QCOMPARE(namesOf(store.presets()), (QStringList{"我的方案", "列表 · 最近修改"}));
         QCOMPARE(changed.size(), 4);
 
-        // A mode change renames an automatic name only.
-        store.changeModes("list-modified", FinderViewMode::icon, FinderSortMode::size);
-        store.changeModes(edited.id, FinderViewMode::gallery, FinderSortMode::creationDate);
-        QCOMPARE(namesOf(store.presets()), (QStringList{"我的方案", "图标 · 按大小"}));
-        QCOMPARE(FinderViewPresetPersistence::preset(edited.id)->sortMode, FinderSortMode::creationDate);
         QCOMPARE(FinderViewPresetPersistence::load(), std::optional(store.presets()));
         QCOMPARE(readAll(FinderViewPresetPersistence::settingsFilePath()),
                  readAll(KestroPaths::extensionDirectory() + "/FinderViewPresets.plist"));
