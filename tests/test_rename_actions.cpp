@@ -165,7 +165,11 @@ private slots:
                  QString("Scan 1000.tif"));
         const QString accented = m_env->writeFile(m_folder + "/cafe.txt", "c");
         QCOMPARE(RenameActions::moveRenamedItem(accented, "café.txt"), m_folder + "/café.txt");
-        QCOMPARE(tree(m_folder), QStringList{"café.txt=c"});
+        // A name another item took meanwhile: the first free one.
+        m_env->writeFile(m_folder + "/taken.txt", "t");
+        QCOMPARE(RenameActions::moveRenamedItem(m_folder + "/café.txt", "taken.txt"),
+                 m_folder + "/taken 2.txt");
+        QCOMPARE(tree(m_folder), (QStringList{"taken 2.txt=c", "taken.txt=t"}));
     }
 
     void exclusiveRenameRefusesTakenNames() {
