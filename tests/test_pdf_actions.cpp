@@ -160,7 +160,7 @@ private slots:
         QVERIFY(QFileInfo(outputs[0]).size() * 10 < QFileInfo(source).size());
         QCOMPARE(pageLabels(outputs[0]), (QStringList{"x1", "x2"}));
         QCOMPARE(pageLabels(outputs[1]), (QStringList{"o1", "o2"}));
-        QVERIFY(PdfSamples::isEncrypted(outputs[1]));
+        QVERIFY(readAll(outputs[1]).contains("/Encrypt"));
         QCOMPARE(PdfActions::compressPDFs({source}), QStringList{m_folder + "/X compressed 2.pdf"});
     }
 

@@ -88,9 +88,3 @@ QList<QList<QSize>> PdfSamples::pageImageSizes(const QString& path) {
         return sizes;
     });
 }
-
-bool PdfSamples::isEncrypted(const QString& path) {
-    QPDF pdf;
-    pdf.processFile(QFile::encodeName(path).constData());
-    return pdf.isEncrypted();
-}

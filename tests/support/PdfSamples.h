@@ -20,6 +20,5 @@ QStringList pageLabels(const QString& path);
 QList<QSizeF> pageSizes(const QString& path);
 // The pixel sizes of the images each page draws, page by page.
 QList<QList<QSize>> pageImageSizes(const QString& path);
-bool isEncrypted(const QString& path);
 
 } // namespace PdfSamples
