@@ -66,6 +66,8 @@ private slots:
         QCOMPARE(pageLabels(m_folder + "/Merged.pdf"), (QStringList{"b1", "b2", "a1", "o1"}));
         QCOMPARE(pageLabels(m_folder + "/Merged 2.pdf"), (QStringList{"a1", "b1", "b2"}));
         QVERIFY_THROWS_EXCEPTION(FinderActionExecutionError, PdfActions::mergePDFs({text}));
+        QCOMPARE(caseOf([&] { PdfActions::mergePDFs({pdf("no pages.pdf", {})}); }), Case::commandFailed);
+        QVERIFY(!QFileInfo::exists(m_folder + "/Merged 3.pdf"));
 
         QStringList many, expected;
         for (int i = 1; i <= 260; ++i) {
