@@ -176,8 +176,7 @@ private slots:
         const QByteArray before = readAll(png);
         // Cancelled, then nonsense: nothing changes.
         QCOMPARE(ImageActions::resizeImages({png}), QStringList());
-        for (const auto& [width, height] :
-             {std::pair{"0", "10"}, {"-5", "10"}, {"ten", "10"}, {"10", "99999999"}}) {
+        for (const auto& [width, height] : {std::pair{"0", "10"}, {"ten", "10"}, {"10", "32769"}}) {
             FakePlatform::prompts().twoTextAnswers.append(std::pair{QString(width), QString(height)});
             QVERIFY_THROWS_EXCEPTION(FinderActionExecutionError, ImageActions::resizeImages({png}));
         }
@@ -188,6 +187,9 @@ private slots:
         QCOMPARE(qAlpha(read(png).pixel(2, 2)), 0);
         QCOMPARE(read(jpg).size(), QSize(50, 120));
         QVERIFY(QImageReader(png).format() == "png" && QImageReader(jpg).format() == "jpeg");
+        FakePlatform::prompts().twoTextAnswers.append(std::pair{"32768", "1"}); // the extremes allowed
+        QCOMPARE(ImageActions::resizeImages({png}), QStringList{png});
+        QCOMPARE(QImageReader(png).size(), QSize(32768, 1));
         QCOMPARE(namesIn(m_folder).size(), 2);
     }
 
