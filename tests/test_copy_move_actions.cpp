@@ -360,6 +360,15 @@ private slots:
         checkWholeRun(progress, "复制", 21);
         QVERIFY(progress.percentNeverFalls());
         QVERIFY(last.bytesTotal == 20 * 4096 + 1 && last.bytesDone == 20 * 4096 + 1);
+        // From a hundred items on, the items alone measure the way: no bytes are counted.
+        QStringList hundred;
+        for (int i = 0; i < 100; ++i)
+            hundred << m_env->writeFile(QStringLiteral("many/%1").arg(i), "x");
+        RecordingProgress byItems;
+        const auto copyHundred = [&] {
+            transfer("copyFilesToFolder", hundred, m_env->makeFolder("dst3"));
+        };
+        QVERIFY(reported(byItems, copyHundred).bytesTotal <= 0);
 
         // Stopped after seven items of a move: those seven are moved whole, the rest stay.
         const QString second = m_env->makeFolder("dst2");
