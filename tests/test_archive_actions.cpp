@@ -68,6 +68,8 @@ private slots:
                                                  "Report.pdf", "Report.zip"}));
 
         QCOMPARE(caseOf([] { pack({}); }), Case::noSelection);
+        // ".zip" alone names a hidden file, not an archive without a name.
+        QCOMPARE(caseOf([&] { unpack(m_env->writeFile(m_folder + "/.zip", "x")); }), Case::noSelection);
     }
 
     // Awkward names, same names from two folders and file-manager order survive a round trip; unpacking never
