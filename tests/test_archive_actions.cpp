@@ -112,7 +112,6 @@ private slots:
         for (const auto& [name, command] :
              std::initializer_list<std::pair<const char*, const char*>>{{"Photos.tar", "tar -cf"},
                                                                         {"Photos.TGZ", "tar -czf"},
-                                                                        {"Photos.tar.xz", "tar -cJf"},
                                                                         {"Photos.7z", "7z a -bd -bso0"},
                                                                         {"Photos.zip", "zip -qr"}})
             QTest::newRow(name) << name << QString(command).split(' ');
@@ -257,8 +256,6 @@ private slots:
                  {"truncated zip", "broken.zip", "zip -q0", "truncate"},
                  {"bad checksum", "broken.zip", "zip -q0", "flip"},
                  {"encrypted zip", "locked.zip", "zip -qP pw", ""},
-                 {"encrypted 7z", "locked.7z", "7z a -bd -bso0 -psecret", ""},
-                 {"truncated tar.gz", "cut.tar.gz", "tar -czf", "truncate"},
                  {"pipe", "pipe.zip", "", "pipe"}})
             QTest::newRow(row) << name << QString(command).split(' ', Qt::SkipEmptyParts) << damage;
     }
@@ -294,7 +291,7 @@ private slots:
         }
     }
 
-    // 300 MiB of zeros in about 300 KB: stopped by the ratio; the caps count what lands on disk.
+    // 300 MiB of zeros in about 300 KB: stopped by the ratio; the caps count entries and what lands on disk.
     void bombsAndCapsCountWhatLandsOnDisk() {
         const QString bomb = m_folder + "/bomb.zip";
         QVERIFY(zipBomb(bomb, qint64(300) << 20));
@@ -322,23 +319,6 @@ private slots:
         QVERIFY(capError(many, {1 << 30, 1000, 1 << 30, 19}).contains("19"));
         // 40,000 bytes of data, but twenty files take twenty blocks.
         QVERIFY(capError(many, {60000, 1000, 1 << 30, 100}).contains("解压后的内容超过"));
-        // 2,000 empty folders: nothing in bytes, a block each on disk.
-        QList<Entry> empty;
-        for (int i = 0; i < 2000; ++i)
-            empty.append(folder(QStringLiteral("f%1").arg(i)));
-        QVERIFY(python(m_folder + "/folders.tar.gz", "tar.gz", empty));
-        QVERIFY(
-            capError(m_folder + "/folders.tar.gz", {1 << 30, 200, 1 << 20, 1 << 20}).contains("压缩炸弹"));
-        // A sparse file declares far more than its archive holds; its holes land on disk as size.
-        const QString source = m_env->makeFolder("sparse");
-        QFile big(source + "/disk.img");
-        QVERIFY(big.open(QIODevice::WriteOnly) && big.resize(qint64(64) << 20));
-        big.close();
-        QVERIFY(tool("tar", {"-cSf", m_folder + "/sparse.tar", "disk.img"}, source));
-        QVERIFY(capError(m_folder + "/sparse.tar", {qint64(32) << 20, 1 << 30, qint64(1) << 40, 100})
-                    .contains("解压后的内容超过"));
-        QVERIFY(
-            capError(m_folder + "/sparse.tar", {qint64(1) << 30, 200, 1 << 20, 100}).contains("压缩炸弹"));
     }
 
     // Another account that can write to the archive's folder swaps the hidden folder for a link to a folder
@@ -380,8 +360,7 @@ private slots:
         attacker.victim = victim;
         const ActionProgressScope scope(attacker);
         const QString message = unpackError(archive, intoOwnFolder ? ownFolder : here);
-        QVERIFY(attacker.swapped);
-        QVERIFY(QFileInfo(shared + "/taken").isDir());
+        QVERIFY(attacker.swapped && QFileInfo(shared + "/taken").isDir());
         QCOMPARE(namesIn(victim), QStringList{"thesis.txt"});
         QCOMPARE(modeOf(victim) & 07777, mode_t(0700));
         QCOMPARE(message.isEmpty(), !intoOwnFolder);
