@@ -68,7 +68,6 @@ private slots:
             {"no terminal", {"openInTerminal", true, "", Case::commandFailed, "TERMINAL"}},
             {"terminal, nowhere", {"openInTerminal", false, "", Case::noTargetDirectory, ""}},
             {"no VS Code", {"openInVSCode", true, "", Case::applicationNotFound, "Visual Studio Code"}},
-            {"no Cursor", {"openInCursor", true, "", Case::applicationNotFound, "Cursor"}},
             {"no application", {"openWithApplicationPath", true, "", Case::applicationNotFound, ""}},
             {"a missing entry",
              {"openWithApplicationPath", true, "apps/Gone.desktop", Case::applicationNotFound,

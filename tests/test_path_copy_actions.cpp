@@ -24,7 +24,6 @@ private slots:
         QTest::newRow("markdown") << "copyMarkdownLink" << three
                                   << "[it's here](file:///tmp/it's%20here)\n[a b.md](file:///srv/a%20b.md)\n"
                                      "[报告.pdf](file:///data/%E6%8A%A5%E5%91%8A.pdf)";
-        QTest::newRow("shell, dash") << "copyShellPath" << QStringList{"/x/-rf"} << "'/x/-rf'";
         // A quoted newline stays inside its quotes, so the text still names one file when pasted.
         QTest::newRow("shell, newline") << "copyShellPath" << QStringList{"/x/a\nb"} << "'/x/a\nb'";
         QTest::newRow("markdown, # and ?")

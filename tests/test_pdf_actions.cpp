@@ -77,7 +77,6 @@ private slots:
         for (const auto& [row, action, bytes] :
              std::initializer_list<std::tuple<const char*, const char*, QByteArray>>{
                  {"merge garbage", "merge", "%PDF-1.7\nthis is not a document at all\n"},
-                 {"merge empty", "merge", ""},
                  {"merge locked", "merge", locked},
                  {"compress locked", "compress", locked},
                  {"compress broken", "compress", "%PDF-1.4\n1 0 obj\n<<"},
