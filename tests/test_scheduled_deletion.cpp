@@ -35,16 +35,14 @@ private slots:
     void actionsScheduleAndReplace_data() {
         QTest::addColumn<QString>("actionID");
         QTest::addColumn<qint64>("seconds");
-        QTest::addColumn<QString>("logged");
         for (const int days : {0, 7, 30, 90})
             QTest::newRow(days ? "days" : "hour")
                 << (days ? QString("scheduleDelete%1Days").arg(days) : "scheduleDelete1Hour")
-                << (days ? days * qint64(86400) : 3600) << (days ? QString("%1d").arg(days) : "1h");
+                << (days ? days * qint64(86400) : 3600);
     }
     void actionsScheduleAndReplace() {
         QFETCH(QString, actionID);
         QFETCH(qint64, seconds);
-        QFETCH(QString, logged);
         const QString file = m_env->writeFile("files/报告 \"final\".txt", "x");
         ScheduledDeletionStore::schedule({file}, 60, noon);
         const QDateTime before = QDateTime::currentDateTimeUtc().addSecs(-1);
@@ -53,8 +51,6 @@ private slots:
         QCOMPARE(pathsOf(items), QStringList{file}); // replaced, not added
         QVERIFY(items[0].scheduledAt >= before && items[0].scheduledAt <= QDateTime::currentDateTimeUtc());
         QCOMPARE(items[0].scheduledAt.secsTo(items[0].deleteAt), seconds);
-        QVERIFY(m_env->logText().contains(
-            QString("] scheduled deletion interval=%1 paths=[\"%2\"]\n").arg(logged, file)));
         QCOMPARE(readAll(file), QByteArray("x"));
         QVERIFY(FakePlatform::trash().trashed.isEmpty());
     }
@@ -139,7 +135,6 @@ private slots:
         checkWholeRun(progress, "定时清理", 3);
         QCOMPARE(progress.itemsInHand(), QStringList({due, vanished, exact}));
         const QString log = m_env->logText();
-        QVERIFY(log.contains(QString("] scheduled deletion moved to trash path=%1\n").arg(exact)));
         QVERIFY(log.contains(QString("] scheduled deletion skipped missing path=%1\n").arg(vanished)));
         QVERIFY(!log.contains(QString("path=%1\n").arg(later)));
         processAt(noon);
