@@ -48,7 +48,7 @@ private slots:
     }
     void cleanup() { m_env.reset(); }
 
-    void packingNamesTheArchiveAndLogsItsEntries() {
+    void packingNamesTheArchiveAndLeavesNothingBehind() {
         const QString report = m_env->writeFile(m_folder + "/Report.pdf", "pdf");
         const QString photos = m_env->makeFolder("user/Photos");
         m_env->writeFile(photos + "/one.jpg", "jpg");
@@ -61,7 +61,6 @@ private slots:
         QCOMPARE(ArchiveActions::zipEntries(m_folder + "/Photos.zip"),
                  (QStringList{"Photos/", "Photos/one.jpg"}));
         QCOMPARE(ArchiveActions::zipEntries(m_folder + "/Report 2.zip"), QStringList{"Report.pdf"});
-        QVERIFY(m_env->logText().contains("] compressed ZIP=" + m_folder + "/Archive.zip entries=["));
         // Nothing is left behind: no staging folder, no half-written archive.
         QVERIFY(namesIn(m_env->root() + "/tmp").isEmpty());
         QCOMPARE(namesIn(m_folder), (QStringList{"Archive.zip", "Photos", "Photos.zip", "Report 2.zip",
@@ -333,24 +332,21 @@ private slots:
         if (::geteuid() != 0 || QStandardPaths::findExecutable("setpriv").isEmpty())
             QSKIP("needs root and setpriv to act as a second account");
         const QString shared = m_env->makeFolder("shared");
-        QCOMPARE(::chmod(QFile::encodeName(m_env->root()).constData(), 0711), 0);
-        QCOMPARE(::chmod(QFile::encodeName(shared).constData(), 0777), 0);
         const QString victim = m_env->makeFolder("home/Documents");
         m_env->writeFile(victim + "/thesis.txt", "mine");
-        QCOMPARE(::chmod(QFile::encodeName(victim).constData(), 0700), 0);
+        for (const auto& [path, mode] : {std::pair{m_env->root(), 0711}, {shared, 0777}, {victim, 0700}})
+            QCOMPARE(::chmod(QFile::encodeName(path).constData(), mode_t(mode)), 0);
         const QString archive = shared + "/bait.tar";
         QVERIFY(python(archive, "tar", {file("one.txt", "1"), folder("locked", 0555), file("two.txt", "2")}));
 
         struct Attacker : RecordingProgress {
             QString shared, victim;
-            bool swapped = false;
             void changed(const ActionProgressState& state) override {
                 RecordingProgress::changed(state);
-                if (swapped || state.itemsDone < 1)
-                    return;
-                swapped = true;
                 const QString hidden =
                     QDir(shared).entryList({".kestro-unpack-*"}, QDir::Dirs | QDir::Hidden).value(0);
+                if (state.itemsDone < 1 || QFileInfo::exists(shared + "/taken") || hidden.isEmpty())
+                    return;
                 QProcess::execute("setpriv", {"--reuid=65534", "--regid=65534", "--clear-groups", "sh", "-c",
                                               "mv \"$1/$2\" \"$1/taken\" && ln -s \"$3\" \"$1/$2\"", "sh",
                                               shared, hidden, victim});
@@ -360,14 +356,12 @@ private slots:
         attacker.victim = victim;
         const ActionProgressScope scope(attacker);
         const QString message = unpackError(archive, intoOwnFolder ? ownFolder : here);
-        QVERIFY(attacker.swapped && QFileInfo(shared + "/taken").isDir());
+        QVERIFY(QFileInfo(shared + "/taken").isDir());
         QCOMPARE(namesIn(victim), QStringList{"thesis.txt"});
         QCOMPARE(modeOf(victim) & 07777, mode_t(0700));
         QCOMPARE(message.isEmpty(), !intoOwnFolder);
-        if (!intoOwnFolder) {
+        if (!intoOwnFolder)
             QCOMPARE(readAll(shared + "/two.txt"), QByteArray("2"));
-            QCOMPARE(modeOf(shared + "/locked") & 07777, mode_t(0555));
-        }
     }
 
     // A link in a packed folder is stored as a link; a pipe anywhere in the selection is refused at once.
