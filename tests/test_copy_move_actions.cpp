@@ -105,11 +105,9 @@ private slots:
                                                          ".hidden copy", "a.tar copy 2.gz"}));
         QCOMPARE(readAll(second[0]), QByteArray("new tar"));
         QCOMPARE(FakePlatform::workspace().selections, (QList<QStringList>{first, second}));
-
-        const QString moved = m_env->makeFolder("moved");
-        QCOMPARE(fileNames(transfer("moveFilesToPath", {odd, a}, moved)),
-                 (QStringList{"-it's \"odd\"\n报告", "a.txt"}));
-        QVERIFY(!QFileInfo::exists(odd) && !QFileInfo::exists(a));
+        QCOMPARE(fileNames(transfer("moveFilesToPath", {odd}, m_env->makeFolder("moved"))),
+                 QStringList{QFileInfo(odd).fileName()});
+        QVERIFY(!QFileInfo::exists(odd));
     }
 
     void standardFoldersTheChooserAndANewFolder() {
