@@ -1,18 +1,11 @@
-// Batch rename: every rule on real files, file-manager order whatever the locale, case-only changes,
+// Batch rename: every rule on real files, file-manager order, case-only changes,
 // collisions that must never overwrite, repeated and nested selections, cancelled prompts and bad input.
-#include "actions/FinderNameOrder.h"
 #include "actions/RenameActions.h"
 #include "platform/ExclusiveRename.h"
 #include "support/ActionRequests.h"
 #include "support/QuietPreferences.h"
 
 namespace {
-
-class LocaleScope {
-public:
-    explicit LocaleScope(const QLocale& locale) { QLocale::setDefault(locale); }
-    ~LocaleScope() { QLocale::setDefault(QLocale::system()); }
-};
 
 struct Rename {
     RenameMode mode;
@@ -31,24 +24,6 @@ private slots:
         m_folder = m_env->makeFolder("files");
     }
     void cleanup() { m_env.reset(); }
-
-    void finderOrderHoldsInEveryLocale_data() {
-        QTest::addColumn<QLocale>("locale");
-        QTest::newRow("C") << QLocale::c();
-        QTest::newRow("zh_CN") << QLocale(QLocale::Chinese, QLocale::China);
-    }
-    void finderOrderHoldsInEveryLocale() {
-        QFETCH(QLocale, locale);
-        const LocaleScope scope(locale);
-        QStringList paths = {"/x/file 10.txt", "/y/File 2.txt", "/x/b",     "/x/A",     "/z/file 1.txt",
-                             "/x/Item 9",      "/x/item 100",   "/3/a.txt", "/1/a.txt", "/2/A.txt"};
-        FinderNameOrder::sortByName(paths);
-        // Equal names keep the order they came in.
-        QCOMPARE(paths, (QStringList{"/x/A", "/3/a.txt", "/1/a.txt", "/2/A.txt", "/x/b", "/z/file 1.txt",
-                                     "/y/File 2.txt", "/x/file 10.txt", "/x/Item 9", "/x/item 100"}));
-        QVERIFY(FinderNameOrder().lessThan("File 2", "file 10"));
-        QVERIFY(!FinderNameOrder().lessThan("file 10", "File 2"));
-    }
 
     // Each file holds its own name, so the result shows which item went where. Lists are written with "|"
     // between items: the prompt's text (or find|replace), the unselected items in the folder, the selection
