@@ -246,20 +246,6 @@ private slots:
         }
     }
 
-    // Large pages, so that writing the merged file passes the point where it looks for a stop more than once.
-    void aMergeStoppedWhileWritingLeavesNothing() {
-        const QString a = m_env->writeFile(m_folder + "/a.pdf",
-                                           PdfSamples::document({"a1", "a2"}, 0, Encryption::none, 700000));
-        const QString b = m_env->writeFile(m_folder + "/b.pdf",
-                                           PdfSamples::document({"b1", "b2"}, 0, Encryption::none, 700000));
-        RecordingProgress progress;
-        progress.stopAfterBytes = 1 << 20;
-        QVERIFY(stopsWhenAsked(progress, -1, [&] { PdfActions::mergePDFs({a, b}); }));
-        QCOMPARE(namesIn(m_folder), (QStringList{"a.pdf", "b.pdf"}));
-        QVERIFY(progress.states.constLast().bytesDone < QFileInfo(a).size() + QFileInfo(b).size());
-        QVERIFY(!m_env->logText().contains("mergePDFs failed"));
-    }
-
 private:
     std::unique_ptr<TestEnvironment> m_env;
     QString m_folder;
