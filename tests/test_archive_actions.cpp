@@ -169,6 +169,8 @@ private slots:
         row("chained links", "tar",
             {folder("d"), symbolicLink("d/up", ".."), symbolicLink("x", "d/up/.."), plain});
         row("link met later", "zip", {symbolicLink("x", "d/up/.."), folder("d"), symbolicLink("d/up", "..")});
+        row("a loop of links", "tar",
+            {plain, symbolicLink("a", "b"), symbolicLink("b", "a"), symbolicLink("c", "a/x")});
         row("through a link", "tar", {folder("sub"), symbolicLink("l", "sub"), file("l/evil.txt", "x")},
             "要经过符号链接写入");
         row("outward hard link", "tar", {plain, hardLink("h", "../outside.txt")});
@@ -212,12 +214,14 @@ private slots:
         const mode_t before = modeOf(m_folder);
         QVERIFY(
             python(m_folder + "/link first.tar", "tar", {symbolicLink("here", "."), folder("here", 0500)}));
-        QVERIFY(python(m_folder + "/folder first.tar", "tar",
-                       {folder("there", 0500), symbolicLink("there", ".")}));
+        QVERIFY(
+            python(m_folder + "/folder first.tar", "tar",
+                   {folder("there", 0500), symbolicLink("there", "."), file("f", "x"), hardLink("g", "f")}));
         ArchiveActions::extractZIPs({m_folder + "/link first.tar", m_folder + "/folder first.tar"}, here);
         QCOMPARE(modeOf(m_folder), before);
         QVERIFY(S_ISLNK(modeOf(m_folder + "/here")));
         QCOMPARE(modeOf(m_folder + "/there") & 07777, mode_t(0500));
+        QCOMPARE(statusOf(m_folder + "/g").st_ino, statusOf(m_folder + "/f").st_ino); // a hard link inside
     }
 
     // Modes pass through the umask and never bring setuid, setgid, sticky or write-for-others, not even with
