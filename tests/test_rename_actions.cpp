@@ -155,7 +155,6 @@ private slots:
             names(failureText([&] { ExclusiveRename::move(m_folder + "/missing", m_folder + "/fourth"); }),
                   {"missing"}));
         QCOMPARE(tree(m_folder), (QStringList{"empty/", "full/", "full/inner/", "second=2", "third=1"}));
-        QVERIFY(QFileInfo(full).isDir());
     }
 
 private:
