@@ -1,5 +1,6 @@
 // Batch rename: every rule on real files, file-manager order, case-only changes,
 // collisions that must never overwrite, repeated and nested selections, cancelled prompts and bad input.
+#include "actions/FinderNameOrder.h"
 #include "actions/RenameActions.h"
 #include "platform/ExclusiveRename.h"
 #include "support/ActionRequests.h"
@@ -24,6 +25,17 @@ private slots:
         m_folder = m_env->makeFolder("files");
     }
     void cleanup() { m_env.reset(); }
+
+    // Case aside, numbers by value, equal names in the order they came, in the C locale as in Chinese.
+    void theNameOrderIsTheSameInEveryLocale() {
+        for (const QLocale& locale : {QLocale::c(), QLocale(QLocale::Chinese, QLocale::China)}) {
+            QLocale::setDefault(locale);
+            QStringList paths{"/x/file 10", "/y/File 2", "/x/b", "/3/a", "/1/A"};
+            FinderNameOrder::sortByName(paths);
+            QLocale::setDefault(QLocale::system());
+            QCOMPARE(paths, (QStringList{"/3/a", "/1/A", "/x/b", "/y/File 2", "/x/file 10"}));
+        }
+    }
 
     // Each file holds its own name, so the result shows which item went where. Lists are written with "|"
     // between items: the prompt's text (or find|replace), the unselected items in the folder, the selection
