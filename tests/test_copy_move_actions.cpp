@@ -241,42 +241,17 @@ private slots:
         ::chmod(QFile::encodeName(destination).constData(), 0755);
     }
 
-    // What `cp -a` keeps, item by item: links as links (dangling too), modes, times, empty and read-only
-    // folders, awkward names; a move on one file system is a rename of the same folder.
-    void anItemIsCopiedWhole() {
-        const QString source = m_env->makeFolder("src/Project/empty");
-        const QString project = QFileInfo(source).path();
-        for (const char* name : {"blank name.txt", "it's \"quoted\".md", "-rf", "line\nbreak", ".hidden"})
-            m_env->writeFile(project + QLatin1Char('/') + QString::fromUtf8(name), name);
-        m_env->writeFile(project + "/deep/er/file.bin", QByteArray(300000, '\x5a'));
-        QVERIFY(QFile::link("deep/er", project + "/relative link"));
-        QVERIFY(QFile::link("/nonexistent/target", project + "/dangling"));
-        QCOMPARE(::chmod(QFile::encodeName(project + "/-rf").constData(), 0751), 0);
-        const timespec past[2] = {{1000000000, 0}, {1000000000, 0}};
-        QCOMPARE(::utimensat(AT_FDCWD, QFile::encodeName(project + "/-rf").constData(), past, 0), 0);
-        QCOMPARE(::chmod(QFile::encodeName(project + "/deep").constData(), 0555), 0);
-        const QString destination = m_env->makeFolder("dst");
-
-        FileTransfer::copy(project, destination + "/Project copy");
-        FileTransfer::copy(project + "/relative link", destination + "/link");
-        QCOMPARE(describeTree(destination + "/Project copy"), describeTree(project));
-        QCOMPARE(linkText(destination + "/link"), "deep/er");
-        QCOMPARE(namesIn(destination), (QStringList{"Project copy", "link"}));
-
-        const ino_t before = statusOf(project).st_ino;
-        FileTransfer::move(project, destination + "/Project");
-        QCOMPARE(statusOf(destination + "/Project").st_ino, before);
-        QVERIFY(!QFileInfo::exists(project));
-    }
-
-    // What `cp -a` and `mv` keep besides: the user's attributes, ACLs (a folder's default one too), hard
-    // links within an item and between selected items, holes; also when a move copies to another file system.
+    // What `cp -a` and `mv` keep: links as links (dangling too), modes, times, empty and read-only folders,
+    // awkward names, the user's attributes, ACLs (a folder's default one too), hard links within an item and
+    // between selected items, holes; also when a move copies to another file system. A move on one file
+    // system is a rename of the same folder.
     void keepsAttributesAclsHardLinksAndHoles_data() {
         QTest::addColumn<QString>("action");
         QTest::addColumn<bool>("otherFileSystem");
         QTest::newRow("copy") << "copyFilesToFolder" << false;
         QTest::newRow("copy to tmpfs") << "copyFilesToFolder" << true;
         QTest::newRow("move to tmpfs") << "moveFilesToFolder" << true;
+        QTest::newRow("move") << "moveFilesToFolder" << false;
     }
     void keepsAttributesAclsHardLinksAndHoles() {
         QFETCH(QString, action);
@@ -299,6 +274,17 @@ private slots:
         const int fd = ::open(QFile::encodeName(tree + "/disk.img").constData(), O_WRONLY | O_CREAT, 0644);
         QVERIFY(::pwrite(fd, "head", 4, 0) == 4 && ::pwrite(fd, "tail", 4, (8 << 20) - 4) == 4);
         ::close(fd);
+        for (const char* name : {"it's \"quoted\".md", "-rf", "line\nbreak", ".hidden", "locked/in.txt"})
+            m_env->writeFile(tree + '/' + QString::fromUtf8(name), name);
+        m_env->makeFolder("src/Tree/empty");
+        QVERIFY(QFile::link("shared", tree + "/relative link"));
+        QVERIFY(QFile::link("/nonexistent/target", tree + "/dangling"));
+        const timespec past[2] = {{1000000000, 0}, {1000000000, 0}};
+        QCOMPARE(::utimensat(AT_FDCWD, QFile::encodeName(tree + "/-rf").constData(), past, 0), 0);
+        for (const auto& [name, mode] : {std::pair{"/-rf", 0751}, {"/locked", 0555}})
+            QCOMPARE(::chmod(QFile::encodeName(tree + name).constData(), mode_t(mode)), 0);
+        const QStringList whole = describeTree(tree);
+        const ino_t inode = statusOf(tree).st_ino;
         const QString one = m_env->writeFile("src/one.txt", "one");
         const QString two = m_env->root() + "/src/two.txt";
         QCOMPARE(::link(QFile::encodeName(one).constData(), QFile::encodeName(two).constData()), 0);
@@ -306,6 +292,9 @@ private slots:
         transfer(action, {tree, one, two}, destination);
 
         const QString copy = destination + "/Tree";
+        QCOMPARE(describeTree(copy), whole);
+        QCOMPARE(statusOf(copy).st_ino == inode,
+                 !otherFileSystem && action.startsWith(QLatin1String("move")));
         QCOMPARE(attribute(copy + "/tagged.txt", "user.xdg.tags"), QByteArray("red,work"));
         QCOMPARE(attribute(copy + "/tagged.txt", "system.posix_acl_access"), aclGivingNobodyRead());
         QCOMPARE(attribute(copy + "/shared", "user.xdg.comment"), QByteArray("notes"));
