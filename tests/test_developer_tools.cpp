@@ -134,10 +134,8 @@ private slots:
         QTest::addColumn<QString>("actionID");
         QTest::addColumn<QString>("after");
         for (const auto& [row, before, actionID, after] : std::initializer_list<std::array<const char*, 4>>{
-                 {"every installed setting flips",
-                  "gtk4 show-hidden false|gtk4 sort-directories-first true|gtk3 show-hidden false",
-                  "toggleHiddenFiles",
-                  "gtk4 show-hidden true|gtk4 sort-directories-first true|gtk3 show-hidden true"},
+                 {"every installed setting flips", "gtk4 show-hidden false|gtk3 show-hidden false",
+                  "toggleHiddenFiles", "gtk4 show-hidden true|gtk3 show-hidden true"},
                  {"the first one leads", "gtk3 show-hidden true|nautilus show-hidden-files false",
                   "toggleHiddenFiles", "gtk3 show-hidden false|nautilus show-hidden-files false"},
                  {"Nemo's own switch", "gtk4 show-hidden false|nemo show-hidden-files false",
