@@ -101,8 +101,7 @@ private slots:
     void cancelledPromptsAndBadInputLoseNothing() {
         const QStringList items = {m_env->writeFile(m_folder + "/a.txt", "a"),
                                    m_env->writeFile(m_folder + "/b.txt", "b")};
-        for (const RenameMode mode :
-             {RenameMode::addPrefix, RenameMode::addSuffix, RenameMode::findReplace, RenameMode::sequential})
+        for (const RenameMode mode : {RenameMode::addPrefix, RenameMode::findReplace}) // the two ways to ask
             QVERIFY(RenameActions::renameFiles(items, mode).isEmpty());
         FakePlatform::prompts().asked.clear();
 
