@@ -30,7 +30,8 @@ bool pngRecords(const QByteArray& bytes) {
     return false;
 }
 
-// The JFIF segment (APP0) carries the density in dots per inch (unit 1) or per centimetre (unit 2).
+// The JFIF segment (APP0) carries the density in dots per inch (unit 1) or per centimetre (unit 2). libjpeg
+// reads it only when it is whole (16 bytes, the thumbnail's size included); a shorter one records nothing.
 bool jpegRecords(const QByteArray& bytes) {
     for (qsizetype at = 2; at + 4 <= bytes.size();) {
         if (uchar(bytes.at(at)) != 0xff)
@@ -39,7 +40,7 @@ bool jpegRecords(const QByteArray& bytes) {
         if (marker == 0xda || marker == 0xd9) // start of scan, end of image
             return false;
         const quint16 length = be16(bytes, at + 2);
-        if (marker == 0xe0 && length >= 14 && at + 16 <= bytes.size() &&
+        if (marker == 0xe0 && length >= 16 && at + 16 <= bytes.size() &&
             bytes.mid(at + 4, 5) == QByteArray("JFIF\0", 5)) {
             const char unit = bytes.at(at + 11);
             return (unit == 1 || unit == 2) && be16(bytes, at + 12) > 0 && be16(bytes, at + 14) > 0;

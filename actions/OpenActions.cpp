@@ -4,6 +4,7 @@
 #include "platform/DiagnosticLog.h"
 #include "platform/FinderActionExecutionError.h"
 #include "platform/KestroError.h"
+#include "platform/MainThread.h"
 #include "platform/Platform.h"
 #include "platform/PlatformWords.h"
 
@@ -15,7 +16,6 @@
 #include <QRegularExpression>
 #include <QSemaphore>
 #include <QStandardPaths>
-#include <QThread>
 #include <QUrl>
 
 #include <memory>
@@ -107,11 +107,11 @@ void OpenActions::openURLs(const QStringList& urls, const QString& application,
         }
         outcome->finished.release();
     };
-    QCoreApplication* app = QCoreApplication::instance();
-    if (!app || QThread::currentThread() == app->thread())
+    // Queued, not blocking as runOnMainThread would: the wait below must be able to give up.
+    if (onMainThread())
         launch();
     else
-        QMetaObject::invokeMethod(app, launch, Qt::QueuedConnection);
+        QMetaObject::invokeMethod(QCoreApplication::instance(), launch, Qt::QueuedConnection);
 
     const QString subject = QStringLiteral("app=%1 urls=%2").arg(application, DiagnosticLog::listText(urls));
     if (!outcome->finished.tryAcquire(1, int(bound.count()))) {

@@ -4,11 +4,14 @@
 #include <QMetaObject>
 #include <QThread>
 
+bool onMainThread() {
+    const QCoreApplication* application = QCoreApplication::instance();
+    return !application || QThread::currentThread() == application->thread();
+}
+
 void runOnMainThread(const std::function<void()>& work) {
-    QCoreApplication* application = QCoreApplication::instance();
-    if (!application || QThread::currentThread() == application->thread()) {
+    if (onMainThread())
         work();
-        return;
-    }
-    QMetaObject::invokeMethod(application, work, Qt::BlockingQueuedConnection);
+    else
+        QMetaObject::invokeMethod(QCoreApplication::instance(), work, Qt::BlockingQueuedConnection);
 }

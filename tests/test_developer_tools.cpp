@@ -11,21 +11,15 @@
 
 namespace {
 
-// A gsettings that keeps each key in a file of its own under FAKE_GSETTINGS_STORE.
+// A gsettings that keeps each key in a file of its own under FAKE_GSETTINGS_STORE; with a file "forgetful"
+// there, it forgets what it is told to set, as gsettings does without dconf.
 const char* const fakeGsettings = R"(#!/bin/sh
-store="$FAKE_GSETTINGS_STORE"
+cd "$FAKE_GSETTINGS_STORE" || exit 1
 case "$1" in
-list-schemas) cat "$store/schemas" ;;
-list-keys)
-    grep -qx "$2" "$store/schemas" || { echo "No such schema “$2”" >&2; exit 1; }
-    for f in "$store/$2 "*; do [ -e "$f" ] && echo "${f##*/$2 }"; done ;;
-get)
-    [ -e "$store/$2 $3" ] || { echo "No such key “$3”" >&2; exit 1; }
-    cat "$store/$2 $3" ;;
-set)
-    [ -e "$store/$2 $3" ] || { echo "No such key “$3”" >&2; exit 1; }
-    [ -e "$store/forgetful" ] || echo "$4" > "$store/$2 $3" ;;
-*) exit 1 ;;
+list-schemas) ls | cut -d" " -f1 ;;
+list-keys) ls | sed -n "s|^$2 ||p" ;;
+get) cat "$2 $3" ;;
+set) [ -e forgetful ] || echo "$4" > "$2 $3" ;;
 esac
 )";
 
@@ -57,21 +51,15 @@ private slots:
         QCOMPARE(FakePlatform::clipboard().contents,
                  "ba7816bf8f01cfea414140de5dae2223b00361a396177a9cb410ff61f20015ad  -n 'a b'\n\"c\" 文件\n"
                  "e3b0c44298fc1c149afbf4c8996fb92427ae41e4649b934ca495991b7852b855  e");
-        DeveloperToolActions::copyChecksums({empty, abc}, ChecksumAlgorithm::md5);
-        QCOMPARE(
-            FakePlatform::clipboard().contents,
-            "d41d8cd98f00b204e9800998ecf8427e  e\n900150983cd24fb0d6963f7d28e17f72  -n 'a b'\n\"c\" 文件");
         // Exactly one block, and more than two: the end of the file on a block boundary and past it.
         QByteArray bytes(FileDigest::blockSize * 2 + 123, '\0');
         QRandomGenerator(7).fillRange(reinterpret_cast<quint32*>(bytes.data()), bytes.size() / 4);
         for (const qsizetype size : {qsizetype(FileDigest::blockSize), bytes.size()}) {
             const QString file = m_env->writeFile(m_folder + "/big.bin", bytes.left(size));
-            for (const auto [algorithm, reference] :
-                 {std::pair{FileDigest::Algorithm::sha256, QCryptographicHash::Sha256},
-                  {FileDigest::Algorithm::md5, QCryptographicHash::Md5}})
-                QCOMPARE(FileDigest::hexDigest(file, algorithm).toLatin1(),
-                         QCryptographicHash::hash(bytes.left(size), reference).toHex());
+            QCOMPARE(FileDigest::hexDigest(file, FileDigest::Algorithm::sha256).toLatin1(),
+                     QCryptographicHash::hash(bytes.left(size), QCryptographicHash::Sha256).toHex());
         }
+        QCOMPARE(FileDigest::hexDigest(abc, FileDigest::Algorithm::md5), "900150983cd24fb0d6963f7d28e17f72");
     }
 
     // A long checksum shows its bytes; stopped in the middle, nothing reaches the clipboard.
@@ -81,12 +69,10 @@ private slots:
         const QString a = m_env->writeFile(m_folder + "/a.bin", QByteArray(FileDigest::blockSize * 3, 'a'));
         const QString b = m_env->writeFile(m_folder + "/b.bin", QByteArray(100, 'b'));
         DeveloperToolActions::copyChecksums({a, b}, ChecksumAlgorithm::sha256);
-        QCOMPARE(recorder.titles, QStringList({"复制 SHA-256"}));
         QVERIFY(recorder.states.size() >= 5 && recorder.isMonotonic());
         const ActionProgressState last = recorder.states.constLast();
-        QCOMPARE(last.bytesTotal, qint64(FileDigest::blockSize * 3 + 100));
-        QCOMPARE(last.bytesDone, last.bytesTotal);
-        QCOMPARE(last.itemsDone, qint64(2));
+        QCOMPARE(last.bytesDone, qint64(FileDigest::blockSize * 3 + 100));
+        QCOMPARE(last.bytesTotal, last.bytesDone);
         recorder.states.clear();
         recorder.stopAfterBytes = FileDigest::blockSize;
         QVERIFY_THROWS_EXCEPTION(ActionCancelled,
@@ -98,7 +84,6 @@ private slots:
     // A folder, a missing item or a refused clipboard fails the whole action, naming the item.
     void unreadableItemsFailTheWholeAction() {
         const QString file = m_env->writeFile(m_folder + "/a.txt", "abc");
-        FakePlatform::clipboard().contents = "before";
         for (const QString& bad : {m_env->makeFolder("files/sub"), m_folder + "/missing"}) {
             QVERIFY(names(failureText([&] {
                               DeveloperToolActions::copyChecksums({file, bad}, ChecksumAlgorithm::sha256);
@@ -107,7 +92,6 @@ private slots:
             QVERIFY(names(failureText([&] { DeveloperToolActions::copyFileSizes({bad + "/gone"}); }), {bad}));
         }
         QCOMPARE(FakePlatform::clipboard().writes, 0);
-        QCOMPARE(FakePlatform::clipboard().contents, "before");
         QCOMPARE(caseOf([] { DeveloperToolActions::copyChecksums({}, ChecksumAlgorithm::md5); }),
                  Case::noSelection);
         QCOMPARE(caseOf([] { DeveloperToolActions::copyFileSizes({}); }), Case::noSelection);
@@ -116,31 +100,21 @@ private slots:
                  Case::pasteboardWriteFailed);
     }
 
-    void sizeTexts_data() {
-        QTest::addColumn<qint64>("bytes");
-        QTest::addColumn<QString>("english");
-        QTest::addColumn<QString>("chinese"); // the same as in English when empty
-        for (const auto& [bytes, english, chinese] :
+    // Each row: bytes, English, Chinese (the same as English when empty).
+    void sizeTexts() {
+        const QLocale english(QLocale::English, QLocale::UnitedStates);
+        const QLocale chinese(QLocale::Chinese, QLocale::China);
+        for (const auto& [bytes, inEnglish, inChinese] :
              std::initializer_list<std::tuple<qint64, const char*, const char*>>{
                  {0, "Zero KB", "零 KB"},
                  {1, "1 byte", "1 字节"},
                  {999, "999 bytes", "999 字节"},
-                 {1000, "1 KB", ""},
-                 {12345, "12 KB", ""},
                  {999999, "1 MB", ""},
                  {1234567, "1.2 MB", ""},
-                 {123456789, "123.5 MB", ""},
-                 {1500000000, "1.5 GB", ""},
-                 {1234567890, "1.23 GB", ""},
-                 {2000000000000, "2 TB", ""}})
-            QTest::newRow(english) << bytes << english << (*chinese ? chinese : english);
-    }
-    void sizeTexts() {
-        QFETCH(qint64, bytes);
-        QFETCH(QString, english);
-        QFETCH(QString, chinese);
-        QCOMPARE(ByteCountText::fileSize(bytes, QLocale(QLocale::English, QLocale::UnitedStates)), english);
-        QCOMPARE(ByteCountText::fileSize(bytes, QLocale(QLocale::Chinese, QLocale::China)), chinese);
+                 {1234567890, "1.23 GB", ""}}) {
+            QCOMPARE(ByteCountText::fileSize(bytes, english), inEnglish);
+            QCOMPARE(ByteCountText::fileSize(bytes, chinese), *inChinese ? inChinese : inEnglish);
+        }
     }
 
     void fileSizesCountFoldersAsZero() {
@@ -153,51 +127,42 @@ private slots:
         QCOMPARE(FakePlatform::clipboard().contents, "12 KB\nZero KB");
     }
 
-    // "schema key value" before; the action; "schema key value" after, or "" where it must fail.
+    // "schema key value" lines ("|" between them) before; the action; after, or "" where it must fail. The
+    // schemas are written short: gtk4, gtk3, nemo and nautilus.
     void hiddenFilesSwitches_data() {
-        QTest::addColumn<QStringList>("before");
+        QTest::addColumn<QString>("before");
         QTest::addColumn<QString>("actionID");
-        QTest::addColumn<QStringList>("after");
-        QTest::newRow("every installed setting flips")
-            << QStringList{gtk4 + " show-hidden false", gtk4 + " sort-directories-first true",
-                           gtk3 + " show-hidden false"}
-            << "toggleHiddenFiles"
-            << QStringList{gtk4 + " show-hidden true", gtk4 + " sort-directories-first true",
-                           gtk3 + " show-hidden true"};
-        QTest::newRow("the first one leads")
-            << QStringList{gtk3 + " show-hidden true", nautilus + " show-hidden-files false"}
-            << "toggleHiddenFiles"
-            << QStringList{gtk3 + " show-hidden false", nautilus + " show-hidden-files false"};
-        QTest::newRow("Nemo's own switch")
-            << QStringList{gtk4 + " show-hidden false", nemo + " show-hidden-files false"}
-            << "toggleNemoHiddenFiles"
-            << QStringList{gtk4 + " show-hidden false", nemo + " show-hidden-files true"};
-        QTest::newRow("Nemo follows the others")
-            << QStringList{gtk4 + " show-hidden false", nemo + " show-hidden-files true"}
-            << "toggleHiddenFiles"
-            << QStringList{gtk4 + " show-hidden true", nemo + " show-hidden-files true"};
-        QTest::newRow("no file manager's setting")
-            << QStringList{"org.gnome.desktop.interface clock-format '24h'"} << "toggleHiddenFiles"
-            << QStringList{};
-        QTest::newRow("no gsettings") << QStringList{} << "toggleHiddenFiles" << QStringList{};
-        QTest::newRow("a setting that does not stick")
-            << QStringList{gtk4 + " show-hidden false", "forgetful"} << "toggleHiddenFiles" << QStringList{};
+        QTest::addColumn<QString>("after");
+        for (const auto& [row, before, actionID, after] : std::initializer_list<std::array<const char*, 4>>{
+                 {"every installed setting flips", "gtk4 show-hidden false|gtk3 show-hidden false",
+                  "toggleHiddenFiles", "gtk4 show-hidden true|gtk3 show-hidden true"},
+                 {"the first one leads", "gtk3 show-hidden true|nautilus show-hidden-files false",
+                  "toggleHiddenFiles", "gtk3 show-hidden false|nautilus show-hidden-files false"},
+                 {"Nemo's own switch", "gtk4 show-hidden false|nemo show-hidden-files false",
+                  "toggleNemoHiddenFiles", "gtk4 show-hidden false|nemo show-hidden-files true"},
+                 {"no file manager's setting", "org.gnome.desktop.interface clock-format '24h'",
+                  "toggleHiddenFiles", ""},
+                 {"no gsettings", "", "toggleHiddenFiles", ""},
+                 {"a setting that does not stick", "gtk4 show-hidden false|forgetful", "toggleHiddenFiles",
+                  ""}})
+            QTest::newRow(row) << before << actionID << after;
     }
     void hiddenFilesSwitches() {
-        QFETCH(QStringList, before);
+        QFETCH(QString, before);
         QFETCH(QString, actionID);
-        QFETCH(QStringList, after);
+        QFETCH(QString, after);
+        const auto lines = [](QString text) {
+            for (const auto& [name, schema] :
+                 {std::pair{"gtk4 ", gtk4}, {"gtk3 ", gtk3}, {"nemo ", nemo}, {"nautilus ", nautilus}})
+                text.replace(name, schema + ' ');
+            return text.split('|', Qt::SkipEmptyParts);
+        };
         const QString bin = m_env->makeFolder("bin");
         const QString store = m_env->makeFolder("gsettings-store");
-        QSet<QString> schemas;
-        for (const QString& line : before) {
-            const QStringList parts = line.split(' ');
-            if (parts.size() == 3)
-                schemas.insert(parts[0]);
-            m_env->writeFile(store + '/' + parts.mid(0, 2).join(' '), parts.value(2).toUtf8() + '\n');
+        for (const QString& line : lines(before)) {
+            const qsizetype value = line.lastIndexOf(' ');
+            m_env->writeFile(store + '/' + line.left(value), line.mid(value + 1).toUtf8() + '\n');
         }
-        m_env->writeFile(store + "/schemas",
-                         QStringList(schemas.cbegin(), schemas.cend()).join('\n').toUtf8() + '\n');
         if (!before.isEmpty()) {
             QFile::setPermissions(m_env->writeFile(bin + "/gsettings", fakeGsettings),
                                   QFile::ReadOwner | QFile::ExeOwner);
@@ -206,17 +171,16 @@ private slots:
         qputenv("PATH", bin.toUtf8() + (before.isEmpty() ? QByteArray() : ':' + m_savedPath));
         const bool wasShowing = DeveloperToolActions::isFinderShowingHiddenFiles();
         QCOMPARE(caseOf([&] { perform(actionID, {}); }), after.isEmpty() ? Case::commandFailed : Case(-1));
-        if (after.isEmpty()) {
-            QVERIFY(!DeveloperToolActions::isFinderShowingHiddenFiles() || before.contains("forgetful"));
-            return;
-        }
-        for (const QString& line : after) {
+        for (const QString& line : lines(after)) {
             const qsizetype value = line.lastIndexOf(' ');
             QCOMPARE(QString::fromUtf8(readAll(store + '/' + line.left(value)).trimmed()),
                      line.mid(value + 1));
         }
-        QCOMPARE(DeveloperToolActions::isFinderShowingHiddenFiles(),
-                 actionID == QLatin1String("toggleHiddenFiles") ? !wasShowing : wasShowing);
+        const bool showing = DeveloperToolActions::isFinderShowingHiddenFiles();
+        if (after.isEmpty())
+            QVERIFY(!showing || before.contains("forgetful"));
+        else
+            QCOMPARE(showing, actionID == "toggleHiddenFiles" ? !wasShowing : wasShowing);
     }
 
 private:

@@ -7,12 +7,11 @@
 
 namespace {
 
-// A workspace whose launches fail the way a broken desktop entry does.
-class RefusingWorkspace : public FakeWorkspace {
-public:
-    void openWithApplication(const QString&, const QStringList&) override {
-        throw PlatformError("Failed to execute child process “nothing”");
-    }
+struct Refusal {
+    QString actionID;
+    bool selection;
+    QString destination; // under the root
+    Case errorCase;
 };
 
 } // namespace
@@ -27,142 +26,79 @@ private slots:
     void terminalsEditorsAndOpenWithLaunchWhatWasAsked() {
         FakeWorkspace& workspace = FakePlatform::workspace();
         const QString file = m_env->writeFile("proj/src/main.cpp");
-        const QString project = m_env->root() + "/proj";
         perform("openInTerminal", {file});
-        perform("openInTerminal", {}, project);
-        QCOMPARE(workspace.terminals, (QStringList{project + "/src", project}));
+        QCOMPARE(workspace.terminals, QStringList{m_env->root() + "/proj/src"});
 
         // Editors: the application's identifier first, then its command.
         workspace.installedApplications.insert("com.microsoft.VSCode", "/opt/VSCode/code");
         workspace.installedApplications.insert("code", "/usr/bin/code");
-        workspace.installedApplications.insert("cursor", "/usr/share/applications/cursor.desktop");
-        perform("openInVSCode", {}, project);
-        perform("openInCursor", {}, project);
-        // Open-with: a desktop entry gets the selection, or the targeted folder without one.
+        perform("openInVSCode", {}, m_env->root());
+        // Open-with: a desktop entry gets the selection.
         const QString entry = m_env->writeFile("apps/viewer.desktop", "[Desktop Entry]\n");
-        const QString a = m_env->writeFile("docs/a \"b\".txt");
-        const QString dashed = m_env->writeFile("docs/-v");
-        perform("openWithApplicationPath", {a, dashed}, std::nullopt, entry);
-        const QString program = m_env->writeFile("apps/viewer"); // a program of its own, not an entry
-        QVERIFY(QFile::setPermissions(program, QFile::ReadOwner | QFile::ExeOwner));
-        perform("openWithApplicationPath", {}, m_env->root() + "/docs", program);
+        perform("openWithApplicationPath", {file}, std::nullopt, entry);
         QCOMPARE(workspace.launches, (QList<std::pair<QString, QStringList>>{
-                                         {"/opt/VSCode/code", {project}},
-                                         {"/usr/share/applications/cursor.desktop", {project}},
-                                         {entry, {a, dashed}},
-                                         {program, {m_env->root() + "/docs"}}}));
-        QVERIFY(m_env->logText().contains(
-            QStringLiteral("open application succeeded app=%1 urls=[\"%2\", \"%3\"]").arg(entry, a, dashed)));
+                                         {"/opt/VSCode/code", {m_env->root()}}, {entry, {file}}}));
     }
 
     void whatCannotBeOpenedFailsAndLaunchesNothing_data() {
-        QTest::addColumn<QString>("actionID");
-        QTest::addColumn<bool>("selection");
-        QTest::addColumn<QString>("destination"); // under the root
-        QTest::addColumn<Case>("errorCase");
-        QTest::addColumn<QString>("named");
-        for (const auto& [row, actionID, selection, destination, errorCase, named] : std::initializer_list<
-                 std::tuple<const char*, const char*, bool, const char*, Case, const char*>>{
-                 {"no terminal", "openInTerminal", true, "", Case::commandFailed, "TERMINAL"},
-                 {"terminal, nowhere", "openInTerminal", false, "", Case::noTargetDirectory, ""},
-                 {"no VS Code", "openInVSCode", true, "", Case::applicationNotFound, "Visual Studio Code"},
-                 {"no Cursor", "openInCursor", true, "", Case::applicationNotFound, "Cursor"},
-                 {"no application", "openWithApplicationPath", true, "", Case::applicationNotFound, ""},
-                 {"a missing entry", "openWithApplicationPath", true, "apps/Gone.desktop",
-                  Case::applicationNotFound, "Gone.desktop"},
-                 {"not a program", "openWithApplicationPath", true, "apps/plain.txt",
-                  Case::applicationNotFound, ""},
-                 {"nothing to open", "openWithApplicationPath", false, "apps/viewer.desktop",
-                  Case::noSelection, ""},
-                 {"no Documents", "quickOpenDocuments", false, "", Case::noTargetDirectory, ""},
-                 {"a file as a place", "quickOpenPath", false, "apps/plain.txt", Case::noTargetDirectory,
-                  ""}})
-            QTest::newRow(row) << actionID << selection << destination << errorCase << named;
+        rows<Refusal>({
+            {"no terminal", {"openInTerminal", true, "", Case::commandFailed}},
+            {"no VS Code", {"openInVSCode", true, "", Case::applicationNotFound}},
+            {"no application", {"openWithApplicationPath", true, "", Case::applicationNotFound}},
+            {"missing", {"openWithApplicationPath", true, "apps/Gone.desktop", Case::applicationNotFound}},
+            {"not a program", {"openWithApplicationPath", true, "apps/plain.txt", Case::applicationNotFound}},
+            {"nothing to open", {"openWithApplicationPath", false, "apps/viewer.desktop", Case::noSelection}},
+            {"no Documents", {"quickOpenDocuments", false, "", Case::noTargetDirectory}},
+        });
     }
     void whatCannotBeOpenedFailsAndLaunchesNothing() {
-        QFETCH(QString, actionID);
-        QFETCH(bool, selection);
-        QFETCH(QString, destination);
-        QFETCH(Case, errorCase);
-        QFETCH(QString, named);
+        QFETCH(Refusal, row);
         FakePlatform::workspace().terminalInstalled = false;
         m_env->writeFile("apps/viewer.desktop", "[Desktop Entry]\n");
         m_env->writeFile("apps/plain.txt", "x");
-        const QString file = m_env->writeFile("f.txt");
-        const auto error = failureOf<FinderActionExecutionError>([&] {
-            perform(actionID, selection ? QStringList{file} : QStringList{}, {},
-                    given(destination.isEmpty() ? "" : m_env->root() + '/' + destination));
-        });
-        QVERIFY(error && error->errorCase() == errorCase);
-        QVERIFY(names(error->errorDescription(), {named}));
-        QVERIFY(FakePlatform::workspace().launches.isEmpty() &&
-                FakePlatform::workspace().openedUrls.isEmpty());
-    }
-
-    void aFailedLaunchIsReportedAndLogged() {
-        Platform::setWorkspace(std::make_shared<RefusingWorkspace>());
-        const QString entry = m_env->writeFile("apps/broken.desktop", "[Desktop Entry]\n");
-        const QString file = m_env->writeFile("f.txt");
-        const auto error = failureOf<FinderActionExecutionError>(
-            [&] { perform("openWithApplicationPath", {file}, std::nullopt, entry); });
-        QVERIFY(error && error->errorCase() == Case::commandFailed &&
-                names(error->errorDescription(), {"nothing"}));
-        QVERIFY(m_env->logText().contains(
-            QString("open application failed app=%1 urls=[\"%2\"] error=Failed to execute")
-                .arg(entry, file)));
+        const QStringList selection = row.selection ? QStringList{m_env->writeFile("f.txt")} : QStringList{};
+        const QString destination = row.destination.isEmpty() ? "" : m_env->root() + '/' + row.destination;
+        QCOMPARE(caseOf([&] { perform(row.actionID, selection, {}, given(destination)); }), row.errorCase);
+        QVERIFY(FakePlatform::workspace().launches.isEmpty());
     }
 
     void theWaitForALaunchIsBounded() {
-        const QStringList urls = {"/w/x"};
-        std::optional<FinderActionExecutionError> failure;
+        bool timedOut = false;
         // The main thread is busy joining, so the launch queued to it cannot start before the wait ends.
         std::thread worker([&] {
-            failure = failureOf<FinderActionExecutionError>(
-                [&] { OpenActions::openURLs(urls, "/opt/app.desktop", std::chrono::milliseconds(200)); });
+            timedOut = caseOf([] {
+                           OpenActions::openURLs({"/w/x"}, "/a", std::chrono::milliseconds(200));
+                       }) == Case::commandFailed;
         });
         worker.join();
-        QVERIFY(failure);
-        QVERIFY(m_env->logText().contains("open application timed out app=/opt/app.desktop urls=[\"/w/x\"]"));
-        QVERIFY(FakePlatform::workspace().launches.isEmpty());
+        QVERIFY(timedOut && FakePlatform::workspace().launches.isEmpty());
         QTRY_COMPARE(FakePlatform::workspace().launches.size(), 1); // it starts once the main thread can
-        // From a worker with a free main thread the launch completes within the bound.
-        std::thread second([&] { OpenActions::openURLs(urls, "/opt/app.desktop"); });
-        while (FakePlatform::workspace().launches.size() < 2)
-            QCoreApplication::processEvents(QEventLoop::AllEvents, 50);
-        second.join();
-        QVERIFY(m_env->logText().contains("open application succeeded app=/opt/app.desktop"));
     }
 
     void quickOpensWellKnownFolders() {
         const QString desktop = m_env->makeFolder("home/Desktop");
-        const QString downloads = m_env->makeFolder("home/Downloads");
         const QString custom = m_env->makeFolder("my place");
-        for (const char* actionID :
-             {"quickOpenHome", "quickOpenDesktop", "quickOpenDownloads", "quickOpenApplications"})
+        for (const char* actionID : {"quickOpenHome", "quickOpenDesktop", "quickOpenApplications"})
             perform(actionID, {});
         perform("quickOpenPath", {}, std::nullopt, custom);
-        QStringList opened;
-        for (const QUrl& url : FakePlatform::workspace().openedUrls)
-            opened << url.toLocalFile();
-        QCOMPARE(opened.size(), 5);
-        QVERIFY(opened.takeAt(3).endsWith("/applications"));
-        QCOMPARE(opened, (QStringList{m_env->home(), desktop, downloads, custom}));
+        QList<QUrl> opened = FakePlatform::workspace().openedUrls;
+        QVERIFY(opened.takeAt(2).path().endsWith("/applications"));
+        QCOMPARE(opened, (QList<QUrl>{QUrl::fromLocalFile(m_env->home()), QUrl::fromLocalFile(desktop),
+                                      QUrl::fromLocalFile(custom)}));
         FakePlatform::workspace().openUrlSucceeds = false;
         QVERIFY_THROWS_EXCEPTION(PlatformError, perform("quickOpenHome", {}));
     }
 
-    // Typed: quotes, escapes, "~" and blanks understood; a folder opened, a file selected, a cancel does
+    // Typed: quotes, escapes, "~" and blanks understood; a folder opened, a cancel does
     // nothing, a path that is not there is named.
     void quickOpensATypedPath() {
-        const QString file = m_env->writeFile("home/My Files/note.txt");
-        FakePlatform::prompts().textAnswers = {"  '~/My\\ Files'  \n", "\"" + file + "\"", std::nullopt,
-                                               "  ~/nowhere "};
-        for (int i = 0; i < 3; ++i)
+        m_env->makeFolder("home/My Files");
+        FakePlatform::prompts().textAnswers = {"  '~/My\\ Files'  \n", std::nullopt, "  ~/nowhere "};
+        for (int i = 0; i < 2; ++i)
             perform("quickOpenTypedPath", {});
         QVERIFY(names(failureText([] { perform("quickOpenTypedPath", {}); }), {"~/nowhere"}));
         QCOMPARE(FakePlatform::workspace().openedUrls,
                  QList<QUrl>{QUrl::fromLocalFile(m_env->home() + "/My Files")});
-        QCOMPARE(FakePlatform::workspace().selections, QList<QStringList>{QStringList{file}});
     }
 
     // Copied files win over the text; in text, a missing path is dropped, a repeat counted once, a file
@@ -177,7 +113,6 @@ private slots:
         clipboard.contents = folder;
         perform("quickOpenClipboardPath", {});
         QCOMPARE(workspace.selections, QList<QStringList>{QStringList{a}});
-        QVERIFY(workspace.openedUrls.isEmpty());
 
         clipboard.files = {missing};
         clipboard.contents = a + "\r\n" + missing + "\n" + QUrl::fromLocalFile(folder).toString() + "\n" + a;

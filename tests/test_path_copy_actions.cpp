@@ -13,27 +13,12 @@ private slots:
         QTest::addColumn<QString>("actionID");
         QTest::addColumn<QStringList>("selection");
         QTest::addColumn<QString>("expected");
-        const QStringList three{"/tmp/it's here", "/srv/a b.md", "/data/报告.pdf"};
-        QTest::newRow("full path") << "copyFullPath" << three
-                                   << "/tmp/it's here\n/srv/a b.md\n/data/报告.pdf";
-        QTest::newRow("name") << "copyFileName" << three << "it's here\na b.md\n报告.pdf";
-        QTest::newRow("name list") << "copyFileNameList" << three << "it's here\na b.md\n报告.pdf";
-        QTest::newRow("parent") << "copyParentPath" << three << "/tmp\n/srv\n/data";
-        QTest::newRow("shell") << "copyShellPath" << three
-                               << "'/tmp/it'\\''s here'\n'/srv/a b.md'\n'/data/报告.pdf'";
-        QTest::newRow("markdown") << "copyMarkdownLink" << three
-                                  << "[it's here](file:///tmp/it's%20here)\n[a b.md](file:///srv/a%20b.md)\n"
-                                     "[报告.pdf](file:///data/%E6%8A%A5%E5%91%8A.pdf)";
-        QTest::newRow("shell, dash") << "copyShellPath" << QStringList{"/x/-rf"} << "'/x/-rf'";
-        // A quoted newline stays inside its quotes, so the text still names one file when pasted.
-        QTest::newRow("shell, newline") << "copyShellPath" << QStringList{"/x/a\nb"} << "'/x/a\nb'";
-        QTest::newRow("markdown, # and ?")
-            << "copyMarkdownLink" << QStringList{"/x/a#b?.md"} << "[a#b?.md](file:///x/a%23b%3F.md)";
-        QTest::newRow("markdown, folder")
-            << "copyMarkdownLink" << QStringList{"FOLDER"} << "[My Folder](URL/)";
-        QTest::newRow("parent of the top") << "copyParentPath" << QStringList{"/top"} << "/";
-        QTest::newRow("name, slash") << "copyFileName" << QStringList{"/x/folder/"} << "folder";
-        QTest::newRow("name of the top") << "copyFileName" << QStringList{"/"} << "/";
+        QTest::newRow("full path") << "copyFullPath" << QStringList{"/报告", "/a//b/"} << "/报告\n/a/b";
+        QTest::newRow("name") << "copyFileName" << QStringList{"/x/folder/", "/"} << "folder\n/";
+        QTest::newRow("parent") << "copyParentPath" << QStringList{"/srv/a", "/top"} << "/srv\n/";
+        QTest::newRow("shell") << "copyShellPath" << QStringList{"/tmp/it's"} << "'/tmp/it'\\''s'";
+        QTest::newRow("markdown") << "copyMarkdownLink" << QStringList{"/x/a b.md", "FOLDER"}
+                                  << "[a b.md](file:///x/a%20b.md)\n[My Folder](URL/)";
     }
     void formatsEveryItemOnItsOwnLine() {
         QFETCH(QString, actionID);
@@ -44,7 +29,6 @@ private slots:
         perform(actionID, selection);
         QCOMPARE(FakePlatform::clipboard().contents,
                  QString(expected).replace("URL", QUrl::fromLocalFile(folder).toString(QUrl::FullyEncoded)));
-        QCOMPARE(FakePlatform::clipboard().writes, 1);
     }
 
     // Without a selection the targeted folder stands in; without either, or with a refused clipboard, an

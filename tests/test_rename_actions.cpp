@@ -1,4 +1,4 @@
-// Batch rename: every rule on real files, file-manager order whatever the locale, case-only changes,
+// Batch rename: every rule on real files, file-manager order, case-only changes,
 // collisions that must never overwrite, repeated and nested selections, cancelled prompts and bad input.
 #include "actions/FinderNameOrder.h"
 #include "actions/RenameActions.h"
@@ -7,12 +7,6 @@
 #include "support/QuietPreferences.h"
 
 namespace {
-
-class LocaleScope {
-public:
-    explicit LocaleScope(const QLocale& locale) { QLocale::setDefault(locale); }
-    ~LocaleScope() { QLocale::setDefault(QLocale::system()); }
-};
 
 struct Rename {
     RenameMode mode;
@@ -32,24 +26,15 @@ private slots:
     }
     void cleanup() { m_env.reset(); }
 
-    void finderOrderHoldsInEveryLocale_data() {
-        QTest::addColumn<QLocale>("locale");
-        QTest::newRow("C") << QLocale::c();
-        QTest::newRow("en_US") << QLocale(QLocale::English, QLocale::UnitedStates);
-        QTest::newRow("zh_CN") << QLocale(QLocale::Chinese, QLocale::China);
-        QTest::newRow("de_DE") << QLocale(QLocale::German, QLocale::Germany);
-    }
-    void finderOrderHoldsInEveryLocale() {
-        QFETCH(QLocale, locale);
-        const LocaleScope scope(locale);
-        QStringList paths = {"/x/file 10.txt", "/y/File 2.txt", "/x/b",     "/x/A",     "/z/file 1.txt",
-                             "/x/Item 9",      "/x/item 100",   "/3/a.txt", "/1/a.txt", "/2/A.txt"};
-        FinderNameOrder::sortByName(paths);
-        // Equal names keep the order they came in.
-        QCOMPARE(paths, (QStringList{"/x/A", "/3/a.txt", "/1/a.txt", "/2/A.txt", "/x/b", "/z/file 1.txt",
-                                     "/y/File 2.txt", "/x/file 10.txt", "/x/Item 9", "/x/item 100"}));
-        QVERIFY(FinderNameOrder().lessThan("File 2", "file 10"));
-        QVERIFY(!FinderNameOrder().lessThan("file 10", "File 2"));
+    // Case aside, numbers by value, equal names in the order they came, in the C locale as in Chinese.
+    void theNameOrderIsTheSameInEveryLocale() {
+        for (const QLocale& locale : {QLocale::c(), QLocale(QLocale::Chinese, QLocale::China)}) {
+            QLocale::setDefault(locale);
+            QStringList paths{"/x/file 10", "/y/File 2", "/x/b", "/3/a", "/1/A"};
+            FinderNameOrder::sortByName(paths);
+            QLocale::setDefault(QLocale::system());
+            QCOMPARE(paths, (QStringList{"/3/a", "/1/A", "/x/b", "/y/File 2", "/x/file 10"}));
+        }
     }
 
     // Each file holds its own name, so the result shows which item went where. Lists are written with "|"
@@ -58,10 +43,8 @@ private slots:
     void everyRuleOnRealFiles_data() {
         rows<Rename>({
             {"prefix",
-             {RenameMode::addPrefix, "2024-", "", "notes.txt|archive.tar.gz|.profile|plain",
-              "2024-.profile=.profile|2024-archive.tar.gz=archive.tar.gz|2024-notes.txt=notes.txt|"
-              "2024-plain=plain",
-              "2024-.profile|2024-archive.tar.gz|2024-notes.txt|2024-plain"}},
+             {RenameMode::addPrefix, "2024-", "", "notes.txt|.profile",
+              "2024-.profile=.profile|2024-notes.txt=notes.txt", "2024-.profile|2024-notes.txt"}},
             {"suffix before the last extension",
              {RenameMode::addSuffix, "_v2", "", "notes.txt|archive.tar.gz|.profile|plain",
               ".profile_v2=.profile|archive.tar_v2.gz=archive.tar.gz|notes_v2.txt=notes.txt|plain_v2=plain",
@@ -75,25 +58,16 @@ private slots:
              {RenameMode::sequential, "Trip", "", "b.jpg|file 10|a.png|c|File 2",
               "Trip 001.png=a.png|Trip 002.jpg=b.jpg|Trip 003=c|Trip 004=File 2|Trip 005=file 10",
               "Trip 001.png|Trip 002.jpg|Trip 003|Trip 004|Trip 005"}},
-            {"taken name", {RenameMode::addPrefix, "x", "xx", "x", "xx 2=x|xx=xx", "xx 2"}},
-            {"taken names",
-             {RenameMode::findReplace, "a|b", "b.txt|b 2.txt", "a.txt",
-              "b 2.txt=b 2.txt|b 3.txt=a.txt|b.txt=b.txt", "b 3.txt"}},
-            {"two items, one new name",
-             {RenameMode::findReplace, "1|", "", "x11.txt|x1.txt", "x 2.txt=x11.txt|x.txt=x1.txt",
-              "x.txt|x 2.txt"}},
-            {"case only",
-             {RenameMode::lowercase, "", "", "README.MD|Ärger.TXT|already lower.txt",
-              "already lower.txt=already lower.txt|readme.MD=README.MD|ärger.TXT=Ärger.TXT",
-              "ärger.TXT|readme.MD"}},
-            {"case only onto another item",
-             {RenameMode::lowercase, "", "readme.MD", "README.MD",
-              "readme 2.MD=README.MD|readme.MD=readme.MD", "readme 2.MD"}},
-            {"awkward names",
-             {RenameMode::uppercase, "", "", "-n dash.txt|quo\"te's.txt|new\nline.txt|straße.txt",
-              "-N DASH.txt=-n "
-              "dash.txt|NEW\nLINE.txt=new\nline.txt|QUO\"TE'S.txt=quo\"te's.txt|STRASSE.txt=straße.txt",
-              "-N DASH.txt|NEW\nLINE.txt|QUO\"TE'S.txt|STRASSE.txt"}},
+            {"taken names, by others and in turn",
+             {RenameMode::findReplace, "1|", "x.txt", "x11.txt|x1.txt",
+              "x 2.txt=x1.txt|x 3.txt=x11.txt|x.txt=x.txt", "x 2.txt|x 3.txt"}},
+            {"case only, also onto another item",
+             {RenameMode::lowercase, "", "readme.MD", "README.MD|Ärger.TXT|already lower.txt",
+              "already lower.txt=already lower.txt|readme "
+              "2.MD=README.MD|readme.MD=readme.MD|ärger.TXT=Ärger.TXT",
+              "ärger.TXT|readme 2.MD"}},
+            {"a letter that grows",
+             {RenameMode::uppercase, "", "", "straße.txt", "STRASSE.txt=straße.txt", "STRASSE.txt"}},
             {"selected twice",
              {RenameMode::addPrefix, "x", "", "a.txt|a.txt|./a.txt", "xa.txt=a.txt", "xa.txt"}},
             {"a folder and an item in it",
@@ -103,9 +77,6 @@ private slots:
     }
     void everyRuleOnRealFiles() {
         QFETCH(Rename, row);
-        const auto list = [](const QString& text) {
-            return text.split('|', Qt::SkipEmptyParts);
-        };
         const QStringList answer = row.answer.split('|');
         revealResults(true);
         for (const QString& name : list(row.present) + list(row.selected))
@@ -114,31 +85,24 @@ private slots:
         FakePlatform::prompts().textAnswers = {answer[0]};
         if (answer.size() == 2)
             FakePlatform::prompts().twoTextAnswers = {std::pair{answer[0], answer[1]}};
-        QStringList paths;
-        for (const QString& name : list(row.selected))
-            paths.append(m_folder + '/' + name);
+        QStringList paths = list(row.selected);
+        paths.replaceInStrings(QRegularExpression("^"), m_folder + '/');
 
         const QStringList renamed = RenameActions::renameFiles(paths, row.mode);
         QCOMPARE(tree(m_folder), list(row.expected));
-        QStringList relative;
-        for (const QString& path : renamed)
-            relative.append(QDir(m_folder).relativeFilePath(path));
+        QStringList relative = renamed;
+        relative.replaceInStrings(QRegularExpression('^' + QRegularExpression::escape(m_folder + '/')), "");
         QCOMPARE(relative, list(row.results));
-        for (const QString& path : renamed)
-            QVERIFY2(QFileInfo::exists(path), qPrintable(path));
         QCOMPARE(FakePlatform::workspace().selections,
                  renamed.isEmpty() ? QList<QStringList>() : QList<QStringList>{renamed});
-        QVERIFY(!namesIn(m_folder).join('|').contains(".kestro-"));
     }
 
     // A cancelled prompt renames nothing: numbering under a made-up name would lose the names for good.
     void cancelledPromptsAndBadInputLoseNothing() {
         const QStringList items = {m_env->writeFile(m_folder + "/a.txt", "a"),
                                    m_env->writeFile(m_folder + "/b.txt", "b")};
-        for (const RenameMode mode :
-             {RenameMode::addPrefix, RenameMode::addSuffix, RenameMode::findReplace, RenameMode::sequential})
+        for (const RenameMode mode : {RenameMode::addPrefix, RenameMode::findReplace}) // the two ways to ask
             QVERIFY(RenameActions::renameFiles(items, mode).isEmpty());
-        QCOMPARE(FakePlatform::prompts().asked.size(), 9);
         FakePlatform::prompts().asked.clear();
 
         const auto refusal = [](const QStringList& selection, RenameMode mode) {
@@ -152,22 +116,23 @@ private slots:
         FakePlatform::prompts().textAnswers = {QString(300, 'p')};
         QCOMPARE(refusal(items, RenameMode::addPrefix), Case::invalidPath);
         QCOMPARE(namesIn(m_folder), (QStringList{"a.txt", "b.txt"}));
-        QVERIFY(FakePlatform::workspace().selections.isEmpty());
-        FakePlatform::prompts().textAnswers = {
-            QString(250, 'p')}; // with "a.txt" 255 bytes, the most there is
+        // With "a.txt", 255 bytes: the most there is.
+        FakePlatform::prompts().textAnswers = {QString(250, 'p')};
         QCOMPARE(fileNames(RenameActions::renameFiles({items[0]}, RenameMode::addPrefix)),
                  {QString(250, 'p') + "a.txt"});
     }
 
     void numbersGrowPastThreeDigitsAndAccentsChangeInPlace() {
         const RenameOptions options{"Scan", {}};
-        QCOMPARE(RenameActions::renamedName("p.tif", RenameMode::sequential, options, 998),
-                 QString("Scan 999.tif"));
         QCOMPARE(RenameActions::renamedName("p.tif", RenameMode::sequential, options, 999),
                  QString("Scan 1000.tif"));
         const QString accented = m_env->writeFile(m_folder + "/cafe.txt", "c");
         QCOMPARE(RenameActions::moveRenamedItem(accented, "café.txt"), m_folder + "/café.txt");
-        QCOMPARE(tree(m_folder), QStringList{"café.txt=c"});
+        // A name another item took meanwhile: the first free one.
+        m_env->writeFile(m_folder + "/taken.txt", "t");
+        QCOMPARE(RenameActions::moveRenamedItem(m_folder + "/café.txt", "taken.txt"),
+                 m_folder + "/taken 2.txt");
+        QCOMPARE(tree(m_folder), (QStringList{"taken 2.txt=c", "taken.txt=t"}));
     }
 
     void exclusiveRenameRefusesTakenNames() {
@@ -179,13 +144,13 @@ private slots:
         QVERIFY(!ExclusiveRename::move(QFileInfo(full).path(), empty));
         QVERIFY(ExclusiveRename::move(first, m_folder + "/third"));
         QVERIFY(
-            names(failureText([&] { ExclusiveRename::move(m_folder + "/missing", m_folder + "/fourth"); }),
-                  {"missing"}));
+            !failureText([&] { ExclusiveRename::move(m_folder + "/missing", m_folder + "/4th"); }).isEmpty());
         QCOMPARE(tree(m_folder), (QStringList{"empty/", "full/", "full/inner/", "second=2", "third=1"}));
-        QVERIFY(QFileInfo(full).isDir());
     }
 
 private:
+    static QStringList list(const QString& text) { return text.split('|', Qt::SkipEmptyParts); }
+
     std::optional<TestEnvironment> m_env;
     QString m_folder;
 };

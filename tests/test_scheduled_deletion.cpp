@@ -8,8 +8,6 @@
 #include "support/ActionRequests.h"
 #include "support/RecordingProgress.h"
 
-#include <atomic>
-
 namespace {
 const QDateTime noon(QDate(2030, 5, 1), QTime(12, 0), QTimeZone::utc());
 
@@ -37,16 +35,14 @@ private slots:
     void actionsScheduleAndReplace_data() {
         QTest::addColumn<QString>("actionID");
         QTest::addColumn<qint64>("seconds");
-        QTest::addColumn<QString>("logged");
         for (const int days : {0, 7, 30, 90})
             QTest::newRow(days ? "days" : "hour")
                 << (days ? QString("scheduleDelete%1Days").arg(days) : "scheduleDelete1Hour")
-                << (days ? days * qint64(86400) : 3600) << (days ? QString("%1d").arg(days) : "1h");
+                << (days ? days * qint64(86400) : 3600);
     }
     void actionsScheduleAndReplace() {
         QFETCH(QString, actionID);
         QFETCH(qint64, seconds);
-        QFETCH(QString, logged);
         const QString file = m_env->writeFile("files/报告 \"final\".txt", "x");
         ScheduledDeletionStore::schedule({file}, 60, noon);
         const QDateTime before = QDateTime::currentDateTimeUtc().addSecs(-1);
@@ -55,9 +51,6 @@ private slots:
         QCOMPARE(pathsOf(items), QStringList{file}); // replaced, not added
         QVERIFY(items[0].scheduledAt >= before && items[0].scheduledAt <= QDateTime::currentDateTimeUtc());
         QCOMPARE(items[0].scheduledAt.secsTo(items[0].deleteAt), seconds);
-        QVERIFY(m_env->logText().contains(
-            QString("] scheduled deletion interval=%1 paths=[\"%2\"]\n").arg(logged, file)));
-        QCOMPARE(readAll(file), QByteArray("x"));
         QVERIFY(FakePlatform::trash().trashed.isEmpty());
     }
 
@@ -114,7 +107,6 @@ private slots:
         QVERIFY_THROWS_EXCEPTION(std::exception, perform("scheduleDelete1Hour", {file}));
         processAt(noon.addYears(1));
         QCOMPARE(readAll(corrupt), QByteArray("<plist><array><dict>"));
-        QVERIFY(m_env->logText().contains("] scheduled deletion failed: "));
         QVERIFY(FakePlatform::trash().trashed.isEmpty());
     }
 
@@ -140,12 +132,6 @@ private slots:
         QCOMPARE(ScheduledDeletionStore::items(), pending);
         checkWholeRun(progress, "定时清理", 3);
         QCOMPARE(progress.itemsInHand(), QStringList({due, vanished, exact}));
-        const QString log = m_env->logText();
-        QVERIFY(log.contains(QString("] scheduled deletion moved to trash path=%1\n").arg(exact)));
-        QVERIFY(log.contains(QString("] scheduled deletion skipped missing path=%1\n").arg(vanished)));
-        QVERIFY(!log.contains(QString("path=%1\n").arg(later)));
-        processAt(noon);
-        QCOMPARE(FakePlatform::trash().trashed, QStringList({due, exact}));
     }
 
     // Something else under the scheduled path (a link on the way, a new file, a new file that got the old
@@ -177,8 +163,6 @@ private slots:
         QCOMPARE(FakePlatform::trash().trashed, expected);
         QCOMPARE(readAll(victim), QByteArray("precious"));
         QCOMPARE(readAll(replaced), QByteArray("new"));
-        for (const QString& path : {scheduled, replaced})
-            QVERIFY(m_env->logText().contains("scheduled deletion skipped changed path=" + path));
         QVERIFY(ScheduledDeletionStore::items().isEmpty());
         if (!birth)
             QSKIP("this file system records no birth times: the inode-reuse case was not checked");
@@ -199,9 +183,6 @@ private slots:
         QCOMPARE(FakePlatform::trash().trashed, QStringList({paths.at(0), paths.at(2)}));
         QCOMPARE(ScheduledDeletionStore::items(),
                  QList<ScheduledDeletionItem>({added.at(1), added.at(3), added.at(4)}));
-        QVERIFY(m_env->logText().contains(
-            QString("] scheduled deletion trash failed path=%1 error=trash refused %1\n").arg(paths.at(1))));
-        QVERIFY(m_env->logText().contains("] scheduled deletion stopped on request"));
 
         FakePlatform::trash().refused.clear();
         processAt(noon.addSecs(7200));
@@ -210,26 +191,16 @@ private slots:
         QVERIFY(ScheduledDeletionStore::items().isEmpty());
     }
 
+    // The list follows what an action schedules (its order and cancelling through the settings window are
+    // that window's test); a cancel it cannot save leaves the file as it was.
     void theListFollowsChanges() {
-        const QString a = m_env->writeFile("a", "a");
-        const QString b = m_env->writeFile("b", "b");
-        ScheduledDeletionStore::schedule({a}, 7 * 24 * 3600, noon);
-        ScheduledDeletionStore::cancel("not-an-id");
         ScheduledDeletionListStore list;
-        QSignalSpy changed(&list, &ScheduledDeletionListStore::itemsChanged);
-        perform("scheduleDelete1Hour", {b});
-        QTRY_VERIFY(!changed.isEmpty());
-        QCOMPARE(pathsOf(list.items()), QStringList({b, a})); // earliest first
-        changed.clear();
-        list.cancel(list.items()[0]);
-        QTRY_VERIFY(!changed.isEmpty());
-        QCOMPARE(pathsOf(list.items()), QStringList({a}));
-        QCOMPARE(readAll(b), QByteArray("b"));
-
+        const QString file = m_env->writeFile("b", "b");
+        perform("scheduleDelete1Hour", {file});
+        QTRY_COMPARE(pathsOf(list.items()), QStringList{file});
         QFile::remove(ScheduledDeletionPersistence::fileURL());
         m_env->writeFile(ScheduledDeletionPersistence::fileURL(), "not a property list");
         list.cancel(list.items()[0]);
-        QVERIFY(m_env->logText().contains("] scheduled deletion cancel failed: "));
         QCOMPARE(readAll(ScheduledDeletionPersistence::fileURL()), QByteArray("not a property list"));
     }
 
@@ -237,10 +208,7 @@ private slots:
     void theRunnerRepeatsOnItsOwnThread() {
         const QString first = m_env->writeFile("first", "1");
         ScheduledDeletionStore::schedule({first}, 3600, noon);
-        std::atomic<int> runs = 0;
-        std::atomic<QThread*> ranOn = nullptr;
-        RecordingProgress onRunner;
-        RecordingProgress onThisThread;
+        RecordingProgress onRunner, onThisThread;
         const ActionProgressScope scope(onThisThread);
         ScheduledDeletionRunner runner(nullptr, std::chrono::milliseconds(20), std::chrono::milliseconds(40),
                                        [] { return noon.addDays(1); });
@@ -248,20 +216,12 @@ private slots:
             const ActionProgressScope onItsThread(onRunner);
             work();
         });
-        connect(
-            &runner, &ScheduledDeletionRunner::runFinished, this,
-            [&] {
-                ranOn = QThread::currentThread();
-                ++runs;
-            },
-            Qt::DirectConnection);
         runner.start();
-        QTRY_VERIFY(runs.load() >= 1);
-        QVERIFY(ranOn.load() != QThread::currentThread());
+        // The schedule file, not the fake trash the runner's thread writes to, is watched until it stops.
+        QTRY_VERIFY(ScheduledDeletionStore::items().isEmpty());
         const QString second = m_env->writeFile("second", "2");
         ScheduledDeletionStore::schedule({second}, 3600, noon);
-        const int seen = runs.load();
-        QTRY_VERIFY(runs.load() >= seen + 2);
+        QTRY_VERIFY(ScheduledDeletionStore::items().isEmpty());
         runner.stop();
         QCOMPARE(FakePlatform::trash().trashed, QStringList({first, second}));
         QCOMPARE(onRunner.titles, QStringList({"定时清理", "定时清理"}));

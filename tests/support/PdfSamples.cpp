@@ -30,24 +30,14 @@ QByteArray bytesOf(const std::shared_ptr<Buffer>& buffer) {
 
 } // namespace
 
-QByteArray PdfSamples::document(const QStringList& pageLabels, int padding, Encryption encryption,
-                                int noiseBytes) {
+QByteArray PdfSamples::document(const QStringList& pageLabels, int padding, Encryption encryption) {
     QPDF pdf;
     pdf.emptyPDF();
     QPDFPageDocumentHelper pages(pdf);
-    quint32 state = 2463534242u;
     for (const QString& label : pageLabels) {
         std::string content = "q % page " + label.toStdString() + "\n";
         for (int i = 0; i < padding; ++i)
             content += "0 0 m 100 100 l S\n";
-        // A comment of printable noise: the page draws nothing more, and no compressor shrinks it.
-        content += "% ";
-        for (int i = 0; i < noiseBytes; ++i) {
-            state ^= state << 13;
-            state ^= state >> 17;
-            state ^= state << 5;
-            content += char('!' + state % 94);
-        }
         QPDFObjectHandle page =
             QPDFObjectHandle::parse("<< /Type /Page /MediaBox [0 0 200 300] /Resources << >> >>");
         page.replaceKey("/Contents", QPDFObjectHandle::newStream(&pdf, content + "\nQ\n"));
@@ -87,10 +77,4 @@ QList<QList<QSize>> PdfSamples::pageImageSizes(const QString& path) {
                                image.getDict().getKey("/Height").getIntValueAsInt()));
         return sizes;
     });
-}
-
-bool PdfSamples::isEncrypted(const QString& path) {
-    QPDF pdf;
-    pdf.processFile(QFile::encodeName(path).constData());
-    return pdf.isEncrypted();
 }

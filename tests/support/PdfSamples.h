@@ -11,15 +11,12 @@ namespace PdfSamples {
 
 enum class Encryption { none, userPassword, ownerPasswordOnly };
 
-// One page per label; padding adds that many uncompressed drawing lines to each page's content, noiseBytes
-// that many bytes of random text, which no compression makes smaller.
-QByteArray document(const QStringList& pageLabels, int padding = 0, Encryption encryption = Encryption::none,
-                    int noiseBytes = 0);
+// One page per label; padding adds that many uncompressed drawing lines to each page's content.
+QByteArray document(const QStringList& pageLabels, int padding = 0, Encryption encryption = Encryption::none);
 // The labels of a PDF's pages in page order; throws on a file qpdf cannot read.
 QStringList pageLabels(const QString& path);
 QList<QSizeF> pageSizes(const QString& path);
 // The pixel sizes of the images each page draws, page by page.
 QList<QList<QSize>> pageImageSizes(const QString& path);
-bool isEncrypted(const QString& path);
 
 } // namespace PdfSamples
