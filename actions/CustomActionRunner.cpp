@@ -86,7 +86,7 @@ void CustomActionRunner::runCustomScript(const QString& id, const QStringList& s
                           QStringLiteral(" input=") + DiagnosticLog::listText(inputs));
     const Invocation invocation = scriptInvocation(action->scriptPath, inputs);
     // An interpreter this system lacks (AppleScript on Linux, a missing Python) gets a sentence, not errno.
-    if (invocation.executable != action->scriptPath && !QFileInfo(invocation.executable).isExecutable())
+    if (!canRunHere(*action))
         throw FinderActionExecutionError::commandFailed(
             translated("这个系统上没有 %1，无法运行这个脚本。").arg(invocation.executable));
     ProcessRunner::runProcess(invocation.executable, invocation.arguments);

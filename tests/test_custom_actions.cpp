@@ -114,6 +114,8 @@ private slots:
         const QString goneID = scriptID(gone);
         QVERIFY(QFile::remove(gone));
         QCOMPARE(caseOf([&] { perform(goneID, input); }), Case::sourceItemMissing);
+        const QString appleScript = scriptID(m_env->writeFile("s/a.applescript", "beep\n"));
+        QVERIFY(names(failureText([&] { perform(appleScript, input); }), {"这个系统上没有"}));
     }
 
     // This system has no Shortcuts application: running a shortcut fails with a clear error.
