@@ -174,11 +174,4 @@ inline void cancel(QWidget* dialog) {
     click(button(dialog, QStringLiteral("取消")));
 }
 
-// In the application picker: "其他应用…", and panel answers the file panel it opens (returns how many times).
-inline int throughOtherApplications(QWidget* picker, std::function<void(QWidget*)> panel) {
-    ModalAnswer answer(std::move(panel), picker);
-    click(button(picker, QStringLiteral("其他应用…")));
-    return answer.answered();
-}
-
 } // namespace Modal
