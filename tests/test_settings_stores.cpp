@@ -82,26 +82,17 @@ QByteArray utf16(const QByteArray& bigEndianUnits) {
     return char(0x60 | bigEndianUnits.size() / 2) + bigEndianUnits;
 }
 
-QByteArray nestedBinary(int depth) {
+// Arrays levels deep, each holding the next level width times, the last holding leaf.
+QByteArray chain(int levels, int width, const QByteArray& leaf) {
     QList<QByteArray> objects;
-    for (int level = 0; level < depth - 1; ++level)
-        objects.append(container({quint32(level + 1)}));
-    objects.append(container({}));
-    return binaryList(objects);
+    for (int level = 0; level < levels; ++level)
+        objects.append(container(QList<quint32>(width, quint32(level + 1))));
+    return binaryList(objects << leaf);
 }
 
 QByteArray nestedXml(int depth, const QByteArray& open = "<array>", const QByteArray& close = "</array>") {
     return "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<plist version=\"1.0\">" + open.repeated(depth) +
            close.repeated(depth) + "</plist>\n";
-}
-
-// Each level an array holding the next level twice: expanded, 2^levels strings.
-QByteArray doublingBinary(int levels) {
-    QList<QByteArray> objects;
-    for (int level = 0; level < levels; ++level)
-        objects.append(container({quint32(level + 1), quint32(level + 1)}));
-    objects.append(ascii("laugh"));
-    return binaryList(objects);
 }
 
 const QVariant anyValue = u"(any value)"_qs;
@@ -590,26 +581,20 @@ private slots:
         QVERIFY(!CustomDestinationPersistence::load()); // no dictionary at the top
     }
 
-    void applicationListIsMergedWithTheInstalledDefaults() {
+    // The installed defaults the list lacks go first; retired entries and the old project place go.
+    void storedListsAreMergedWithTheInstalledDefaults() {
         const QString viewer = install(u"org.gnome.Evince.desktop"_qs);
         const QString writer = install(u"libreoffice-writer.desktop"_qs);
-        PropertyListFile::write(
-            appCopy(),
-            QVariantMap{{"openApplication",
-                         QVariantList{entry("mine", "My viewer", viewer), // the viewer again: no second entry
-                                      entry("vscode", "VS Code", "/opt/code/code"),
-                                      entry("x1", "Cursor", "/Applications/Cursor.app"),
-                                      entry("x2", "Code", install(u"code.desktop"_qs)),
-                                      entry("gimp", "GIMP", "/usr/bin/gimp")}},
-                        {"quickOpen", QVariantList{entry("kestro-project", "Kestro", "/somewhere"),
-                                                   entry("keep", "Keep", "/keep")}}});
+        const QVariantList applications{entry("mine", "Mine", viewer),
+                                        entry("x", "X", "/Applications/Cursor.app"),
+                                        entry("gimp", "GIMP", "/usr/bin/gimp")};
+        PropertyListFile::write(appCopy(),
+                                QVariantMap{{"openApplication", applications},
+                                            {"quickOpen", QVariantList{entry("kestro-project", "K", "/k")}}});
         CustomDestinationStore store;
-        // The installed word processor that the list lacks goes ahead of everything stored.
-        QCOMPARE(field(store.destinations(CustomDestinationKind::openApplication), &CustomDestination::id),
-                 QStringList({"pages", "mine", "gimp"}));
-        QCOMPARE(store.destinations(CustomDestinationKind::openApplication).at(0).path, writer);
-        QCOMPARE(field(store.destinations(CustomDestinationKind::quickOpen), &CustomDestination::id),
-                 QStringList{"keep"});
+        QCOMPARE(field(store.destinations(CustomDestinationKind::openApplication), &CustomDestination::path),
+                 QStringList({writer, viewer, "/usr/bin/gimp"}));
+        QVERIFY(store.destinations(CustomDestinationKind::quickOpen).isEmpty());
     }
 
     void aPathIsListedOnceAndNamedByItsFolder() {
@@ -635,11 +620,9 @@ private slots:
         QTest::addColumn<QString>("name");
         QTest::newRow("Chinese name first")
             << QByteArray("[Desktop Entry]\nName=Viewer\nName[zh_CN]=查看器\n") << "查看器";
-        QTest::newRow("an action's name does not count")
-            << QByteArray("[Desktop Entry]\nName=Viewer\n\n[Desktop Action new]\nName[zh_CN]=新窗口\n")
-            << "Viewer";
-        QTest::newRow("nor a group's before the main one")
-            << QByteArray("[Other]\nName[zh]=别的\n[Desktop Entry]\n# Name=comment\nName = Viewer \n")
+        QTest::newRow("only the main group's, not an action's nor one before it")
+            << QByteArray("[Other]\nName[zh]=别的\n[Desktop Entry]\n# Name=comment\nName = Viewer \n"
+                          "[Desktop Action new]\nName[zh_CN]=新窗口\n")
             << "Viewer";
         QTest::newRow("no name: the file's") << QByteArray("x") << "nameless";
     }
@@ -650,9 +633,6 @@ private slots:
         QCOMPARE(CustomDestinationStore::displayName(path, CustomDestinationKind::openApplication), name);
         QCOMPARE(CustomDestinationStore::displayName(path, CustomDestinationKind::copy),
                  u"nameless.desktop"_qs);
-        QCOMPARE(CustomDestinationStore::displayName(u"/Applications/Pages.app"_qs,
-                                                     CustomDestinationKind::openApplication),
-                 u"Pages"_qs);
     }
 
     void removingAndMovingSaveBothCopies() {
@@ -681,7 +661,7 @@ private slots:
         QTest::addColumn<QByteArray>("bytes");
         QTest::addColumn<QVariant>("expected"); // invalid: refused
         const QVariantList a{u"a"_qs};
-        for (int size : {1, 2, 8})
+        for (int size : {1, 8})
             QTest::addRow("offsets and references %d bytes wide", size)
                 << binaryList({container({1}, size), ascii("a")}, size, size) << QVariant(a);
         for (int size : {0, 9}) {
@@ -698,21 +678,20 @@ private slots:
         QTest::newRow("count wider than the objects")
             << binaryList({QByteArray("\x5F\x13", 2)}) << QVariant();
         QTest::newRow("array count past the objects") << binaryList({QByteArray("\xAF", 1)}) << QVariant();
-        QTest::newRow("text longer than the objects") << binaryList({QByteArray("\x5A"
-                                                                                "ab",
-                                                                                3)})
-                                                      << QVariant();
+        QTest::newRow("text longer than the objects")
+            << binaryList({'\x5A' + QByteArray("ab")}) << QVariant();
         // Two objects in the table, one declared, the top the second.
         QByteArray topPastTheObjects = binaryList({container({}), ascii("x")});
         topPastTheObjects.replace(topPastTheObjects.size() - 24, 16, bigEndian(1, 8) + bigEndian(1, 8));
         QTest::newRow("top object past the objects") << topPastTheObjects << QVariant();
         QTest::newRow("array holding itself") << binaryList({container({0})}) << QVariant();
         QTest::newRow("binary nested as deep as allowed")
-            << nestedBinary(PropertyListShape::maximumDepth) << anyValue;
+            << chain(PropertyListShape::maximumDepth - 1, 1, container({})) << anyValue;
         QTest::newRow("binary nested past it")
-            << nestedBinary(PropertyListShape::maximumDepth + 2) << QVariant();
-        QTest::newRow("shared objects expanding to 2^60") << doublingBinary(60) << QVariant();
-        QTest::newRow("shared objects expanding to 2^10") << doublingBinary(10) << anyValue;
+            << chain(PropertyListShape::maximumDepth + 1, 1, container({})) << QVariant();
+        // Each level holds the next twice: 2^levels strings once expanded.
+        QTest::newRow("shared objects expanding to 2^60") << chain(60, 2, ascii("laugh")) << QVariant();
+        QTest::newRow("shared objects expanding to 2^10") << chain(10, 2, ascii("laugh")) << anyValue;
         // libplist would abort on a key with a NUL character; in a value it only ends the text.
         QTest::newRow("NUL in an ASCII value")
             << binaryList({container({1}), ascii(QByteArray("a\0b", 3))}) << QVariant(a);
@@ -725,23 +704,21 @@ private slots:
         QTest::newRow("UTF-16 key with zero high and low bytes")
             << binaryList({container({1, 2}, 4, 0xD0), utf16(QByteArray("\0\xe9\x01\0", 4)), ascii("v")})
             << QVariant(QVariantMap{{u"é\u0100"_qs, u"v"_qs}});
-        QTest::newRow("XML nested 100,000 deep") << nestedXml(100000) << QVariant();
-        QTest::newRow("XML dictionaries nested 100,000 deep")
-            << nestedXml(100000, "<dict><key>k</key>", "</dict>") << QVariant();
+        const int tooDeep = PropertyListShape::maximumDepth + 1;
+        QTest::newRow("XML nested past the limit") << nestedXml(tooDeep) << QVariant();
+        QTest::newRow("XML dictionaries nested past it")
+            << nestedXml(tooDeep, "<dict><key>k</key>", "</dict>") << QVariant();
         QTest::newRow("XML nested as deep as allowed")
             << nestedXml(PropertyListShape::maximumDepth) << anyValue;
         QTest::newRow("XML empty arrays side by side")
             << nestedXml(1).replace("<array></array>",
                                     "<array>" + QByteArray("<array/>").repeated(80) + "</array>")
             << anyValue;
-        QTest::newRow("XML whose comment hides closing tags")
-            << nestedXml(100000).replace("<plist version=\"1.0\">",
-                                         "<plist><!--" + QByteArray("</array>").repeated(10) + "-->")
+        const QByteArray closing = QByteArray("</array>").repeated(10);
+        QTest::newRow("XML whose comment and CDATA hide closing tags")
+            << nestedXml(tooDeep).replace("<plist version=\"1.0\">",
+                                          "<plist><!--" + closing + "--><![CDATA[" + closing + "]]>")
             << QVariant();
-        QTest::newRow("comment and CDATA that look like tags")
-            << QByteArray("<plist><!-- <array><array> "
-                          "--><array><string><![CDATA[</array>]]></string></array></plist>")
-            << QVariant(QVariantList{u"</array>"_qs});
     }
     void readerTakesWhatIsSafeOnly() {
         QFETCH(QByteArray, bytes);
