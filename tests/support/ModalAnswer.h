@@ -8,7 +8,6 @@
 #include <QApplication>
 #include <QDialogButtonBox>
 #include <QFileDialog>
-#include <QLabel>
 #include <QLineEdit>
 #include <QMouseEvent>
 #include <QPointer>
@@ -105,15 +104,6 @@ inline void clickRow(QAbstractItemView* view, int row, std::function<QPoint(QRec
     const QRect rect = rowRect(view, row);
     QTest::mouseClick(view->viewport(), Qt::LeftButton, {},
                       where ? where(rect) : QPoint(rect.left() + rect.width() / 3, rect.center().y()));
-}
-
-// The texts of the visible labels under widget.
-inline QStringList labelTexts(QWidget* widget) {
-    QStringList texts;
-    for (QLabel* label : widget->findChildren<QLabel*>())
-        if (label->isVisible())
-            texts.append(label->text());
-    return texts;
 }
 
 // Presses at from in a list, moves past the drag distance to to and releases, as a hand on the mouse would.
