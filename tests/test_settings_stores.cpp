@@ -36,6 +36,7 @@ using namespace Qt::Literals::StringLiterals;
 
 using N = FeatureSettingsNormalization;
 using Order = std::optional<QStringList>;
+using Kind = CustomDestinationKind;
 
 namespace {
 
@@ -526,17 +527,16 @@ private slots:
         CustomDestinationStore store;
         const QString home = m_environment->home();
         const QStringList files{home + "/Desktop", home + "/Downloads", home + "/Documents"};
-        QCOMPARE(field(store.destinations(CustomDestinationKind::copy), &CustomDestination::path), files);
-        QCOMPARE(field(store.destinations(CustomDestinationKind::copy), &CustomDestination::name),
+        QCOMPARE(field(store.destinations(Kind::copy), &CustomDestination::path), files);
+        QCOMPARE(field(store.destinations(Kind::copy), &CustomDestination::name),
                  QStringList({"桌面", "下载", "文档"}));
-        QCOMPARE(store.destinations(CustomDestinationKind::move),
-                 store.destinations(CustomDestinationKind::copy));
-        const QList<CustomDestination> quickOpen = store.destinations(CustomDestinationKind::quickOpen);
+        QCOMPARE(store.destinations(Kind::move), store.destinations(Kind::copy));
+        const QList<CustomDestination> quickOpen = store.destinations(Kind::quickOpen);
         QCOMPARE(field(quickOpen, &CustomDestination::path).mid(0, 5),
                  files + QStringList({home, home + "/Pictures"}));
         QCOMPARE(quickOpen.at(3).name, u"用户目录"_qs);
         // Only installed applications, in the defaults' order (text editor before spreadsheet).
-        QCOMPARE(field(store.destinations(CustomDestinationKind::openApplication), &CustomDestination::path),
+        QCOMPARE(field(store.destinations(Kind::openApplication), &CustomDestination::path),
                  QStringList({editor, calc}));
         QCOMPARE(storedAndMirrored(), store.destinationsByKind());
         QCOMPARE(FakePlatform::notifications().settingsReasons, QStringList{"custom-destinations"});
@@ -548,9 +548,8 @@ private slots:
                                                        {"copy", QVariantList{entry("a", "Mine", mine)}},
                                                        {"future", QVariantList{entry("x", "X", "/x")}}});
         CustomDestinationStore store;
-        QVERIFY(store.destinations(CustomDestinationKind::move).isEmpty()); // an empty list stays empty
-        QCOMPARE(field(store.destinations(CustomDestinationKind::copy), &CustomDestination::path),
-                 QStringList{mine});
+        QVERIFY(store.destinations(Kind::move).isEmpty()); // an empty list stays empty
+        QCOMPARE(field(store.destinations(Kind::copy), &CustomDestination::path), QStringList{mine});
         QCOMPARE(store.destinationsByKind().value(u"future"_qs).size(), 1); // a later version's
         QCOMPARE(storedAndMirrored(), store.destinationsByKind());
         QVERIFY(!QFileInfo::exists(appCopy() + u".unreadable"_qs));
@@ -563,9 +562,9 @@ private slots:
         PropertyListFile::write(appCopy(), QVariantMap{{"copy", copy}, {"move", u"not a list"_qs}});
         const QByteArray original = readAll(appCopy());
         CustomDestinationStore damaged;
-        QCOMPARE(field(damaged.destinations(CustomDestinationKind::copy), &CustomDestination::path),
+        QCOMPARE(field(damaged.destinations(Kind::copy), &CustomDestination::path),
                  QStringList({"/a", "/d"}));
-        QCOMPARE(damaged.destinations(CustomDestinationKind::move).size(), 3);
+        QCOMPARE(damaged.destinations(Kind::move).size(), 3);
         QCOMPARE(readAll(appCopy() + u".unreadable"_qs), QByteArray("an earlier copy"));
         QCOMPARE(readAll(appCopy() + u".unreadable 2"_qs), original);
         PropertyListFile::write(appCopy(), QVariantList{entry("a", "A", "/a")});
@@ -583,22 +582,22 @@ private slots:
                                 QVariantMap{{"openApplication", applications},
                                             {"quickOpen", QVariantList{entry("kestro-project", "K", "/k")}}});
         CustomDestinationStore store;
-        QCOMPARE(field(store.destinations(CustomDestinationKind::openApplication), &CustomDestination::path),
+        QCOMPARE(field(store.destinations(Kind::openApplication), &CustomDestination::path),
                  QStringList({writer, viewer, "/usr/bin/gimp"}));
-        QVERIFY(store.destinations(CustomDestinationKind::quickOpen).isEmpty());
+        QVERIFY(store.destinations(Kind::quickOpen).isEmpty());
     }
 
     void aPathIsListedOnceAndNamedByItsFolder() {
         CustomDestinationStore store;
         const QString folder = m_environment->makeFolder(u"-rf 项目 'one'"_qs);
-        QVERIFY(store.addDestinationPath(CustomDestinationKind::move, folder));
-        QVERIFY(!store.addDestinationPath(CustomDestinationKind::move, folder));
-        QCOMPARE(store.destinations(CustomDestinationKind::move).last().name, u"-rf 项目 'one'"_qs);
+        QVERIFY(store.addDestinationPath(Kind::move, folder));
+        QVERIFY(!store.addDestinationPath(Kind::move, folder));
+        QCOMPARE(store.destinations(Kind::move).last().name, u"-rf 项目 'one'"_qs);
         // The path is compared as written: a trailing slash is another entry, named after the folder.
-        QVERIFY(store.addDestinationPath(CustomDestinationKind::move, folder + u'/'));
-        QCOMPARE(store.destinations(CustomDestinationKind::move).last().name, u"-rf 项目 'one'"_qs);
-        QVERIFY(store.addDestinationPath(CustomDestinationKind::copy, u"/"_qs));
-        QCOMPARE(store.destinations(CustomDestinationKind::copy).last().name, u"/"_qs);
+        QVERIFY(store.addDestinationPath(Kind::move, folder + u'/'));
+        QCOMPARE(store.destinations(Kind::move).last().name, u"-rf 项目 'one'"_qs);
+        QVERIFY(store.addDestinationPath(Kind::copy, u"/"_qs));
+        QCOMPARE(store.destinations(Kind::copy).last().name, u"/"_qs);
     }
 
     void anApplicationIsNamedByItsMainGroup_data() {
@@ -614,9 +613,8 @@ private slots:
         QFETCH(QByteArray, entry);
         QFETCH(QString, name);
         const QString path = m_environment->writeFile(u"apps/nameless.desktop"_qs, entry);
-        QCOMPARE(CustomDestinationStore::displayName(path, CustomDestinationKind::openApplication), name);
-        QCOMPARE(CustomDestinationStore::displayName(path, CustomDestinationKind::copy),
-                 u"nameless.desktop"_qs);
+        QCOMPARE(CustomDestinationStore::displayName(path, Kind::openApplication), name);
+        QCOMPARE(CustomDestinationStore::displayName(path, Kind::copy), u"nameless.desktop"_qs);
     }
 
     void removingAndMovingSaveBothCopies() {
@@ -627,13 +625,12 @@ private slots:
         CustomDestinationStore store;
         FakePlatform::notifications().settingsReasons.clear();
         // The move is the list rule's (above): 2 3 1 4 5, then the second and fifth go.
-        store.moveDestinations(CustomDestinationKind::copy, {0, 3}, 3);
-        store.removeDestinations(CustomDestinationKind::copy, {1, 4, 17});
-        QCOMPARE(field(store.destinations(CustomDestinationKind::copy), &CustomDestination::id),
-                 QStringList({"2", "1", "4"}));
+        store.moveDestinations(Kind::copy, {0, 3}, 3);
+        store.removeDestinations(Kind::copy, {1, 4, 17});
+        QCOMPARE(field(store.destinations(Kind::copy), &CustomDestination::id), QStringList({"2", "1", "4"}));
         QCOMPARE(storedAndMirrored(), store.destinationsByKind());
         QCOMPARE(FakePlatform::notifications().settingsReasons, QStringList(2, "custom-destinations"));
-        QCOMPARE(store.destinations(CustomDestinationKind::move).size(), 3); // other lists untouched
+        QCOMPARE(store.destinations(Kind::move).size(), 3); // other lists untouched
     }
 
     void readerTakesWhatIsSafeOnly_data() {
@@ -742,7 +739,7 @@ private slots:
         FinderViewPresetStore presets;
         QCOMPARE(features.settings(), FeatureSettingsDefaults::settings());
         QVERIFY(preferences.revealActionResults() && !preferences.revealCreatedItems());
-        QVERIFY(!destinations.destinations(CustomDestinationKind::quickOpen).isEmpty());
+        QVERIFY(!destinations.destinations(Kind::quickOpen).isEmpty());
         QVERIFY(actions.actions().isEmpty());
         QCOMPARE(presets.presets().size(), 3);
         for (const QString& file : names)
