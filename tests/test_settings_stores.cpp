@@ -663,6 +663,11 @@ private slots:
             << chain(PropertyListShape::maximumDepth - 1, 1, container({})) << anyValue;
         QTest::newRow("binary nested past it")
             << chain(PropertyListShape::maximumDepth + 1, 1, container({})) << QVariant();
+        // Objects 1-61 nest 61 deep under the top; 62-71 lead there again from ten levels further down.
+        QList<QByteArray> shared{container({1, 62})};
+        for (quint32 object = 1; object <= 71; ++object)
+            shared.append(object == 61 ? container({}) : container({object == 71 ? 1 : object + 1}));
+        QTest::newRow("shared object reached past the limit") << binaryList(shared) << QVariant();
         // Each level holds the next twice: 2^levels strings once expanded.
         QTest::newRow("shared objects expanding to 2^60") << chain(60, 2, ascii("laugh")) << QVariant();
         QTest::newRow("shared objects expanding to 2^10") << chain(10, 2, ascii("laugh")) << anyValue;
