@@ -65,14 +65,10 @@ public:
     QList<std::optional<std::pair<QString, QString>>> twoTextAnswers;
     QList<std::optional<QString>> directoryAnswers;
     QList<std::optional<QString>> featureRequestAnswers;
-    QList<std::optional<QString>> itemAnswers;
-    QList<std::optional<QString>> shortcutNameAnswers;
     QList<bool> consentAnswers;            // an empty queue refuses
     QList<ConsentRequest> consentRequests; // every consent asked for, as asked
     std::function<void()> whileDialogOpen; // runs while the consent or feature-request dialog is open
     QStringList asked;                     // titles, labels and button prompts, in order
-    QList<OpenPanelRequest> panels;        // every open panel shown, as asked
-    QList<QStringList> shortcutNameLists;  // the names every shortcut picker offered
 
     std::optional<QString> promptText(const QString& title, const QString& message) override {
         asked << title << message;
@@ -93,14 +89,12 @@ public:
     }
     std::optional<QString> chooseItem(const OpenPanelRequest& request) override {
         asked << request.title << request.buttonLabel;
-        panels.append(request);
-        return next(itemAnswers);
+        return std::nullopt;
     }
     std::optional<QString> chooseShortcutName(const QString& title, const QString& message,
-                                              const QString& placeholder, const QStringList& names) override {
+                                              const QString& placeholder, const QStringList&) override {
         asked << title << message << placeholder;
-        shortcutNameLists.append(names);
-        return next(shortcutNameAnswers);
+        return std::nullopt;
     }
     bool confirmRequestFromAnotherProgram(const ConsentRequest& request) override {
         asked << QStringLiteral("consent");
@@ -187,10 +181,9 @@ public:
 class FakeNotifications : public Notifications {
 public:
     QStringList settingsReasons;
-    int actionsQueued = 0;
 
     void postSettingsChanged(const QString& reason) override { settingsReasons.append(reason); }
-    void postActionQueued() override { ++actionsQueued; }
+    void postActionQueued() override {}
 };
 
 // Installs a fresh set of fakes and hands them out to the test.

@@ -8,7 +8,6 @@
 #include <QApplication>
 #include <QDialogButtonBox>
 #include <QFileDialog>
-#include <QLabel>
 #include <QLineEdit>
 #include <QMouseEvent>
 #include <QPointer>
@@ -107,15 +106,6 @@ inline void clickRow(QAbstractItemView* view, int row, std::function<QPoint(QRec
                       where ? where(rect) : QPoint(rect.left() + rect.width() / 3, rect.center().y()));
 }
 
-// The texts of the visible labels under widget.
-inline QStringList labelTexts(QWidget* widget) {
-    QStringList texts;
-    for (QLabel* label : widget->findChildren<QLabel*>())
-        if (label->isVisible())
-            texts.append(label->text());
-    return texts;
-}
-
 // Presses at from in a list, moves past the drag distance to to and releases, as a hand on the mouse would.
 // Where a drag can run (an X server), the moves go through the event loop, because a drag that starts has
 // its own loop until the release; without one, all of it is sent at once.
@@ -172,13 +162,6 @@ inline void cancel(QWidget* dialog) {
         return;
     }
     click(button(dialog, QStringLiteral("取消")));
-}
-
-// In the application picker: "其他应用…", and panel answers the file panel it opens (returns how many times).
-inline int throughOtherApplications(QWidget* picker, std::function<void(QWidget*)> panel) {
-    ModalAnswer answer(std::move(panel), picker);
-    click(button(picker, QStringLiteral("其他应用…")));
-    return answer.answered();
 }
 
 } // namespace Modal
