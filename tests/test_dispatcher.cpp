@@ -6,6 +6,8 @@
 #include "actions/ProcessRunner.h"
 #include "actions/StagingDirectory.h"
 #include "catalogue/AppPreferencesPersistence.h"
+#include "catalogue/FeatureSettingsDefaults.h"
+#include "integration/KestroMenuModel.h"
 #include "platform/DiagnosticLog.h"
 #include "platform/FinderActionExecutionError.h"
 #include "platform/KestroPaths.h"
@@ -89,6 +91,26 @@ private slots:
         QVERIFY(names(error->errorDescription(), {missing}));
         QCOMPARE(FinderActionExecutor::validatedSourceURLs({folder + u"/./../a b//one.txt"_qs}),
                  QStringList{file});
+    }
+
+    // Whatever the menu offers only on selected items refuses to run on none, touching nothing.
+    void selectionItemsRefuseAnEmptySelection() {
+        KestroMenuInput input = KestroMenuInput::saved();
+        input.settings = FeatureSettingsDefaults::settings();
+        input.settings.enabledFeatureIDs =
+            QSet(input.settings.featureOrder.begin(), input.settings.featureOrder.end());
+        for (const QStringList& children : input.settings.childOrderByFeatureID)
+            input.settings.enabledChildIDs.unite(QSet(children.begin(), children.end()));
+        int checked = 0;
+        for (const KestroMenuItem& item : KestroMenuModel::actions(KestroMenuModel::build(input))) {
+            if (item.onBackground)
+                continue;
+            ++checked;
+            const auto error = failureOf<Error>([&] { perform(item.actionID, {}); });
+            QVERIFY2(error && error->errorCase() == Error::Case::noSelection, qPrintable(item.actionID));
+        }
+        QCOMPARE(namesIn(m_environment->root() + u"/home"_qs), QStringList());
+        QVERIFY(checked > 30);
     }
 
     void resultsAreSelectedOnceEachWhenThePreferencesSaySo() {
