@@ -6,9 +6,9 @@
 #include "platform/DiagnosticLog.h"
 #include "platform/KestroError.h"
 #include "platform/KestroPaths.h"
+#include "platform/MainThread.h"
 
 #include <QCoreApplication>
-#include <QThread>
 
 #include <algorithm>
 
@@ -29,13 +29,11 @@ void performWithExecutor(const KestroQueuedAction& action) {
 void reportOnMainThread(const QString& description) {
     FailureNotifier::report(description);
     const QString line = QStringLiteral("suppressed queued action error alert: ") + description;
-    QCoreApplication* application = QCoreApplication::instance();
-    if (!application || QThread::currentThread() == application->thread()) {
+    if (onMainThread())
         DiagnosticLog::append(line);
-        return;
-    }
-    QMetaObject::invokeMethod(
-        application, [line] { DiagnosticLog::append(line); }, Qt::QueuedConnection);
+    else
+        QMetaObject::invokeMethod(
+            QCoreApplication::instance(), [line] { DiagnosticLog::append(line); }, Qt::QueuedConnection);
 }
 } // namespace
 
