@@ -142,6 +142,7 @@ private slots:
                   "toggleNemoHiddenFiles", "gtk4 show-hidden false|nemo show-hidden-files true"},
                  {"no file manager's setting", "org.gnome.desktop.interface clock-format '24h'",
                   "toggleHiddenFiles", ""},
+                 {"no setting of Nemo's", "gtk4 show-hidden false", "toggleNemoHiddenFiles", ""},
                  {"no gsettings", "", "toggleHiddenFiles", ""},
                  {"a setting that does not stick", "gtk4 show-hidden false|forgetful", "toggleHiddenFiles",
                   ""}})
@@ -171,6 +172,9 @@ private slots:
         qputenv("PATH", bin.toUtf8() + (before.isEmpty() ? QByteArray() : ':' + m_savedPath));
         const bool wasShowing = DeveloperToolActions::isFinderShowingHiddenFiles();
         QCOMPARE(caseOf([&] { perform(actionID, {}); }), after.isEmpty() ? Case::commandFailed : Case(-1));
+        // A refusal names the file manager whose setting is missing.
+        if (after.isEmpty() && !before.isEmpty())
+            QCOMPARE(failureText([&] { perform(actionID, {}); }).contains("Nemo"), actionID.contains("Nemo"));
         for (const QString& line : lines(after)) {
             const qsizetype value = line.lastIndexOf(' ');
             QCOMPARE(QString::fromUtf8(readAll(store + '/' + line.left(value)).trimmed()),
