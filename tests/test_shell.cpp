@@ -276,7 +276,7 @@ private slots:
         // A launcher's activation token goes to Qt's Wayland shell; anything else that claims to be one does
         // not.
         qunsetenv("XDG_ACTIVATION_TOKEN");
-        host.handleMessage({u"show"_qs, u"bad token\n"_qs});
+        host.handleMessage({u"show"_qs, u"bad token"_qs});
         QVERIFY(!qEnvironmentVariableIsSet("XDG_ACTIVATION_TOKEN"));
         host.handleMessage({u"show"_qs, u"kwin-4711_TIME0"_qs});
         QCOMPARE(qgetenv("XDG_ACTIVATION_TOKEN"), QByteArray("kwin-4711_TIME0"));
