@@ -161,6 +161,10 @@ private slots:
         QVERIFY(size("0") * 2 < size("70"));
         QVERIFY(size("70") * 10 < size("100") * 7);
         QCOMPARE(size("jpeg"), size("90"));
+        for (const QStringList& options :
+             {QStringList{"-s", "formatOptions", "101"}, {"-s", "formatOptions"}})
+            QCOMPARE(caseOf([&] { ImageActions::convertImages({source}, "jpeg", "jpg", options); }),
+                     Case::commandFailed);
     }
 
     void resizesInPlaceToExactlyTheSizeAsked() {
