@@ -149,6 +149,9 @@ private slots:
         QCOMPARE(FinderActionExecutor::fileURL(u"~/报告\\ 1.txt"_qs), file);
         QCOMPARE(FinderActionExecutor::fileURL(QUrl::fromLocalFile(file).toString(QUrl::FullyEncoded)), file);
         QCOMPARE(FinderActionExecutor::fileURL(u" '"_qs + file + u"' "_qs), file);
+        // A plain path is also a valid relative URL, though not a local file's.
+        const QString plain = m_environment->writeFile(home() + u"/plain.txt"_qs);
+        QCOMPARE(FinderActionExecutor::fileURL(plain), plain);
         for (const QString& text : {file + u".missing"_qs, u"relative/path"_qs, QString()})
             QVERIFY2(!FinderActionExecutor::fileURL(text), qPrintable(text));
     }
