@@ -54,6 +54,7 @@
 #include <QLabel>
 #include <QLineEdit>
 #include <QListWidget>
+#include <QMessageBox>
 #include <QPlainTextEdit>
 #include <QPushButton>
 #include <QTest>
@@ -203,6 +204,43 @@ private slots:
         });
         QCOMPARE(prompts.chooseDirectory(u"复制到这里"_qs), std::optional(folder));
         QCOMPARE(answer.answered(), 1);
+    }
+
+    // "其他应用…" takes a desktop entry; a plain file is refused with a message naming it, the panel staying
+    // open until the user gives up.
+    void applicationPanelTakesDesktopEntriesAndRefusesOtherFiles() {
+        TestEnvironment environment;
+        WidgetPrompts prompts;
+        const QString entry = environment.writeFile(u"apps/viewer.desktop"_qs, "x");
+        const QString text = environment.writeFile(u"apps/notes.txt"_qs, "not an application");
+        const OpenPanelRequest request{u"选择常用应用"_qs, u"添加"_qs, OpenPanelRequest::Choose::application,
+                                       environment.root() + u"/apps"_qs};
+        const auto throughOtherApplications = [](QWidget* picker, std::function<void(QWidget*)> panel) {
+            ModalAnswer answer(std::move(panel), picker);
+            click(button(picker, u"其他应用…"_qs));
+        };
+        ModalAnswer take([&](QWidget* picker) {
+            throughOtherApplications(picker, [&](QWidget* dialog) { typeIntoFilePanel(dialog, entry); });
+        });
+        QCOMPARE(prompts.chooseItem(request), std::optional(entry));
+        QString message;
+        std::unique_ptr<ModalAnswer> warning;
+        ModalAnswer refuse([&](QWidget* picker) {
+            throughOtherApplications(picker, [&](QWidget* dialog) {
+                warning = std::make_unique<ModalAnswer>(
+                    [&](QWidget* box) {
+                        message = qobject_cast<QMessageBox*>(box)->text();
+                        QTest::keyClick(box, Qt::Key_Return);
+                        QTimer::singleShot(50, dialog, [dialog] { cancel(dialog); });
+                    },
+                    dialog);
+                typeIntoFilePanel(dialog, text);
+            });
+            cancel(picker);
+        });
+        QCOMPARE(prompts.chooseItem(request), std::nullopt);
+        QVERIFY(warning && warning->answered() == 1);
+        QVERIFY(message.contains(text));
     }
 
     void childRowsChangeAtTheirSwitchAndDragFromTheirHandleOnly() {
