@@ -71,39 +71,6 @@ private slots:
         QCOMPARE(caseOf([&] { unpack(m_env->writeFile(m_folder + "/.zip", "x")); }), Case::noSelection);
     }
 
-    // Awkward names, same names from two folders and file-manager order survive a round trip; unpacking never
-    // replaces a user's item, here or in the folder named after the archive.
-    void aRoundTripKeepsEverythingAndReplacesNothing() {
-        const QString source = m_env->makeFolder("source");
-        QStringList items;
-        for (const QString& name : {"-r dash.txt", "quo\"te's.txt", "new\nline.txt", "中文 é.txt",
-                                    "p[1]*?.txt", ".hidden", "f 10.txt", "f 2.txt"})
-            items.append(m_env->writeFile(source + '/' + name, ("contents of " + name).toUtf8()));
-        m_env->writeFile(source + "/-folder/.inner/deep file", "deep");
-        items.append(source + "/-folder");
-        items.append(m_env->writeFile("elsewhere/f 2.txt", "the other"));
-        const QString archive = pack(items).first();
-        const QString out = m_env->makeFolder("-out");
-        QVERIFY(QFile::rename(archive, out + "/-Archive.zip"));
-        m_env->writeFile(out + "/f 10.txt", "mine");
-
-        const QStringList results = unpack(out + "/-Archive.zip");
-        QCOMPARE(results.size(), items.size());
-        QVERIFY(results.indexOf(out + "/f 2.txt") < results.indexOf(out + "/f 10 2.txt")); // by value
-        QCOMPARE(readAll(out + "/f 10.txt"), QByteArray("mine"));
-        QCOMPARE(readAll(out + "/f 2 2.txt"), QByteArray("the other"));
-        for (const char* name : {"/f 10.txt", "/f 2 2.txt", "/-Archive.zip"})
-            QVERIFY(QFile::remove(out + name));
-        QVERIFY(QFile::rename(out + "/f 10 2.txt", out + "/f 10.txt"));
-        QCOMPARE(tree(out), tree(source));
-
-        QVERIFY(python(m_folder + "/v1.2.ZIP", "zip", {file("x", "x")}));
-        m_env->makeFolder("user/v1.2");
-        QCOMPARE(unpack(m_folder + "/v1.2.ZIP", ownFolder), QStringList{m_folder + "/v1.2 2"});
-        QCOMPARE(tree(m_folder + "/v1.2 2"), QStringList{"x=x"});
-        QCOMPARE(namesIn(m_folder + "/v1.2"), QStringList());
-    }
-
     // zip, tar, 7z: the format is read from the content, the ending in any case; names and times arrive.
     void formatsMadeByOtherTools_data() {
         QTest::addColumn<QString>("name");
@@ -136,19 +103,6 @@ private slots:
         for (const QString item : {"/Photos/photos/a 图.txt", "/Photos/b.txt", "/Photos/photos"})
             QCOMPARE(QFileInfo(m_folder + item).lastModified().toSecsSinceEpoch(), 981173106);
         QCOMPARE(unpack(archive), (QStringList{m_folder + "/b.txt", m_folder + "/photos"}));
-    }
-
-    void emptyArchivesAndWindowsSeparators() {
-        QVERIFY(python(m_folder + "/empty.zip", "zip", {}));
-        QVERIFY(tool("tar", {"-cf", m_folder + "/none.tar", "-T", "/dev/null"}, m_folder));
-        QVERIFY(python(m_folder + "/windows.zip", "zip",
-                       {file("Docs\\2024\\report.txt", "from windows"), file("Docs\\top.txt", "top")}));
-        QCOMPARE(unpack(m_folder + "/empty.zip"), QStringList{m_folder});
-        QCOMPARE(unpack(m_folder + "/none.tar", ownFolder), QStringList{m_folder + "/none"});
-        QCOMPARE(unpack(m_folder + "/windows.zip"), QStringList{m_folder + "/Docs"});
-        QCOMPARE(tree(m_folder + "/Docs"),
-                 (QStringList{"2024/", "2024/report.txt=from windows", "top.txt=top"}));
-        QCOMPARE(tree(m_folder + "/none"), QStringList());
     }
 
     void hostileEntriesLeaveNothing_data() {
@@ -387,71 +341,6 @@ private slots:
         QCOMPARE(::mkfifo(QFile::encodeName(project + "/inner pipe").constData(), 0600), 0);
         QVERIFY(names(failureText([&] { pack({project}); }), {project + "/inner pipe"}));
         QCOMPARE(namesIn(m_folder), (QStringList{"Project", "Project.zip"}));
-    }
-
-    void progressGrowsToTheWholeAndAStopLeavesNothing() {
-        const QString source = m_env->makeFolder("user/Big");
-        for (int i = 0; i < 300; ++i)
-            m_env->writeFile(source + QStringLiteral("/part %1.bin").arg(i),
-                             QByteArray(40000, char('a' + i % 26)));
-        RecordingProgress progress;
-        const ActionProgressState last = reported(progress, [&] { pack({source}); });
-        checkWholeRun(progress, "压缩为 ZIP", 300); // the files, not the folder holding them
-        QVERIFY(progress.states.size() > 300);
-        QVERIFY(last.bytesTotal == 300 * 40000 && last.bytesDone == 300 * 40000);
-        RecordingProgress unpacking;
-        const ActionProgressState unpacked =
-            reported(unpacking, [&] { unpack(m_folder + "/Big.zip", ownFolder); });
-        QVERIFY(unpacked.bytesDone == QFileInfo(m_folder + "/Big.zip").size() && unpacked.itemsDone == 300);
-
-        const QStringList before = namesIn(m_folder);
-        for (const bool packing : {true, false}) {
-            RecordingProgress stopping;
-            QVERIFY(stopsWhenAsked(stopping, 5,
-                                   [&] { packing ? pack({source}) : unpack(m_folder + "/Big.zip"); }));
-            QCOMPARE(namesIn(m_folder), before);
-        }
-    }
-
-    // As an account without privileges, through the real program: read-only trees pack, archives holding
-    // read-only folders unpack and keep their modes, and a folder the account cannot write to gets nothing.
-    void readOnlyTreesForAnOrdinaryUser() {
-        const QString project = m_env->makeFolder("user/Project");
-        m_env->writeFile(project + "/locked/sub/deep.txt", "deep");
-        for (const auto& [path, mode] :
-             {std::pair{"/locked/sub/deep.txt", 0444}, {"/locked/sub", 0555}, {"/locked", 0555}})
-            QCOMPARE(::chmod(QFile::encodeName(project + path).constData(), mode_t(mode)), 0);
-        const QString closed = m_env->makeFolder("closed");
-        const auto asUser = [&](const QString& actionID, const QString& path) {
-            QString skip;
-            const auto run = KestroProcess::runUnprivileged(
-                {"--perform", KestroProcess::requestURL(actionID, {path}, QFileInfo(path).path())},
-                m_env->root(), &skip);
-            if (!run)
-                QTest::qSkip(qPrintable(skip), __FILE__, __LINE__);
-            return run ? run->exitCode : -1;
-        };
-        const int packed = asUser("compressToZIP", project + "/locked");
-        if (packed < 0)
-            return;
-        QCOMPARE(packed, 0);
-        QCOMPARE(ArchiveActions::zipEntries(project + "/locked.zip"),
-                 (QStringList{"locked/", "locked/sub/", "locked/sub/deep.txt"}));
-        QVERIFY(QFile::copy(project + "/locked.zip", closed + "/x.zip"));
-        const QString out = m_env->makeFolder("out");
-        QVERIFY(QFile::rename(project + "/locked.zip", out + "/locked.zip"));
-        QCOMPARE(asUser("extractZIPHere", out + "/locked.zip"), 0);
-        QCOMPARE(asUser("extractZIPToFolder", out + "/locked.zip"), 0);
-        QCOMPARE(namesIn(out), (QStringList{"locked", "locked 2", "locked.zip"}));
-        for (const QString& top : {out + "/locked", out + "/locked 2/locked"}) {
-            QCOMPARE(modeOf(top) & 07777, mode_t(0555));
-            QCOMPARE(modeOf(top + "/sub/deep.txt") & 07777, mode_t(0444));
-        }
-        QCOMPARE(::chmod(QFile::encodeName(closed).constData(), 0555), 0);
-        for (const char* actionID : {"extractZIPToFolder", "extractZIPHere"}) {
-            QCOMPARE(asUser(actionID, closed + "/x.zip"), 1);
-            QCOMPARE(namesIn(closed), QStringList{"x.zip"});
-        }
     }
 
 private:

@@ -222,25 +222,6 @@ private slots:
         QCOMPARE(readAll(last), QByteArray("3"));
     }
 
-    void aReadOnlyDestinationIsAClearErrorForAnOrdinaryUser() {
-        const QString file = m_env->writeFile("src/f \"1\".txt", "f");
-        const QString destination = m_env->makeFolder("locked 只读");
-        QVERIFY(::chmod(QFile::encodeName(destination).constData(), 0555) == 0);
-        for (const QString& actionID : {"copyFilesToFolder", "moveFilesToFolder"}) {
-            QString skipReason;
-            const auto run = KestroProcess::runUnprivileged(
-                {"--perform", kestroActionURL(actionID, {file}, std::nullopt, destination)}, m_env->root(),
-                &skipReason);
-            if (!run)
-                QSKIP(qPrintable(skipReason));
-            QVERIFY2(run->exitCode != 0 && names(QString::fromUtf8(run->standardError), {file}),
-                     qPrintable(actionID));
-        }
-        QCOMPARE(readAll(file), QByteArray("f"));
-        QCOMPARE(namesIn(destination), QStringList());
-        ::chmod(QFile::encodeName(destination).constData(), 0755);
-    }
-
     // What `cp -a` and `mv` keep: links as links (dangling too), modes, times, empty and read-only folders,
     // awkward names, the user's attributes, ACLs (a folder's default one too), hard links within an item and
     // between selected items, holes; also when a move copies to another file system. A move on one file
@@ -309,23 +290,6 @@ private slots:
         QVERIFY2(statusOf(copy + "/disk.img").st_blocks * 512 < 1 << 20, "the holes were filled");
         QCOMPARE(QFileInfo::exists(tree), action.startsWith(QLatin1String("copy")));
         QVERIFY(!m_env->logText().contains("kept not everything"));
-    }
-
-    // A file system that cannot hold an attribute costs the attribute, logged, not the copy.
-    void whatTheDestinationCannotHoldIsLogged() {
-        QTemporaryDir shm("/dev/shm/kestro-test-XXXXXX");
-        const QString source = shm.path() + "/big.txt";
-        QVERIFY(QFile(source).open(QIODevice::WriteOnly));
-        if (!setAttribute(source, "user.big", QByteArray(10000, 'x')) ||
-            !setAttribute(source, "user.small", "s"))
-            QSKIP("no user attributes at /dev/shm");
-        const QString destination = m_env->makeFolder("dst");
-        if (setAttribute(m_env->writeFile("probe"), "user.big", QByteArray(10000, 'x')))
-            QSKIP("this file system holds large attributes");
-        transfer("copyFilesToFolder", {source}, destination);
-        QCOMPARE(attribute(destination + "/big.txt", "user.small"), QByteArray("s"));
-        QCOMPARE(attribute(destination + "/big.txt", "user.big"), QByteArray("none"));
-        QVERIFY(names(m_env->logText(), {QStringLiteral("kept not everything: %1 user.big: ").arg(source)}));
     }
 
     void progressCountsAndAStopKeepsWhatIsDone() {

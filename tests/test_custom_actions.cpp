@@ -28,22 +28,6 @@ private slots:
     void init() { m_env.emplace(); }
     void cleanup() { m_env.reset(); }
 
-    void loadingKeepsTheUsableEntries() {
-        using Map = QVariantMap;
-        const QVariantList entries{
-            Map{{"id", "1"}, {"name", "Script without path"}, {"kind", "script"}, {"scriptPath", ""}},
-            Map{{"id", "2"}, {"name", "Old shortcut"}, {"shortcutName", "Resize"}},
-            Map{{"name", "No id"}, {"kind", "shortcut"}, {"shortcutName", "X"}},
-            "not a dictionary",
-            Map{{"id", "3"}, {"name", "Odd kind"}, {"kind", "SCRIPT"}, {"scriptPath", "/s.sh"}},
-            Map{{"id", "4"}, {"name", "S"}, {"kind", "script"}, {"scriptPath", "/s"}, {"shortcutName", 7}}};
-        PropertyListFile::write(CustomShortcutActionPersistence::settingsFilePath(), entries);
-        CustomShortcutActionStore store;
-        QCOMPARE(store.actions().size(), 2);
-        QCOMPARE(store.actions().at(0).kind, CustomShortcutAction::Kind::shortcut);
-        QCOMPARE(store.actions().at(1).actionID(), "runScript__4");
-    }
-
     // Moving is the settings window's drag test; here names, removal and the two stored copies.
     void editsSaveBothCopies() {
         CustomShortcutActionStore store;
@@ -91,16 +75,6 @@ private slots:
         perform(scriptID(m_env->writeFile("scripts/record.SH", recordingShellScript)), inputs);
         QCOMPARE(QString::fromUtf8(readAll(record)).split(QChar(0), Qt::SkipEmptyParts), inputs);
         QVERIFY(!QFileInfo::exists(folder + "/pwned") && !QFileInfo::exists(QDir::currentPath() + "/pwned"));
-    }
-
-    // An executable runs itself whatever its extension says; otherwise the extension, in any case, picks
-    // the interpreter.
-    void theExtensionPicksTheInterpreter() {
-        const QString program = m_env->writeFile("s/run.py", "#!/bin/sh\n");
-        QVERIFY(QFile::setPermissions(program, QFile::ReadOwner | QFile::ExeOwner));
-        QCOMPARE(CustomActionRunner::scriptInvocation(program, {"a"}).arguments, QStringList{"a"});
-        QCOMPARE(CustomActionRunner::scriptInvocation("/s/x.PY", {}).executable, "/usr/bin/python3");
-        QCOMPARE(CustomActionRunner::scriptInvocation("/s/x.bash", {}).executable, "/bin/bash");
     }
 
     // The script's own message, a script removed after it was added, no input at all.

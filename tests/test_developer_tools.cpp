@@ -62,25 +62,6 @@ private slots:
         QCOMPARE(FileDigest::hexDigest(abc, FileDigest::Algorithm::md5), "900150983cd24fb0d6963f7d28e17f72");
     }
 
-    // A long checksum shows its bytes; stopped in the middle, nothing reaches the clipboard.
-    void checksumsReportProgressAndStopWhenAsked() {
-        RecordingProgress recorder;
-        const ActionProgressScope scope(recorder);
-        const QString a = m_env->writeFile(m_folder + "/a.bin", QByteArray(FileDigest::blockSize * 3, 'a'));
-        const QString b = m_env->writeFile(m_folder + "/b.bin", QByteArray(100, 'b'));
-        DeveloperToolActions::copyChecksums({a, b}, ChecksumAlgorithm::sha256);
-        QVERIFY(recorder.states.size() >= 5 && recorder.isMonotonic());
-        const ActionProgressState last = recorder.states.constLast();
-        QCOMPARE(last.bytesDone, qint64(FileDigest::blockSize * 3 + 100));
-        QCOMPARE(last.bytesTotal, last.bytesDone);
-        recorder.states.clear();
-        recorder.stopAfterBytes = FileDigest::blockSize;
-        QVERIFY_THROWS_EXCEPTION(ActionCancelled,
-                                 DeveloperToolActions::copyChecksums({a, b}, ChecksumAlgorithm::md5));
-        QCOMPARE(recorder.finishedCount, 2);
-        QCOMPARE(FakePlatform::clipboard().writes, 1);
-    }
-
     // A folder, a missing item or a refused clipboard fails the whole action, naming the item.
     void unreadableItemsFailTheWholeAction() {
         const QString file = m_env->writeFile(m_folder + "/a.txt", "abc");
@@ -115,16 +96,6 @@ private slots:
             QCOMPARE(ByteCountText::fileSize(bytes, english), inEnglish);
             QCOMPARE(ByteCountText::fileSize(bytes, chinese), *inChinese ? inChinese : inEnglish);
         }
-    }
-
-    void fileSizesCountFoldersAsZero() {
-        QLocale::setDefault(QLocale(QLocale::English, QLocale::UnitedStates));
-        const QString file = m_env->writeFile(m_folder + "/\"x\"\n.bin", QByteArray(12345, 'x'));
-        const QString folder = m_env->makeFolder("files/-dir");
-        m_env->writeFile(folder + "/inside", QByteArray(50000, 'y'));
-        DeveloperToolActions::copyFileSizes({file, folder});
-        QLocale::setDefault(QLocale::system());
-        QCOMPARE(FakePlatform::clipboard().contents, "12 KB\nZero KB");
     }
 
     // "schema key value" lines ("|" between them) before; the action; after, or "" where it must fail. The

@@ -51,48 +51,6 @@ private slots:
     void init() { m_environment = std::make_unique<TestEnvironment>(); }
     void cleanup() { m_environment.reset(); }
 
-    void completedReturnsTheSelectionAndUnknownIDsFail() {
-        const QStringList selection{u"/does/not/exist"_qs, u"/tmp"_qs};
-        QCOMPARE(perform(u"completed"_qs, selection), selection);
-        for (const QString& id : {u"Completed"_qs, QString()}) {
-            const auto error = failureOf<Error>([&] { perform(id, {}); });
-            QVERIFY(error && error->errorCase() == Error::Case::unsupportedAction);
-        }
-        // A payload that looks like a placeholder stays text.
-        QVERIFY(names(Error::sourceItemMissing(u"/x %1 %2"_qs).errorDescription(), {"/x %1 %2"}));
-        QCOMPARE(FinderActionExecutor::finderViewPresetID(u"finderViewPreset__abc"_qs), u"abc"_qs);
-        QCOMPARE(FinderActionExecutor::finderViewPresetID(u"finderViewPreset__"_qs), QString());
-        QVERIFY(!FinderActionExecutor::finderViewPresetID(u"finderViewPreset"_qs));
-        QVERIFY(FakePlatform::workspace().openedUrls.isEmpty());
-    }
-
-    void targetsAndSources() {
-        const QString folder = m_environment->makeFolder(u"a b"_qs);
-        const QString file = m_environment->writeFile(u"a b/one.txt"_qs);
-        const QString other = m_environment->makeFolder(u"other"_qs);
-        QCOMPARE(FinderActionExecutor::targetDirectory({file}, other), folder);
-        QCOMPARE(FinderActionExecutor::targetDirectory({folder}, other), folder);
-        QCOMPARE(FinderActionExecutor::targetDirectory({}, other), other);
-        QCOMPARE(FinderActionExecutor::targetDirectory({}, file), folder);
-        QCOMPARE(FinderActionExecutor::targetDirectory({folder + u"/gone.txt"_qs}, std::nullopt), folder);
-        QCOMPARE(
-            failureOf<Error>([] { FinderActionExecutor::targetDirectory({}, std::nullopt); })->errorCase(),
-            Error::Case::noTargetDirectory);
-        QCOMPARE(FinderActionExecutor::effectiveURLs({}, u"/t"_qs), QStringList{"/t"});
-        QCOMPARE(FinderActionExecutor::effectiveURLs({u"/a"_qs}, u"/t"_qs), QStringList{"/a"});
-        QVERIFY(FinderActionExecutor::effectiveURLs({}, std::nullopt).isEmpty());
-        QCOMPARE(failureOf<Error>([] { FinderActionExecutor::validatedSourceURLs({}); })->errorCase(),
-                 Error::Case::noSelection);
-        const QString missing = folder + u"/two.txt"_qs;
-        const auto error = failureOf<Error>([&] {
-            FinderActionExecutor::validatedSourceURLs({file, missing});
-        });
-        QVERIFY(error && error->errorCase() == Error::Case::sourceItemMissing);
-        QVERIFY(names(error->errorDescription(), {missing}));
-        QCOMPARE(FinderActionExecutor::validatedSourceURLs({folder + u"/./../a b//one.txt"_qs}),
-                 QStringList{file});
-    }
-
     // Whatever the menu offers only on selected items refuses to run on none, touching nothing.
     void selectionItemsRefuseAnEmptySelection() {
         KestroMenuInput input = KestroMenuInput::saved();
@@ -240,43 +198,6 @@ private slots:
         const QString noise = script(u"binary-noise"_qs, "printf '\\377\\376' >&2\nexit 1\n");
         QCOMPARE(failureText([&] { ProcessRunner::runProcess(noise, {}); }), u"binary-noise"_qs);
         QVERIFY(failureOf<PlatformError>([] { ProcessRunner::runProcess(u"/nonexistent/tool"_qs, {}); }));
-    }
-
-    void logLinesAreAppendedInTheFixedFormatToAPrivateFile() {
-        QVERIFY(!QFile::exists(logPath()));
-        DiagnosticLog::append(u"first 行"_qs);
-        DiagnosticLog::append(u"second"_qs);
-        const QRegularExpression format(
-            u"^\\[\\d{4}-\\d\\d-\\d\\d \\d\\d:\\d\\d:\\d\\d \\+0000\\] first 行\n\\[.{25}\\] second\n$"_qs);
-        QVERIFY(format.match(m_environment->logText()).hasMatch());
-        struct stat status {};
-        QCOMPARE(::stat(QFile::encodeName(logPath()).constData(), &status), 0);
-        QCOMPARE(status.st_mode & 0777, mode_t(0600));
-        QCOMPARE(DiagnosticLog::formatLine(u"m"_qs,
-                                           QDateTime(QDate(2026, 1, 2), QTime(3, 4, 5), QTimeZone::utc())),
-                 QByteArray("[2026-01-02 03:04:05 +0000] m\n"));
-    }
-
-    // Each character's class at the edges of every range: control, C1 control, bidi, zero-width.
-    void hiddenAndControlCharactersAreEscaped_data() {
-        QTest::addColumn<int>("code");
-        QTest::addColumn<bool>("hidden");
-        const std::pair<int, bool> rows[] = {
-            {0x00, true},    {0x1f, true},    {0x20, false},   {0x7e, false},   {0x7f, true},
-            {0x80, true},    {0x9b, true},    {0x9f, true},    {0xa0, false},   {0x061b, false},
-            {0x061c, true},  {0x200a, false}, {0x200b, true},  {0x200f, true},  {0x2010, false},
-            {0x2027, false}, {0x2028, true},  {0x2029, true},  {0x202a, true},  {0x202e, true},
-            {0x202f, false}, {0x2060, true},  {0x2061, false}, {0x2065, false}, {0x2066, true},
-            {0x2069, true},  {0x206a, false}, {0xfeff, true},  {0x6587, false}};
-        for (const auto& [code, hidden] : rows)
-            QTest::addRow("U+%04X", code) << code << hidden;
-    }
-    void hiddenAndControlCharactersAreEscaped() {
-        QFETCH(int, code);
-        QFETCH(bool, hidden);
-        QCOMPARE(DiagnosticLog::isHiddenOrControl(char16_t(code)), hidden);
-        const QString text = u"a"_qs + QChar(code) + u"b"_qs;
-        QCOMPARE(DiagnosticLog::escapedText(text) == text, !hidden);
     }
 
     void logLinesCannotBeForgedAndTheLogStaysSmall() {

@@ -217,18 +217,6 @@ private slots:
         QVERIFY(m_environment->logText().contains(u"link request confirmed: action=copyFilesToFolder"_qs));
     }
 
-    void aLongActionHoldsUpNothing() {
-        const QString big = m_environment->root() + u"/big.bin"_qs; // sparse: seconds to hash
-        QVERIFY(QFile::resize(m_environment->writeFile(big), qint64(16) << 30));
-        const QString folder = m_environment->makeFolder(u"home/Notes"_qs);
-        KestroHostProcess host;
-        QVERIFY(host.start());
-        QCOMPARE(KestroProcess::run({kestroActionURL(u"copySHA256"_qs, {big})}).exitCode, 0);
-        QCOMPARE(KestroProcess::run({kestroActionURL(u"createTextFile"_qs, {}, folder)}).exitCode, 0);
-        QTRY_VERIFY_WITH_TIMEOUT(QFile::exists(folder + u"/Untitled.txt"_qs), 10000);
-        QVERIFY(!m_environment->logText().contains(u"action succeeded: copySHA256"_qs));
-    }
-
     void aFloodOfSilentConnectionsNeverStopsTheHost() {
         // Few descriptors, so that serving every silent connection would run out of them.
         rlimit saved{};
@@ -291,29 +279,6 @@ private slots:
             QSKIP("the folder was the user's own 0777 folder (refused too); a second account's needs root");
     }
 
-    void desktopEntriesOpenTheWindowAndMarkLinks() {
-        QProcess install;
-        install.setProcessEnvironment(KestroProcess::environment());
-        install.start(qEnvironmentVariable("KESTRO_SOURCE_DIR") + u"/scripts/install-desktop-entries"_qs,
-                      {KestroProcess::binary()});
-        QVERIFY(install.waitForFinished(30000) && install.exitCode() == 0);
-        const QString data = m_environment->home() + u"/.local/share"_qs;
-        const QString binary = QFileInfo(KestroProcess::binary()).canonicalFilePath();
-        const QString launcher = QString::fromUtf8(readAll(data + u"/applications/kestro.desktop"_qs));
-        QVERIFY2(launcher.contains("\nExec=" + binary + u'\n') && launcher.contains(u"\nIcon=kestro\n"_qs) &&
-                     !launcher.contains(u"NoDisplay"_qs),
-                 qPrintable(launcher));
-        const QString handler =
-            QString::fromUtf8(readAll(data + u"/applications/kestro-url-handler.desktop"_qs));
-        QVERIFY2(handler.contains("\nExec=" + binary + u" --open-link %u\n"_qs) &&
-                     handler.contains(u"\nNoDisplay=true\n"_qs),
-                 qPrintable(handler));
-        QProcess validate;
-        validate.start(u"desktop-file-validate"_qs, {data + u"/applications/kestro.desktop"_qs,
-                                                     data + u"/applications/kestro-url-handler.desktop"_qs});
-        QVERIFY(validate.waitForFinished(10000) && validate.exitCode() == 0 && validate.readAll().isEmpty());
-        QVERIFY(QFile::exists(data + u"/icons/hicolor/scalable/apps/kestro.svg"_qs));
-    }
 };
 
 QTEST_GUILESS_MAIN(TestEndToEndRoads)

@@ -225,35 +225,6 @@ private slots:
         QVERIFY(KestroMenuModel::build(empty).isEmpty());
     }
 
-    void usersListsBecomeItems() {
-        KestroMenuInput input = everything();
-        // The desktop listed by the user: "复制到桌面" would offer the same place a second time.
-        input.destinations["copy"].append(
-            {"d3", "桌面", QStandardPaths::writableLocation(QStandardPaths::DesktopLocation) + "/"});
-        input.destinations["copy"].append({"d1", "repeated id", "/elsewhere"});
-        const QList<KestroMenuItem> menu = KestroMenuModel::build(input);
-        const auto submenu = [&](const QString& title) {
-            for (const KestroMenuItem& item : menu)
-                if (item.title == title)
-                    return item.children;
-            return QList<KestroMenuItem>();
-        };
-        // Entries first, then the children; a repeated id keeps its first entry only (the hand-off test
-        // reads an entry's item id and path).
-        QCOMPARE(titles(submenu("复制到")),
-                 QStringList({"备份", "桌面", "复制到下载", "复制到文档", "在旁边创建副本"}));
-        // Flat, a destination says what it does; item ids stay unique throughout.
-        input.settings.menuLayout = FinderMenuLayout::expanded;
-        const QList<KestroMenuItem> flat = KestroMenuModel::actions(KestroMenuModel::build(input));
-        QSet<QString> ids;
-        for (const KestroMenuItem& item : flat) {
-            ids.insert(item.id);
-            if (item.actionID == u"copyFilesToFolder"_qs)
-                QCOMPARE(item.title, u"复制到 "_qs + (item.id.endsWith("d1") ? "备份" : "桌面"));
-        }
-        QCOMPARE(ids.size(), flat.size());
-    }
-
     // What each place's menu offers, from a probe of actions: the background never acts on the folder in
     // view (that would need a selection), file-kind tools only for their kind, and what no file manager
     // here can do nowhere.
@@ -314,14 +285,6 @@ private slots:
         QCOMPARE(found.join(u' '), shown);
         // Only entries that lead somewhere: the copy list's entry without a path or an id is no item.
         QCOMPARE(ids.count("copyFilesToFolder"), shown.contains("copyFilesToFolder") ? 1 : 0);
-    }
-
-    void descriptionCarriesWhatTheExtensionNeeds() {
-        const QJsonValue features =
-            QJsonDocument::fromJson(KestroMenuModel::toJson(groupedMenu()))["items"][0]["children"];
-        QCOMPARE(features[1]["children"][0]["background"], QJsonValue(true));
-        QCOMPARE(features[2]["children"][0]["background"], QJsonValue(false));
-        QVERIFY(features[2]["children"][0]["suffixes"].toArray().contains(".png"));
     }
 
     void thunarMergeKeepsTheUsersActionsByteForByte() {
@@ -403,24 +366,6 @@ private slots:
         QTRY_COMPARE(recorded(record), expected);
         g_list_free_full(files, g_object_unref);
         qunsetenv("RECORD_TO");
-    }
-
-    void desktopEntriesKeepTheUsersNamesAsTyped() {
-        // A newline in a name cannot start a key of its own, and Qt menus show "&" instead of taking it for
-        // a shortcut mark.
-        KestroMenuInput input;
-        input.settings.featureOrder = {u"copyFile"_qs};
-        input.settings.enabledFeatureIDs = {u"copyFile"_qs};
-        input.destinations[u"copy"_qs] = {{u"d"_qs, u"A & B\nExec=rm -rf ~"_qs, u"/srv/a"_qs}};
-        const QList<KestroMenuItem> menu = KestroMenuModel::build(input);
-        int named = 0;
-        for (const FileManagerMenuFiles::GeneratedFile& file :
-             FileManagerMenuFiles::dolphinServiceMenus(menu, u"/h"_qs) +
-                 FileManagerMenuFiles::pcmanfmActions(menu, u"/h"_qs)) {
-            named += file.bytes.contains("\nName=A && B\\nExec=rm -rf ~\n");
-            QVERIFY(!file.bytes.contains("\nExec=rm"));
-        }
-        QVERIFY(named >= 2); // in both file managers' files
     }
 
     void integrationWritesAndRemovesExactlyKestrosFiles() {
@@ -681,38 +626,6 @@ private slots:
         QVERIFY(problems->isHidden());
     }
 
-    void hostRewritesTheMenusAtEverySettingsChange() {
-        InstalledFileManagers installed(*m_env, {u"dolphin"_qs});
-        KestroHost host(true);
-        const QString serviceMenu = FileManagerIntegration::dolphinFolder() + u"/kestro-000.desktop"_qs;
-        const auto description = [] {
-            return readAll(FileManagerIntegration::menuDescriptionPath());
-        };
-        // Written once the host is ready, not on the way there.
-        QVERIFY(!QFile::exists(FileManagerIntegration::menuDescriptionPath()));
-        QSignalSpy written(&host, &KestroHost::fileManagersWritten);
-        host.finishLaunching();
-        QVERIFY(written.wait(10000));
-        QVERIFY(description().contains("\"createTextFile\"") && !readAll(serviceMenu).isEmpty());
-        // A menu that cannot be written is told once, not at every change while it stays unwritable.
-        FakePlatform::install();
-        FailureNotifier::startNewBurst();
-        QVERIFY(QDir(FileManagerIntegration::dolphinFolder()).removeRecursively());
-        m_env->writeFile(FileManagerIntegration::dolphinFolder(), "not a folder");
-        host.featureSettings().setEnabled(false, KestroFeature::createFile);
-        QVERIFY(!description().contains("\"createTextFile\""));
-        QTRY_COMPARE(FakePlatform::desktopNotifications().shown.size(), 1);
-        QVERIFY(FakePlatform::desktopNotifications().shown.constFirst().body.contains(
-            FileManagerIntegration::dolphinFolder()));
-        host.featureSettings().setEnabled(true, KestroFeature::createFile);
-        QTest::qWait(int(FailureNotifier::gatherTime.count()) * 2);
-        QCOMPARE(FakePlatform::desktopNotifications().shown.size(), 1);
-        QVERIFY(QFile::remove(FileManagerIntegration::dolphinFolder()));
-        host.featureSettings().setEnabled(false, KestroFeature::createFile);
-        host.featureSettings().setGroupsFeaturesUnderKestro(true);
-        QVERIFY(description().contains("\"title\": \"Kestro\""));
-        QVERIFY(readAll(serviceMenu).contains("X-KDE-Submenu=Kestro\n"));
-    }
 };
 
 QTEST_MAIN(TestFileManagerIntegration)

@@ -150,23 +150,6 @@ private slots:
         QCOMPARE(FakePlatform::workspace().selections.size(), 2);
     }
 
-    // The quality asked for, 0 included; a plain conversion to JPEG is made at 90.
-    void jpegQualityIsTheOneAsked() {
-        QImage noise(300, 200, QImage::Format_RGB32);
-        QRandomGenerator(7).fillRange(reinterpret_cast<quint32*>(noise.bits()), 300 * 200);
-        const QString source = m_env->writeFile(m_folder + "/noise.png", encoded(noise, "png"));
-        const auto size = [&](const QString& action) {
-            return QFileInfo(run(action, {source})[0]).size();
-        };
-        QVERIFY(size("0") * 2 < size("70"));
-        QVERIFY(size("70") * 10 < size("100") * 7);
-        QCOMPARE(size("jpeg"), size("90"));
-        for (const QStringList& options :
-             {QStringList{"-s", "formatOptions", "101"}, {"-s", "formatOptions"}})
-            QCOMPARE(caseOf([&] { ImageActions::convertImages({source}, "jpeg", "jpg", options); }),
-                     Case::commandFailed);
-    }
-
     void resizesInPlaceToExactlyTheSizeAsked() {
         const QString png =
             m_env->writeFile(m_folder + "/wide image.png", encoded(quadrants(400, 100, true), "png"));
@@ -331,45 +314,6 @@ private slots:
         FakePlatform::prompts().twoTextAnswers.append(std::pair{"32", "16"});
         QCOMPARE(ImageActions::resizeImages({photo}), QStringList{photo});
         QCOMPARE(readAll(photo).mid(8, 4), QByteArray("heic"));
-    }
-
-    void batchesReportEachImageAndAStopKeepsWhatIsDone_data() {
-        QTest::addColumn<QString>("title");
-        QTest::addColumn<QString>("action");
-        QTest::addColumn<QStringList>("afterStop"); // the folder after a stop once two are done
-        const QStringList inputs{"1.png", "2.png", "3.png", "4.png"};
-        for (const auto& [title, action, first, second] : std::initializer_list<std::array<const char*, 4>>{
-                 {"图片转为 JPEG", "jpeg", "1.jpg", "2.jpg"},
-                 {"图片转为 PNG", "png", "1 2.png", "2 2.png"},
-                 {"图片转为 TIFF", "tiff", "1.tiff", "2.tiff"},
-                 {"压缩 JPEG 图片", "70", "1.jpg", "2.jpg"},
-                 {"移除图片元数据", "strip", "1 stripped.png", "2 stripped.png"},
-                 {"调整图片大小", "resize", nullptr, nullptr}})
-            QTest::newRow(action) << title << action
-                                  << (first ? inputs + QStringList{first, second} : inputs);
-    }
-    void batchesReportEachImageAndAStopKeepsWhatIsDone() {
-        QFETCH(QString, title);
-        QFETCH(QString, action);
-        QFETCH(QStringList, afterStop);
-        QStringList images;
-        for (int i = 1; i <= 4; ++i)
-            images << m_env->writeFile(m_folder + QString("/%1.png").arg(i),
-                                       encoded(quadrants(16, 12), "png"));
-        const QByteArray original = readAll(images[3]);
-        RecordingProgress stopping;
-        QVERIFY(stopsWhenAsked(stopping, 2, [&] { run(action, images); }));
-        afterStop.sort();
-        QCOMPARE(namesIn(m_folder), afterStop);
-        QCOMPARE(readAll(images[3]), original);
-        QCOMPARE(read(images[1]).size(), action == "resize" ? QSize(8, 6) : QSize(16, 12));
-        QCOMPARE(read(images[2]).size(), QSize(16, 12));
-
-        RecordingProgress progress;
-        QStringList outputs;
-        reported(progress, [&] { outputs = run(action, images); });
-        checkWholeRun(progress, title, 4);
-        QVERIFY(outputs.size() == 4 && progress.itemsInHand() == images);
     }
 
 private:

@@ -16,32 +16,6 @@ private slots:
     }
     void cleanup() { m_env.reset(); }
 
-    // What is there already ("->": a dangling link) and the name that is free.
-    void theFirstFreeNameIsTaken_data() {
-        QTest::addColumn<QString>("actionID");
-        QTest::addColumn<QStringList>("present");
-        QTest::addColumn<QString>("expected");
-        QTest::newRow("the first gap")
-            << "createTextFile" << QStringList{"Untitled.txt", "Untitled 3.txt"} << "Untitled 2.txt";
-        QTest::newRow("dot file, dangling link")
-            << "createGitignoreFile" << QStringList{".gitignore->"} << ".gitignore 2";
-        QTest::newRow("folder") << "createFolder" << QStringList{"Untitled Folder"} << "Untitled Folder 2";
-    }
-    void theFirstFreeNameIsTaken() {
-        QFETCH(QString, actionID);
-        QFETCH(QStringList, present);
-        QFETCH(QString, expected);
-        for (const QString& name : present) {
-            if (name.endsWith("->"))
-                QVERIFY(QFile::link("/nonexistent", m_folder + '/' + name.chopped(2)));
-            else
-                m_env->writeFile(m_folder + '/' + name, "mine");
-        }
-        const QStringList created = perform(actionID, {}, m_folder);
-        QCOMPARE(fileNames(created), QStringList{expected});
-        QCOMPARE(QFileInfo(created[0]).isDir(), actionID == "createFolder");
-    }
-
     // Every part deflated and well-formed XML, the main part among them.
     void officePackagesAreWellFormed() {
         QProcess python;

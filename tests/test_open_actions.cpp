@@ -62,33 +62,6 @@ private slots:
         QVERIFY(FakePlatform::workspace().launches.isEmpty());
     }
 
-    void theWaitForALaunchIsBounded() {
-        bool timedOut = false;
-        // The main thread is busy joining, so the launch queued to it cannot start before the wait ends.
-        std::thread worker([&] {
-            timedOut = caseOf([] {
-                           OpenActions::openURLs({"/w/x"}, "/a", std::chrono::milliseconds(200));
-                       }) == Case::commandFailed;
-        });
-        worker.join();
-        QVERIFY(timedOut && FakePlatform::workspace().launches.isEmpty());
-        QTRY_COMPARE(FakePlatform::workspace().launches.size(), 1); // it starts once the main thread can
-    }
-
-    void quickOpensWellKnownFolders() {
-        const QString desktop = m_env->makeFolder("home/Desktop");
-        const QString custom = m_env->makeFolder("my place");
-        for (const char* actionID : {"quickOpenHome", "quickOpenDesktop", "quickOpenApplications"})
-            perform(actionID, {});
-        perform("quickOpenPath", {}, std::nullopt, custom);
-        QList<QUrl> opened = FakePlatform::workspace().openedUrls;
-        QVERIFY(opened.takeAt(2).path().endsWith("/applications"));
-        QCOMPARE(opened, (QList<QUrl>{QUrl::fromLocalFile(m_env->home()), QUrl::fromLocalFile(desktop),
-                                      QUrl::fromLocalFile(custom)}));
-        FakePlatform::workspace().openUrlSucceeds = false;
-        QVERIFY_THROWS_EXCEPTION(PlatformError, perform("quickOpenHome", {}));
-    }
-
     // Typed: quotes, escapes, "~" and blanks understood; a folder opened, a cancel does
     // nothing, a path that is not there is named.
     void quickOpensATypedPath() {

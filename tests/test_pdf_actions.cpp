@@ -120,26 +120,6 @@ private slots:
         QCOMPARE(PdfActions::pageFileName(1000), "Page 1000.pdf");
     }
 
-    // Far fewer descriptors than inputs: every input is known before the first page is written, but they
-    // cannot all be held open, when merging or when splitting.
-    void manyFilesStayWithinFewFileDescriptors() {
-        QStringList inputs, labels;
-        for (int i = 1; i <= 260; ++i) {
-            labels.append(QStringLiteral("p%1").arg(i));
-            inputs.append(pdf(QStringLiteral("%1.pdf").arg(i), {labels.last()}));
-        }
-        struct rlimit saved {};
-        QCOMPARE(::getrlimit(RLIMIT_NOFILE, &saved), 0);
-        struct rlimit tight = saved;
-        tight.rlim_cur = 128;
-        QCOMPARE(::setrlimit(RLIMIT_NOFILE, &tight), 0);
-        const auto restore = qScopeGuard([&] { ::setrlimit(RLIMIT_NOFILE, &saved); });
-        QCOMPARE(pageLabels(PdfActions::mergePDFs(inputs).first()), labels);
-        const QStringList folders = PdfActions::splitPDFs(inputs);
-        QCOMPARE(folders.size(), 260);
-        QCOMPARE(pageLabels(folders.last() + "/Page 001.pdf"), QStringList{"p260"});
-    }
-
     // Object streams and compressed streams make it far smaller; an owner's restrictions stay.
     void compressRewritesSmallerKeepingRestrictions() {
         const QString source =
@@ -154,41 +134,6 @@ private slots:
         QCOMPARE(pageLabels(outputs[1]), (QStringList{"o1", "o2"}));
         QVERIFY(readAll(outputs[1]).contains("/Encrypt"));
         QCOMPARE(PdfActions::compressPDFs({source}), QStringList{m_folder + "/X compressed 2.pdf"});
-    }
-
-    void imagesBecomePagesAtTheirPrintedSize_data() {
-        rows<PrintedSize>({
-            {"A4 scan at 150 dpi", {{1240, 1754}, {150, 150}, "png", false, {1240, 1754}, {595, 842}}},
-            {"no resolution: 72 dpi", {{200, 100}, {}, "png", false, {200, 100}, {200, 100}}},
-            {"96 dpi", {{96, 192}, {96, 96}, "jpeg", false, {96, 192}, {72, 144}}},
-            // Turned by its tag: the page is upright and each axis keeps its own resolution.
-            {"turned, 300 × 150 dpi", {{300, 60}, {300, 150}, "jpeg", true, {60, 300}, {29, 72}}},
-        });
-    }
-    void imagesBecomePagesAtTheirPrintedSize() {
-        QFETCH(PrintedSize, row);
-        const auto& [pixels, dotsPerInch, format, turned, shownPixels, points] = row;
-        QImage image(pixels, QImage::Format_RGB32);
-        image.fill(Qt::red);
-        if (dotsPerInch.isValid()) {
-            image.setDotsPerMeterX(qRound(dotsPerInch.width() / 0.0254));
-            image.setDotsPerMeterY(qRound(dotsPerInch.height() / 0.0254));
-        }
-        QByteArray bytes;
-        QBuffer buffer(&bytes);
-        buffer.open(QIODevice::WriteOnly);
-        QVERIFY(QImageWriter(&buffer, format).write(image));
-        if (!dotsPerInch.isValid())
-            bytes.remove(bytes.indexOf("pHYs") - 4, 21); // Qt always records one: length, type, 9 bytes, CRC
-        const QString path =
-            m_env->writeFile(m_folder + "/--scan 'one'." + QString::fromLatin1(format), bytes);
-        if (turned)
-            QCOMPARE(QProcess::execute("exiv2", {"-M", "set Exif.Image.Orientation 6", path}), 0);
-        QCOMPARE(PdfActions::imagesToPDF({path, path}), QStringList{m_folder + "/Images.pdf"});
-        const QList<QSizeF> sizes = PdfSamples::pageSizes(m_folder + "/Images.pdf");
-        QCOMPARE(sizes.size(), 2);
-        QCOMPARE(sizes.at(1).toSize(), points);
-        QCOMPARE(PdfSamples::pageImageSizes(m_folder + "/Images.pdf").at(0), QList<QSize>{shownPixels});
     }
 
     // Each action reports its items under its own name; stopped, it keeps only whole outputs.

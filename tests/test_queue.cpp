@@ -83,45 +83,6 @@ private slots:
             QVERIFY2(!KestroQueuedAction::decode(bytes), bytes.constData());
     }
 
-    void aPassRunsBothFoldersInPathOrderAndLogsEachRequest() {
-        QDir().mkpath(shared());
-        QFile::setPermissions(shared(),
-                              QFileDevice::ReadOwner | QFileDevice::WriteOwner | QFileDevice::ExeOwner);
-        // Plain string order: "10" before "9", upper case before lower case.
-        for (const QString& name : {"9", "10", "b", "B"})
-            for (const QString& folder : {shared(), extension()})
-                queue(folder + "/" + name + ".json",
-                      request("completed", {(folder == shared() ? "/shared/" : "/extension/") + name}));
-        queue(extension() + "/a.json",
-              request("failing", {"/f", "/g"},
-                      R"(,"targetedPath":"/x","destinationPath":"/d/","presetID":"p")"));
-        KestroQueueDrain drain([](const KestroQueuedAction& action) {
-            if (action.actionID == u"failing"_qs)
-                throw PlatformError(u"磁盘已满"_qs);
-        });
-        RecordingDrain recording;
-        const KestroQueueDrain::Summary summary = recording.drain.run();
-        QCOMPARE(summary.succeeded, 9);
-        QCOMPARE(recording.firstPaths,
-                 QStringList({"/extension/10", "/extension/9", "/extension/B", "/f", "/extension/b",
-                              "/shared/10", "/shared/9", "/shared/B", "/shared/b"}));
-        QVERIFY(namesIn(shared()).isEmpty() && namesIn(extension()).isEmpty());
-        QVERIFY(logged("queue drain found 9 files\n"));
-        QVERIFY(
-            logged(u" selected=[\"/f\", \"/g\"] target=/x destination=/d presetID=p file=%1/a.json\n"_qs.arg(
-                extension())));
-        QVERIFY(logged(u" target=none destination=none presetID=none file=%1/b.json\n"_qs.arg(shared())));
-        // A failure is logged, then reported.
-        queue(extension() + "/c.json", request("failing", {"/f"}));
-        queue(extension() + "/d.json", request("completed", {}));
-        QCOMPARE(drain.run().failed, 1);
-        const QString log = m_environment->logText();
-        const qsizetype failed = log.indexOf(
-            u"] app delegate queued action failed: %1/c.json error=磁盘已满\n"_qs.arg(extension()));
-        QVERIFY(failed > 0 && log.indexOf(u"] suppressed queued action error alert: 磁盘已满\n"_qs) > failed);
-        QCOMPARE(log.count(u"] app delegate queued action succeeded: completed\n"_qs), 9);
-    }
-
     void whatIsNoRequestIsSetAsideOnceOrRemoved() {
         queue(extension() + "/note.txt", "keep me");
         queue(extension() + "/.json", request("completed", {"/hidden"}));
@@ -180,20 +141,6 @@ private slots:
         recording.drain.run();
         QCOMPARE(recording.firstPaths.size(), 1);
         QCOMPARE(m_environment->logText(), log);
-    }
-
-    void aFileTakenAwayAfterTheListingIsSkipped() {
-        for (const char* name : {"1", "2", "3"})
-            queue(extension() + "/" + name + ".json", request("completed", {u"/"_qs + name}));
-        QStringList ran;
-        KestroQueueDrain drain([&](const KestroQueuedAction& action) {
-            ran.append(action.selectedURLs.value(0));
-            QFile::remove(extension() + "/2.json"); // as another process would
-        });
-        drain.run();
-        QCOMPARE(ran, QStringList({"/1", "/3"}));
-        QVERIFY(logged(
-            u"] queue claim skipped: %1/2.json error=No such file or directory\n"_qs.arg(extension())));
     }
 
     void foldersThatAreNotTheUsersAloneAreSkipped() {
@@ -307,22 +254,6 @@ private slots:
         QTRY_COMPARE(handled.load(), 1);
         runner.stop();
         QDBusConnection::disconnectFromBus(u"announcer"_qs);
-    }
-
-    void stopLetsTheRunningActionFinishAndClaimsNoMore() {
-        queue(extension() + "/1.json", request("completed", {"/1"}));
-        queue(extension() + "/2.json", request("completed", {"/2"}));
-        std::atomic<bool> started = false, finished = false;
-        KestroQueuedActionRunner runner(nullptr, std::chrono::hours(1), [&](const KestroQueuedAction&) {
-            started = true;
-            QThread::msleep(300);
-            finished = true;
-        });
-        runner.start();
-        QTRY_VERIFY(started.load());
-        runner.stop();
-        QVERIFY(finished.load());
-        QCOMPARE(namesIn(extension()), QStringList({"2.json"}));
     }
 
     // Two processes draining the same queue at once run every file exactly once.

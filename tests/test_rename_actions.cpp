@@ -122,19 +122,6 @@ private slots:
                  {QString(250, 'p') + "a.txt"});
     }
 
-    void numbersGrowPastThreeDigitsAndAccentsChangeInPlace() {
-        const RenameOptions options{"Scan", {}};
-        QCOMPARE(RenameActions::renamedName("p.tif", RenameMode::sequential, options, 999),
-                 QString("Scan 1000.tif"));
-        const QString accented = m_env->writeFile(m_folder + "/cafe.txt", "c");
-        QCOMPARE(RenameActions::moveRenamedItem(accented, "café.txt"), m_folder + "/café.txt");
-        // A name another item took meanwhile: the first free one.
-        m_env->writeFile(m_folder + "/taken.txt", "t");
-        QCOMPARE(RenameActions::moveRenamedItem(m_folder + "/café.txt", "taken.txt"),
-                 m_folder + "/taken 2.txt");
-        QCOMPARE(tree(m_folder), (QStringList{"taken 2.txt=c", "taken.txt=t"}));
-    }
-
     void exclusiveRenameRefusesTakenNames() {
         const QString first = m_env->writeFile(m_folder + "/first", "1");
         const QString second = m_env->writeFile(m_folder + "/second", "2");

@@ -222,38 +222,6 @@ private slots:
         QTRY_VERIFY(board.actions().isEmpty());
     }
 
-    void trayShowsTheRunningActions() {
-        TestEnvironment environment;
-        FeatureSettingsStore featureSettings;
-        CustomDestinationStore destinations;
-        MenuBarController controller(featureSettings, destinations,
-                                     [] { return new KestroMainWindow(new QLabel(u"settings"_qs)); });
-        RunningActions board;
-        ActionProgressWindow window(board);
-        controller.setRunningActions(&board, [&window] { window.present(); });
-        controller.install();
-        QCOMPARE(controller.trayIcon()->toolTip(), u"Kestro"_qs);
-
-        SteppedAction copying(board, u"复制"_qs, 4);
-        copying.step(2);
-        QTRY_COMPARE(controller.trayIcon()->toolTip(), u"Kestro\n复制 50%"_qs);
-
-        // The entry's text moves on while the menu is open.
-        QMenu* menu = controller.menu();
-        menu->popup(QPoint(40, 40));
-        QVERIFY(QTest::qWaitForWindowExposed(menu));
-        QCOMPARE(menu->actions().constFirst()->text(), u"复制 50%"_qs);
-        copying.step();
-        QTRY_COMPARE(menu->actions().constFirst()->text(), u"复制 75%"_qs);
-        copying.step();
-        QTRY_VERIFY(copying.isDone());
-        QTRY_COMPARE(controller.trayIcon()->toolTip(), u"Kestro"_qs);
-        // Nothing running: the menu starts with the window's item again.
-        controller.buildMenu(menu);
-        QCOMPARE(menu->actions().constFirst()->text(), u"打开 Kestro"_qs);
-        delete controller.mainWindow();
-    }
-
     // A link's request and a queued one, both packing a big folder in a running host; the user opens the
     // window from the tray and stops both there.
     void packsTheUserStopsLeaveNothingAndAreNoFailure() {
@@ -317,29 +285,6 @@ private slots:
         QTRY_COMPARE(failedPerPass, (QList<int>{0, 1}));
     }
 
-    void aFailedRequestSaysWhyOnceABurstIsOver() {
-        TestEnvironment environment;
-        QVERIFY(!fail(u"noSuchAction"_qs));
-        QTRY_COMPARE(shown().size(), 1);
-        QCOMPARE(shown().constFirst().summary, u"Kestro 操作失败"_qs);
-        QVERIFY(names(shown().constFirst().body, {u"noSuchAction"_qs}));
-        QVERIFY(!shown().constFirst().replacesPrevious);
-        // A burst through the queue is one notice that counts, and a failure soon after updates it.
-        FailureNotifier::startNewBurst();
-        shown().clear();
-        for (int index = 0; index < 200; ++index)
-            writeQueueFile(u"%1.json"_qs.arg(index, 3, 10, QLatin1Char('0')),
-                           QStringLiteral(R"({"actionID":"bad%1","selectedPaths":[]})").arg(index).toUtf8());
-        QCOMPARE(KestroQueueDrain().run().failed, 200);
-        QTRY_COMPARE(shown().size(), 1);
-        QVERIFY(names(shown().constFirst().body, {u"200"_qs, u"bad199"_qs}));
-        QTest::qWait(int(FailureNotifier::gatherTime.count()) * 2);
-        QCOMPARE(shown().size(), 1);
-        fail(u"late"_qs);
-        QTRY_COMPARE(shown().size(), 2);
-        QVERIFY(shown().at(1).replacesPrevious && names(shown().at(1).body, {u"201"_qs, u"late"_qs}));
-    }
-
     void aClickTheFileManagerSideRefusedIsToldAndRunsNothing() {
         TestEnvironment environment;
         writeQueueFile(
@@ -361,16 +306,6 @@ private slots:
         PropertyListFile::setWriteFailureObserver({});
         QTRY_COMPARE(shown().size(), 1);
         QVERIFY(names(shown().constFirst().body, {KestroPaths::applicationSupportDirectory()}));
-    }
-
-    void theUserCanTurnThemOff() {
-        TestEnvironment environment;
-        AppPreferences preferences;
-        preferences.showsFailureNotifications = false;
-        QVERIFY(AppPreferencesPersistence::save(preferences));
-        fail(u"noSuchAction"_qs);
-        QTest::qWait(int(FailureNotifier::gatherTime.count()) * 2);
-        QVERIFY(shown().isEmpty());
     }
 
     void noticesReachTheNotificationService() {

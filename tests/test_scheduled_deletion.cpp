@@ -32,28 +32,6 @@ private slots:
     void init() { m_env.emplace(); }
     void cleanup() { m_env.reset(); }
 
-    void actionsScheduleAndReplace_data() {
-        QTest::addColumn<QString>("actionID");
-        QTest::addColumn<qint64>("seconds");
-        for (const int days : {0, 7, 30, 90})
-            QTest::newRow(days ? "days" : "hour")
-                << (days ? QString("scheduleDelete%1Days").arg(days) : "scheduleDelete1Hour")
-                << (days ? days * qint64(86400) : 3600);
-    }
-    void actionsScheduleAndReplace() {
-        QFETCH(QString, actionID);
-        QFETCH(qint64, seconds);
-        const QString file = m_env->writeFile("files/报告 \"final\".txt", "x");
-        ScheduledDeletionStore::schedule({file}, 60, noon);
-        const QDateTime before = QDateTime::currentDateTimeUtc().addSecs(-1);
-        perform(actionID, {file});
-        const QList<ScheduledDeletionItem> items = ScheduledDeletionStore::items();
-        QCOMPARE(pathsOf(items), QStringList{file}); // replaced, not added
-        QVERIFY(items[0].scheduledAt >= before && items[0].scheduledAt <= QDateTime::currentDateTimeUtc());
-        QCOMPARE(items[0].scheduledAt.secsTo(items[0].deleteAt), seconds);
-        QVERIFY(FakePlatform::trash().trashed.isEmpty());
-    }
-
     void onlyExistingAbsoluteItemsAreScheduledOnce() {
         const QString kept = m_env->writeFile("a/-leading dash", "x");
         const QString folder = m_env->makeFolder("a/folder\nwith newline");
@@ -189,19 +167,6 @@ private slots:
         QCOMPARE(FakePlatform::trash().trashed,
                  QStringList({paths.at(0), paths.at(2), paths.at(1), paths.at(3), paths.at(4)}));
         QVERIFY(ScheduledDeletionStore::items().isEmpty());
-    }
-
-    // The list follows what an action schedules (its order and cancelling through the settings window are
-    // that window's test); a cancel it cannot save leaves the file as it was.
-    void theListFollowsChanges() {
-        ScheduledDeletionListStore list;
-        const QString file = m_env->writeFile("b", "b");
-        perform("scheduleDelete1Hour", {file});
-        QTRY_COMPARE(pathsOf(list.items()), QStringList{file});
-        QFile::remove(ScheduledDeletionPersistence::fileURL());
-        m_env->writeFile(ScheduledDeletionPersistence::fileURL(), "not a property list");
-        list.cancel(list.items()[0]);
-        QCOMPARE(readAll(ScheduledDeletionPersistence::fileURL()), QByteArray("not a property list"));
     }
 
     // Runs on a thread of its own, again and again, reporting to the reporter it is given.

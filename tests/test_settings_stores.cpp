@@ -174,17 +174,6 @@ private slots:
         m_environment.reset();
     }
 
-    void everyIdentityIsFoundBothWaysAndDispatched() {
-        for (const KestroFeature& feature : KestroFeature::allCases()) {
-            QCOMPARE(KestroFeature::fromRawValue(feature.id()), std::optional(feature));
-            for (const KestroFeatureChild& child : feature.children()) {
-                QCOMPARE(KestroFeature::owning(child.actionID), std::optional(feature));
-                QVERIFY2(ActionDispatchTable::find(child.actionID), qPrintable(child.actionID));
-            }
-        }
-        QVERIFY(!KestroFeature::fromRawValue("createfile") && !KestroFeature::owning("createfolder"));
-    }
-
     void firstStartWritesTheDefaultsThenTheNextSettles() {
         FeatureSettingsStore store;
         QCOMPARE(store.settings(), FeatureSettingsDefaults::settings());
@@ -255,16 +244,6 @@ private slots:
         QVERIFY(saved.startsWith("<?xml"));
         QCOMPARE(PropertyListFile::parse(saved)->toMap().value("enabledFeatureIDs").toStringList(),
                  QStringList({"copyPath", "pdfTools", "视图"}));
-    }
-
-    void cutShortFilesNeverLoad() {
-        FeatureSettings stored = FeatureSettingsDefaults::settings();
-        stored.menuLayout = FinderMenuLayout::expanded;
-        const QByteArray binary = binaryPlist(FeatureSettingsPersistence::propertyList(stored));
-        for (qsizetype length = 0; length < binary.size(); ++length) {
-            writeApplicationCopy(binary.left(length));
-            QVERIFY2(!FeatureSettingsPersistence::loadSettings(), qPrintable(QString::number(length)));
-        }
     }
 
     void everyChangeIsOnBothCopiesAndAnnounced() {
@@ -343,69 +322,6 @@ private slots:
         const QStringList moved = movedList(QStringList{"a", "b", "c", "d", "e"},
                                             QSet<qsizetype>(offsets.cbegin(), offsets.cend()), destination);
         QCOMPARE(moved.join(QString()), expected);
-    }
-
-    void ordersKeepWhatIsKnownAndComplete_data() {
-        QTest::addColumn<QString>("feature");
-        QTest::addColumn<Order>("stored");
-        QTest::addColumn<QStringList>("expected");
-        const QStringList schedule = KestroFeature(KestroFeature::scheduledDeletion).childIDs();
-        QTest::newRow("missing") << "copyFile" << Order()
-                                 << KestroFeature(KestroFeature::copyFile).childIDs();
-        QTest::newRow("repeats kept, strangers dropped")
-            << "copyFile"
-            << Order(QStringList{"copyBesideOriginal", "copyBesideOriginal", "createFolder",
-                                 "copyFilesToFolder", "copyFilesToDocuments"})
-            << QStringList({"copyBesideOriginal", "copyBesideOriginal", "copyFilesToDocuments",
-                            "copyFilesToDesktop", "copyFilesToDownloads"});
-        QTest::newRow("no children") << "customActions" << Order(QStringList{"anything"}) << QStringList();
-        // The order before the one-hour entry moved is the catalogue's; with a stranger it no longer is.
-        const QStringList old{"scheduleDelete7Days", "scheduleDelete30Days", "scheduleDelete90Days",
-                              "scheduleDelete1Hour"};
-        QTest::newRow("old order") << "scheduledDeletion" << Order(old) << schedule;
-        QTest::newRow("old order and a stranger")
-            << "scheduledDeletion" << Order(old + QStringList{"x"}) << old;
-        QTest::newRow("kept and completed")
-            << "scheduledDeletion" << Order(QStringList{"scheduleDelete90Days", "scheduleDelete1Hour"})
-            << QStringList({"scheduleDelete90Days", "scheduleDelete1Hour", "scheduleDelete7Days",
-                            "scheduleDelete30Days"});
-        QTest::newRow("no one-hour entry")
-            << "scheduledDeletion" << Order(QStringList{"scheduleDelete90Days", "scheduleDelete7Days"})
-            << schedule;
-        QStringList others = FeatureSettingsDefaults::featureOrder();
-        others.removeAll("pdfTools");
-        QTest::newRow("features: repeats and strangers go, the rest follow")
-            << QString() << Order(QStringList{"pdfTools", "pdfTools", "retired", "", "PDFTOOLS"})
-            << QStringList({"pdfTools"}) + others;
-    }
-    void ordersKeepWhatIsKnownAndComplete() {
-        QFETCH(QString, feature);
-        QFETCH(Order, stored);
-        QFETCH(QStringList, expected);
-        if (feature.isEmpty())
-            QCOMPARE(N::normalizedFeatureOrder(*stored), expected);
-        else
-            QCOMPARE(N::normalizedChildOrder(stored, *KestroFeature::fromRawValue(feature)), expected);
-    }
-
-    // Which features are new, and which enabled ones show their children again, is atStartUp's (below).
-    void whatIsNewAndWhatIsValid() {
-        const QMap<QString, QStringList> map = N::normalizedChildOrderByFeatureID(
-            {{"retired", {"createFolder"}}, {"quickOpen", {"quickOpenTypedPath"}}});
-        QVERIFY(!map.contains("retired") && map.value("quickOpen").first() == u"quickOpenTypedPath"_qs);
-        QCOMPARE(map.value("quickOpen").size(), 7);
-        QCOMPARE(N::newChildIDs({}), QSet<QString>());
-        QMap<QString, QStringList> stored = FeatureSettingsDefaults::childOrderByFeatureID();
-        stored["createFile"].removeAll("createReadmeFile");
-        stored["createFile"].removeAll("createSwiftFile"); // off by default: never new
-        QCOMPARE(N::newChildIDs(stored),
-                 QSet<QString>({"createReadmeFile", "copyFilesToFolder", "moveFilesToFolder"}));
-        // A child listed under the wrong feature still counts as known.
-        stored["quickOpen"].append("createReadmeFile");
-        QCOMPARE(N::newChildIDs(stored), QSet<QString>({"copyFilesToFolder", "moveFilesToFolder"}));
-        QCOMPARE(N::validChildIDs({"createFolder", "copyFilesToFolder", "quickOpenKestroProject", "",
-                                   "createfolder", "toggleHiddenFiles"}),
-                 QSet<QString>({"createFolder", "toggleHiddenFiles"}));
     }
 
     void startUpAddsWhatIsNewAndKeepsTheUsersChoices() {
@@ -516,28 +432,6 @@ private slots:
         items.setEnabled(false);
         QVERIFY(!QFile::exists(AutostartLoginItems::entryPath()));
         items.setEnabled(false);
-    }
-
-    void firstStartWritesTheDefaultsToBothCopies() {
-        const QString editor = install(u"org.gnome.TextEditor.desktop"_qs);
-        const QString calc = install(u"libreoffice-calc.desktop"_qs);
-        install(u"unrelated.desktop"_qs);
-        CustomDestinationStore store;
-        const QString home = m_environment->home();
-        const QStringList files{home + "/Desktop", home + "/Downloads", home + "/Documents"};
-        QCOMPARE(field(store.destinations(Kind::copy), &CustomDestination::path), files);
-        QCOMPARE(field(store.destinations(Kind::copy), &CustomDestination::name),
-                 QStringList({"桌面", "下载", "文档"}));
-        QCOMPARE(store.destinations(Kind::move), store.destinations(Kind::copy));
-        const QList<CustomDestination> quickOpen = store.destinations(Kind::quickOpen);
-        QCOMPARE(field(quickOpen, &CustomDestination::path).mid(0, 5),
-                 files + QStringList({home, home + "/Pictures"}));
-        QCOMPARE(quickOpen.at(3).name, u"用户目录"_qs);
-        // Only installed applications, in the defaults' order (text editor before spreadsheet).
-        QCOMPARE(field(store.destinations(Kind::openApplication), &CustomDestination::path),
-                 QStringList({editor, calc}));
-        QCOMPARE(storedAndMirrored(), store.destinationsByKind());
-        QCOMPARE(FakePlatform::notifications().settingsReasons, QStringList{"custom-destinations"});
     }
 
     void storedListsLoadEntryByEntry() {
@@ -750,44 +644,6 @@ private slots:
         // A schedule that cannot be read shows as empty and is never rewritten: nothing due is lost.
         QVERIFY(ScheduledDeletionListStore().items().isEmpty());
         QCOMPARE(readAll(schedule), bytes);
-    }
-
-    // Root reads any file, so this runs again as an unprivileged account, in a process of its own.
-    void settingsFileThisAccountCannotReadIsMovedAsideNotLost() {
-        if (::geteuid() == 0) {
-            cleanup();             // the child makes a private home of its own, where it may write
-            QTemporaryDir runtime; // or Qt would make /tmp/runtime-nobody and leave it
-            QCOMPARE(::chown(QFile::encodeName(runtime.path()).constData(), 65534, 65534), 0);
-            QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-            environment.insert(u"XDG_RUNTIME_DIR"_qs, runtime.path());
-            QProcess child;
-            child.setProcessEnvironment(environment);
-            child.setProcessChannelMode(QProcess::MergedChannels);
-            child.start(u"setpriv"_qs, {u"--reuid=nobody"_qs, u"--regid=nogroup"_qs, u"--clear-groups"_qs,
-                                        QCoreApplication::applicationFilePath(),
-                                        u"settingsFileThisAccountCannotReadIsMovedAsideNotLost"_qs});
-            if (!child.waitForStarted())
-                QSKIP("setpriv is not available to drop root's rights");
-            QVERIFY(child.waitForFinished(120000));
-            const QByteArray output = child.readAll();
-            QVERIFY2(child.exitCode() == 0 && output.contains("PASS   : TestSettingsStores::settingsFile"),
-                     output.constData());
-            return;
-        }
-        TestEnvironment& environment = *m_environment;
-        const QString path = environment.home() + u"/.config/kestro/CustomShortcutActions.plist"_qs;
-        const QByteArray bytes = "<plist><array></array></plist>";
-        environment.writeFile(path, bytes);
-        QVERIFY(QFile::setPermissions(path, QFileDevice::WriteOwner));
-        QVERIFY(!QFile(path).open(QIODevice::ReadOnly));
-        CustomShortcutActionStore store;
-        QVERIFY(store.actions().isEmpty());
-        QVERIFY(store.addScript(environment.writeFile(u"tidy.sh"_qs, "#!/bin/sh\n")));
-        // The new list is written; the file that could not be read is beside it, whole.
-        const QString aside = path + u".unreadable"_qs;
-        QVERIFY(QFile::setPermissions(aside, QFileDevice::ReadOwner | QFileDevice::WriteOwner));
-        QCOMPARE(readAll(aside), bytes);
-        QVERIFY(readAll(path).contains("tidy.sh"));
     }
 
     void scheduleWithAMalformedEntryIsKeptAsideBeforeItIsRewritten() {

@@ -199,32 +199,6 @@ private slots:
         QCOMPARE(tray.controller.mainWindow(), window); // the same window, not a new one
     }
 
-    void sizePlaceAndLoginStartRules() {
-        // The frame is measured with one point of slack either way.
-        for (const QSize size : {QSize(860, 560), QSize(861, 560), QSize(859, 561)})
-            QVERIFY(!InitialWindowPositioning::needsResize(size));
-        for (const QSize size : {QSize(862, 560), QSize(860, 558), QSize(400, 300)})
-            QVERIFY(InitialWindowPositioning::needsResize(size));
-        // Top right with ten points of margin, on any screen; too wide or tall, the left or bottom margin
-        // holds.
-        QCOMPARE(InitialWindowPositioning::origin(QRect(0, 32, 1920, 1048), {860, 560}),
-                 QPoint(1920 - 860 - 10, 42));
-        QCOMPARE(InitialWindowPositioning::origin(QRect(1920, 100, 1280, 800), {860, 560}),
-                 QPoint(1920 + 1280 - 870, 110));
-        QCOMPARE(InitialWindowPositioning::origin(QRect(0, 0, 800, 600), {860, 560}).x(), 10);
-        QCOMPARE(InitialWindowPositioning::origin(QRect(0, 0, 1000, 500), {860, 560}).y() + 560, 490);
-        // Started at login: the exact argument, or by the login item soon after boot.
-        const QStringList plain{u"kestro"_qs};
-        QVERIFY(LaunchOrigin::wasLikelyLaunchedAtLogin({u"kestro"_qs, u"--login-item"_qs}, false, 1e6));
-        QVERIFY(!LaunchOrigin::wasLikelyLaunchedAtLogin({u"kestro"_qs, u"--login-items"_qs}, false, 10));
-        QVERIFY(!LaunchOrigin::wasLikelyLaunchedAtLogin(plain, false, 10));
-        QVERIFY(LaunchOrigin::wasLikelyLaunchedAtLogin(plain, true, LaunchOrigin::recentBootSeconds - 1));
-        QVERIFY(!LaunchOrigin::wasLikelyLaunchedAtLogin(plain, true, LaunchOrigin::recentBootSeconds));
-        // The time since boot is the system's own (the first number of /proc/uptime).
-        const double uptime = readAll(u"/proc/uptime"_qs).split(' ').constFirst().toDouble();
-        QVERIFY(uptime > 0 && std::abs(LaunchOrigin::systemUptimeSeconds() - uptime) < 5);
-    }
-
     void startUpRunsInOrderAndClosingHidesTheWindow() {
         // A request waiting in the queue before start is run by the first drain.
         const QString target = m_environment->makeFolder(u"target"_qs);
@@ -268,21 +242,6 @@ private slots:
         QVERIFY(!host.queueRunner().isRunning());
     }
 
-    void loginStartKeepsTheWindowHiddenUntilReopened() {
-        KestroHost host(true);
-        host.finishLaunching();
-        QTest::qWait(600); // past the last presentation step
-        QVERIFY(!host.mainWindow() || host.mainWindow()->isHidden());
-        // A launcher's activation token goes to Qt's Wayland shell; anything else that claims to be one does
-        // not.
-        qunsetenv("XDG_ACTIVATION_TOKEN");
-        host.handleMessage({u"show"_qs, u"bad token"_qs});
-        QVERIFY(!qEnvironmentVariableIsSet("XDG_ACTIVATION_TOKEN"));
-        host.handleMessage({u"show"_qs, u"kwin-4711_TIME0"_qs});
-        QCOMPARE(qgetenv("XDG_ACTIVATION_TOKEN"), QByteArray("kwin-4711_TIME0"));
-        qunsetenv("XDG_ACTIVATION_TOKEN");
-        QVERIFY(host.mainWindow() && host.mainWindow()->isVisible());
-    }
 };
 
 QTEST_MAIN(TestShell)

@@ -107,25 +107,6 @@ private slots:
                  (QList<std::pair<QString, QStringList>>{{entry, {document}}}));
     }
 
-    void theUserSeesEveryItemBeforeAnythingHappens() {
-        const QString shared = m_environment->makeFolder(u"shared"_qs);
-        const QString bait = m_environment->writeFile(shared + u"/photo.jpg"_qs, "jpg");
-        const QString notes = m_environment->writeFile(home() + u"/notes/list.txt"_qs, "KEY");
-        const QStringList items{bait, QFileInfo(notes).path()};
-
-        QVERIFY(!openLink(kestroActionURL(u"compressToZIP"_qs, items, shared)));
-        QVERIFY(!openLink(kestroActionURL(u"moveFilesToFolder"_qs, items, std::nullopt, shared)));
-
-        const QList<ConsentRequest> asked = FakePlatform::prompts().consentRequests;
-        QCOMPARE(asked.size(), 2);
-        QCOMPARE(asked.at(0).items, items);
-        QCOMPARE(asked.at(0).actionTitle, u"压缩为 ZIP"_qs);
-        QCOMPARE(asked.at(1).destination, std::optional<QString>(shared));
-        // Refused, so nothing at all changed.
-        QCOMPARE(namesIn(shared), QStringList({u"photo.jpg"_qs}));
-        QCOMPARE(readAll(notes), QByteArray("KEY"));
-    }
-
     void switchedOffAndNeverAllowedActionsAreRefusedWithoutAQuestion() {
         const QString file = m_environment->writeFile(home() + u"/a.txt"_qs, "a");
         m_settings.enabledChildIDs.remove(u"copySHA256"_qs);
@@ -339,43 +320,6 @@ private slots:
         if (!selection.isEmpty())
             QCOMPARE(logLines().last(), u"action succeeded: completed"_qs);
         QVERIFY(FakePlatform::prompts().asked.isEmpty() && !m_model->lastActionTitle());
-    }
-
-    void theSameUrlWithinASecondRunsOnce() {
-        const QString url = u"kestro://finder-action?actionID=completed&path=/p&target=/t"_qs;
-        QVERIFY(handle(url));
-        m_now = m_now.addMSecs(500);
-        QVERIFY(!handle(url));
-        QVERIFY(handle(u"kestro://finder-action?actionID=completed&path=/q&target=/t"_qs));
-        QVERIFY(handle(url));         // a different URL came between
-        m_now = m_now.addMSecs(1000); // a second later is no longer the same request
-        QVERIFY(handle(url));
-        m_now = m_now.addMSecs(-5000); // the clock went back
-        QVERIFY(!handle(url));
-        QCOMPARE(m_environment->logText().count(u"action succeeded: completed"_qs), 4);
-    }
-
-    void theFileManagerFillsInWhatIsMissing() {
-        FakePlatform::scripting().selection = {u"/finder/one"_qs, u"/finder/dir/"_qs};
-        FakePlatform::scripting().frontWindow = u"/finder/window/"_qs;
-
-        QVERIFY(handle(u"kestro://finder-action?actionID=completed&path=/passed"_qs));
-        QCOMPARE(m_model->selectedFiles(), QStringList{u"/passed"_qs});
-        QVERIFY(logLines().at(0).contains(u" target=/finder/window/ "_qs));
-        QCOMPARE(FakePlatform::scripting().scriptsRun,
-                 QStringList(
-                     {FinderCurrentContext::selectionScript, FinderCurrentContext::frontWindowTargetScript}));
-
-        QVERIFY(handle(u"kestro://finder-action?actionID=completed&target=/mine"_qs));
-        QCOMPARE(m_model->selectedFiles(), QStringList({u"/finder/one"_qs, u"/finder/dir/"_qs}));
-        QVERIFY(logLines().at(2).contains(u" passed=0 "_qs));
-        QVERIFY(logLines().at(2).contains(u" target=/mine "_qs));
-    }
-
-    void failuresAreLoggedNotShown() {
-        QVERIFY(!handle(u"kestro://finder-action?actionID=createFolder"_qs));
-        QVERIFY(logLines().at(2).startsWith(u"suppressed error alert: 没有找到"_qs));
-        QVERIFY(m_model->lastErrorDescription().startsWith(u"没有找到"_qs));
     }
 
     void featureRequestsOpenAPrefilledMail() {

@@ -189,23 +189,6 @@ private slots:
         QCOMPARE(answer.answered() + cancelled.answered() + resize.answered() + request.answered(), 4);
     }
 
-    void theFolderPanelAnswersTheChosenFolder() {
-        TestEnvironment environment;
-        WidgetPrompts prompts;
-        const QString folder = environment.makeFolder(u"目标 夹 'x'"_qs);
-        ModalAnswer answer([&](QWidget* dialog) {
-            auto* panel = qobject_cast<QFileDialog*>(dialog);
-            QCOMPARE(panel->windowTitle() + panel->labelText(QFileDialog::Accept),
-                     u"选择目标文件夹复制到这里"_qs);
-            // Qt's own texts of the panel are Chinese too.
-            auto* box = panel->findChild<QDialogButtonBox*>(u"buttonBox"_qs);
-            QCOMPARE(box->button(QDialogButtonBox::Cancel)->text().remove(u'&').left(2), u"取消"_qs);
-            typeIntoFilePanel(dialog, folder);
-        });
-        QCOMPARE(prompts.chooseDirectory(u"复制到这里"_qs), std::optional(folder));
-        QCOMPARE(answer.answered(), 1);
-    }
-
     // "其他应用…" takes a desktop entry; a plain file is refused with a message naming it, the panel staying
     // open until the user gives up.
     void applicationPanelTakesDesktopEntriesAndRefusesOtherFiles() {
@@ -543,55 +526,6 @@ private slots:
             consent.environment.logText().contains(u"link request confirmed: action=copyFilesToFolder"_qs));
     }
 
-    void theConfirmButtonSleepsAgainWhenTheDialogComesBack() {
-        Consent consent;
-        QWidget other;
-        other.show();
-        const ModalAnswer answer3 = whenDialogShows([&](ConsentDialog& dialog) {
-            auto* confirm = buttonOf(dialog, "confirmButton");
-            QTRY_VERIFY_WITH_TIMEOUT(confirm->isEnabled(), 3000);
-            // The user switches away and back: clicks aimed at the other window must not confirm.
-            other.activateWindow();
-            QTRY_VERIFY(!dialog.isActiveWindow());
-            dialog.activateWindow();
-            QTRY_VERIFY(dialog.isActiveWindow());
-            QVERIFY(!confirm->isEnabled());
-            Modal::click(confirm);
-            QVERIFY(dialog.isVisible());
-            QTRY_VERIFY_WITH_TIMEOUT(confirm->isEnabled(), 3000);
-            Modal::click(confirm);
-        });
-        QVERIFY(consent.model.handleIncomingURL(consent.request(), RequestOrigin::link));
-        QVERIFY(consent.copied());
-    }
-
-    void returnCancelSilenceAndHeadlessRefuse() {
-        Consent consent;
-        // Return goes to the default button, which is Cancel, even once confirming is possible.
-        const ModalAnswer returned = whenDialogShows([](ConsentDialog& dialog) {
-            QTest::qWait(400);
-            QTest::keyClick(&dialog, Qt::Key_Return);
-        });
-        QVERIFY(!consent.model.handleIncomingURL(consent.request(), RequestOrigin::link));
-        const ModalAnswer cancelled =
-            whenDialogShows([](ConsentDialog& dialog) { Modal::click(buttonOf(dialog, "cancelButton")); });
-        QVERIFY(!consent.model.handleIncomingURL(consent.request(), RequestOrigin::link));
-        QCOMPARE(returned.answered() + cancelled.answered(), 2);
-        // No answer at all refuses by itself.
-        Platform::setPrompts(std::make_shared<WidgetPrompts>(ConsentTiming{100ms, 600ms}));
-        QElapsedTimer clock;
-        clock.start();
-        QVERIFY(!consent.model.handleIncomingURL(consent.request(), RequestOrigin::link));
-        QVERIFY(clock.elapsed() >= 500);
-        QVERIFY(!QApplication::activeModalWidget() && !consent.copied());
-        // With no display nothing is asked, and nothing runs.
-        QVERIFY(!HeadlessPrompts().confirmRequestFromAnotherProgram({}));
-        // Texts from the link are never markup.
-        const QString folder = consent.environment.makeFolder(u"<b>bold</b> <a href='x'>link</a>"_qs);
-        ConsentDialog dialog({u"拷贝到"_qs, u"copyFilesToFolder"_qs, {folder}, folder});
-        for (QLabel* label : dialog.findChildren<QLabel*>())
-            QCOMPARE(label->textFormat(), Qt::PlainText);
-    }
 };
 
 QTEST_MAIN(TestWidgets)

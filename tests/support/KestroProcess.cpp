@@ -1,12 +1,8 @@
 #include "support/KestroProcess.h"
 
-#include <QDir>
 #include <QElapsedTimer>
-#include <QFile>
-#include <QStandardPaths>
 #include <QUrl>
 
-#include <unistd.h>
 
 namespace {
 KestroProcess outcome(QProcess& process, int timeoutMilliseconds) {
@@ -79,39 +75,4 @@ QString kestroActionURL(const QString& actionID, const QStringList& paths,
     if (destination)
         add("destination", *destination);
     return url;
-}
-
-std::optional<KestroProcess> KestroProcess::runUnprivileged(const QStringList& arguments, const QString& tree,
-                                                            QString* skipReason) {
-    if (::geteuid() != 0)
-        return run(arguments);
-    const QString setpriv = QStandardPaths::findExecutable(QStringLiteral("setpriv"));
-    if (setpriv.isEmpty()) {
-        *skipReason = QStringLiteral("running as root and setpriv is missing: permissions cannot be tested");
-        return std::nullopt;
-    }
-    // A runtime folder of nobody's own inside the tree, or Qt would make /tmp/runtime-nobody and leave it.
-    const QString runtime = tree + QStringLiteral("/.runtime-nobody");
-    QDir().mkpath(runtime);
-    QFile::setPermissions(runtime, QFileDevice::ReadOwner | QFileDevice::WriteOwner | QFileDevice::ExeOwner);
-    QProcess chown;
-    chown.start(QStringLiteral("chown"), {QStringLiteral("-R"), QStringLiteral("nobody:nogroup"), tree});
-    if (!chown.waitForFinished() || chown.exitCode() != 0 ||
-        !QFile::setPermissions(tree,
-                               QFile::permissions(tree) | QFileDevice::ReadOther | QFileDevice::ExeOther)) {
-        *skipReason = QStringLiteral("running as root and the test folder cannot be given to nobody");
-        return std::nullopt;
-    }
-    QProcess process;
-    QProcessEnvironment unprivileged = environment();
-    unprivileged.insert(QStringLiteral("XDG_RUNTIME_DIR"), runtime);
-    process.setProcessEnvironment(unprivileged);
-    process.start(setpriv, QStringList{QStringLiteral("--reuid=nobody"), QStringLiteral("--regid=nogroup"),
-                                       QStringLiteral("--clear-groups"), QStringLiteral("--"), binary()} +
-                               arguments);
-    return outcome(process, 120000);
-}
-
-QString KestroProcess::requestURL(const QString& actionID, const QStringList& paths, const QString& target) {
-    return kestroActionURL(actionID, paths, target);
 }

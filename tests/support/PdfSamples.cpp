@@ -68,13 +68,3 @@ QList<QSizeF> PdfSamples::pageSizes(const QString& path) {
         return QSizeF(box.urx - box.llx, box.ury - box.lly);
     });
 }
-
-QList<QList<QSize>> PdfSamples::pageImageSizes(const QString& path) {
-    return eachPage(path, [](QPDFPageObjectHelper& page) {
-        QList<QSize> sizes;
-        for (auto& [name, image] : page.getImages())
-            sizes.append(QSize(image.getDict().getKey("/Width").getIntValueAsInt(),
-                               image.getDict().getKey("/Height").getIntValueAsInt()));
-        return sizes;
-    });
-}

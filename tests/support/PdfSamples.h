@@ -16,7 +16,5 @@ QByteArray document(const QStringList& pageLabels, int padding = 0, Encryption e
 // The labels of a PDF's pages in page order; throws on a file qpdf cannot read.
 QStringList pageLabels(const QString& path);
 QList<QSizeF> pageSizes(const QString& path);
-// The pixel sizes of the images each page draws, page by page.
-QList<QList<QSize>> pageImageSizes(const QString& path);
 
 } // namespace PdfSamples
