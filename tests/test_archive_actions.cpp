@@ -3,10 +3,8 @@
 // pipes, progress and stops, and read-only trees for an account without privileges.
 #include "actions/ArchiveActions.h"
 #include "actions/ArchiveExtractor.h"
-#include "platform/ActionProgress.h"
 #include "support/ActionRequests.h"
 #include "support/ArchiveSamples.h"
-#include "support/KestroProcess.h"
 #include "support/QuietPreferences.h"
 #include "support/RecordingProgress.h"
 
@@ -69,40 +67,6 @@ private slots:
         QCOMPARE(caseOf([] { pack({}); }), Case::noSelection);
         // ".zip" alone names a hidden file, not an archive without a name.
         QCOMPARE(caseOf([&] { unpack(m_env->writeFile(m_folder + "/.zip", "x")); }), Case::noSelection);
-    }
-
-    // zip, tar, 7z: the format is read from the content, the ending in any case; names and times arrive.
-    void formatsMadeByOtherTools_data() {
-        QTest::addColumn<QString>("name");
-        QTest::addColumn<QStringList>("command");
-        for (const auto& [name, command] :
-             std::initializer_list<std::pair<const char*, const char*>>{{"Photos.tar", "tar -cf"},
-                                                                        {"Photos.TGZ", "tar -czf"},
-                                                                        {"Photos.7z", "7z a -bd -bso0"},
-                                                                        {"Photos.zip", "zip -qr"}})
-            QTest::newRow(name) << name << QString(command).split(' ');
-    }
-    void formatsMadeByOtherTools() {
-        QFETCH(QString, name);
-        QFETCH(QStringList, command);
-        if (QStandardPaths::findExecutable(command[0]).isEmpty())
-            QSKIP(qPrintable(command[0] + " is missing: run scripts/install-dependencies"));
-        const QString source = m_env->makeFolder("source");
-        m_env->writeFile(source + "/photos/a 图.txt", "first");
-        m_env->writeFile(source + "/b.txt", QByteArray(100000, 'b'));
-        // Whole, even seconds (as ZIP's old time field keeps them) come back.
-        const timespec times[2] = {{981173106, 0}, {981173106, 0}};
-        for (const QString& item : {source + "/photos/a 图.txt", source + "/b.txt", source + "/photos"})
-            QCOMPARE(::utimensat(AT_FDCWD, QFile::encodeName(item).constData(), times, 0), 0);
-        const QString archive = m_folder + '/' + name;
-        QVERIFY(tool(command[0], command.mid(1) + QStringList{archive, "photos", "b.txt"}, source));
-
-        QCOMPARE(unpack(archive, ownFolder), QStringList{m_folder + "/Photos"});
-        QCOMPARE(tree(m_folder + "/Photos"),
-                 (QStringList{"b.txt=" + QString(100000, 'b'), "photos/", "photos/a 图.txt=first"}));
-        for (const QString item : {"/Photos/photos/a 图.txt", "/Photos/b.txt", "/Photos/photos"})
-            QCOMPARE(QFileInfo(m_folder + item).lastModified().toSecsSinceEpoch(), 981173106);
-        QCOMPARE(unpack(archive), (QStringList{m_folder + "/b.txt", m_folder + "/photos"}));
     }
 
     void hostileEntriesLeaveNothing_data() {

@@ -3,7 +3,6 @@
 // leaves nothing half-made.
 #include "platform/FileTransfer.h"
 #include "support/ActionRequests.h"
-#include "support/KestroProcess.h"
 #include "support/RecordingProgress.h"
 
 #include <fcntl.h>

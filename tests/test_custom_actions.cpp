@@ -1,9 +1,7 @@
 // The user's own scripts and shortcuts: the stored list, a shortcut's name typed into the real picker, how a
 // script is run (interpreter, awkward paths as plain arguments), and failures that say what went wrong.
-#include "actions/CustomActionRunner.h"
 #include "app/WidgetPrompts.h"
 #include "platform/KestroPaths.h"
-#include "platform/PropertyListFile.h"
 #include "stores/CustomShortcutActionPersistence.h"
 #include "stores/CustomShortcutActionStore.h"
 #include "support/ActionRequests.h"

@@ -2,9 +2,7 @@
 #include "actions/ByteCountText.h"
 #include "actions/DeveloperToolActions.h"
 #include "actions/FileDigest.h"
-#include "platform/ActionProgress.h"
 #include "support/ActionRequests.h"
-#include "support/RecordingProgress.h"
 
 #include <QCryptographicHash>
 #include <QRandomGenerator>

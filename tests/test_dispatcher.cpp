@@ -18,7 +18,6 @@
 #include "support/TestEnvironment.h"
 
 #include <QDir>
-#include <QRegularExpression>
 #include <QtTest>
 
 #include <sys/stat.h>

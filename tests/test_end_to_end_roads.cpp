@@ -16,13 +16,13 @@
 #include <QtTest>
 
 #include <atomic>
-#include <cstring>
 #include <signal.h>
 #include <sys/resource.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/un.h>
 #include <thread>
+#include <cstring>
 #include <unistd.h>
 
 using namespace Qt::Literals::StringLiterals;

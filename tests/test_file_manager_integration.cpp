@@ -2,13 +2,10 @@
 // lists, what each place offers), what each file manager is given (Thunar's merged uca.xml, the quoting of
 // every command line, the files written and removed), the real kestro-handoff, and the host's rewrite after
 // a settings change.
-#include "app/KestroHost.h"
 #include "app/SingleInstance.h"
 #include "catalogue/FeatureSettingsDefaults.h"
 #include "catalogue/FeatureSettingsPersistence.h"
-#include "catalogue/FeatureSettingsStore.h"
 #include "catalogue/KestroFeature.h"
-#include "intake/FailureNotifier.h"
 #include "intake/KestroQueuedAction.h"
 #include "integration/FileManagerCommands.h"
 #include "integration/FileManagerIntegration.h"
@@ -17,20 +14,15 @@
 #include "integration/ThunarActions.h"
 #include "platform/KestroPaths.h"
 #include "settings-ui/FileManagerIntegrationSection.h"
-#include "support/FakePlatform.h"
 #include "support/KestroProcess.h"
 #include "support/TestEnvironment.h"
 
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
-#include <QJsonArray>
-#include <QJsonDocument>
-#include <QJsonObject>
 #include <QLabel>
 #include <QProcess>
 #include <QPushButton>
-#include <QScopeGuard>
 #include <QSignalSpy>
 #include <QStandardPaths>
 #include <QTest>

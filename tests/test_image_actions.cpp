@@ -3,13 +3,11 @@
 #include "actions/ImageActions.h"
 #include "support/ActionRequests.h"
 #include "support/QuietPreferences.h"
-#include "support/RecordingProgress.h"
 
 #include <QBuffer>
 #include <QImageReader>
 #include <QImageWriter>
 #include <QRandomGenerator>
-#include <QtEndian>
 
 namespace {
 
@@ -148,6 +146,23 @@ private slots:
                  (QStringList{"-rf 'quoted' \"photo\"\n图 2.png", "-rf 'quoted' \"photo\"\n图 2.jpg"}));
         QCOMPARE(read(png).pixel(35, 25), qRgb(0, 0, 255));
         QCOMPARE(FakePlatform::workspace().selections.size(), 2);
+    }
+
+    // The quality asked for, 0 included; a plain conversion to JPEG is made at 90.
+    void jpegQualityIsTheOneAsked() {
+        QImage noise(300, 200, QImage::Format_RGB32);
+        QRandomGenerator(7).fillRange(reinterpret_cast<quint32*>(noise.bits()), 300 * 200);
+        const QString source = m_env->writeFile(m_folder + "/noise.png", encoded(noise, "png"));
+        const auto size = [&](const QString& action) {
+            return QFileInfo(run(action, {source})[0]).size();
+        };
+        QVERIFY(size("0") * 2 < size("70"));
+        QVERIFY(size("70") * 10 < size("100") * 7);
+        QCOMPARE(size("jpeg"), size("90"));
+        for (const QStringList& options :
+             {QStringList{"-s", "formatOptions", "101"}, {"-s", "formatOptions"}})
+            QCOMPARE(caseOf([&] { ImageActions::convertImages({source}, "jpeg", "jpg", options); }),
+                     Case::commandFailed);
     }
 
     void resizesInPlaceToExactlyTheSizeAsked() {

@@ -6,7 +6,6 @@
 #include "support/TestEnvironment.h"
 
 #include <optional>
-#include <QDir>
 #include <QFile>
 #include <QFileInfo>
 #include <QTest>

@@ -1,9 +1,5 @@
 // Terminal, editors, open-with, the bounded launch wait, quick open of folders, typed and copied paths.
-#include "actions/OpenActions.h"
-#include "platform/KestroError.h"
 #include "support/ActionRequests.h"
-
-#include <thread>
 
 namespace {
 

@@ -2,7 +2,6 @@
 #include "intake/KestroQueuedAction.h"
 #include "intake/KestroQueuedActionRunner.h"
 #include "intake/KestroQueueDrain.h"
-#include "platform/KestroError.h"
 #include "platform/KestroPaths.h"
 #include "support/FolderListing.h"
 #include "support/KestroProcess.h"
@@ -12,7 +11,6 @@
 #include <QDBusMessage>
 #include <QDir>
 #include <QProcess>
-#include <QThread>
 #include <QtTest>
 
 #include <atomic>
@@ -190,47 +188,6 @@ private slots:
             QStringLiteral(
                 "] queue drain skipped: %1 error=the queue folder belongs to user 65534, not to user 0\n")
                 .arg(shared())));
-    }
-
-    void theRunnerWorksOnItsOwnThreadAndGathersRequestsForAPass() {
-        std::atomic<QThread*> performedOn = nullptr;
-        std::atomic<int> handled = 0, passes = 0;
-        std::atomic<bool> busy = false;
-        KestroQueuedActionRunner runner(
-            nullptr, std::chrono::milliseconds(50),
-            [&](const KestroQueuedAction&) { performedOn = QThread::currentThread(); });
-        connect(
-            &runner, &KestroQueuedActionRunner::actionHandled, this, [&] { ++handled; },
-            Qt::DirectConnection);
-        connect(
-            &runner, &KestroQueuedActionRunner::passFinished, this, [&] { ++passes; }, Qt::DirectConnection);
-        runner.start();
-        QTRY_VERIFY(passes > 0);
-        // Written after start: only polling finds it, on the runner's thread.
-        queue(extension() + "/late.json", request("completed", {"/late"}));
-        QTRY_COMPARE(handled.load(), 1);
-        QVERIFY(performedOn.load() && performedOn.load() != QThread::currentThread());
-        runner.stop();
-        QVERIFY(!runner.isRunning());
-
-        // Requests for a pass while one is running make one more pass, not one each.
-        KestroQueuedActionRunner slow(nullptr, std::chrono::hours(1), [&](const KestroQueuedAction& action) {
-            busy = true;
-            QThread::msleep(action.actionID == u"slow"_qs ? 400 : 0);
-            busy = false;
-        });
-        passes = 0;
-        connect(
-            &slow, &KestroQueuedActionRunner::passFinished, this, [&] { ++passes; }, Qt::DirectConnection);
-        queue(extension() + "/slow.json", request("slow", {"/slow"}));
-        slow.start();
-        QTRY_VERIFY(busy.load());
-        for (int index = 0; index < 50; ++index)
-            slow.drain();
-        QTRY_COMPARE(passes.load(), 2);
-        QTest::qWait(200);
-        QCOMPARE(passes.load(), 2);
-        slow.stop();
     }
 
     void theRunnerDrainsOnAnnouncement() {

@@ -6,8 +6,6 @@
 #include "app/KestroHost.h"
 #include "app/KestroMainWindow.h"
 #include "app/MenuBarController.h"
-#include "catalogue/AppPreferencesPersistence.h"
-#include "catalogue/FeatureSettingsStore.h"
 #include "intake/FailureNotifier.h"
 #include "intake/FinderSelectionModel.h"
 #include "intake/KestroQueuedActionRunner.h"
@@ -16,7 +14,6 @@
 #include "platform/KestroPaths.h"
 #include "platform/linux/FreedesktopNotifications.h"
 #include "platform/PropertyListFile.h"
-#include "stores/CustomDestinationStore.h"
 #include "support/Failures.h"
 #include "support/FakePlatform.h"
 #include "support/FolderListing.h"
@@ -32,9 +29,6 @@
 #include <QMenu>
 #include <QProgressBar>
 #include <QPushButton>
-#include <QSignalSpy>
-#include <QSystemTrayIcon>
-#include <QtTest>
 
 using namespace Qt::Literals::StringLiterals;
 
@@ -94,55 +88,6 @@ private slots:
     void init() {
         FakePlatform::install();
         FailureNotifier::startNewBurst();
-    }
-
-    // An action of nested feeds that then works for long without a word, then one that throws past its feed.
-    void theBoardListsTheOutermostFeedAndItsLatestReport() {
-        RunningActions board;
-        QSignalSpy started(&board, &RunningActions::actionStarted);
-        QSemaphore stalled, goOn;
-        std::thread action([&] {
-            board.track([] { /* a quick action that reports nothing */ });
-            board.track([&] {
-                ActionProgressFeed feed(u"计算 SHA-256"_qs);
-                feed.state().bytesTotal = 4;
-                feed.state().currentItem = u"/data/first.iso"_qs;
-                feed.report();
-                {
-                    ActionProgressFeed inner(u"校验"_qs);
-                    inner.state().itemsTotal = inner.state().itemsDone = 1;
-                    inner.report();
-                }
-                stalled.release();
-                goOn.acquire();
-                feed.state().bytesDone = 1;
-                feed.report();
-                stalled.release();
-                goOn.acquire();
-            });
-            try {
-                board.track([] {
-                    ActionProgressFeed feed(u"解压"_qs);
-                    throw std::runtime_error("broken archive");
-                });
-            } catch (const std::runtime_error&) {
-            }
-        });
-        stalled.acquire();
-        QTRY_COMPARE(board.actions().size(), 1);
-        QTRY_COMPARE(board.actions().constFirst().state.currentItem, u"/data/first.iso"_qs);
-        QTest::qWait(int(RunningActions::updateInterval.count()) * 2);
-        QCOMPARE(started.size(), 1);
-        QCOMPARE(board.actions().constFirst().title, u"计算 SHA-256"_qs);
-        QCOMPARE(board.actions().constFirst().state.percent(), 0);
-
-        goOn.release();
-        stalled.acquire();
-        QTRY_COMPARE(board.actions().constFirst().state.percent(), 25);
-        goOn.release();
-        action.join();
-        QTRY_COMPARE(started.size(), 2);
-        QTRY_VERIFY(board.actions().isEmpty());
     }
 
     void rowsFollowTheActionsAndCancelStopsOnlyTheOneClicked() {

@@ -1,7 +1,6 @@
 // Scheduling, replacing, cancelling and running scheduled moves to the trash, with the fake trash and
 // times given by the test; what a run takes must still be the very item the user chose.
 #include "platform/PropertyListFile.h"
-#include "stores/ScheduledDeletionListStore.h"
 #include "stores/ScheduledDeletionPersistence.h"
 #include "stores/ScheduledDeletionRunner.h"
 #include "stores/ScheduledDeletionStore.h"

@@ -3,7 +3,6 @@
 #include "app/QtChineseTexts.h"
 #include "catalogue/AppPreferencesStore.h"
 #include "catalogue/FeatureSettingsStore.h"
-#include "settings-ui/FeatureChildListModel.h"
 #include "settings-ui/FeatureChildrenSection.h"
 #include "settings-ui/FeatureDetailView.h"
 #include "settings-ui/FittedListView.h"
@@ -17,12 +16,8 @@
 #include "support/TestEnvironment.h"
 
 #include <QApplication>
-#include <QMouseEvent>
 #include <QPainter>
 #include <QTest>
-#include <QTimer>
-
-#include <memory>
 
 using namespace Qt::Literals::StringLiterals;
 

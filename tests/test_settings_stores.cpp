@@ -4,7 +4,6 @@
 // with every operation on both copies, and how a stored record is brought in line with the catalogue at
 // start-up; the app preferences with the login item that must agree with the system; and the user's lists
 // of places and applications.
-#include "actions/ActionDispatchTable.h"
 #include "catalogue/AppPreferencesPersistence.h"
 #include "catalogue/AppPreferencesStore.h"
 #include "catalogue/FeatureSettingsDefaults.h"
@@ -27,10 +26,8 @@
 
 #include <plist/plist.h>
 #include <QProcess>
-#include <QSignalSpy>
 #include <QTest>
 #include <sys/stat.h>
-#include <unistd.h>
 
 using namespace Qt::Literals::StringLiterals;
 
@@ -136,17 +133,6 @@ QString applicationCopy() {
     return FeatureSettingsPersistence::applicationFileURL();
 }
 
-QSet<QString> setOf(const QStringList& list) {
-    return {list.cbegin(), list.cend()};
-}
-
-// Every catalogue list complete, as a user of the previous version would have it.
-FeatureSettings storedComplete() {
-    FeatureSettings stored = FeatureSettingsDefaults::settings();
-    stored.enabledChildIDs = N::validChildIDs(stored.enabledChildIDs);
-    return stored;
-}
-
 } // namespace
 
 class TestSettingsStores : public QObject {
@@ -172,22 +158,6 @@ private slots:
     void cleanup() {
         qputenv("XDG_DATA_DIRS", m_savedDataDirs);
         m_environment.reset();
-    }
-
-    void firstStartWritesTheDefaultsThenTheNextSettles() {
-        FeatureSettingsStore store;
-        QCOMPARE(store.settings(), FeatureSettingsDefaults::settings());
-        const QByteArray application = readAll(applicationCopy());
-        QVERIFY(application.startsWith("<?xml"));
-        QCOMPARE(readAll(FeatureSettingsPersistence::extensionFileURL()), application);
-        const QVariantMap root = PropertyListFile::read(applicationCopy())->toMap();
-        QCOMPARE(root.value("groupsFeaturesUnderKestro").typeId(), QMetaType::Bool);
-        // The shipped list names actions that are no catalogue children: the next start drops them.
-        FeatureSettingsStore second;
-        QCOMPARE(second.settings().enabledChildIDs,
-                 N::validChildIDs(FeatureSettingsDefaults::enabledChildIDs()));
-        FeatureSettingsStore third; // unchanged: not written again, nor announced
-        QCOMPARE(FakePlatform::notifications().settingsReasons, QStringList(3, "feature-settings"));
     }
 
     void unusableFilesLoadAsDefaultsAndAreKeptAside_data() {
@@ -246,40 +216,6 @@ private slots:
                  QStringList({"copyPath", "pdfTools", "视图"}));
     }
 
-    void everyChangeIsOnBothCopiesAndAnnounced() {
-        FeatureSettingsStore store;
-        const KestroFeature tools = KestroFeature::developerTools;
-        QSignalSpy changed(&store, &FeatureSettingsStore::changed);
-        QSignalSpy layout(&store, &FeatureSettingsStore::menuLayoutChanged);
-        // Turned on with no child on, every child shows.
-        store.setEnabled(true, tools);
-        QCOMPARE(changed.count(), 1);
-        for (const KestroFeatureChild& child : tools.children())
-            QVERIFY2(store.isEnabled(child), qPrintable(child.actionID));
-        // With one child on, enabling changes no child; disabling keeps the children's switches.
-        store.setAllChildrenEnabled(false, tools);
-        QVERIFY(store.isEnabled(tools));
-        store.setEnabled(true, tools.children().at(1));
-        store.setEnabled(false, tools);
-        QVERIFY(!store.isEnabled(tools) && store.isEnabled(tools.children().at(1)));
-        store.setEnabled(true, tools);
-        QCOMPARE(store.settings().enabledChildIDs & setOf(tools.childIDs()),
-                 QSet<QString>({tools.childIDs().at(1)}));
-        store.setMenuLayout(FinderMenuLayout::expanded);
-        store.setGroupsFeaturesUnderKestro(true);
-        QCOMPARE(layout.count(), 1);
-        QCOMPARE(FeatureSettingsPersistence::loadSettings(), std::optional(store.settings()));
-        QCOMPARE(readAll(FeatureSettingsPersistence::extensionFileURL()), readAll(applicationCopy()));
-        const QStringList reasons = FakePlatform::notifications().settingsReasons;
-        QVERIFY(reasons.size() >= 8 && reasons == QStringList(reasons.size(), "feature-settings"));
-        // All children off survives only until the next start.
-        store.setAllChildrenEnabled(false, KestroFeature::batchRename);
-        QVERIFY(store.isEnabled(KestroFeature::batchRename) && !store.isChildEnabled("renameAddPrefix"));
-        FeatureSettingsStore restarted;
-        for (const QString& id : KestroFeature(KestroFeature::batchRename).childIDs())
-            QVERIFY2(restarted.isChildEnabled(id), qPrintable(id));
-    }
-
     void aBlockedFolderStopsTheAnnouncement_data() {
         QTest::addColumn<bool>("application");
         QTest::newRow("extension folder") << false;
@@ -324,50 +260,6 @@ private slots:
         QCOMPARE(moved.join(QString()), expected);
     }
 
-    void startUpAddsWhatIsNewAndKeepsTheUsersChoices() {
-        FeatureSettings stored = storedComplete();
-        stored.groupsFeaturesUnderKestro = true;
-        stored.menuLayout = FinderMenuLayout::expanded;
-        stored.childOrderByFeatureID["createFile"].removeAll("createReadmeFile");
-        stored.childOrderByFeatureID["createFile"].removeAll("createSwiftFile");
-        stored.childOrderByFeatureID["createFile"].prepend("createTextFile");
-        stored.enabledChildIDs -= {"createReadmeFile", "createSwiftFile", "createFolder"};
-        stored.enabledChildIDs -= setOf(KestroFeature(KestroFeature::batchRename).childIDs());
-        stored.enabledChildIDs -= setOf(KestroFeature(KestroFeature::imageTools).childIDs());
-        stored.enabledFeatureIDs.remove("imageTools");
-        const FeatureSettings settings = N::atStartUp(stored);
-        // New default children come on; one the user switched off stays off; strangers never come.
-        QVERIFY(settings.enabledChildIDs.contains("createReadmeFile"));
-        for (const char* off : {"createSwiftFile", "createFolder", "copyFilesToFolder"})
-            QVERIFY2(!settings.enabledChildIDs.contains(off), off);
-        // An enabled feature shows its children again; a disabled one may keep them all off.
-        QVERIFY(setOf(KestroFeature(KestroFeature::batchRename).childIDs())
-                    .subtract(settings.enabledChildIDs)
-                    .isEmpty());
-        QVERIFY(
-            !setOf(KestroFeature(KestroFeature::imageTools).childIDs()).intersects(settings.enabledChildIDs));
-        QVERIFY(settings.groupsFeaturesUnderKestro && settings.menuLayout == FinderMenuLayout::expanded);
-        QCOMPARE(settings.childOrderByFeatureID.value("createFile").count("createTextFile"), 2);
-        QCOMPARE(N::atStartUp(settings), settings);
-
-        // An empty child set was never configured: the defaults.
-        stored = storedComplete();
-        stored.enabledChildIDs.clear();
-        stored.childOrderByFeatureID = {{"createFile", {"createSwiftFile"}}};
-        QCOMPARE(N::atStartUp(stored).enabledChildIDs,
-                 N::validChildIDs(FeatureSettingsDefaults::enabledChildIDs()));
-
-        // Features of a later version come on; a listed one the user had off stays off.
-        stored = storedComplete();
-        stored.featureOrder = {"pdfTools", "quickOpen"};
-        stored.enabledFeatureIDs = {"pdfTools"};
-        const FeatureSettings later = N::atStartUp(stored);
-        QCOMPARE(later.enabledFeatureIDs,
-                 FeatureSettingsDefaults::enabledFeatureIDs() - QSet<QString>({"quickOpen"}));
-        stored.featureOrder.clear();
-        QCOMPARE(N::atStartUp(stored).enabledFeatureIDs, QSet<QString>({"pdfTools"}));
-    }
-
     void missingOrBrokenFilesLoadAsDefaultsKeyByKey() {
         QCOMPARE(AppPreferencesPersistence::load(), AppPreferences({false, true, false}));
         // A file that parses but holds no dictionary is kept aside like one that does not parse.
@@ -383,31 +275,6 @@ private slots:
         AppPreferencesStore store;
         store.setRevealActionResults(false);
         QCOMPARE(AppPreferencesPersistence::load(), AppPreferences({true, false, false}));
-    }
-
-    void theLoginItemFollowsTheSystem() {
-        // At start-up the file is rewritten to agree with the system.
-        AppPreferencesPersistence::save({true, false, true});
-        {
-            AppPreferencesStore store;
-            QVERIFY(store.revealCreatedItems() && !store.revealActionResults() && !store.launchAtLogin());
-            QVERIFY(!AppPreferencesPersistence::load().launchAtLogin); // the file held true
-        }
-        QFile::remove(AppPreferencesPersistence::fileURL());
-        // A refused registration is rolled back and not saved.
-        AppPreferencesStore store;
-        FakePlatform::loginItems().refuses = true;
-        store.setLaunchAtLogin(true);
-        QVERIFY(!store.launchAtLogin() && !QFile::exists(AppPreferencesPersistence::fileURL()));
-        FakePlatform::loginItems().refuses = false;
-        store.setLaunchAtLogin(true);
-        QVERIFY(store.launchAtLogin() && FakePlatform::loginItems().registrations == 1);
-        QVERIFY(AppPreferencesPersistence::load().launchAtLogin);
-        // Turned off behind our back: turning it off asks the system nothing and still saves.
-        FakePlatform::loginItems().enabled = false;
-        store.setLaunchAtLogin(false);
-        QCOMPARE(FakePlatform::loginItems().unregistrations, 0);
-        QVERIFY(!AppPreferencesPersistence::load().launchAtLogin); // the file held true
     }
 
     void autostartEntryStartsKestroAsALoginItem() {
@@ -477,19 +344,6 @@ private slots:
         QCOMPARE(field(store.destinations(Kind::openApplication), &CustomDestination::path),
                  QStringList({writer, viewer, "/usr/bin/gimp"}));
         QVERIFY(store.destinations(Kind::quickOpen).isEmpty());
-    }
-
-    void aPathIsListedOnceAndNamedByItsFolder() {
-        CustomDestinationStore store;
-        const QString folder = m_environment->makeFolder(u"-rf 项目 'one'"_qs);
-        QVERIFY(store.addDestinationPath(Kind::move, folder));
-        QVERIFY(!store.addDestinationPath(Kind::move, folder));
-        QCOMPARE(store.destinations(Kind::move).last().name, u"-rf 项目 'one'"_qs);
-        // The path is compared as written: a trailing slash is another entry, named after the folder.
-        QVERIFY(store.addDestinationPath(Kind::move, folder + u'/'));
-        QCOMPARE(store.destinations(Kind::move).last().name, u"-rf 项目 'one'"_qs);
-        QVERIFY(store.addDestinationPath(Kind::copy, u"/"_qs));
-        QCOMPARE(store.destinations(Kind::copy).last().name, u"/"_qs);
     }
 
     void anApplicationIsNamedByItsMainGroup_data() {

@@ -1,14 +1,11 @@
 // The shell: the tray menu as it is built at each opening (against real stores in a private home), the host's
 // start-up order, the main window's size, place and close behaviour, and the login-start rule.
-#include "app/InitialWindowPositioning.h"
 #include "app/KestroHost.h"
 #include "app/KestroMainWindow.h"
-#include "app/LaunchOrigin.h"
 #include "app/MenuBarController.h"
 #include "catalogue/FeatureSettingsPersistence.h"
 #include "catalogue/FeatureSettingsStore.h"
 #include "intake/KestroQueuedActionRunner.h"
-#include "platform/DiagnosticLog.h"
 #include "platform/KestroPaths.h"
 #include "settings-ui/SettingsContentView.h"
 #include "stores/CustomDestinationStore.h"
@@ -16,12 +13,10 @@
 #include "support/FakePlatform.h"
 #include "support/TestEnvironment.h"
 
-#include <cmath>
 #include <optional>
 #include <QApplication>
 #include <QDialog>
 #include <QDir>
-#include <QEventLoop>
 #include <QFile>
 #include <QLabel>
 #include <QMenu>
@@ -46,14 +41,6 @@ QMenu* submenu(const QMenu* menu, const QString& title) {
         if (action->text() == title)
             return action->menu();
     return nullptr;
-}
-
-const KestroFeatureChild& childOf(const QList<KestroFeatureChild>& children, const QString& id) {
-    for (const KestroFeatureChild& child : children)
-        if (child.actionID == id)
-            return child;
-    static const KestroFeatureChild none;
-    return none;
 }
 
 struct Tray {
@@ -120,35 +107,6 @@ private slots:
         QTimer::singleShot(0, tray.menu.actions().constLast(), &QAction::trigger);
         QTimer::singleShot(10000, qApp, [] { QCoreApplication::exit(7); });
         QCOMPARE(QCoreApplication::exec(), 0);
-    }
-
-    void quickOpenFollowsTheChildrenAndDropsVanishedFolders() {
-        const QString kept = m_environment->makeFolder(u"kept"_qs);
-        const QString gone = m_environment->makeFolder(u"gone"_qs);
-        Tray tray;
-        tray.destinations.removeDestinations(CustomDestinationKind::quickOpen, {0, 1, 2, 3, 4, 5, 6, 7});
-        QVERIFY(tray.destinations.addDestinationPath(CustomDestinationKind::quickOpen, gone));
-        QVERIFY(tray.destinations.addDestinationPath(CustomDestinationKind::quickOpen, kept));
-        QVERIFY(QDir(gone).removeRecursively());
-        const QList<KestroFeatureChild> children =
-            tray.featureSettings.orderedChildren(KestroFeature::quickOpen);
-        // Typed path before clipboard path, clipboard path switched off.
-        const qsizetype typed = children.indexOf(childOf(children, u"quickOpenTypedPath"_qs));
-        tray.featureSettings.moveChildren(KestroFeature::quickOpen, {typed}, 0);
-        tray.featureSettings.setEnabled(false, childOf(children, u"quickOpenClipboardPath"_qs));
-        tray.build();
-        QCOMPARE(titles(submenu(&tray.menu, u"打开"_qs)), (QStringList{"kept", "打开指定路径..."}));
-        QCOMPARE(submenu(&tray.menu, u"打开"_qs)->actions().constFirst()->data().toString(), kept);
-        tray.featureSettings.setEnabled(true, childOf(children, u"quickOpenClipboardPath"_qs));
-        tray.build(); // built anew: the change shows at once
-        QCOMPARE(titles(submenu(&tray.menu, u"打开"_qs)),
-                 (QStringList{"kept", "打开指定路径...", "打开剪贴板路径"}));
-        // The feature off: only a note that cannot be chosen.
-        tray.featureSettings.setEnabled(false, KestroFeature::quickOpen);
-        tray.build();
-        QMenu* open = submenu(&tray.menu, u"打开"_qs);
-        QCOMPARE(titles(open), QStringList{u"没有已启用的打开功能"_qs});
-        QVERIFY(!open->actions().constFirst()->isEnabled());
     }
 
     void failingMenuActionShowsTheAlertText() {

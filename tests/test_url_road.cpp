@@ -5,10 +5,8 @@
 #include "catalogue/FeatureSettingsDefaults.h"
 #include "catalogue/KestroFeature.h"
 #include "intake/FeatureRequestMailer.h"
-#include "intake/FinderCurrentContext.h"
 #include "intake/FinderSelectionModel.h"
 #include "intake/KestroActionURL.h"
-#include "intake/LinkRequestPolicy.h"
 #include "platform/DiagnosticLog.h"
 #include "platform/KestroPaths.h"
 #include "support/FakePlatform.h"
@@ -22,7 +20,6 @@
 #include <QtTest>
 #include <QUrl>
 #include <QUrlQuery>
-#include <sys/stat.h>
 #include <unistd.h>
 
 using namespace Qt::Literals::StringLiterals;
@@ -247,30 +244,6 @@ private slots:
         QCOMPARE(FakePlatform::prompts().consentRequests.constFirst().items, QStringList{file});
         QCOMPARE(FakePlatform::prompts().consentRequests.constFirst().destination, std::optional(sibling));
         QCOMPARE(namesIn(sibling), QStringList{u"a.txt"_qs});
-    }
-
-    void oneQuestionAtATime() {
-        // While the user looks at one question, a page opening links in a loop gets no second dialog.
-        const QString file = m_environment->writeFile(home() + u"/a.txt"_qs, "a");
-        bool nestedResult = true;
-        FakePlatform::prompts().whileDialogOpen = [&] {
-            nestedResult = openLink(kestroActionURL(u"copyMD5"_qs, {file}));
-        };
-        QVERIFY(!openLink(kestroActionURL(u"copySHA256"_qs, {file})));
-        QVERIFY(!nestedResult);
-        QCOMPARE(FakePlatform::prompts().consentRequests.size(), 1);
-        QVERIFY(m_environment->logText().contains(
-            u"action=copyMD5 reason=another request is waiting for an answer"_qs));
-
-        // The feature-request dialog counts too, in both directions.
-        FakePlatform::prompts().whileDialogOpen = [&] {
-            nestedResult =
-                openLink(u"kestro://feature-request"_qs) || openLink(kestroActionURL(u"copyMD5"_qs, {file}));
-        };
-        QVERIFY(openLink(u"kestro://feature-request"_qs));
-        QVERIFY(!nestedResult);
-        QCOMPARE(FakePlatform::prompts().asked.count(u"feature-request"_qs), 1);
-        QCOMPARE(FakePlatform::prompts().consentRequests.size(), 1);
     }
 
     void queryItemsBecomeTheRequest() {

@@ -12,7 +12,6 @@
 #include "catalogue/KestroFeature.h"
 #include "intake/FeatureRequestMailer.h"
 #include "intake/FinderSelectionModel.h"
-#include "platform/HeadlessPrompts.h"
 #include "platform/KestroPaths.h"
 #include "platform/Platform.h"
 #include "platform/PropertyListFile.h"
@@ -58,7 +57,6 @@
 #include <QPlainTextEdit>
 #include <QPushButton>
 #include <QTest>
-#include <QUrl>
 
 using namespace Modal;
 using namespace Qt::Literals::StringLiterals;
