@@ -2,10 +2,13 @@
 // folder (--drain), the hand-off from a file manager, and a link from another program that the user
 // confirms in the real dialog; then what only the real binary can show about an attacker's plants.
 #include "app/SingleInstance.h"
+#include "catalogue/FeatureSettingsDefaults.h"
+#include "catalogue/FeatureSettingsStore.h"
 #include "integration/FileManagerIntegration.h"
 #include "platform/KestroPaths.h"
 #include "support/FolderListing.h"
 #include "support/KestroProcess.h"
+#include "support/ProgressDrivers.h"
 #include "support/QuietPreferences.h"
 #include "support/TestEnvironment.h"
 
@@ -48,6 +51,38 @@ QByteArray xdotool(const QString& display, const QStringList& arguments) {
     process.waitForFinished(20000);
     return process.readAllStandardOutput().trimmed();
 }
+
+// An X server of the test's own, ended with this object; display() is empty when it could not start.
+class OwnDisplay {
+public:
+    OwnDisplay() {
+        const QString xvfb = QStandardPaths::findExecutable(u"Xvfb"_qs);
+        if (xvfb.isEmpty())
+            return;
+        m_server.start(xvfb, {"-displayfd", "1", "-nolisten", "tcp", "-screen", "0", "1024x768x24"});
+        QByteArray number; // the display's number, a line on standard output once it is up
+        while (!number.endsWith('\n') && m_server.waitForReadyRead(15000))
+            number += m_server.readAllStandardOutput();
+        if (number.endsWith('\n'))
+            m_display = u":"_qs + QString::fromLatin1(number.trimmed());
+    }
+    ~OwnDisplay() {
+        m_server.terminate();
+        m_server.waitForFinished(5000);
+    }
+    const QString& display() const { return m_display; }
+    // Kestro's environment, drawing on this display.
+    QProcessEnvironment environment() const {
+        QProcessEnvironment environment = KestroProcess::environment();
+        environment.insert(u"QT_QPA_PLATFORM"_qs, u"xcb"_qs);
+        environment.insert(u"DISPLAY"_qs, m_display);
+        return environment;
+    }
+
+private:
+    QProcess m_server;
+    QString m_display;
+};
 
 } // namespace
 
@@ -173,26 +208,14 @@ private slots:
 
     // On an X server of the test's own: the dialog of the real host, answered with the keyboard.
     void aLinkRunsOnlyOnceTheUserConfirms() {
-        const QString xvfb = QStandardPaths::findExecutable(u"Xvfb"_qs);
-        if (xvfb.isEmpty() || QStandardPaths::findExecutable(u"xdotool"_qs).isEmpty())
+        const OwnDisplay server;
+        const QString& display = server.display();
+        if (display.isEmpty() || QStandardPaths::findExecutable(u"xdotool"_qs).isEmpty())
             QSKIP("Xvfb or xdotool is not installed (scripts/install-dependencies installs them)");
-        QProcess server;
-        server.start(xvfb, {"-displayfd", "1", "-nolisten", "tcp", "-screen", "0", "1024x768x24"});
-        QByteArray number; // the display's number, a line on standard output once it is up
-        while (!number.endsWith('\n') && server.waitForReadyRead(15000))
-            number += server.readAllStandardOutput();
-        const QString display = u":"_qs + QString::fromLatin1(number.trimmed());
-        const auto stop = qScopeGuard([&] {
-            server.terminate();
-            server.waitForFinished(5000);
-        });
         const QString source = m_environment->writeFile(u"home/secret.txt"_qs, "s");
         const QString shared = m_environment->makeFolder(u"shared"_qs);
-        QProcessEnvironment environment = KestroProcess::environment();
-        environment.insert(u"QT_QPA_PLATFORM"_qs, u"xcb"_qs);
-        environment.insert(u"DISPLAY"_qs, display);
         KestroHostProcess host;
-        QVERIFY(host.start({u"--login-item"_qs}, environment));
+        QVERIFY(host.start({u"--login-item"_qs}, server.environment()));
         const QString link = kestroActionURL(u"copyFilesToFolder"_qs, {source}, std::nullopt, shared);
         QCOMPARE(KestroProcess::run({u"--open-link"_qs, link}).exitCode, 0);
         // The dialog's window, found and given the keyboard.
@@ -215,6 +238,39 @@ private slots:
         xdotool(display, {"key", "shift+Tab", "space"});
         QTRY_VERIFY_WITH_TIMEOUT(QFile::exists(shared + u"/secret.txt"_qs), 10000);
         QVERIFY(m_environment->logText().contains(u"link request confirmed: action=copyFilesToFolder"_qs));
+    }
+
+    // The screenshot hook: every settings page, the wish sheet, the tray menu with its sub-menu open and the
+    // progress window of a packing it then stops, each a picture of its own; then the host quits.
+    void theScreenshotHookPicturesEveryPageAndStopsItsPacking() {
+        const OwnDisplay server;
+        if (server.display().isEmpty())
+            QSKIP("Xvfb is not installed (scripts/install-dependencies installs them)");
+        const QString folder = m_environment->makeFolder(u"to pack"_qs);
+        QVERIFY(writeRandomFile(folder + u"/noise.bin"_qs, 96)); // packing it takes a while
+        const QString shots = m_environment->home() + u"/shots"_qs;
+        QProcessEnvironment environment = server.environment();
+        environment.insert(u"KESTRO_SCREENSHOT_DIR"_qs, shots);
+        environment.insert(u"KESTRO_SCREENSHOT_PACK"_qs, folder);
+        QProcess host;
+        host.setProcessEnvironment(environment);
+        host.start(KestroProcess::binary(), {});
+        QVERIFY(host.waitForFinished(120000));
+        QVERIFY2(host.exitCode() == 0, host.readAllStandardError().constData());
+        const QStringList names = QDir(shots).entryList(QDir::Files, QDir::Name);
+        QStringList expected;
+        const auto features = FeatureSettingsStore::orderedFeatures(FeatureSettingsDefaults::settings());
+        for (qsizetype index = 0; index < features.size(); ++index)
+            expected << u"feature-%1-%2.png"_qs.arg(index + 1, 2, 10, QChar(u'0')).arg(features[index].id());
+        expected << u"feature-request.png"_qs << u"preferences.png"_qs << u"progress-window.png"_qs
+                 << u"tray-menu.png"_qs;
+        QCOMPARE(names, expected);
+        const QImage window(shots + u"/preferences.png"_qs), menu(shots + u"/tray-menu.png"_qs);
+        QVERIFY(window.width() > 400 && window.height() > 300);
+        // The quick-open sub-menu open beside the menu: the menu alone is less than 1.8 times as wide as high.
+        QVERIFY(double(menu.width()) / menu.height() > 1.8);
+        QCOMPARE(QDir(folder + u"/.."_qs).entryList({u"*.zip"_qs}), QStringList());
+        QCOMPARE(namesIn(folder), QStringList{u"noise.bin"_qs});
     }
 
     void aFloodOfSilentConnectionsNeverStopsTheHost() {

@@ -49,7 +49,7 @@ private slots:
             QSKIP("drag and drop needs an X server; ctest runs this test under xvfb-run");
     }
 
-    // ctest runs this under C.UTF-8, en_US.UTF-8 and zh_CN.UTF-8: the font is the host's.
+    // ctest runs this under C.UTF-8 and zh_CN.UTF-8: the font is the host's.
     void textIsSimplifiedChineseAndUncutUnderTheLocale() {
         useSimplifiedChineseFont();
         // 直 is drawn differently in Japanese and in Simplified Chinese.

@@ -216,29 +216,6 @@ private slots:
                  QStringList({"copyPath", "pdfTools", "视图"}));
     }
 
-    void aBlockedFolderStopsTheAnnouncement_data() {
-        QTest::addColumn<bool>("application");
-        QTest::newRow("extension folder") << false;
-        QTest::newRow("application folder") << true;
-    }
-    void aBlockedFolderStopsTheAnnouncement() {
-        QFETCH(bool, application);
-        // A plain file where the folder should be: even root cannot create the folder.
-        const QString blocked =
-            application ? applicationCopy() : FeatureSettingsPersistence::extensionFileURL();
-        m_environment->writeFile(QFileInfo(blocked).absolutePath(), "x");
-        FeatureSettingsStore store;
-        store.setMenuLayout(FinderMenuLayout::expanded);
-        QCOMPARE(store.menuLayout(), FinderMenuLayout::expanded);
-        QVERIFY(FakePlatform::notifications().settingsReasons.isEmpty());
-        // Without the application's copy the extension's is not written either.
-        QCOMPARE(QFile::exists(FeatureSettingsPersistence::extensionFileURL()), false);
-        if (application)
-            QVERIFY(!FeatureSettingsPersistence::save(store.settings()));
-        else
-            QCOMPARE(FeatureSettingsPersistence::loadSettings()->menuLayout, FinderMenuLayout::expanded);
-    }
-
     void listMoveRule_data() {
         QTest::addColumn<QList<qsizetype>>("offsets");
         QTest::addColumn<qsizetype>("destination");

@@ -383,9 +383,11 @@ private slots:
         QVERIFY(model->moveRows({}, 3, 1, {}, model->rowCount()));
         QCOMPARE(window.featureSettings.orderedFeatures().constLast(), selected);
         QCOMPARE(window.view.sidebar()->featureList()->currentIndex().row(), model->rowCount() - 1);
+        QVERIFY(model->moveRows({}, model->rowCount() - 1, 1, {}, 0)); // and the last row back to the top
+        QCOMPARE(window.view.sidebar()->featureList()->currentIndex().row(), 0);
         // A move made elsewhere shows in the sidebar too.
         window.featureSettings.moveFeatures({0}, 2);
-        QCOMPARE(*model->feature(1), before.at(5));
+        QCOMPARE(*model->feature(0), before.at(5));
     }
 
     void userListsFollowTheirFilesAndControls() {

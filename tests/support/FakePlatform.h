@@ -3,7 +3,6 @@
 #include "platform/KestroError.h"
 #include "platform/Platform.h"
 
-#include <functional>
 #include <memory>
 #include <optional>
 #include <QHash>
@@ -67,7 +66,6 @@ public:
     QList<std::optional<QString>> featureRequestAnswers;
     QList<bool> consentAnswers;            // an empty queue refuses
     QList<ConsentRequest> consentRequests; // every consent asked for, as asked
-    std::function<void()> whileDialogOpen; // runs while the consent or feature-request dialog is open
     QStringList asked;                     // titles, labels and button prompts, in order
 
     std::optional<QString> promptText(const QString& title, const QString& message) override {
@@ -99,14 +97,10 @@ public:
     bool confirmRequestFromAnotherProgram(const ConsentRequest& request) override {
         asked << QStringLiteral("consent");
         consentRequests.append(request);
-        if (whileDialogOpen)
-            whileDialogOpen();
         return !consentAnswers.isEmpty() && consentAnswers.takeFirst();
     }
     std::optional<QString> requestFeatureText() override {
         asked << QStringLiteral("feature-request");
-        if (whileDialogOpen)
-            whileDialogOpen();
         return next(featureRequestAnswers);
     }
 
@@ -119,7 +113,6 @@ private:
 class FakeFileManagerScripting : public FileManagerScripting {
 public:
     QStringList selection;
-    std::optional<QString> frontWindow;
     QStringList scriptsRun;
 
     QStringList runListScript(const QString& source) override {
@@ -128,7 +121,7 @@ public:
     }
     std::optional<QString> runStringScript(const QString& source) override {
         scriptsRun.append(source);
-        return frontWindow;
+        return std::nullopt;
     }
     QString runScriptOutput(const QString& source) override {
         scriptsRun.append(source);
@@ -152,14 +145,11 @@ class FakeLoginItems : public LoginItems {
 public:
     bool enabled = false;
     bool refuses = false;
-    int registrations = 0;
-    int unregistrations = 0;
 
     bool isEnabled() override { return enabled; }
     void setEnabled(bool value) override {
         if (refuses)
             throw PlatformError(QStringLiteral("login item refused"));
-        value ? ++registrations : ++unregistrations;
         enabled = value;
     }
 };
