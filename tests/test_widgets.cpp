@@ -402,8 +402,10 @@ private slots:
         QAbstractButton* cancelButton = button(section, u"取消清理"_qs);
         QVERIFY(cancelButton && !cancelButton->isEnabled()); // nothing chosen yet
         clickRow(section->listView(), 0);
+        const int tall = section->listView()->height();
         click(cancelButton);
         QTRY_COMPARE(section->model()->rowCount(), 1);
+        QTRY_VERIFY(section->listView()->height() < tall); // the list fits its rows again
         QCOMPARE(ScheduledDeletionStore::items().size(), 1);
         QCOMPARE(ScheduledDeletionStore::items().constFirst().path, keep);
         QVERIFY(QFile::exists(gone)); // cancelling never touches the file
