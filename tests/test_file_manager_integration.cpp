@@ -195,10 +195,13 @@ private slots:
         QCOMPARE(titles(menu), QStringList({"复制名称与路径", "新建"}));
         QCOMPARE(titles(menu.at(1).children), QStringList({"新建文本文件", "新建文件夹"}));
         QVERIFY(menu.at(1).isSubmenu());
-        // Disabled features and children stay out.
+        // Disabled features and children stay out, and so does a feature with nothing to offer.
         KestroMenuInput input = smallInput();
         input.settings.enabledFeatureIDs.remove("copyPath");
         input.settings.enabledChildIDs.remove("createFolder");
+        input.settings.enabledFeatureIDs.insert("customActions"); // on, but the user has none
+        input.settings.featureOrder.append("customActions");
+        QCOMPARE(titles(KestroMenuModel::build(input)), QStringList{"新建"});
         QCOMPARE(actionIDs(KestroMenuModel::build(input)), QStringList{"createTextFile"});
         // Expanded: every action directly; grouped: all of it under one "Kestro" entry, in either layout.
         for (FinderMenuLayout layout : {FinderMenuLayout::collapsed, FinderMenuLayout::expanded}) {
