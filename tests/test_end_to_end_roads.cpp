@@ -1,6 +1,7 @@
 // The real kestro binary on each road once: a kestro: URL (a second launch, and --perform), the queue
 // folder (--drain), the hand-off from a file manager, and a link from another program that the user
-// confirms in the real dialog; then what only the real binary can show about an attacker's plants.
+// confirms in the real dialog; then what only the real binary can show about an attacker's plants, and the
+// pictures its screenshot hook takes.
 #include "app/SingleInstance.h"
 #include "catalogue/FeatureSettingsDefaults.h"
 #include "catalogue/FeatureSettingsStore.h"
